@@ -1,0 +1,109 @@
+// Files and folders, under the grants that are open.
+//
+// Every action resolves the item's folder, refuses what lies inside no open security scope (std::errc::
+// operation_not_permitted), and never acts outside one, whatever is swapped in meanwhile. Asking whether something
+// exists, and what a path's standard form is, needs no scope. A path that holds a NUL byte names nothing
+// (std::errc::invalid_argument); a relative path counts from "/".
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "Platform/FileURL.h"
+#include "Platform/Result.h"
+#include "Platform/Value.h"
+
+namespace platform {
+
+/// Keys and values of a file's attributes.
+inline constexpr char kFileType[] = "NSFileType";                                // one of the types below, a string
+inline constexpr char kFileSize[] = "NSFileSize";                                // bytes, an integer
+inline constexpr char kFileModificationDate[] = "NSFileModificationDate";        // a date
+inline constexpr char kFileCreationDate[] = "NSFileCreationDate";                // a date; missing where not recorded
+inline constexpr char kFilePosixPermissions[] = "NSFilePosixPermissions";        // the mode's lower 12 bits, an integer
+inline constexpr char kFileReferenceCount[] = "NSFileReferenceCount";            // hard links, an integer
+inline constexpr char kFileOwnerAccountID[] = "NSFileOwnerAccountID";            // an integer
+inline constexpr char kFileGroupOwnerAccountID[] = "NSFileGroupOwnerAccountID";  // an integer
+inline constexpr char kFileSystemFileNumber[] = "NSFileSystemFileNumber";        // the inode's number, an integer
+
+inline constexpr char kFileTypeDirectory[] = "NSFileTypeDirectory";
+inline constexpr char kFileTypeRegular[] = "NSFileTypeRegular";
+inline constexpr char kFileTypeSymbolicLink[] = "NSFileTypeSymbolicLink";
+inline constexpr char kFileTypeSocket[] = "NSFileTypeSocket";
+inline constexpr char kFileTypeCharacterSpecial[] = "NSFileTypeCharacterSpecial";
+inline constexpr char kFileTypeBlockSpecial[] = "NSFileTypeBlockSpecial";
+inline constexpr char kFileTypeUnknown[] = "NSFileTypeUnknown";
+
+/// A walk over everything below a folder: deep, hidden items included, links not followed, in the order in which the
+/// file system lists entries, a folder before its contents.
+class DirectoryEnumerator {
+ public:
+  virtual ~DirectoryEnumerator() = default;
+
+  /// The next item, or absent at the end of the walk.
+  virtual std::optional<FileURL> nextObject() = 0;
+};
+
+/// Asked when an item of a walk can't be read; answers whether the walk goes on.
+using EnumerationErrorHandler = std::function<bool(const FileURL& url, std::error_code error)>;
+
+/// All operations may be called from any thread.
+class FileManager {
+ public:
+  virtual ~FileManager() = default;
+
+  // Names. These look at the disk and change nothing.
+
+  /// The file URL of a path: a folder's when the path ends in "/" or a folder stands there.
+  virtual FileURL fileURLWithPath(const std::string& path) const = 0;
+
+  /// Without ".", repeated slashes and "..", the last resolved as the file system would (through symbolic links).
+  virtual FileURL standardizedURL(const FileURL& url) const = 0;
+
+  /// With the symbolic links resolved in as much of the path as exists.
+  virtual FileURL urlByResolvingSymlinks(const FileURL& url) const = 0;
+
+  // Existence. Symbolic links are followed; a link that leads nowhere does not exist.
+
+  virtual bool fileExists(const std::string& path) const = 0;
+  /// `isDirectory` is set only when the item exists.
+  virtual bool fileExists(const std::string& path, bool& isDirectory) const = 0;
+
+  // Reading.
+
+  /// The whole of a regular file as text; std::errc::illegal_byte_sequence when it is not valid UTF-8.
+  virtual Result<std::string> stringWithContentsOfFile(const std::string& path) const = 0;
+
+  /// The bare names of a folder's entries, hidden ones included, without "." and "..", in the file system's order.
+  virtual Result<std::vector<std::string>> contentsOfDirectory(const std::string& path) const = 0;
+
+  /// The attributes of the item itself (a symbolic link is not followed), under the keys above.
+  virtual Result<Value::Dictionary> attributesOfItem(const std::string& path) const = 0;
+
+  /// A walk below the folder. A null `errorHandler` goes on past what can't be read.
+  virtual std::unique_ptr<DirectoryEnumerator> enumeratorAtURL(const FileURL& folder,
+                                                               EnumerationErrorHandler errorHandler) const = 0;
+
+  // Removing.
+
+  /// Removes a file, a symbolic link (never what it leads to) or a folder with all of its contents. In a folder it goes
+  /// on past what it can't remove, and answers the first reason.
+  virtual std::error_code removeItem(const std::string& path) = 0;
+
+  /// As removeItem(), for an item whose contents were overwritten just now: the data of a regular file is flushed to
+  /// the disk once before the file goes, since the file system may otherwise drop the overwritten pages together with
+  /// the file, and the old bytes stay readable on the disk. A file that can't be flushed stays. A folder is not
+  /// flushed.
+  virtual std::error_code removeOverwrittenItem(const std::string& path) = 0;
+
+  // Places.
+
+  /// The folder from which user scripts of this program run; made when it is missing and `create` is true.
+  virtual Result<FileURL> applicationScriptsDirectory(bool create) = 0;
+};
+
+}  // namespace platform

@@ -1,0 +1,178 @@
+#include "Platform/Linux/RunLoop.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <condition_variable>
+#include <csignal>
+#include <cstdint>
+#include <system_error>
+#include <utility>
+
+namespace platform::linux_ {
+namespace {
+
+constexpr std::uint64_t kForever = UINT64_MAX;
+constexpr std::uint64_t kTimerAccuracyMicroseconds = 1000;
+
+void check(int result, const char* what) {
+  if (result < 0) throw std::system_error(-result, std::generic_category(), what);
+}
+
+}  // namespace
+
+struct RunLoop::Timer {
+  RunLoop* loop;
+  Task task;
+};
+
+RunLoop::RunLoop() {
+  check(sd_event_new(&event_), "event loop");
+  wakeDescriptor_ = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+  check(wakeDescriptor_ < 0 ? -errno : 0, "eventfd");
+  const auto drain = [](sd_event_source*, int descriptor, std::uint32_t, void*) {
+    std::uint64_t count = 0;
+    return ::read(descriptor, &count, sizeof count) < 0 && errno != EAGAIN ? -errno : 0;
+  };
+  check(sd_event_add_io(event_, nullptr, wakeDescriptor_, EPOLLIN, drain, nullptr), "wake-up source");
+}
+
+RunLoop::~RunLoop() {
+  sd_event_unref(event_);
+  ::close(wakeDescriptor_);
+}
+
+void RunLoop::wake() const {
+  const std::uint64_t one = 1;
+  // Can only fail when the counter is full, and then the loop wakes anyway.
+  [[maybe_unused]] const ssize_t written = ::write(wakeDescriptor_, &one, sizeof one);
+}
+
+void RunLoop::async(Task task) {
+  {
+    const std::lock_guard lock(mutex_);
+    pending_.push_back({std::move(task), false});
+  }
+  if (!isMainThread()) wake();
+}
+
+void RunLoop::sync(const Task& task) {
+  std::mutex doneMutex;
+  std::condition_variable doneCondition;
+  bool done = false;
+  {
+    const std::lock_guard lock(mutex_);
+    pending_.push_back({[&] {
+                          task();
+                          // Notified under the lock: the waiting thread owns both, and may return at once.
+                          const std::lock_guard doneLock(doneMutex);
+                          done = true;
+                          doneCondition.notify_one();
+                        },
+                        true});
+  }
+  wake();
+  std::unique_lock doneLock(doneMutex);
+  doneCondition.wait(doneLock, [&] { return done; });
+}
+
+void RunLoop::after(std::chrono::nanoseconds delay, Task task) {
+  if (isMainThread()) {
+    addTimer(delay, std::move(task));
+    return;
+  }
+  // sd-event belongs to one thread; what the hand-over takes is taken off the delay.
+  const auto due = std::chrono::steady_clock::now() + delay;
+  async([this, due, task = std::move(task)]() mutable {
+    addTimer(std::max(due - std::chrono::steady_clock::now(), std::chrono::nanoseconds::zero()), std::move(task));
+  });
+}
+
+void RunLoop::addTimer(std::chrono::nanoseconds delay, Task task) {
+  const auto fire = [](sd_event_source* source, std::uint64_t, void* data) {
+    auto* timer = static_cast<Timer*>(data);
+    timer->loop->async(std::move(timer->task));
+    sd_event_source_set_floating(source, 0);  // the loop's reference was the only one: the source goes, and its timer
+    return 0;
+  };
+  const auto microseconds = static_cast<std::uint64_t>(
+      std::max<std::int64_t>(0, std::chrono::ceil<std::chrono::microseconds>(delay).count()));
+  auto timer = std::make_unique<Timer>(Timer{this, std::move(task)});
+  sd_event_source* source = nullptr;
+  check(sd_event_add_time_relative(event_, &source, CLOCK_MONOTONIC, microseconds, kTimerAccuracyMicroseconds, fire,
+                                   timer.get()),
+        "timer");
+  // The loop owns the source, and the source owns the timer; one that has not fired when the loop ends goes with it.
+  sd_event_source_set_destroy_callback(source, [](void* data) { delete static_cast<Timer*>(data); });
+  static_cast<void>(timer.release());
+  sd_event_source_set_floating(source, 1);
+  sd_event_source_unref(source);
+}
+
+bool RunLoop::hasRunnableTask() {
+  const std::lock_guard lock(mutex_);
+  return std::any_of(pending_.begin(), pending_.end(),
+                     [this](const Pending& pending) { return modalDepth_ == 0 || !pending.waitedFor; });
+}
+
+bool RunLoop::runOneTask() {
+  Task task;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto next = std::find_if(pending_.begin(), pending_.end(),
+                                   [this](const Pending& pending) { return modalDepth_ == 0 || !pending.waitedFor; });
+    if (next == pending_.end()) return false;
+    task = std::move(next->task);
+    pending_.erase(next);
+  }
+  task();
+  return true;
+}
+
+void RunLoop::turn() {
+  const int result = sd_event_run(event_, hasRunnableTask() ? 0 : kForever);
+  if (result < 0 && result != -EINTR) check(result, "event loop");
+}
+
+int RunLoop::run() {
+  while (!stopped_) {
+    turn();
+    while (!stopped_ && runOneTask()) {
+    }
+  }
+  return status_;
+}
+
+void RunLoop::runModally(const std::function<bool()>& done) {
+  ++modalDepth_;
+  while (!stopped_ && !done()) {
+    turn();
+    while (!stopped_ && !done() && runOneTask()) {
+    }
+  }
+  --modalDepth_;
+}
+
+void RunLoop::stop(int status) {
+  stopped_ = true;
+  status_ = status;
+}
+
+void RunLoop::stopOnSignals() {
+  constexpr std::array kSignals = {SIGTERM, SIGINT, SIGHUP};
+  sigset_t signals;
+  ::sigemptyset(&signals);
+  for (const int signal : kSignals) ::sigaddset(&signals, signal);
+  check(-::pthread_sigmask(SIG_BLOCK, &signals, nullptr), "signals");
+  const auto end = [](sd_event_source*, const struct signalfd_siginfo*, void* data) {
+    auto* loop = static_cast<RunLoop*>(data);
+    loop->async([loop] { loop->stop(0); });
+    return 0;
+  };
+  for (const int signal : kSignals) check(sd_event_add_signal(event_, nullptr, signal, end, this), "signals");
+}
+
+}  // namespace platform::linux_

@@ -1,0 +1,1 @@
+add_library(platform_linux_files INTERFACE)

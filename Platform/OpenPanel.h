@@ -1,0 +1,61 @@
+// The panel in which a person picks a folder, and so grants it.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Platform/FileURL.h"
+
+namespace platform {
+
+struct OpenPanelSettings;
+
+/// Decides what can be picked. Lives as long as the panel runs.
+class OpenPanelDelegate {
+ public:
+  virtual ~OpenPanelDelegate() = default;
+
+  virtual bool panel_shouldEnableURL(const OpenPanelSettings& panel, const std::optional<FileURL>& url) = 0;
+};
+
+struct OpenPanelSettings {
+  std::string title;
+  std::string message;
+  std::string prompt;  // the confirm button's label
+  FileURL directoryURL{"/"};
+  bool canChooseFiles = true;
+  bool canChooseDirectories = false;
+  bool canCreateDirectories = false;
+  bool allowsMultipleSelection = false;
+  bool showsHiddenFiles = false;
+  bool extensionHidden = false;
+
+  /// The folder that is being asked for. It and the folders above it are offered to the person as far as the delegate
+  /// enables them.
+  FileURL target{"/"};
+  OpenPanelDelegate* delegate = nullptr;
+};
+
+enum class ModalResponse : unsigned { cancel = 0, ok = 1 };
+
+struct OpenPanelAnswer {
+  ModalResponse response = ModalResponse::cancel;
+  std::optional<FileURL> url;  // present with ModalResponse::ok
+};
+
+/// On the main thread only.
+class OpenPanel {
+ public:
+  virtual ~OpenPanel() = default;
+
+  /// Asks that the next panel comes to the front of whatever the person has open.
+  virtual void activateIgnoringOtherApps(bool ignoringOtherApps) = 0;
+
+  /// Shows the panel and returns when the person has answered it. Meanwhile the run loop goes on. An answer that the
+  /// delegate does not enable counts as not given: the panel is shown again. Without a panel to show, the answer is
+  /// ModalResponse::cancel. The chosen folder is granted for the life of the process.
+  virtual OpenPanelAnswer runModal(const OpenPanelSettings& panel) = 0;
+};
+
+}  // namespace platform

@@ -1,0 +1,41 @@
+// The few calls of the operating system that the worker makes itself.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace platform {
+
+/// All operations may be called from any thread.
+class System {
+ public:
+  virtual ~System() = default;
+
+  // The password database.
+
+  virtual unsigned getuid() const = 0;
+  /// The home folder in the user's entry; absent when there is no entry.
+  virtual std::optional<std::string> homeDirectoryFromPasswordDatabase(unsigned uid) const = 0;
+
+  // File descriptors. Failures are the classic ones: -1.
+
+  /// Opens an existing file for reading and writing, under the open grants like every action of FileManager.
+  virtual int openForReadingAndWriting(const std::string& path) = 0;
+  /// The size that fstat() gives, in bytes; absent when that fails.
+  virtual std::optional<std::int64_t> fstatSize(int descriptor) = 0;
+  /// The count of bytes written, or -1.
+  virtual std::int64_t write(int descriptor, const void* bytes, std::size_t count) = 0;
+  /// 0, or -1.
+  virtual int close(int descriptor) = 0;
+
+  // The process-wide random number generator.
+
+  /// Seeds random() from the system's entropy.
+  virtual void srandomdev() = 0;
+  /// From 0 to 2^31 - 1.
+  virtual std::int64_t random() = 0;
+};
+
+}  // namespace platform

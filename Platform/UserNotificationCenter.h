@@ -1,0 +1,47 @@
+// The desktop's notifications.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "Platform/Value.h"
+
+namespace platform {
+
+struct UserNotification {
+  std::string title;
+  std::string subtitle;
+  std::optional<std::string> informativeText;
+  bool hasActionButton = true;
+  std::optional<std::string> soundName;  // absent: silent
+  Date deliveryDate{};                   // a date that has come already delivers now
+  std::string identifier;                // given by the centre when it schedules
+};
+
+/// Called on the main thread.
+class UserNotificationCenterDelegate {
+ public:
+  virtual ~UserNotificationCenterDelegate() = default;
+
+  /// Whether the notification is shown even though the program is in front.
+  virtual bool userNotificationCenter_shouldPresentNotification(const UserNotification& notification) = 0;
+
+  /// The person clicked the notification.
+  virtual void userNotificationCenter_didActivateNotification(const UserNotification& notification) = 0;
+};
+
+/// scheduleNotification() may be called from any thread, the others on the main thread.
+class UserNotificationCenter {
+ public:
+  virtual ~UserNotificationCenter() = default;
+
+  /// Null for none. The delegate must stay until it is replaced.
+  virtual void setDelegate(UserNotificationCenterDelegate* delegate) = 0;
+
+  /// Delivers the notification at its date. A delivery that fails is the platform's own affair.
+  virtual void scheduleNotification(UserNotification notification) = 0;
+
+  virtual void removeDeliveredNotification(const UserNotification& notification) = 0;
+};
+
+}  // namespace platform

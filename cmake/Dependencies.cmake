@@ -1,0 +1,15 @@
+# Everything that the project calls and does not write itself; scripts/setup installs the same list.
+
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+pkg_check_modules(LIBSYSTEMD REQUIRED IMPORTED_TARGET libsystemd>=252)
+pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET sqlite3>=3.40)
+find_package(nlohmann_json 3.11 REQUIRED)
+find_package(CLI11 2.1 REQUIRED)
+find_package(Gettext REQUIRED)
+if(TIDEWELL_TESTS)
+  find_package(GTest REQUIRED)
+endif()
+if(TIDEWELL_BENCH)
+  find_package(benchmark REQUIRED)
+endif()

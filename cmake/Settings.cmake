@@ -1,0 +1,32 @@
+# Compiler settings that every target of this project shares.
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+endif()
+
+add_library(tidewell_settings INTERFACE)
+target_include_directories(tidewell_settings INTERFACE ${CMAKE_SOURCE_DIR})
+target_compile_options(tidewell_settings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Werror)
+target_compile_definitions(tidewell_settings INTERFACE _GNU_SOURCE)
+
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  target_compile_options(tidewell_settings INTERFACE -ffunction-sections -fdata-sections)
+  target_link_options(tidewell_settings INTERFACE -Wl,--gc-sections -Wl,--as-needed)
+endif()
+
+if(TIDEWELL_SANITIZE)
+  target_compile_options(tidewell_settings INTERFACE
+    -fsanitize=${TIDEWELL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
+  target_link_options(tidewell_settings INTERFACE -fsanitize=${TIDEWELL_SANITIZE})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # g++ 12 reports false positives of these two when it instruments the standard library's own code.
+    target_compile_options(tidewell_settings INTERFACE -Wno-maybe-uninitialized -Wno-tsan)
+  endif()
+endif()
+
+if(TIDEWELL_COVERAGE)
+  target_compile_options(tidewell_settings INTERFACE --coverage)
+  target_link_options(tidewell_settings INTERFACE --coverage)
+endif()
