@@ -1,0 +1,45 @@
+// The main application's request: obtains the grants that later runs will need, while the person is looking.
+
+#include <utility>
+
+#include "Platform/Format.h"
+#include "Platform/Platform.h"
+#include "Worker/Browsers.h"
+#include "Worker/PluginFolders.h"
+#include "Worker/WorkerAppDelegate.h"
+#include "Worker/sandbox/Sandbox.h"
+
+namespace tidewell {
+namespace {
+
+using platform::Platform;
+
+constexpr char kBookmarked[] = "bookmarked: %@ ";  // the trailing blank is part of the answer
+constexpr char kSafariFolder[] = "~/Library/Safari/";
+constexpr char kCachesFolder[] = "~/Library/Caches";
+
+}  // namespace
+
+void WorkerAppDelegate::answerFrom_reply(const std::string& bundleIdentifier, Reply reply) {
+  const Browser* browser = browserWithIdentifier(bundleIdentifier);
+  if (browser == nullptr) return;  // the reply goes with this call: such a caller is never answered
+
+  Platform::current().dispatch.mainQueue().async([browser, reply = std::move(reply)] {
+    platform::BlockOperation request;
+    // Whether a grant could be obtained is not looked at: the answer says that the request was processed.
+    request.block = [browser] {
+      Sandbox::access(std::string(browser->dataFolder));
+      if (browser->name == kSafari) {
+        Sandbox::access(kSafariFolder);
+        Sandbox::checkForScriptInFolder();
+      }
+      Sandbox::access(kCachesFolder);
+      Sandbox::access(kSilverlightFolder);
+      Sandbox::access(kFlashPlayerFolder);
+    };
+    request.completion = [browser, reply] { reply(platform::formatted(kBookmarked, {browser->bundleIdentifier})); };
+    Platform::current().dispatch.makeOperationQueue()->addOperation(std::move(request));
+  });
+}
+
+}  // namespace tidewell

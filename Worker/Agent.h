@@ -1,0 +1,25 @@
+// The one thing that the main application asks of the worker.
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace tidewell {
+
+class Agent {
+ public:
+  using Reply = std::function<void(const std::string& text)>;
+
+  virtual ~Agent() = default;
+
+  /// Obtains, ahead of any cleaning, the grants that the named browser will need, and then replies with
+  /// "bookmarked: " + the identifier + " ". An identifier of no supported browser is never answered. May be called on
+  /// any thread; returns at once.
+  virtual void answerFrom_reply(const std::string& bundleIdentifier, Reply reply) = 0;
+};
+
+/// Under which the method is found on the session bus.
+inline constexpr char kAgentInterface[] = "com.emberlinestudio.Tidewell.Agent";
+inline constexpr char kAgentMethod[] = "answerFrom";
+
+}  // namespace tidewell

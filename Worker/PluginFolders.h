@@ -1,0 +1,9 @@
+// Where browser plug-ins that are not a browser's own keep their data.
+#pragma once
+
+namespace tidewell {
+
+inline constexpr char kFlashPlayerFolder[] = "~/Library/Preferences/Macromedia/Flash Player";
+inline constexpr char kSilverlightFolder[] = "~/Library/Application Support/Microsoft/Silverlight";
+
+}  // namespace tidewell

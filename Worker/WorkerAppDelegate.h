@@ -1,0 +1,99 @@
+// The worker itself: reacts to browsers that quit, runs the cleaners, answers the main application, notifies the
+// person.
+//
+// One object lives for the whole process, always held by a shared pointer: work that outlives a call keeps it alive
+// until it has run. It has no state: every setting is read at the moment it is needed, and nothing locks. Runs may
+// overlap; removing what is gone and deleting rows twice change nothing.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "Platform/RemoteListener.h"
+#include "Platform/UserNotificationCenter.h"
+#include "Platform/Workspace.h"
+#include "Worker/Agent.h"
+
+namespace tidewell {
+
+/// From the name of a profile's folder, relative to the browser's data folder, to the profile's display name.
+using ProfileMap = std::map<std::string, std::string>;
+
+class WorkerAppDelegate : public Agent,
+                          public platform::RemoteListenerDelegate,
+                          public platform::UserNotificationCenterDelegate,
+                          public std::enable_shared_from_this<WorkerAppDelegate> {
+ public:
+  /// Made and set up, on the main thread. The installed platform must outlive it.
+  static std::shared_ptr<WorkerAppDelegate> create();
+  ~WorkerAppDelegate() override;
+  WorkerAppDelegate(const WorkerAppDelegate&) = delete;
+  WorkerAppDelegate& operator=(const WorkerAppDelegate&) = delete;
+
+  // Service entry.
+
+  /// Subscribes to quitting applications, becomes the notification centre's delegate, and writes the person's real home
+  /// folder to the setting "userFolder" if that has no value yet.
+  void setup();
+
+  /// Accepts every connection, and exports the Agent interface to it.
+  bool listener_shouldAcceptNewConnection(platform::RemoteConnection& connection) override;
+
+  // Access request.
+
+  void answerFrom_reply(const std::string& bundleIdentifier, Reply reply) override;
+
+  // Cleaning run.
+
+  /// An application has quit. For a browser that is enabled: a run now, and a second one, which notifies, in 8 seconds.
+  void appTerminated(const platform::ApplicationNotification& notification);
+
+  static bool checkIfBrowserEnabled(const std::string& browserName);
+
+  /// Runs the five cleaners, in the background; returns at once.
+  void clearData_andNotify(const std::string& browserName, bool notify);
+
+  // Completion notifications.
+
+  /// Shows a silent notification, if the person allows them. Any thread.
+  static void displayNotificationWithTitle_andText(const std::string& title, const std::string& text);
+  bool userNotificationCenter_shouldPresentNotification(const platform::UserNotification& notification) override;
+  void userNotificationCenter_didActivateNotification(const platform::UserNotification& notification) override;
+
+  // Browser profile discovery.
+
+  /// The profiles that Google Chrome's "Local State" lists, or, for any other name, Chromium's. Empty when the file
+  /// can't be read or lists none; a profile without a display name is left out.
+  ProfileMap userProfiles(const std::string& browserName);
+
+  /// The profiles of a browser as every cleaner visits them: those of userProfiles() for Google Chrome and Chromium;
+  /// for any other name the single unnamed profile "" of Opera, whose folder is the data folder itself.
+  ProfileMap profileMap(const std::string& browserName);
+
+  // CookieNode.
+  void removeCookies(const std::string& browserName);
+
+  // WorkerScripts.
+  static void checkCookieScript();
+
+  // LSNode.
+  void removeNonFavLocalStorage(const std::string& browserName);
+
+  // FlashNode.
+  void removeFlash(const std::string& browserName);
+  void clearChromeFlash(const std::string& browserName);
+
+  // SilverlightNode.
+  void removeSilverlight();
+
+  // CacheNode.
+  void removeBrowserCache(const std::string& browserName);
+
+ private:
+  WorkerAppDelegate() = default;
+
+  platform::Workspace::ObserverToken observerToken_ = 0;
+};
+
+}  // namespace tidewell

@@ -1,0 +1,70 @@
+// Asks the person for access to a folder, keeps what was granted, and runs an action under the grant.
+//
+// One object serves one operation; fileAccess() makes a new one each time. Any thread may use it: a panel, where one is
+// needed, runs on the main thread while the calling thread waits. The installed platform must outlive it.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Platform/FileURL.h"
+#include "Platform/Value.h"
+
+namespace tidewell {
+
+class AppSandboxFileAccess {
+ public:
+  using Block = std::function<void()>;
+  /// Receives the URL under whose grant to act (it may name a folder above the one that was asked for), and the
+  /// bookmark data that is stored for it, if any.
+  using PermissionBlock = std::function<void(const platform::FileURL& securityScopedURL,
+                                             const std::optional<platform::Data>& bookmarkData)>;
+
+  static std::unique_ptr<AppSandboxFileAccess> fileAccess();
+
+  AppSandboxFileAccess();
+
+  // The panel's texts; localised defaults.
+  const std::string& title() const { return title_; }
+  void setTitle(std::string title) { title_ = std::move(title); }
+  const std::string& message() const { return message_; }
+  void setMessage(std::string message) { message_ = std::move(message); }
+  const std::string& prompt() const { return prompt_; }
+  void setPrompt(std::string prompt) { prompt_ = std::move(prompt); }
+
+  // In what follows a missing required argument raises platform::AssertionFailure.
+
+  /// Runs `block` under a grant that covers the path: a stored one, or one that the person gives now in a panel, which
+  /// is stored when `persist` is true. Answers whether access was obtained and the block ran. The grant is let go when
+  /// the block has returned, or thrown.
+  bool accessFilePath_persistPermission_withBlock(const std::string& path, bool persist, const Block& block) const;
+  bool accessFileURL_persistPermission_withBlock(const std::optional<platform::FileURL>& fileURL, bool persist,
+                                                 const Block& block) const;
+  bool accessFilePath_withBlock_persistPermission(const std::string& path, const Block& block, bool persist) const;
+  bool accessFileURL_withBlock_persistPermission(const std::optional<platform::FileURL>& fileURL, const Block& block,
+                                                 bool persist) const;
+
+  /// As above, but leaves it to the block (which may be empty) to open and close the grant.
+  bool requestAccessPermissionsForFilePath_persistPermission_withBlock(const std::optional<std::string>& filePath,
+                                                                       bool persist,
+                                                                       const PermissionBlock& block) const;
+  bool requestAccessPermissionsForFileURL_persistPermission_withBlock(const std::optional<platform::FileURL>& fileURL,
+                                                                      bool persist, const PermissionBlock& block) const;
+
+  /// Stores a bookmark of the item under its own key, without asking anyone. Absent, and nothing stored, when none can
+  /// be made: nothing stands there, or it was not granted.
+  std::optional<platform::Data> persistPermissionPath(const std::optional<std::string>& path) const;
+  std::optional<platform::Data> persistPermissionURL(const std::optional<platform::FileURL>& url) const;
+
+  /// Shows the panel, at the nearest folder that exists. Absent when the person cancelled it.
+  std::optional<platform::FileURL> askPermissionForURL(const std::optional<platform::FileURL>& url) const;
+
+ private:
+  std::string title_;
+  std::string message_;
+  std::string prompt_;
+};
+
+}  // namespace tidewell

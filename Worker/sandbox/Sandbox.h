@@ -1,0 +1,57 @@
+// The one door through which the worker touches the file system.
+//
+// Class operations only, no state. Each takes a path that may begin with "~", records a bookmark for it where one can
+// be made, obtains access to a folder under the person's grants, performs one action while the access is held, and
+// hands a plain result back. An absent path gives the empty result at once. A refused access gives the empty result and
+// exactly one line in the log, "Sandbox has denied access to " and the path; no other failure is told to anyone.
+//
+// Any thread may call. The panel that a first access may need runs on the main thread while the caller waits.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Platform/Value.h"
+
+namespace tidewell {
+
+class Sandbox {
+ public:
+  Sandbox() = delete;
+
+  using Path = std::optional<std::string>;
+
+  /// Obtains a grant ahead of time: for the folder itself when its parent has 4 or 5 components, else for the parent.
+  static void access(const Path& path);
+
+  /// Removes a file, or a folder with all of its contents; overwrites first when the person wants that, and then leaves
+  /// in place what could not be overwritten. Returns before it is done; nothing tells when, or whether, it happened.
+  static void remove(const Path& path);
+
+  /// remove() for each path, in order.
+  static void removeFiles(const std::optional<std::vector<std::string>>& paths);
+
+  /// The whole of a file as text. Absent when access is granted but the file is missing or not valid UTF-8; "" when
+  /// access is refused. Callers treat both as no content.
+  static std::optional<std::string> contentsOf(const Path& path);
+
+  /// The bare names of a folder's entries, hidden ones included, as the file system lists them.
+  static std::vector<std::string> folderContentsOf(const Path& path);
+
+  static bool fileExists(const Path& path);
+
+  /// True only for an existing folder; a symbolic link to a folder counts as one.
+  static bool fileIsDirectory(const Path& path);
+
+  /// The item's attributes under the keys of platform::FileManager; empty when it is missing.
+  static platform::Value::Dictionary fileAttributes(const Path& path);
+
+  /// Makes sure that Safari's cookie script is installed: offers to save it when it is missing.
+  static void checkForScriptInFolder();
+
+  /// Replaces a leading "~" by the setting "userFolder", the only source for the home folder.
+  static Path checkForUserDirectory(const Path& path);
+};
+
+}  // namespace tidewell
