@@ -1,1 +1,3 @@
-add_library(platform_linux_settings INTERFACE)
+# Settings: one SQLite file for each domain.
+add_library(platform_linux_settings STATIC DefaultsFile.cpp SqliteUserDefaults.cpp UserFolders.cpp ValueCodec.cpp)
+target_link_libraries(platform_linux_settings PUBLIC platform PkgConfig::SQLITE3)

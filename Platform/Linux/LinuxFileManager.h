@@ -1,0 +1,42 @@
+// Files and folders by the Linux system calls, under the open security scopes.
+#pragma once
+
+#include <string>
+
+#include "Platform/FileManager.h"
+#include "Platform/Linux/SecurityScopes.h"
+
+namespace platform::linux_ {
+
+class LinuxFileManager : public FileManager {
+ public:
+  /// `scriptsFolder` is the program's Application Scripts folder. The scopes must outlive the object.
+  LinuxFileManager(SecurityScopes& scopes, std::string scriptsFolder);
+
+  /// "$XDG_DATA_HOME/tidewell/Application Scripts/" and the program's identifier.
+  static std::string scriptsFolderFromEnvironment(const std::string& bundleIdentifier);
+
+  FileURL fileURLWithPath(const std::string& path) const override;
+  FileURL standardizedURL(const FileURL& url) const override;
+  FileURL urlByResolvingSymlinks(const FileURL& url) const override;
+
+  bool fileExists(const std::string& path) const override;
+  bool fileExists(const std::string& path, bool& isDirectory) const override;
+
+  Result<std::string> stringWithContentsOfFile(const std::string& path) const override;
+  Result<std::vector<std::string>> contentsOfDirectory(const std::string& path) const override;
+  Result<Value::Dictionary> attributesOfItem(const std::string& path) const override;
+  std::unique_ptr<DirectoryEnumerator> enumeratorAtURL(const FileURL& folder,
+                                                       EnumerationErrorHandler errorHandler) const override;
+
+  std::error_code removeItem(const std::string& path) override;
+  std::error_code removeOverwrittenItem(const std::string& path) override;
+
+  Result<FileURL> applicationScriptsDirectory(bool create) override;
+
+ private:
+  SecurityScopes& scopes_;
+  const std::string scriptsFolder_;
+};
+
+}  // namespace platform::linux_

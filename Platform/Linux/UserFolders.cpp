@@ -1,0 +1,44 @@
+#include "Platform/Linux/UserFolders.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+
+#include "Platform/Path.h"
+
+namespace platform::linux_ {
+namespace {
+
+std::string absoluteFromEnvironment(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value != nullptr && *value == '/' ? value : "";
+}
+
+std::string folderFromEnvironment(const char* variable, const char* inHome) {
+  const std::string folder = absoluteFromEnvironment(variable);
+  return !folder.empty() ? folder : appendingPathComponent(homeFolder(), inHome);
+}
+
+}  // namespace
+
+std::string homeFolder() {
+  std::string home = absoluteFromEnvironment("HOME");
+  if (!home.empty()) return home;
+  passwd entry{};
+  passwd* found = nullptr;
+  std::array<char, 4096> buffer{};
+  if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) return "/";
+  return found->pw_dir;
+}
+
+std::string configurationFolder() {
+  return folderFromEnvironment("XDG_CONFIG_HOME", ".config");
+}
+
+std::string dataFolder() {
+  return folderFromEnvironment("XDG_DATA_HOME", ".local/share");
+}
+
+}  // namespace platform::linux_
