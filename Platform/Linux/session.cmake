@@ -1,1 +1,12 @@
-add_library(platform_linux_session INTERFACE)
+# The session: queues, the bus and what is said over it, texts, the log.
+add_library(platform_linux_session STATIC
+  AnnouncedQuits.cpp
+  BusListener.cpp
+  BusNotificationCenter.cpp
+  BusOpenPanel.cpp
+  GettextBundle.cpp
+  LineLog.cpp
+  LinuxDispatch.cpp
+  SessionBus.cpp
+  ThreadPool.cpp)
+target_link_libraries(platform_linux_session PUBLIC platform_linux_runloop)

@@ -1,0 +1,73 @@
+// Background threads that are there only while there is work.
+//
+// As many tasks run at once as suits the machine's cores. A thread that waits for the main thread (a panel can stay
+// open for an hour) says so and does not count; and when tasks wait while none has been taken for a while, since all
+// threads are stuck, one more thread is added, again and again up to an upper bound. Threads without work end after two
+// seconds: an idle process has none, and nothing here ever wakes it.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+
+#include "Platform/Dispatch.h"
+
+namespace platform::linux_ {
+
+class ThreadPool {
+ public:
+  enum class Priority { standard, high };
+
+  ThreadPool();
+  /// shutDown() must have answered true, or no task ever been submitted, or all be done.
+  ~ThreadPool();
+  ThreadPool(const ThreadPool&) = delete;
+  ThreadPool& operator=(const ThreadPool&) = delete;
+
+  /// Hands a task over and returns at once. From any thread. A task of high priority goes before those that wait.
+  void submit(Task task, Priority priority = Priority::standard);
+
+  /// Drops the tasks that have not been started and waits up to two seconds for the others. False when some are stuck:
+  /// the process can then only leave without tidying up (std::_Exit).
+  bool shutDown();
+
+  /// How many threads there are now.
+  unsigned threadCount() const;
+
+  /// While it lives, the calling thread counts as blocked. On a thread that is not the pool's it does nothing.
+  class Blocked {
+   public:
+    explicit Blocked(ThreadPool& pool);
+    ~Blocked();
+    Blocked(const Blocked&) = delete;
+    Blocked& operator=(const Blocked&) = delete;
+
+   private:
+    ThreadPool* const pool_;
+  };
+
+ private:
+  void grow();
+  bool startThread();
+  void work();
+  bool waitForWork(std::unique_lock<std::mutex>& lock);
+  void watchForStall(std::unique_lock<std::mutex>& lock);
+  unsigned runningThreads() const { return threads_ - idle_ - blocked_ - (hasWatcher_ ? 1 : 0); }
+
+  const unsigned concurrency_;
+
+  mutable std::mutex mutex_;
+  std::condition_variable workCondition_;
+  std::condition_variable endCondition_;
+  // All guarded by mutex_.
+  std::deque<Task> tasks_;
+  unsigned threads_ = 0;
+  unsigned idle_ = 0;
+  unsigned blocked_ = 0;
+  std::uint64_t taken_ = 0;  // how many tasks were ever taken
+  bool hasWatcher_ = false;  // a thread that waits to see whether the others are stuck
+  bool stopped_ = false;
+};
+
+}  // namespace platform::linux_
