@@ -16,26 +16,34 @@ constexpr std::string_view kFirefoxPlaces[] = {
     "/opt/firefox/firefox",
     "/opt/mozilla/firefox/firefox",
     "/snap/firefox/current/usr/lib/firefox/firefox",
-    "/var/lib/flatpak/app/org.mozilla.firefox/current/active/files/lib/firefox/firefox"};
+    "/var/lib/flatpak/app/org.mozilla.firefox/current/active/files/lib/firefox/firefox",
+    "~/.local/share/flatpak/app/org.mozilla.firefox/current/active/files/lib/firefox/firefox"};
 
 constexpr std::string_view kGoogleChromeNames[] = {"chrome", "google-chrome"};
 constexpr std::string_view kGoogleChromePlaces[] = {
     "/opt/google/chrome/chrome", "/opt/google/chrome-beta/chrome", "/opt/google/chrome-unstable/chrome",
-    "/var/lib/flatpak/app/com.google.Chrome/current/active/files/extra/chrome"};
+    "/var/lib/flatpak/app/com.google.Chrome/current/active/files/extra/chrome",
+    "~/.local/share/flatpak/app/com.google.Chrome/current/active/files/extra/chrome"};
 
 constexpr std::string_view kChromiumNames[] = {"chromium", "chromium-browser"};
 constexpr std::string_view kChromiumPlaces[] = {
-    "/usr/lib/chromium/chromium", "/usr/lib/chromium-browser/chromium-browser",
-    "/usr/lib64/chromium-browser/chromium-browser", "/snap/chromium/current/usr/lib/chromium-browser/chrome",
-    "/var/lib/flatpak/app/org.chromium.Chromium/current/active/files/chromium/chromium"};
+    "/usr/lib/chromium/chromium",
+    "/usr/lib/chromium-browser/chromium-browser",
+    "/usr/lib64/chromium-browser/chromium-browser",
+    "/snap/chromium/*/usr/lib/chromium-browser/chrome",
+    "/var/lib/flatpak/app/org.chromium.Chromium/current/active/files/chromium/chrome",
+    "~/.local/share/flatpak/app/org.chromium.Chromium/current/active/files/chromium/chrome",
+    "/app/chromium/chrome"};  // as a sandboxed installation sees itself
 
 constexpr std::string_view kOperaNames[] = {"opera"};
-constexpr std::string_view kOperaPlaces[] = {"/usr/lib/opera/opera",
-                                             "/usr/lib/*/opera/opera",
-                                             "/usr/lib64/opera/opera",
-                                             "/opt/opera/opera",
-                                             "/snap/opera/current/usr/lib/*/opera/opera",
-                                             "/var/lib/flatpak/app/com.opera.Opera/current/active/files/extra/opera"};
+constexpr std::string_view kOperaPlaces[] = {
+    "/usr/lib/opera/opera",
+    "/usr/lib/*/opera/opera",
+    "/usr/lib64/opera/opera",
+    "/opt/opera/opera",
+    "/snap/opera/*/usr/lib/*/opera/opera",
+    "/var/lib/flatpak/app/com.opera.Opera/current/active/files/extra/opera",
+    "~/.local/share/flatpak/app/com.opera.Opera/current/active/files/extra/opera"};
 
 constexpr std::string_view kSafariNames[] = {"Safari", "safari"};
 

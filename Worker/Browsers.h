@@ -25,7 +25,9 @@ struct Browser {
   std::string_view cacheFolder;
   /// File names of the main program as Linux installs it: a process that runs a file of such a name is the browser.
   std::span<const std::string_view> executableNames;
-  /// Where makers' packages and sandboxed installations put it, outside the search path; patterns as of glob(7).
+  /// Where makers' packages and sandboxed installations put it, outside the search path; patterns as of glob(7), where
+  /// a leading
+  /// "~/" is the home folder.
   std::span<const std::string_view> executablePlaces;
 };
 

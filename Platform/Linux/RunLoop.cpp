@@ -12,6 +12,8 @@
 #include <system_error>
 #include <utility>
 
+#include "Platform/Linux/EventSource.h"
+
 namespace platform::linux_ {
 namespace {
 
@@ -27,6 +29,7 @@ void check(int result, const char* what) {
 struct RunLoop::Timer {
   RunLoop* loop;
   Task task;
+  EventSource source;
 };
 
 RunLoop::RunLoop() {
@@ -41,6 +44,7 @@ RunLoop::RunLoop() {
 }
 
 RunLoop::~RunLoop() {
+  timers_.clear();
   sd_event_unref(event_);
   ::close(wakeDescriptor_);
 }
@@ -92,24 +96,32 @@ void RunLoop::after(std::chrono::nanoseconds delay, Task task) {
 }
 
 void RunLoop::addTimer(std::chrono::nanoseconds delay, Task task) {
-  const auto fire = [](sd_event_source* source, std::uint64_t, void* data) {
-    auto* timer = static_cast<Timer*>(data);
-    timer->loop->async(std::move(timer->task));
-    sd_event_source_set_floating(source, 0);  // the loop's reference was the only one: the source goes, and its timer
+  const auto fire = [](sd_event_source*, std::uint64_t, void* data) {
+    const auto* timer = static_cast<const Timer*>(data);
+    RunLoop* loop = timer->loop;
+    auto fired = loop->timers_.extract(timer);
+    loop->async(std::move(fired.mapped()->task));
     return 0;
   };
   const auto microseconds = static_cast<std::uint64_t>(
       std::max<std::int64_t>(0, std::chrono::ceil<std::chrono::microseconds>(delay).count()));
-  auto timer = std::make_unique<Timer>(Timer{this, std::move(task)});
+  auto timer = std::make_unique<Timer>(Timer{this, std::move(task), nullptr});
   sd_event_source* source = nullptr;
   check(sd_event_add_time_relative(event_, &source, CLOCK_MONOTONIC, microseconds, kTimerAccuracyMicroseconds, fire,
                                    timer.get()),
         "timer");
-  // The loop owns the source, and the source owns the timer; one that has not fired when the loop ends goes with it.
-  sd_event_source_set_destroy_callback(source, [](void* data) { delete static_cast<Timer*>(data); });
-  static_cast<void>(timer.release());
-  sd_event_source_set_floating(source, 1);
-  sd_event_source_unref(source);
+  timer->source.reset(source);
+  const Timer* key = timer.get();
+  timers_.emplace(key, std::move(timer));
+}
+
+void RunLoop::discardTasks() {
+  timers_.clear();
+  std::deque<Pending> pending;
+  {
+    const std::lock_guard lock(mutex_);
+    pending.swap(pending_);
+  }
 }
 
 bool RunLoop::hasRunnableTask() {

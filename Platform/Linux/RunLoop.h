@@ -13,6 +13,7 @@
 #include <chrono>
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -53,6 +54,9 @@ class RunLoop {
   /// Ends run() after the task that is running. Main thread only.
   void stop(int status);
 
+  /// Drops every task that has not run, and the timers. For the end, while what the tasks refer to is still there.
+  void discardTasks();
+
   /// Ends run() with status 0 when the process is told to end (SIGTERM, SIGINT, SIGHUP). Call before any thread is
   /// started: they must inherit the blocked signals.
   void stopOnSignals();
@@ -76,6 +80,7 @@ class RunLoop {
   int modalDepth_ = 0;
   bool stopped_ = false;
   int status_ = 0;
+  std::map<const Timer*, std::unique_ptr<Timer>> timers_;  // main thread only
   std::mutex mutex_;
   std::deque<Pending> pending_;  // guarded by mutex_
 };

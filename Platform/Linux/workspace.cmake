@@ -1,1 +1,10 @@
-add_library(platform_linux_workspace INTERFACE)
+# Applications that quit.
+add_library(platform_linux_workspace STATIC
+  ExecutableFinder.cpp
+  LinuxWorkspace.cpp
+  PathWatch.cpp
+  ProcessConnector.cpp
+  ProcessExit.cpp
+  ProcessTable.cpp
+  RunningApplication.cpp)
+target_link_libraries(platform_linux_workspace PUBLIC platform_linux_runloop platform_linux_settings)

@@ -1,0 +1,15 @@
+// An event source of the run loop that is gone when its owner goes.
+#pragma once
+
+#include <systemd/sd-event.h>
+
+#include <memory>
+
+namespace platform::linux_ {
+
+struct EventSourceUnref {
+  void operator()(sd_event_source* source) const { sd_event_source_disable_unref(source); }
+};
+using EventSource = std::unique_ptr<sd_event_source, EventSourceUnref>;
+
+}  // namespace platform::linux_

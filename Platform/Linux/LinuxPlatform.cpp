@@ -1,0 +1,50 @@
+#include "Platform/Linux/LinuxPlatform.h"
+
+#include <utility>
+
+#include "Platform/Path.h"
+
+namespace platform::linux_ {
+namespace {
+
+constexpr char kDesktopEntry[] = "tidewell-settings";  // whose icon a notification bears
+
+}  // namespace
+
+LinuxPlatform::LinuxPlatform(RunLoop& loop, SessionBus& bus, BundleInfo info,
+                             std::vector<WatchedApplication> applications)
+    : loop_(loop),
+      userDefaults_(SqliteUserDefaults::folderFromEnvironment(), info.identifier, log_),
+      fileManager_(scopes_, LinuxFileManager::scriptsFolderFromEnvironment(info.identifier)),
+      system_(scopes_),
+      dispatch_(loop),
+      bundle_(info, GettextBundle::sharedFolderOfExecutable()),
+      openPanel_(bus, fileManager_, [this](const FileURL& url) { scopes_.openForProcess(url); }),
+      notificationCenter_(bus, info.dictionary["CFBundleDisplayName"], kDesktopEntry),
+      workspace_(loop, std::move(applications)),
+      announcedQuits_(bus, [this](const std::string& name,
+                                  const std::string& identifier) { workspace_.announce(name, identifier); }),
+      platform_{bundle_, dispatch_,     fileManager_,        log_,      openPanel_, scopes_,
+                system_, userDefaults_, notificationCenter_, workspace_} {
+  Platform::install(&platform_);
+}
+
+LinuxPlatform::~LinuxPlatform() {
+  Platform::install(nullptr);
+}
+
+void LinuxPlatform::startWorkspace(std::function<bool(const WatchedApplication&)> isWanted,
+                                   const std::string& settingsDomain) {
+  LinuxWorkspace::Options options;
+  options.isWanted = std::move(isWanted);
+  options.wantedFile = userDefaults_.fileOfDomain(settingsDomain)->path();
+  workspace_.start(std::move(options));
+}
+
+bool LinuxPlatform::finish() {
+  if (!dispatch_.threadPool().shutDown()) return false;
+  loop_.discardTasks();
+  return true;
+}
+
+}  // namespace platform::linux_

@@ -1,0 +1,51 @@
+// All of the Linux implementations, put together.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Platform/Linux/AnnouncedQuits.h"
+#include "Platform/Linux/BusNotificationCenter.h"
+#include "Platform/Linux/BusOpenPanel.h"
+#include "Platform/Linux/GettextBundle.h"
+#include "Platform/Linux/LineLog.h"
+#include "Platform/Linux/LinuxDispatch.h"
+#include "Platform/Linux/LinuxFileManager.h"
+#include "Platform/Linux/LinuxSystem.h"
+#include "Platform/Linux/LinuxWorkspace.h"
+#include "Platform/Linux/SecurityScopes.h"
+#include "Platform/Linux/SqliteUserDefaults.h"
+#include "Platform/Platform.h"
+
+namespace platform::linux_ {
+
+class LinuxPlatform {
+ public:
+  /// Installs itself as the platform of the process. Loop and bus must outlive it.
+  LinuxPlatform(RunLoop& loop, SessionBus& bus, BundleInfo info, std::vector<WatchedApplication> applications);
+  ~LinuxPlatform();
+
+  /// Begins to notice applications that quit. `isWanted` answers from the settings of `settingsDomain`.
+  void startWorkspace(std::function<bool(const WatchedApplication&)> isWanted, const std::string& settingsDomain);
+
+  /// For the end: waits for what is under way in the background, and drops what has not begun. False when something is
+  /// stuck; then nothing may be tidied up any more.
+  bool finish();
+
+ private:
+  RunLoop& loop_;
+  LineLog log_;
+  SqliteUserDefaults userDefaults_;
+  SecurityScopes scopes_;
+  LinuxFileManager fileManager_;
+  LinuxSystem system_;
+  LinuxDispatch dispatch_;
+  GettextBundle bundle_;
+  BusOpenPanel openPanel_;
+  BusNotificationCenter notificationCenter_;
+  LinuxWorkspace workspace_;
+  AnnouncedQuits announcedQuits_;
+  Platform platform_;
+};
+
+}  // namespace platform::linux_

@@ -1,0 +1,218 @@
+#include "Platform/Linux/LinuxWorkspace.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <string_view>
+#include <utility>
+
+#include "Platform/Linux/UserFolders.h"
+
+namespace platform::linux_ {
+namespace {
+
+using std::chrono::milliseconds;
+
+// A file is opened before the process has become its program, and a wrapper script works for a while before it starts
+// the program that it is for.
+constexpr std::array kScansAfterOpening = {milliseconds(0), milliseconds(2), milliseconds(10), milliseconds(30),
+                                           milliseconds(100)};
+constexpr std::array kScansAfterScript = {milliseconds(300), milliseconds(1000), milliseconds(3000)};
+constexpr milliseconds kScanSlot{2};
+
+/// Main programs start helpers under their own name, marked by an argument.
+bool isHelper(const std::vector<std::string>& arguments) {
+  return std::any_of(arguments.begin(), arguments.end(), [](std::string_view argument) {
+    return argument.starts_with("--type=") || argument == "-contentproc" || argument == "--contentproc";
+  });
+}
+
+std::vector<WatchedApplication> expandingHomes(std::vector<WatchedApplication> applications) {
+  const std::string home = homeFolder();
+  for (WatchedApplication& application : applications) {
+    for (std::string& place : application.executablePlaces) {
+      if (place.starts_with("~/")) place.replace(0, 1, home);
+    }
+  }
+  return applications;
+}
+
+}  // namespace
+
+LinuxWorkspace::LinuxWorkspace(RunLoop& loop, std::vector<WatchedApplication> applications)
+    : loop_(loop), applications_(expandingHomes(std::move(applications))) {
+  for (std::size_t index = 0; index < applications_.size(); ++index) {
+    running_.push_back(
+        std::make_unique<RunningApplication>(loop_, RunningApplication::Callbacks{
+                                                        [this, index] { return lookAtProcesses()[index]; },
+                                                        [this, index](pid_t pid) -> std::optional<bool> {
+                                                          const auto executable = executableOfProcess(pid);
+                                                          if (!executable) return std::nullopt;
+                                                          return applicationRunning(*executable) == index;
+                                                        },
+                                                        [this, index] { quit(index); },
+                                                    }));
+  }
+}
+
+LinuxWorkspace::~LinuxWorkspace() = default;
+
+void LinuxWorkspace::start(Options options) {
+  options_ = std::move(options);
+  watch_ = std::make_unique<PathWatch>(loop_, [this](const PathWatch::Events& events) { happened(events); });
+  watch();
+  scan();
+}
+
+// Which processes are whose.
+
+std::optional<std::size_t> LinuxWorkspace::applicationRunning(const std::string& executable) const {
+  if (const auto known = programs_.find(executable); known != programs_.end()) return known->second;
+  // A place tells more than a name: several makers call their program the same.
+  const auto index = [this](auto&& matches) -> std::optional<std::size_t> {
+    const auto found = std::find_if(applications_.begin(), applications_.end(), matches);
+    if (found == applications_.end()) return std::nullopt;
+    return static_cast<std::size_t>(found - applications_.begin());
+  };
+  if (const auto byPlace = index([&](const auto& application) { return application.hasPlace(executable); })) {
+    return byPlace;
+  }
+  return index([&](const auto& application) { return application.hasName(executable); });
+}
+
+void LinuxWorkspace::sortIn(const ProcessInfo& process, const std::map<pid_t, ProcessInfo>& mains, Found& found) const {
+  const auto index = applicationRunning(process.executable);
+  if (!index) return;
+  // A child that was forked and has not started its own program yet still looks like its parent.
+  const auto parent = mains.find(process.parent);
+  const bool isUnfinishedChild = parent != mains.end() && parent->second.executable == process.executable &&
+                                 parent->second.arguments == process.arguments;
+  RunningApplication::Processes& processes = found[*index];
+  (isUnfinishedChild || isHelper(process.arguments) ? processes.helpers : processes.mains).push_back(process.pid);
+}
+
+LinuxWorkspace::Found LinuxWorkspace::lookAtProcesses() const {
+  std::map<pid_t, ProcessInfo> candidates;
+  for (const pid_t pid : ownProcesses()) {
+    // The program alone rules out nearly all of them; the rest is read for those few that are left.
+    const auto executable = executableOfProcess(pid);
+    if (!executable || !applicationRunning(*executable)) continue;
+    if (auto info = processInfo(pid)) candidates.emplace(pid, std::move(*info));
+  }
+  std::map<pid_t, ProcessInfo> mains = candidates;
+  std::erase_if(mains, [](const auto& entry) { return isHelper(entry.second.arguments); });
+  Found found(applications_.size());
+  for (const auto& [pid, info] : candidates) sortIn(info, mains, found);
+  return found;
+}
+
+// Looking.
+
+void LinuxWorkspace::scan() {
+  const Found found = lookAtProcesses();
+  for (std::size_t index = 0; index < running_.size(); ++index) running_[index]->update(found[index]);
+}
+
+void LinuxWorkspace::scanIn(milliseconds delay) {
+  const auto due = std::chrono::steady_clock::now().time_since_epoch() + delay;
+  const std::int64_t slot = std::chrono::ceil<milliseconds>(due) / kScanSlot;
+  if (!scheduledScans_.insert(slot).second) return;
+  loop_.after(delay, [this, slot] {
+    scheduledScans_.erase(slot);
+    scan();
+  });
+}
+
+void LinuxWorkspace::scanSeveralTimes(bool throughScripts) {
+  for (const milliseconds delay : kScansAfterOpening) scanIn(delay);
+  if (!throughScripts) return;
+  for (const milliseconds delay : kScansAfterScript) scanIn(delay);
+}
+
+void LinuxWorkspace::started(pid_t pid) {
+  const auto executable = executableOfProcess(pid);
+  const auto index = executable ? applicationRunning(*executable) : std::nullopt;
+  if (index && !running_[*index]->isRunning()) scan();
+}
+
+// Watching.
+
+void LinuxWorkspace::watch() {
+  PathWatch::Interests interests;
+  executables_ = findExecutables(applications_, options_.places, interests);
+  programs_.clear();
+  for (std::size_t index = 0; index < executables_.size(); ++index) {
+    for (const std::string& program : executables_[index].programs) {
+      programs_.emplace(program, index);
+      interests.opened.insert(program);
+    }
+    interests.opened.insert(executables_[index].scripts.begin(), executables_[index].scripts.end());
+  }
+  if (!options_.wantedFile.empty()) {
+    const std::string writeAheadLog = options_.wantedFile + "-wal";
+    interests.modified = {options_.wantedFile, writeAheadLog};
+    interests.addAppearing(options_.wantedFile);
+    interests.addAppearing(writeAheadLog);
+  }
+  watch_->replace(interests);
+  updateConnector();
+}
+
+void LinuxWorkspace::happened(const PathWatch::Events& events) {
+  if (events.appeared) {
+    watch();
+  } else if (events.modified) {
+    updateConnector();
+  }
+  // One that runs is looked for again when it ends.
+  bool isNews = events.appeared;
+  bool throughScripts = events.appeared;
+  for (std::size_t index = 0; index < executables_.size(); ++index) {
+    if (running_[index]->isRunning()) continue;
+    for (const std::string& file : events.opened) {
+      const bool isScript = executables_[index].scripts.contains(file);
+      isNews |= isScript || executables_[index].programs.contains(file);
+      throughScripts |= isScript;
+    }
+  }
+  if (isNews) scanSeveralTimes(throughScripts);
+}
+
+void LinuxWorkspace::updateConnector() {
+  bool isNeeded = false;
+  for (std::size_t index = 0; index < applications_.size(); ++index) {
+    isNeeded |= executables_[index].programs.empty() && executables_[index].scripts.empty() &&
+                options_.isWanted(applications_[index]);
+  }
+  if (!isNeeded) {
+    connector_.reset();
+  } else if (!connector_ && !hasNoConnector_) {
+    connector_ = ProcessConnector::open(loop_, [this](pid_t pid) { started(pid); });
+    hasNoConnector_ = connector_ == nullptr;
+    scan();  // what has started before
+  }
+}
+
+// Telling.
+
+void LinuxWorkspace::quit(std::size_t index) {
+  // One that is being started at this very moment does not show yet.
+  scanSeveralTimes(false);
+  announce(applications_[index].applicationName, applications_[index].bundleIdentifier);
+}
+
+void LinuxWorkspace::announce(const std::string& applicationName, const std::string& bundleIdentifier) {
+  const std::map<ObserverToken, Observer> observers = observers_;  // one may add or remove others
+  for (const auto& [token, observer] : observers) observer({applicationName, bundleIdentifier});
+}
+
+Workspace::ObserverToken LinuxWorkspace::addDidTerminateApplicationObserver(Observer observer) {
+  observers_.emplace(++lastToken_, std::move(observer));
+  return lastToken_;
+}
+
+void LinuxWorkspace::removeObserver(ObserverToken token) {
+  observers_.erase(token);
+}
+
+}  // namespace platform::linux_

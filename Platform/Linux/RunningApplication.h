@@ -1,0 +1,63 @@
+// One application: whether it runs, and when it has quit.
+//
+// It has quit when its last main process has gone and a new look at the process table finds no other. Helper processes
+// can still write for a moment then, so the quit is told when they have gone too, after half a second at the latest.
+// When it starts again meanwhile, it has not quit.
+//
+// Main thread.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "Platform/Linux/ProcessExit.h"
+
+namespace platform::linux_ {
+
+class RunningApplication {
+ public:
+  /// What a look at the process table found of this application.
+  struct Processes {
+    std::vector<pid_t> mains;
+    std::vector<pid_t> helpers;
+  };
+
+  /// `look` looks at the process table. `runs` confirms, once a process is held, that this is the application; absent
+  /// when it has ended. `quit` is called for each quit. The loop must outlive the object.
+  struct Callbacks {
+    std::function<Processes()> look;
+    std::function<std::optional<bool>(pid_t)> runs;
+    std::function<void()> quit;
+  };
+
+  RunningApplication(RunLoop& loop, Callbacks callbacks) : loop_(loop), callbacks_(std::move(callbacks)) {}
+
+  bool isRunning() const { return !mains_.empty(); }
+
+  /// Takes in what was found.
+  void update(const Processes& found);
+
+ private:
+  using Held = std::map<pid_t, std::unique_ptr<ProcessExit>>;
+
+  enum class Outcome { held, notHeld, hadEnded };
+
+  Outcome hold(Held& held, pid_t pid, void (RunningApplication::*ended)(pid_t));
+  void mainEnded(pid_t pid);
+  void helperEnded(pid_t pid);
+  void beginQuitting(const Processes& found);
+  void endQuitting();
+
+  RunLoop& loop_;
+  const Callbacks callbacks_;
+  // A few of each kind are held: when the last of them has ended, a new look finds those that were not.
+  Held mains_;
+  Held helpers_;
+  bool quitting_ = false;
+  unsigned quits_ = 0;  // numbers the times that quitting began, so that a late timer is known as such
+};
+
+}  // namespace platform::linux_

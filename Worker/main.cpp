@@ -1,0 +1,64 @@
+// The worker's process: puts the Linux platform and the worker's logic together, and runs.
+
+#include <malloc.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "Platform/Linux/BusListener.h"
+#include "Platform/Linux/LinuxPlatform.h"
+#include "Worker/Browsers.h"
+#include "Worker/Identity.h"
+#include "Worker/WorkerAppDelegate.h"
+
+namespace linux_ = platform::linux_;
+
+static auto watchedApplications() {
+  std::vector<linux_::WatchedApplication> applications;
+  for (const tidewell::Browser& browser : tidewell::browsers()) {
+    applications.push_back({std::string(browser.name),
+                            std::string(browser.bundleIdentifier),
+                            {browser.executableNames.begin(), browser.executableNames.end()},
+                            {browser.executablePlaces.begin(), browser.executablePlaces.end()}});
+  }
+  return applications;
+}
+
+static int fail(const char* what, const std::string& why) {
+  std::fprintf(stderr, "tidewell-worker: %s: %s\n", what, why.c_str());
+  return EXIT_FAILURE;
+}
+
+int main() {
+  ::mallopt(M_ARENA_MAX, 2);  // threads come and go: arenas of their own would only keep memory
+  if (::chdir("/") != 0) return EXIT_FAILURE;
+  linux_::RunLoop loop;
+  loop.stopOnSignals();
+  linux_::GettextBundle::useLanguageOfEnvironment();
+
+  const auto bus = linux_::SessionBus::open(loop);
+  if (!bus) return fail("no session bus", bus.error().message());
+  auto names = linux_::BusServiceNames::forIdentifier(tidewell::kBundleIdentifier);
+  names.interface = tidewell::kAgentInterface;
+  names.method = tidewell::kAgentMethod;
+  names.argumentNames = std::string("bundleIdentifier\0text\0", 22);
+  linux_::BusListener listener(**bus, names);
+  if (const auto error = listener.requestName()) {
+    const bool isTaken = error == std::errc::file_exists;
+    return fail("not started", isTaken ? "a worker runs in this session already" : error.message());
+  }
+  (*bus)->setDisconnectHandler([&loop] { loop.stop(EXIT_FAILURE); });
+
+  const linux_::BundleInfo info{tidewell::kBundleIdentifier,
+                                {{"CFBundleDisplayName", tidewell::kDisplayName}, {"CFBundleName", "TidewellWorker"}}};
+  linux_::LinuxPlatform platform(loop, **bus, info, watchedApplications());
+  auto delegate = tidewell::WorkerAppDelegate::create();
+  listener.setDelegate(delegate.get());
+  listener.resume();
+  platform.startWorkspace([&](const auto& app) { return delegate->checkIfBrowserEnabled(app.applicationName); },
+                          tidewell::kSharedSuite);
+  const int status = loop.run();
+  if (!platform.finish()) std::_Exit(status);  // something waits for an answer that will not come any more
+  return status;
+}
