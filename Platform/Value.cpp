@@ -1,7 +1,7 @@
 #include "Platform/Value.h"
 
 #include <array>
-#include <cstdio>
+#include <charconv>
 #include <cstring>
 #include <ctime>
 
@@ -21,14 +21,8 @@ std::string describe(const std::string& text) {
 }
 
 std::string describe(double real) {
-  // The shortest of the usual precisions that reads back as the same number.
   std::array<char, 32> text{};
-  for (const int precision : {15, 16, 17}) {
-    std::snprintf(text.data(), text.size(), "%.*g", precision, real);
-    double readBack = 0;
-    if (std::sscanf(text.data(), "%lf", &readBack) == 1 && readBack == real) break;
-  }
-  return text.data();
+  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), real).ptr};
 }
 
 std::string describe(const Data& data) {

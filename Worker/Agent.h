@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 
 namespace tidewell {
 
@@ -21,5 +22,6 @@ class Agent {
 /// Under which the method is found on the session bus.
 inline constexpr char kAgentInterface[] = "com.emberlinestudio.Tidewell.Agent";
 inline constexpr char kAgentMethod[] = "answerFrom";
+inline constexpr std::string_view kAgentArgumentNames("bundleIdentifier\0text\0", 22);  // each ends in a NUL byte
 
 }  // namespace tidewell

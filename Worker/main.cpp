@@ -1,8 +1,5 @@
 // The worker's process: puts the Linux platform and the worker's logic together, and runs.
 
-#include <malloc.h>
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
 
@@ -31,22 +28,17 @@ static int fail(const char* what, const std::string& why) {
 }
 
 int main() {
-  ::mallopt(M_ARENA_MAX, 2);  // threads come and go: arenas of their own would only keep memory
-  if (::chdir("/") != 0) return EXIT_FAILURE;
   linux_::RunLoop loop;
   loop.stopOnSignals();
   linux_::GettextBundle::useLanguageOfEnvironment();
 
   const auto bus = linux_::SessionBus::open(loop);
   if (!bus) return fail("no session bus", bus.error().message());
-  auto names = linux_::BusServiceNames::forIdentifier(tidewell::kBundleIdentifier);
-  names.interface = tidewell::kAgentInterface;
-  names.method = tidewell::kAgentMethod;
-  names.argumentNames = std::string("bundleIdentifier\0text\0", 22);
-  linux_::BusListener listener(**bus, names);
+  linux_::BusListener listener(**bus, linux_::BusServiceNames::forIdentifier(
+                                          tidewell::kBundleIdentifier, tidewell::kAgentInterface,
+                                          tidewell::kAgentMethod, std::string(tidewell::kAgentArgumentNames)));
   if (const auto error = listener.requestName()) {
-    const bool isTaken = error == std::errc::file_exists;
-    return fail("not started", isTaken ? "a worker runs in this session already" : error.message());
+    return fail("not started", error == std::errc::file_exists ? "a worker runs already" : error.message());
   }
   (*bus)->setDisconnectHandler([&loop] { loop.stop(EXIT_FAILURE); });
 

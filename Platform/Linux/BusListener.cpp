@@ -48,12 +48,16 @@ class BusConnection : public RemoteConnection {
 
 }  // namespace
 
-BusServiceNames BusServiceNames::forIdentifier(const std::string& bundleIdentifier) {
+BusServiceNames BusServiceNames::forIdentifier(const std::string& bundleIdentifier, std::string interface,
+                                               std::string method, std::string argumentNames) {
   BusServiceNames names;
   const bool beginsWithDigit = !bundleIdentifier.empty() && bundleIdentifier[0] >= '0' && bundleIdentifier[0] <= '9';
   names.name = (beginsWithDigit ? "_" : "") + bundleIdentifier;
   names.object = bundleIdentifier.substr(std::min(bundleIdentifier.find('.'), bundleIdentifier.size()));
   std::replace(names.object.begin(), names.object.end(), '.', '/');
+  names.interface = std::move(interface);
+  names.method = std::move(method);
+  names.argumentNames = std::move(argumentNames);
   return names;
 }
 

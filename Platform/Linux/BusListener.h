@@ -19,7 +19,8 @@ struct BusServiceNames {
 
   /// For a program's identifier such as "A1.com.example.App": the bus name, with an underscore before a leading digit,
   /// and the object path, made of the identifier without what stands before its first dot.
-  static BusServiceNames forIdentifier(const std::string& bundleIdentifier);
+  static BusServiceNames forIdentifier(const std::string& bundleIdentifier, std::string interface, std::string method,
+                                       std::string argumentNames);
 };
 
 class BusListener : public RemoteListener {

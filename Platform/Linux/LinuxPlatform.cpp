@@ -1,5 +1,9 @@
 #include "Platform/Linux/LinuxPlatform.h"
 
+#include <malloc.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <utility>
 
 #include "Platform/Path.h"
@@ -26,6 +30,9 @@ LinuxPlatform::LinuxPlatform(RunLoop& loop, SessionBus& bus, BundleInfo info,
                                   const std::string& identifier) { workspace_.announce(name, identifier); }),
       platform_{bundle_, dispatch_,     fileManager_,        log_,      openPanel_, scopes_,
                 system_, userDefaults_, notificationCenter_, workspace_} {
+  ::mallopt(M_ARENA_MAX, 2);  // threads come and go: arenas of their own would only keep memory
+  // The folder that the process was started in can be let go of. Where there is no way to do so, nothing is lost.
+  if (::chdir("/") != 0) errno = 0;
   Platform::install(&platform_);
 }
 
