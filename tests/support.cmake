@@ -1,0 +1,7 @@
+# What the tests share: the deterministic platform, scratch folders, a private session bus.
+add_library(test_support STATIC
+  support/FakeDispatch.cpp
+  support/Fakes.cpp
+  support/ScratchFolder.cpp
+  support/TestPlatform.cpp)
+target_link_libraries(test_support PUBLIC worker platform_linux_files)

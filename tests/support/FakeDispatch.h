@@ -1,0 +1,65 @@
+// Queues without threads, under a clock that a test moves.
+#pragma once
+
+#include <chrono>
+#include <deque>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Platform/Dispatch.h"
+#include "tests/support/Journal.h"
+
+namespace testing_support {
+
+/// Background work and the main queue are FIFO queues that run when the test says so. The test's own thread is the main
+/// thread, except while background work runs. Journal: "queue LABEL" for each serial queue that is made.
+class FakeDispatch : public platform::Dispatch {
+ public:
+  explicit FakeDispatch(Journal& journal);
+  ~FakeDispatch() override;
+
+  // For tests.
+
+  void runUntilIdle();
+  /// Moves the clock, running what falls due on the way.
+  void advance(std::chrono::nanoseconds duration);
+  /// Runs just one task of the background.
+  bool runOneInBackground();
+  bool runOneOnMain();
+  std::size_t waitingInBackground() const { return background_.size(); }
+  std::size_t waitingOnMain() const { return main_.size(); }
+  std::size_t waitingTimers() const { return timers_.size(); }
+  /// Calls something as a background thread would.
+  void asBackgroundThread(const platform::Task& task);
+  /// Drops everything that waits.
+  void clear();
+  const std::vector<std::string>& labels() const { return labels_; }
+
+  bool isMainThread() const override { return onMain_; }
+  platform::DispatchQueue& mainQueue() override { return *mainQueue_; }
+  platform::DispatchQueue& globalHighPriorityQueue() override { return *globalQueue_; }
+  std::unique_ptr<platform::DispatchQueue> makeSerialQueue(std::string label) override;
+  std::unique_ptr<platform::OperationQueue> makeOperationQueue() override;
+  void after(std::chrono::nanoseconds delay, platform::DispatchQueue& queue, platform::Task task) override;
+
+ private:
+  class MainQueue;
+  class BackgroundQueue;
+  class Operations;
+
+  bool runOne(std::deque<platform::Task>& tasks, bool onMain);
+
+  Journal& journal_;
+  bool onMain_ = true;
+  std::deque<platform::Task> main_;
+  std::deque<platform::Task> background_;
+  std::chrono::nanoseconds now_{0};
+  std::multimap<std::chrono::nanoseconds, platform::Task> timers_;
+  std::vector<std::string> labels_;
+  std::unique_ptr<platform::DispatchQueue> mainQueue_;
+  std::unique_ptr<platform::DispatchQueue> globalQueue_;
+};
+
+}  // namespace testing_support

@@ -1,0 +1,126 @@
+#include "tests/support/Fakes.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace testing_support {
+
+using platform::FileURL;
+using platform::Value;
+
+std::optional<std::string> FakeBundle::objectForInfoDictionaryKey(std::string_view key) const {
+  const auto found = information.find(key);
+  return found != information.end() ? std::optional(found->second) : std::nullopt;
+}
+
+std::string FakeBundle::localizedString(const std::string& key, const std::string& value) const {
+  const auto found = translations.find(key);
+  if (found != translations.end()) return found->second;
+  return value.empty() ? key : value;
+}
+
+std::optional<FileURL> FakeBundle::urlForResource(std::string_view, std::string_view) const {
+  return std::nullopt;
+}
+
+void FakeOpenPanel::activateIgnoringOtherApps(bool ignoringOtherApps) {
+  if (ignoringOtherApps) ++activations_;
+}
+
+std::optional<FileURL> FakeOpenPanel::nextAnswer(const platform::OpenPanelSettings& panel) {
+  if (!answers_.empty()) {
+    auto answer = answers_.front();
+    answers_.pop_front();
+    return answer;
+  }
+  return agreesToAll ? std::optional(panel.target) : std::nullopt;
+}
+
+platform::OpenPanelAnswer FakeOpenPanel::runModal(const platform::OpenPanelSettings& panel) {
+  if (!dispatch_.isMainThread()) throw std::logic_error("a panel belongs on the main thread");
+  for (;;) {
+    journal_.add("panel " + panel.target.path());
+    shown_.push_back(panel);
+    if (whileShown) whileShown();
+    const std::optional<FileURL> answer = nextAnswer(panel);
+    if (!answer) return {};
+    if (panel.delegate != nullptr && !panel.delegate->panel_shouldEnableURL(panel, answer)) continue;
+    grant_(*answer);
+    return {platform::ModalResponse::ok, answer};
+  }
+}
+
+std::vector<std::string> FakeNotificationCenter::delivered() const {
+  std::vector<std::string> identifiers;
+  for (const auto& [identifier, notification] : delivered_) identifiers.push_back(identifier);
+  return identifiers;
+}
+
+void FakeNotificationCenter::click(const std::string& identifier) {
+  const platform::UserNotification notification = delivered_.at(identifier);
+  if (delegate_ != nullptr) delegate_->userNotificationCenter_didActivateNotification(notification);
+}
+
+void FakeNotificationCenter::scheduleNotification(platform::UserNotification notification) {
+  journal_.add("notify " + notification.title + ": " + notification.subtitle);
+  notification.identifier = std::to_string(scheduled_.size() + 1);
+  scheduled_.push_back(notification);
+  if (delegate_ == nullptr || delegate_->userNotificationCenter_shouldPresentNotification(notification)) {
+    delivered_.emplace(notification.identifier, notification);
+  }
+}
+
+void FakeNotificationCenter::removeDeliveredNotification(const platform::UserNotification& notification) {
+  delivered_.erase(notification.identifier);
+}
+
+void FakeWorkspace::quit(std::optional<std::string> name, std::optional<std::string> identifier) {
+  const auto observers = observers_;
+  for (const auto& [token, observer] : observers) observer({name, identifier});
+}
+
+FakeWorkspace::ObserverToken FakeWorkspace::addDidTerminateApplicationObserver(Observer observer) {
+  observers_.emplace(++last_, std::move(observer));
+  return last_;
+}
+
+class MemoryUserDefaults::Domain : public platform::UserDefaults {
+ public:
+  Domain(Journal& journal, Value::Dictionary& values) : journal_(journal), values_(values) {}
+
+  std::optional<Value> objectForKey(const std::string& key) const override {
+    const auto found = values_.find(key);
+    return found != values_.end() ? std::optional(found->second) : std::nullopt;
+  }
+  void setObject(const Value& value, const std::string& key) override {
+    journal_.add("set " + key);
+    values_.insert_or_assign(key, value);
+  }
+  void removeObjectForKey(const std::string& key) override { values_.erase(key); }
+  Value::Dictionary dictionaryRepresentation() const override { return values_; }
+  bool synchronize() override {
+    journal_.add("synchronize");
+    return true;
+  }
+
+ private:
+  Journal& journal_;
+  Value::Dictionary& values_;
+};
+
+std::vector<std::string> MemoryUserDefaults::keys(const std::string& name) {
+  std::vector<std::string> keys;
+  for (const auto& [key, value] : domains_[name]) keys.push_back(key);
+  return keys;
+}
+
+std::unique_ptr<platform::UserDefaults> MemoryUserDefaults::suite(const std::string& name) {
+  journal_.add("suite " + name);
+  return std::make_unique<Domain>(journal_, domains_[name]);
+}
+
+std::unique_ptr<platform::UserDefaults> MemoryUserDefaults::standardUserDefaults() {
+  return std::make_unique<Domain>(journal_, domains_[""]);
+}
+
+}  // namespace testing_support

@@ -1,0 +1,130 @@
+// Small doubles of the platform: settings in memory, panels and notifications that are written down.
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "Platform/Platform.h"
+#include "tests/support/Journal.h"
+
+namespace testing_support {
+
+class FakeBundle : public platform::Bundle {
+ public:
+  std::map<std::string, std::string, std::less<>> information = {{"CFBundleDisplayName", "Tidewell"}};
+  std::map<std::string, std::string> translations;
+
+  std::string bundleIdentifier() const override { return "com.example.Test"; }
+  std::optional<std::string> objectForInfoDictionaryKey(std::string_view key) const override;
+  std::string localizedString(const std::string& key, const std::string& value) const override;
+  std::optional<platform::FileURL> urlForResource(std::string_view name, std::string_view extension) const override;
+};
+
+class FakeLog : public platform::Log {
+ public:
+  void log(std::string_view text) override {
+    const std::lock_guard lock(mutex_);
+    lines_.emplace_back(text);
+  }
+  std::vector<std::string> lines() const {
+    const std::lock_guard lock(mutex_);
+    return lines_;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<std::string> lines_;
+};
+
+/// Journal: "panel PATH" for each panel that is shown.
+class FakeOpenPanel : public platform::OpenPanel {
+ public:
+  using Grant = std::function<void(const platform::FileURL&)>;
+
+  FakeOpenPanel(const platform::Dispatch& dispatch, Journal& journal, Grant grant)
+      : dispatch_(dispatch), journal_(journal), grant_(std::move(grant)) {}
+
+  /// What the person does, panel by panel; without any of these the person cancels.
+  void willChoose(const std::string& path) { answers_.push_back(platform::FileURL(path, true)); }
+  void willCancel() { answers_.push_back(std::nullopt); }
+  /// The person always agrees to the folder that is asked for.
+  bool agreesToAll = false;
+  /// Called while a panel is up.
+  std::function<void()> whileShown;
+
+  const std::vector<platform::OpenPanelSettings>& shown() const { return shown_; }
+  unsigned activations() const { return activations_; }
+
+  void activateIgnoringOtherApps(bool ignoringOtherApps) override;
+  platform::OpenPanelAnswer runModal(const platform::OpenPanelSettings& panel) override;
+
+ private:
+  std::optional<platform::FileURL> nextAnswer(const platform::OpenPanelSettings& panel);
+
+  const platform::Dispatch& dispatch_;
+  Journal& journal_;
+  const Grant grant_;
+  std::deque<std::optional<platform::FileURL>> answers_;
+  std::vector<platform::OpenPanelSettings> shown_;
+  unsigned activations_ = 0;
+};
+
+/// Journal: "notify TITLE: SUBTITLE".
+class FakeNotificationCenter : public platform::UserNotificationCenter {
+ public:
+  explicit FakeNotificationCenter(Journal& journal) : journal_(journal) {}
+
+  platform::UserNotificationCenterDelegate* delegate() const { return delegate_; }
+  const std::vector<platform::UserNotification>& scheduled() const { return scheduled_; }
+  std::vector<std::string> delivered() const;  // identifiers
+  void click(const std::string& identifier);
+
+  void setDelegate(platform::UserNotificationCenterDelegate* delegate) override { delegate_ = delegate; }
+  void scheduleNotification(platform::UserNotification notification) override;
+  void removeDeliveredNotification(const platform::UserNotification& notification) override;
+
+ private:
+  Journal& journal_;
+  platform::UserNotificationCenterDelegate* delegate_ = nullptr;
+  std::vector<platform::UserNotification> scheduled_;
+  std::map<std::string, platform::UserNotification> delivered_;
+};
+
+class FakeWorkspace : public platform::Workspace {
+ public:
+  void quit(std::optional<std::string> name, std::optional<std::string> identifier);
+  std::size_t observers() const { return observers_.size(); }
+
+  ObserverToken addDidTerminateApplicationObserver(Observer observer) override;
+  void removeObserver(ObserverToken token) override { observers_.erase(token); }
+
+ private:
+  std::map<ObserverToken, Observer> observers_;
+  ObserverToken last_ = 0;
+};
+
+/// Journal: "suite NAME", "set KEY", "synchronize".
+class MemoryUserDefaults : public platform::UserDefaultsDomains {
+ public:
+  explicit MemoryUserDefaults(Journal& journal) : journal_(journal) {}
+
+  /// What a domain holds; "" is the program's own.
+  platform::Value::Dictionary& domain(const std::string& name) { return domains_[name]; }
+  std::vector<std::string> keys(const std::string& name);
+
+  std::unique_ptr<platform::UserDefaults> suite(const std::string& name) override;
+  std::unique_ptr<platform::UserDefaults> standardUserDefaults() override;
+
+ private:
+  class Domain;
+
+  Journal& journal_;
+  std::map<std::string, platform::Value::Dictionary> domains_;
+};
+
+}  // namespace testing_support

@@ -1,0 +1,102 @@
+#include "tests/support/TestPlatform.h"
+
+#include "Worker/Identity.h"
+#include "Worker/sandbox/AppSandboxFileAccessPersist.h"
+
+namespace testing_support {
+
+using platform::FileURL;
+
+platform::Result<std::string> JournalingFileManager::stringWithContentsOfFile(const std::string& path) const {
+  journal_.add("read " + path);
+  return LinuxFileManager::stringWithContentsOfFile(path);
+}
+
+platform::Result<std::vector<std::string>> JournalingFileManager::contentsOfDirectory(const std::string& path) const {
+  journal_.add("list " + path);
+  return LinuxFileManager::contentsOfDirectory(path);
+}
+
+std::error_code JournalingFileManager::removeItem(const std::string& path) {
+  journal_.add("remove " + path);
+  return LinuxFileManager::removeItem(path);
+}
+
+std::error_code JournalingFileManager::removeOverwrittenItem(const std::string& path) {
+  journal_.add("remove overwritten " + path);
+  return LinuxFileManager::removeOverwrittenItem(path);
+}
+
+int TestSystem::openForReadingAndWriting(const std::string& path) {
+  journal_.add("open " + path);
+  return LinuxSystem::openForReadingAndWriting(path);
+}
+
+std::optional<std::int64_t> TestSystem::fstatSize(int descriptor) {
+  if (statFails) return std::nullopt;
+  return LinuxSystem::fstatSize(descriptor);
+}
+
+std::int64_t TestSystem::write(int descriptor, const void* bytes, std::size_t count) {
+  if (writesToFail > 0) {
+    --writesToFail;
+    journal_.add("failed write");
+    return -1;
+  }
+  journal_.add("write " + std::to_string(count));
+  return LinuxSystem::write(descriptor, bytes, count);
+}
+
+int TestSystem::close(int descriptor) {
+  journal_.add("close");
+  const int result = LinuxSystem::close(descriptor);
+  return closeFails ? -1 : result;
+}
+
+void TestSystem::srandomdev() {
+  journal_.add("seed");
+  LinuxSystem::srandomdev();
+}
+
+std::int64_t TestSystem::random() {
+  return randomNumbers ? randomNumbers() : LinuxSystem::random();
+}
+
+TestPlatform::TestPlatform()
+    : fileManager(scopes, home.path(".local/share/scripts"), journal),
+      openPanel(dispatch, journal, [this](const FileURL& url) { scopes.openForProcess(url); }),
+      platform_{bundle, dispatch,     fileManager,        log,      openPanel, scopes,
+                system, userDefaults, notificationCenter, workspace} {
+  system.homeFolder = home.path();
+  platform::Platform::install(&platform_);
+}
+
+TestPlatform::~TestPlatform() {
+  dispatch.clear();  // what waits may hold the worker, which takes its leave of the platform
+  platform::Platform::install(nullptr);
+}
+
+platform::Value::Dictionary& TestPlatform::shared() {
+  return userDefaults.domain(tidewell::kSharedSuite);
+}
+
+void TestPlatform::grant(const std::string& folder) {
+  // A scope of another table than the one under test: the grant is stored, and nothing is open.
+  platform::linux_::SecurityScopes earlierSession;
+  const FileURL url(folder, true);
+  earlierSession.openForProcess(url);
+  if (const auto data = earlierSession.bookmarkData(url)) {
+    tidewell::AppSandboxFileAccessPersist::setBookmarkData_forURL(*data, url);
+  }
+  journal.clear();
+}
+
+std::vector<std::string> TestPlatform::removals() const {
+  std::vector<std::string> paths;
+  for (const std::string& path : journal.entriesAfter("remove ")) {
+    paths.push_back(path.starts_with(home.path() + "/") ? path.substr(home.path().size() + 1) : path);
+  }
+  return paths;
+}
+
+}  // namespace testing_support

@@ -1,0 +1,95 @@
+// The platform of the tests: deterministic where the real one is not, with real files under real grants.
+//
+// A virtual clock and queues that run when told; a panel, a notification centre and settings that live in memory; one
+// journal of what the platform was asked. The files are those of a scratch home folder.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Platform/Linux/LinuxFileManager.h"
+#include "Platform/Linux/LinuxSystem.h"
+#include "Platform/Linux/SecurityScopes.h"
+#include "tests/support/FakeDispatch.h"
+#include "tests/support/Fakes.h"
+#include "tests/support/ScratchFolder.h"
+
+namespace testing_support {
+
+/// Journal: "remove PATH", "remove overwritten PATH", "read PATH", "list PATH", "exists PATH", "attributes PATH".
+class JournalingFileManager : public platform::linux_::LinuxFileManager {
+ public:
+  JournalingFileManager(platform::linux_::SecurityScopes& scopes, std::string scriptsFolder, Journal& journal)
+      : LinuxFileManager(scopes, std::move(scriptsFolder)), journal_(journal) {}
+
+  platform::Result<std::string> stringWithContentsOfFile(const std::string& path) const override;
+  platform::Result<std::vector<std::string>> contentsOfDirectory(const std::string& path) const override;
+  std::error_code removeItem(const std::string& path) override;
+  std::error_code removeOverwrittenItem(const std::string& path) override;
+
+ private:
+  Journal& journal_;
+};
+
+/// The real calls, with a home folder of the test's and failures on demand. Journal: "open PATH", "write COUNT",
+/// "close", "seed".
+class TestSystem : public platform::linux_::LinuxSystem {
+ public:
+  TestSystem(platform::linux_::SecurityScopes& scopes, Journal& journal) : LinuxSystem(scopes), journal_(journal) {}
+
+  std::optional<std::string> homeFolder;  // what the password database answers
+  bool statFails = false;
+  unsigned writesToFail = 0;
+  bool closeFails = false;
+  std::function<std::int64_t()> randomNumbers;
+
+  std::optional<std::string> homeDirectoryFromPasswordDatabase(unsigned) const override { return homeFolder; }
+  int openForReadingAndWriting(const std::string& path) override;
+  std::optional<std::int64_t> fstatSize(int descriptor) override;
+  std::int64_t write(int descriptor, const void* bytes, std::size_t count) override;
+  int close(int descriptor) override;
+  void srandomdev() override;
+  std::int64_t random() override;
+
+ private:
+  Journal& journal_;
+};
+
+class TestPlatform {
+ public:
+  TestPlatform();
+  ~TestPlatform();
+
+  /// The shared settings.
+  platform::Value::Dictionary& shared();
+  /// The worker's own.
+  platform::Value::Dictionary& own() { return userDefaults.domain(""); }
+
+  /// As if the person had allowed the folder in a panel in an earlier session: the grant is stored.
+  void grant(const std::string& folder);
+
+  /// Everything that was removed, in order, without the home folder in front.
+  std::vector<std::string> removals() const;
+
+  ScratchFolder home;
+  ScratchFolder elsewhere;  // never granted
+  Journal journal;
+  FakeBundle bundle;
+  FakeLog log;
+  FakeDispatch dispatch{journal};
+  platform::linux_::SecurityScopes scopes;
+  JournalingFileManager fileManager;
+  TestSystem system{scopes, journal};
+  FakeOpenPanel openPanel;
+  MemoryUserDefaults userDefaults{journal};
+  FakeNotificationCenter notificationCenter{journal};
+  FakeWorkspace workspace;
+
+ private:
+  platform::Platform platform_;
+};
+
+}  // namespace testing_support
