@@ -1,1 +1,9 @@
-# tests of linux_files
+# Files and grants, on the real file system.
+tidewell_test(files_tests
+  SOURCES
+    Platform/Linux/BookmarkDataTest.cpp
+    Platform/Linux/LinuxFileManagerTest.cpp
+    Platform/Linux/LinuxSystemTest.cpp
+    Platform/Linux/SecurityScopesTest.cpp
+    Platform/Linux/TreeRemovalTest.cpp
+  LIBRARIES test_support)
