@@ -5,3 +5,6 @@ add_library(test_support STATIC
   support/ScratchFolder.cpp
   support/TestPlatform.cpp)
 target_link_libraries(test_support PUBLIC worker platform_linux_files)
+
+add_library(bus_test_support STATIC support/PrivateBus.cpp)
+target_link_libraries(bus_test_support PUBLIC platform_linux_session)

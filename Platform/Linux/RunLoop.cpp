@@ -155,6 +155,7 @@ int RunLoop::run() {
     while (!stopped_ && runOneTask()) {
     }
   }
+  stopped_ = false;
   return status_;
 }
 

@@ -45,7 +45,7 @@ class RunLoop {
   /// Runs the task on the main thread when `delay` has passed (CLOCK_MONOTONIC). From any thread.
   void after(std::chrono::nanoseconds delay, Task task);
 
-  /// Runs until stop() is called; answers the status that it was given.
+  /// Runs until stop() is called; answers the status that it was given. May be called again.
   int run();
 
   /// Runs until `done` answers true, underneath a task that is already running. `done` is asked between tasks.
