@@ -1,1 +1,16 @@
-# tests of linux_workspace
+# Applications that quit, with real processes: as whoever runs the tests, and as an ordinary user.
+add_executable(stand_in support/stand_in.cpp)
+target_link_libraries(stand_in PRIVATE Threads::Threads)
+target_link_options(stand_in PRIVATE -static)
+
+add_library(process_test_support STATIC support/Processes.cpp)
+target_link_libraries(process_test_support PUBLIC tidewell_settings)
+
+tidewell_test(workspace_tests
+  SOURCES Platform/Linux/LinuxWorkspaceTest.cpp
+  LIBRARIES test_support bus_test_support process_test_support platform_linux_workspace
+  LOCK browsers)  # processes of the same names are the same application
+add_dependencies(workspace_tests stand_in)
+add_test(NAME workspace_tests_as_an_ordinary_user
+  COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/system/as-ordinary-user $<TARGET_FILE:workspace_tests> $<TARGET_FILE:stand_in>)
+set_tests_properties(workspace_tests_as_an_ordinary_user PROPERTIES TIMEOUT 300)
