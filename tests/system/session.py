@@ -1,0 +1,294 @@
+"""A desktop session of its own, for the system tests and the demo: a private bus with a notification service and an
+open panel, a home folder, the worker, and programs that are named as browsers are."""
+
+import os
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+
+import dbus
+import dbus.bus
+import dbus.mainloop.glib
+import dbus.lowlevel
+import dbus.service
+from gi.repository import GLib
+
+WORKER = "7QX2LM9PDA.com.emberlinestudio.Tidewell.TidewellWorker"
+WORKER_NAME = "_" + WORKER
+WORKER_OBJECT = "/com/emberlinestudio/Tidewell/TidewellWorker"
+AGENT = "com.emberlinestudio.Tidewell.Agent"
+SHARED = "7QX2LM9PDA.com.emberlinestudio.Tidewell"
+PANEL = "com.emberlinestudio.Tidewell.OpenPanel"
+PANEL_OBJECT = "/com/emberlinestudio/Tidewell/OpenPanel"
+NOTIFICATIONS = "org.freedesktop.Notifications"
+NOTIFICATIONS_OBJECT = "/org/freedesktop/Notifications"
+WORKSPACE = "com.emberlinestudio.Tidewell.Workspace"
+
+dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
+
+
+class NotificationService(dbus.service.Object):
+    """The desktop's notifications; `shown` maps each number to (summary, body)."""
+
+    def __init__(self, connection, on_notify=None):
+        self.shown = {}
+        self.closed = []
+        self.posted = []
+        self.on_notify = on_notify
+        self.name = dbus.service.BusName(NOTIFICATIONS, connection)
+        super().__init__(connection, NOTIFICATIONS_OBJECT)
+
+    @dbus.service.method(NOTIFICATIONS, in_signature="", out_signature="as")
+    def GetCapabilities(self):
+        return ["body", "actions"]
+
+    @dbus.service.method(NOTIFICATIONS, in_signature="", out_signature="ssss")
+    def GetServerInformation(self):
+        return ("session", "tidewell tests", "1", "1.2")
+
+    @dbus.service.method(NOTIFICATIONS, in_signature="susssasa{sv}i", out_signature="u")
+    def Notify(self, application, replaces, icon, summary, body, actions, hints, timeout):
+        number = len(self.posted) + 1
+        self.posted.append({"application": str(application), "summary": str(summary), "body": str(body),
+                            "actions": [str(action) for action in actions], "hints": dict(hints)})
+        self.shown[number] = (str(summary), str(body))
+        if self.on_notify:
+            self.on_notify(str(summary), str(body))
+        return number
+
+    @dbus.service.method(NOTIFICATIONS, in_signature="u", out_signature="")
+    def CloseNotification(self, number):
+        self.shown.pop(int(number), None)
+        self.closed.append(int(number))
+        self.NotificationClosed(number, 3)
+
+    @dbus.service.signal(NOTIFICATIONS, signature="uu")
+    def NotificationClosed(self, number, reason):
+        pass
+
+    @dbus.service.signal(NOTIFICATIONS, signature="us")
+    def ActionInvoked(self, number, action):
+        pass
+
+
+class OpenPanel(dbus.service.Object):
+    """The panel program. `answer(panel)` gives (response, url), or None to leave the panel open."""
+
+    def __init__(self, connection, answer=None):
+        self.answer = answer or OpenPanel.agree
+        self.asked = []
+        self.waiting = []
+        self.name = dbus.service.BusName(PANEL, connection)
+        super().__init__(connection, PANEL_OBJECT)
+
+    @staticmethod
+    def agree(panel):
+        """As a person does: the folder that is asked for, or the nearest one above it that exists."""
+        for url in panel["enabled"]:
+            if os.path.isdir(path_of(url)):
+                return (1, url)
+        return (0, "")
+
+    @dbus.service.method(PANEL, in_signature="a{sv}", out_signature="us", async_callbacks=("reply", "fail"))
+    def RunModal(self, panel, reply, fail):
+        panel = {str(key): value for key, value in panel.items()}
+        panel["enabled"] = [str(url) for url in panel["enabled"]]
+        self.asked.append(path_of(panel["enabled"][0]))
+        answer = self.answer(panel)
+        if answer is None:
+            self.waiting.append(reply)
+        else:
+            reply(*answer)
+
+
+def path_of(url):
+    from urllib.parse import unquote
+    path = unquote(url[len("file://"):])
+    return path if path == "/" else path.rstrip("/")
+
+
+class Worker:
+    """The worker's process; `log` holds what it has written so far."""
+
+    def __init__(self, program, environment, on_line=None):
+        self.log = []
+        self.on_line = on_line
+        self._rest = b""
+        self.process = subprocess.Popen([program], env=environment, stdin=subprocess.DEVNULL,
+                                        stderr=subprocess.PIPE, stdout=subprocess.DEVNULL)
+        os.set_blocking(self.process.stderr.fileno(), False)
+        self._watch = GLib.io_add_watch(self.process.stderr, GLib.PRIORITY_DEFAULT,
+                                        GLib.IOCondition.IN | GLib.IOCondition.HUP, self._read)
+
+    def _read(self, source, condition):
+        try:
+            data = os.read(source.fileno(), 65536)
+        except BlockingIOError:
+            return True
+        self._rest += data
+        *lines, self._rest = self._rest.split(b"\n")
+        for line in lines:
+            self.log.append(line.decode(errors="replace"))
+            if self.on_line:
+                self.on_line(self.log[-1])
+        if not data:
+            self._watch = None
+        return bool(data)
+
+    def stop(self):
+        """Ends it as the session does; answers its exit status."""
+        if self.process.poll() is None:
+            self.process.send_signal(signal.SIGTERM)
+        try:
+            return self.process.wait(timeout=20)
+        finally:
+            if self.process.poll() is None:
+                self.process.kill()
+                self.process.wait()
+            if self._watch:
+                GLib.source_remove(self._watch)
+                self._watch = None
+            self.process.stderr.close()
+
+
+class Session:
+    """Everything together, in a scratch folder; gone with the end of a `with`."""
+
+    def __init__(self, programs, user=None):
+        self.programs = programs
+        self.root = tempfile.mkdtemp(prefix="tidewell-", dir="/tmp")
+        os.chmod(self.root, 0o755)
+        self.home = os.path.join(self.root, "ann")
+        self.bin = os.path.join(self.root, "bin")
+        os.makedirs(self.home)
+        os.makedirs(self.bin)
+        self.environment = {"PATH": self.bin + ":/usr/bin:/bin", "HOME": self.home, "LANG": "C.UTF-8",
+                            "XDG_CONFIG_HOME": self.home + "/.config", "XDG_DATA_HOME": self.home + "/.local/share"}
+        for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"):
+            if name in os.environ:
+                self.environment[name] = os.environ[name]
+        self.worker = None
+        self.browsers = []
+        self.start_bus()
+        self.connection = self.connect()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    def close(self):
+        for browser in self.browsers:
+            if browser.poll() is None:
+                browser.kill()
+            browser.wait()
+        if self.worker:
+            self.worker.stop()
+        self.connection.close()
+        self.stop_bus()
+        shutil.rmtree(self.root, ignore_errors=True)
+
+    # The bus.
+
+    def start_bus(self):
+        self.daemon = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address=1"],
+                                       stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.address = self.daemon.stdout.readline().strip()
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = self.address
+
+    def stop_bus(self):
+        if self.daemon.poll() is None:
+            self.daemon.terminate()
+        self.daemon.wait()
+        self.daemon.stdout.close()
+
+    def connect(self):
+        connection = dbus.bus.BusConnection(self.address)
+        connection.set_exit_on_disconnect(False)
+        return connection
+
+    def wait(self, condition, seconds=20, what="what was waited for"):
+        """Lets the session go on until the condition holds; TimeoutError when it does not in time."""
+        context = GLib.MainContext.default()
+        end = time.monotonic() + seconds
+        tick = GLib.timeout_add(20, lambda: True)
+        try:
+            while not condition():
+                if time.monotonic() > end:
+                    raise TimeoutError(what)
+                context.iteration(True)
+        finally:
+            GLib.source_remove(tick)
+
+    def settle(self, seconds):
+        end = time.monotonic() + seconds
+        self.wait(lambda: time.monotonic() > end, seconds + 10)
+
+    # The worker.
+
+    def program(self, name):
+        return os.path.join(self.programs, name)
+
+    def start_worker(self, on_line=None):
+        self.worker = Worker(self.program("tidewell-worker"), self.environment, on_line)
+        self.wait(lambda: self.connection.name_has_owner(WORKER_NAME) or self.worker.process.poll() is not None,
+                  what="the worker's name on the bus")
+        return self.worker
+
+    def defaults(self, *words, check=True):
+        return subprocess.run([self.program("tidewell"), "defaults", *words], env=self.environment, text=True,
+                              capture_output=True, check=check)
+
+    def configure(self, browsers=(), notifications=True, overwrite=False):
+        self.defaults("write", SHARED, "userFolder", "-string", self.home)
+        self.defaults("write", SHARED, "enabledBrowsers", "-array", *browsers)
+        self.defaults("write", SHARED, "displayNotifications", "-bool", "YES" if notifications else "NO")
+        self.defaults("write", SHARED, "secureDeleteData", "-bool", "YES" if overwrite else "NO")
+
+    def request(self, identifier, seconds=20):
+        """The main application's request; answers the worker's text, or None when none comes in time."""
+        answers = []
+        agent = dbus.Interface(self.connection.get_object(WORKER_NAME, WORKER_OBJECT, introspect=False), AGENT)
+        agent.answerFrom(identifier, reply_handler=answers.append, error_handler=answers.append, timeout=3600,
+                         signature="s")
+        try:
+            self.wait(lambda: answers, seconds)
+        except TimeoutError:
+            return None
+        return answers[0] if isinstance(answers[0], Exception) else str(answers[0])
+
+    def announce_quit(self, name, identifier):
+        message = dbus.lowlevel.SignalMessage("/launcher", WORKSPACE, "DidTerminateApplication")
+        message.append(name, identifier)
+        self.connection.send_message(message)
+
+    # Files and programs.
+
+    def file(self, path, content="what a site has left here\n"):
+        full = os.path.join(self.home, path)
+        os.makedirs(os.path.dirname(full), exist_ok=True)
+        with open(full, "w") as file:
+            file.write(content)
+        return full
+
+    def exists(self, path):
+        return os.path.lexists(os.path.join(self.home, path))
+
+    def run_browser(self, program, *arguments):
+        """Runs a program of that name until quit_browser(). It is a copy of one that just waits."""
+        path = os.path.join(self.bin, program)
+        if not os.path.exists(path):
+            shutil.copy("/usr/bin/cat", path + ".new")
+            os.rename(path + ".new", path)
+            self.settle(0.2)  # a program that was just installed
+        browser = subprocess.Popen([path, *arguments], stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
+                                   env=self.environment)
+        self.browsers.append(browser)
+        return browser
+
+    def quit_browser(self, browser):
+        browser.stdin.close()
+        browser.wait()
