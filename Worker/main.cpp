@@ -34,6 +34,10 @@ int main() {
 
   const auto bus = linux_::SessionBus::open(loop);
   if (!bus) return fail("no session bus", bus.error().message());
+  const linux_::BundleInfo info{tidewell::kBundleIdentifier,
+                                {{"CFBundleDisplayName", tidewell::kDisplayName}, {"CFBundleName", "TidewellWorker"}}};
+  linux_::LinuxPlatform platform(loop, **bus, info, watchedApplications());
+  // Taken when quits can be heard of already: who sees the name may announce one at once.
   linux_::BusListener listener(**bus, linux_::BusServiceNames::forIdentifier(
                                           tidewell::kBundleIdentifier, tidewell::kAgentInterface,
                                           tidewell::kAgentMethod, std::string(tidewell::kAgentArgumentNames)));
@@ -41,10 +45,6 @@ int main() {
     return fail("not started", error == std::errc::file_exists ? "a worker runs already" : error.message());
   }
   (*bus)->setDisconnectHandler([&loop] { loop.stop(EXIT_FAILURE); });
-
-  const linux_::BundleInfo info{tidewell::kBundleIdentifier,
-                                {{"CFBundleDisplayName", tidewell::kDisplayName}, {"CFBundleName", "TidewellWorker"}}};
-  linux_::LinuxPlatform platform(loop, **bus, info, watchedApplications());
   auto delegate = tidewell::WorkerAppDelegate::create();
   listener.setDelegate(delegate.get());
   listener.resume();

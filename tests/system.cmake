@@ -1,1 +1,9 @@
-# tests of system
+# The whole process on a private session bus, in real time.
+function(system_test name)
+  add_test(NAME system.${name} COMMAND /usr/bin/python3 -B ${CMAKE_CURRENT_SOURCE_DIR}/system/test_${name}.py)
+  set_tests_properties(system.${name} PROPERTIES TIMEOUT 300 RESOURCE_LOCK browsers
+    ENVIRONMENT "TIDEWELL_PROGRAMS=${CMAKE_BINARY_DIR}/bin")
+endfunction()
+
+system_test(worker)
+system_test(real_chromium)
