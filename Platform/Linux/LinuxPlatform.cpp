@@ -4,14 +4,16 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <utility>
 
-#include "Platform/Path.h"
+#include "Platform/Linux/IdleMemory.h"
 
 namespace platform::linux_ {
 namespace {
 
 constexpr char kDesktopEntry[] = "tidewell-settings";  // whose icon a notification bears
+constexpr std::chrono::seconds kStartTime{2};          // after which nothing of the start is going on any more
 
 }  // namespace
 
@@ -33,6 +35,7 @@ LinuxPlatform::LinuxPlatform(RunLoop& loop, SessionBus& bus, BundleInfo info,
   ::mallopt(M_ARENA_MAX, 2);  // threads come and go: arenas of their own would only keep memory
   // The folder that the process was started in can be let go of. Where there is no way to do so, nothing is lost.
   if (::chdir("/") != 0) errno = 0;
+  dispatch_.threadPool().setIdleHandler(releaseIdleMemory);
   Platform::install(&platform_);
 }
 
@@ -46,6 +49,7 @@ void LinuxPlatform::startWorkspace(std::function<bool(const WatchedApplication&)
   options.isWanted = std::move(isWanted);
   options.wantedFile = userDefaults_.fileOfDomain(settingsDomain)->path();
   workspace_.start(std::move(options));
+  loop_.after(kStartTime, releaseIdleMemory);
 }
 
 bool LinuxPlatform::finish() {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "Platform/Linux/UserFolders.h"
+#include "Platform/Path.h"
 
 namespace platform::linux_ {
 namespace {
@@ -17,6 +18,7 @@ using std::chrono::milliseconds;
 // the program that it is for.
 constexpr std::array kScansAfterOpening = {milliseconds(0), milliseconds(2), milliseconds(10), milliseconds(30),
                                            milliseconds(100)};
+constexpr std::array kScansAfterQuit = {milliseconds(10), milliseconds(30), milliseconds(100)};
 constexpr std::array kScansAfterScript = {milliseconds(300), milliseconds(1000), milliseconds(3000)};
 constexpr milliseconds kScanSlot{2};
 
@@ -41,6 +43,10 @@ std::vector<WatchedApplication> expandingHomes(std::vector<WatchedApplication> a
 
 LinuxWorkspace::LinuxWorkspace(RunLoop& loop, std::vector<WatchedApplication> applications)
     : loop_(loop), applications_(expandingHomes(std::move(applications))) {
+  for (const WatchedApplication& application : applications_) {
+    baseNames_.insert(application.executableNames.begin(), application.executableNames.end());
+    for (const std::string& place : application.executablePlaces) baseNames_.insert(lastPathComponent(place));
+  }
   for (std::size_t index = 0; index < applications_.size(); ++index) {
     running_.push_back(
         std::make_unique<RunningApplication>(loop_, RunningApplication::Callbacks{
@@ -67,6 +73,7 @@ void LinuxWorkspace::start(Options options) {
 // Which processes are whose.
 
 std::optional<std::size_t> LinuxWorkspace::applicationRunning(const std::string& executable) const {
+  if (!baseNames_.contains(lastPathComponent(executable))) return std::nullopt;  // nearly all of them
   if (const auto known = programs_.find(executable); known != programs_.end()) return known->second;
   // A place tells more than a name: several makers call their program the same.
   const auto index = [this](auto&& matches) -> std::optional<std::size_t> {
@@ -93,11 +100,10 @@ void LinuxWorkspace::sortIn(const ProcessInfo& process, const std::map<pid_t, Pr
 
 LinuxWorkspace::Found LinuxWorkspace::lookAtProcesses() const {
   std::map<pid_t, ProcessInfo> candidates;
-  for (const pid_t pid : ownProcesses()) {
-    // The program alone rules out nearly all of them; the rest is read for those few that are left.
-    const auto executable = executableOfProcess(pid);
-    if (!executable || !applicationRunning(*executable)) continue;
-    if (auto info = processInfo(pid)) candidates.emplace(pid, std::move(*info));
+  const auto matches = [this](const std::string& executable) { return applicationRunning(executable).has_value(); };
+  for (const pid_t pid : ownProcessesRunning(matches)) {
+    auto info = processInfo(pid);
+    if (info && matches(info->executable)) candidates.emplace(pid, std::move(*info));
   }
   std::map<pid_t, ProcessInfo> mains = candidates;
   std::erase_if(mains, [](const auto& entry) { return isHelper(entry.second.arguments); });
@@ -144,6 +150,7 @@ void LinuxWorkspace::watch() {
   for (std::size_t index = 0; index < executables_.size(); ++index) {
     for (const std::string& program : executables_[index].programs) {
       programs_.emplace(program, index);
+      baseNames_.insert(lastPathComponent(program));
       interests.opened.insert(program);
     }
     interests.opened.insert(executables_[index].scripts.begin(), executables_[index].scripts.end());
@@ -197,7 +204,7 @@ void LinuxWorkspace::updateConnector() {
 
 void LinuxWorkspace::quit(std::size_t index) {
   // One that is being started at this very moment does not show yet.
-  scanSeveralTimes(false);
+  for (const milliseconds delay : kScansAfterQuit) scanIn(delay);
   announce(applications_[index].applicationName, applications_[index].bundleIdentifier);
 }
 

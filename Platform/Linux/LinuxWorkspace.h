@@ -72,8 +72,9 @@ class LinuxWorkspace : public Workspace {
   Options options_;
   std::vector<std::unique_ptr<RunningApplication>> running_;
   std::vector<FoundExecutables> executables_;
-  std::map<std::string, std::size_t> programs_;  // files that were found, and whose application each is
-  std::set<std::int64_t> scheduledScans_;        // coalesced in slots of a few milliseconds
+  std::map<std::string, std::size_t> programs_;   // files that were found, and whose application each is
+  std::set<std::string, std::less<>> baseNames_;  // the file names that any application's program can have
+  std::set<std::int64_t> scheduledScans_;         // coalesced in slots of a few milliseconds
   std::unique_ptr<PathWatch> watch_;
   std::unique_ptr<ProcessConnector> connector_;
   bool hasNoConnector_ = false;  // it was tried

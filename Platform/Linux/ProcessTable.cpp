@@ -44,9 +44,9 @@ std::string readAll(const std::string& path) {
   return content;
 }
 
-std::optional<std::string> linkTarget(const std::string& path) {
+std::optional<std::string> linkTarget(int folder, const std::string& path) {
   std::array<char, PATH_MAX> target;
-  const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
+  const ssize_t length = ::readlinkat(folder, path.c_str(), target.data(), target.size());
   if (length <= 0) return std::nullopt;
   std::string_view text(target.data(), static_cast<std::size_t>(length));
   if (text.ends_with(kDeleted)) text.remove_suffix(kDeleted.size());
@@ -56,11 +56,14 @@ std::optional<std::string> linkTarget(const std::string& path) {
 /// The first thread of a process may end before the others; then they know what it runs.
 std::optional<std::string> executableOfOtherThreads(pid_t pid) {
   const std::string folder = processPath(pid, "/task");
+  struct stat status {};
+  // Two links and one for each thread: most that show no program are threads of the kernel, and have just one.
+  if (::stat(folder.c_str(), &status) != 0 || status.st_nlink <= 3) return std::nullopt;
   const Directory threads(::opendir(folder.c_str()));
   while (const dirent* entry = threads ? ::readdir(threads.get()) : nullptr) {
     const auto thread = processNumber(entry->d_name);
     if (!thread || *thread == pid) continue;
-    if (auto executable = linkTarget(folder + "/" + entry->d_name + "/exe")) return executable;
+    if (auto executable = linkTarget(AT_FDCWD, folder + "/" + entry->d_name + "/exe")) return executable;
   }
   return std::nullopt;
 }
@@ -77,14 +80,20 @@ pid_t parentFromStat(std::string_view stat) {
 
 }  // namespace
 
-std::vector<pid_t> ownProcesses() {
+std::vector<pid_t> ownProcessesRunning(const std::function<bool(const std::string& executable)>& matches) {
   std::vector<pid_t> pids;
   const Directory processes(::opendir("/proc"));
   const uid_t user = ::getuid();
   while (const dirent* entry = processes ? ::readdir(processes.get()) : nullptr) {
     const auto pid = processNumber(entry->d_name);
+    if (!pid) continue;
+    const int folder = ::dirfd(processes.get());
+    auto executable = linkTarget(folder, std::string(entry->d_name) + "/exe");
+    if (!executable) executable = executableOfOtherThreads(*pid);
     struct stat status {};
-    if (pid && ::fstatat(::dirfd(processes.get()), entry->d_name, &status, 0) == 0 && status.st_uid == user) {
+    // Whose it is matters for the few that are left.
+    if (executable && matches(*executable) && ::fstatat(folder, entry->d_name, &status, 0) == 0 &&
+        status.st_uid == user) {
       pids.push_back(*pid);
     }
   }
@@ -92,7 +101,7 @@ std::vector<pid_t> ownProcesses() {
 }
 
 std::optional<std::string> executableOfProcess(pid_t pid) {
-  if (auto executable = linkTarget(processPath(pid, "/exe"))) return executable;
+  if (auto executable = linkTarget(AT_FDCWD, processPath(pid, "/exe"))) return executable;
   return executableOfOtherThreads(pid);
 }
 

@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,8 +17,8 @@ struct ProcessInfo {
   std::vector<std::string> arguments;
 };
 
-/// The processes of this process's user. One that has ended and was not waited for yet may be among them.
-std::vector<pid_t> ownProcesses();
+/// The processes of this process's user whose program's path satisfies the test.
+std::vector<pid_t> ownProcessesRunning(const std::function<bool(const std::string& executable)>& matches);
 
 /// The path of the program that a process runs. Absent for a process that has ended or belongs to someone else.
 std::optional<std::string> executableOfProcess(pid_t pid);

@@ -95,6 +95,11 @@ void ThreadPool::work() {
     task = nullptr;  // what it holds goes before the next wait
     lock.lock();
   }
+  if (threads_ == 1 && !stopped_ && idleHandler_) {
+    lock.unlock();
+    idleHandler_();
+    lock.lock();
+  }
   --threads_;
   endCondition_.notify_all();
 }

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <deque>
 #include <mutex>
+#include <utility>
 
 #include "Platform/Dispatch.h"
 
@@ -31,6 +32,9 @@ class ThreadPool {
   /// Drops the tasks that have not been started and waits up to two seconds for the others. False when some are stuck:
   /// the process can then only leave without tidying up (std::_Exit).
   bool shutDown();
+
+  /// Called, on a thread of the pool, when the last one is about to end. Before the first task is submitted.
+  void setIdleHandler(Task handler) { idleHandler_ = std::move(handler); }
 
   /// How many threads there are now.
   unsigned threadCount() const;
@@ -56,6 +60,7 @@ class ThreadPool {
   unsigned runningThreads() const { return threads_ - idle_ - blocked_ - (hasWatcher_ ? 1 : 0); }
 
   const unsigned concurrency_;
+  Task idleHandler_;
 
   mutable std::mutex mutex_;
   std::condition_variable workCondition_;

@@ -8,5 +8,6 @@ add_library(platform_linux_session STATIC
   LineLog.cpp
   LinuxDispatch.cpp
   SessionBus.cpp
+  IdleMemory.cpp
   ThreadPool.cpp)
 target_link_libraries(platform_linux_session PUBLIC platform_linux_runloop)
