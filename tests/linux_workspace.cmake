@@ -7,7 +7,10 @@ add_library(process_test_support STATIC support/Processes.cpp)
 target_link_libraries(process_test_support PUBLIC tidewell_settings)
 
 tidewell_test(workspace_tests
-  SOURCES Platform/Linux/LinuxWorkspaceTest.cpp
+  SOURCES
+    Platform/Linux/InstalledApplicationsTest.cpp
+    Platform/Linux/LinuxWorkspaceTest.cpp
+    Platform/Linux/ProcessTableTest.cpp
   LIBRARIES test_support bus_test_support process_test_support platform_linux_workspace
   LOCK browsers)  # processes of the same names are the same application
 add_dependencies(workspace_tests stand_in)

@@ -16,8 +16,7 @@ using std::chrono::milliseconds;
 
 // A file is opened before the process has become its program, and a wrapper script works for a while before it starts
 // the program that it is for.
-constexpr std::array kScansAfterOpening = {milliseconds(0), milliseconds(2), milliseconds(10), milliseconds(30),
-                                           milliseconds(100)};
+constexpr std::array kScansAfterOpening = {milliseconds(2), milliseconds(10), milliseconds(30), milliseconds(100)};
 constexpr std::array kScansAfterQuit = {milliseconds(10), milliseconds(30), milliseconds(100)};
 constexpr std::array kScansAfterScript = {milliseconds(300), milliseconds(1000), milliseconds(3000)};
 constexpr milliseconds kScanSlot{2};
@@ -130,6 +129,7 @@ void LinuxWorkspace::scanIn(milliseconds delay) {
 }
 
 void LinuxWorkspace::scanSeveralTimes(bool throughScripts) {
+  scan();
   for (const milliseconds delay : kScansAfterOpening) scanIn(delay);
   if (!throughScripts) return;
   for (const milliseconds delay : kScansAfterScript) scanIn(delay);

@@ -1,79 +1,22 @@
 // Quits of applications, with real processes.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <signal.h>
-#include <unistd.h>
 
 #include <filesystem>
 
-#include "Platform/Linux/LinuxWorkspace.h"
-#include "tests/support/PrivateBus.h"
-#include "tests/support/Processes.h"
-#include "tests/support/ScratchFolder.h"
+#include "tests/support/WorkspaceTest.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using platform::linux_::LinuxWorkspace;
-using platform::linux_::RunLoop;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 using testing_support::installStandIn;
 using testing_support::installWrapper;
+using testing_support::QuittingApplications;
 using testing_support::TestProcess;
-
-class QuittingApplications : public ::testing::Test {
- protected:
-  QuittingApplications() {
-    for (const char* name : {"chromium", "firefox-esr", "chrome", "firefox", "opera"}) installStandIn(bin(name));
-    workspace.addDidTerminateApplicationObserver([this](const platform::ApplicationNotification& quit) {
-      EXPECT_TRUE(quit.bundleIdentifier.has_value());
-      quits.push_back(quit.applicationName.value_or("(null)"));
-    });
-  }
-
-  std::string bin(const std::string& name) const { return folder.path("bin/" + name); }
-  static std::vector<platform::linux_::WatchedApplication> applications(const std::string& folder) {
-    return {{"Firefox", "org.example.firefox", {"firefox", "firefox-esr"}, {}},
-            {"Google Chrome", "org.example.chrome", {"chrome"}, {}},
-            {"Chromium", "org.example.chromium", {"chromium"}, {folder + "/snap/*/chrome"}},
-            {"Opera", "org.example.opera", {"opera"}, {folder + "/elsewhere/opera"}}};
-  }
-  void start() {
-    LinuxWorkspace::Options options;
-    options.places.path = {folder.path("bin")};
-    options.places.applicationsFolders = {folder.path("applications")};
-    options.isWanted = [](const auto&) { return false; };
-    start(std::move(options));
-  }
-  void start(LinuxWorkspace::Options options) {
-    workspace.start(std::move(options));
-    settle();
-  }
-
-  /// Lets everything that was set off come to its end: as long as the latest look after a start takes.
-  void settle(std::chrono::milliseconds time = 130ms) {
-    bool done = false;
-    loop.after(time, [&] { done = true; });
-    testing_support::runUntil(loop, [&] { return done; });
-  }
-  bool waitForQuits(std::size_t count) {
-    return testing_support::runUntil(loop, [&] { return quits.size() >= count; });
-  }
-  TestProcess run(const std::string& name, std::vector<std::string> words = {"wait"}) {
-    words.insert(words.begin(), bin(name));
-    TestProcess process(words);
-    settle();
-    return process;
-  }
-
-  testing_support::ScratchFolder folder;
-  RunLoop loop;
-  LinuxWorkspace workspace{loop, applications(folder.path())};
-  std::vector<std::string> quits;
-};
 
 // One process.
 
@@ -269,102 +212,6 @@ TEST_F(QuittingApplications, mayLoseTheirFirstThreadAndGoOn) {
   ASSERT_TRUE(waitForQuits(1));
 }
 
-// Where programs lie.
-
-TEST_F(QuittingApplications, mayBeInstalledLater) {
-  std::filesystem::remove(bin("opera"));
-  start();
-  installStandIn(bin("opera"));
-  settle();
-  run("opera").end();
-  ASSERT_TRUE(waitForQuits(1));
-}
-
-TEST_F(QuittingApplications, mayBeInstalledLaterInAFolderThatIsNotThereYet) {
-  std::filesystem::remove(bin("opera"));
-  start();
-  installStandIn(folder.path("elsewhere/opera"));
-  settle();
-  TestProcess process({folder.path("elsewhere/opera"), "wait"});
-  settle();
-  process.end();
-  ASSERT_TRUE(waitForQuits(1));
-}
-
-TEST_F(QuittingApplications, mayBeReplacedWhileTheyRun) {
-  start();
-  TestProcess old = run("opera");
-  installStandIn(bin("opera"));
-  settle();
-  old.end();
-  ASSERT_TRUE(waitForQuits(1));
-  run("opera").end();
-  ASSERT_TRUE(waitForQuits(2));
-}
-
-TEST_F(QuittingApplications, areKnownByTheirPlaceBeforeTheirName) {
-  installStandIn(folder.path("snap/77/chrome"));
-  start();
-  TestProcess process({folder.path("snap/77/chrome"), "wait"});
-  settle();
-  process.end();
-  ASSERT_TRUE(waitForQuits(1));
-  EXPECT_THAT(quits, ElementsAre("Chromium"));
-}
-
-TEST_F(QuittingApplications, areFoundByTheirDesktopEntry) {
-  std::filesystem::remove(bin("opera"));
-  installStandIn(folder.path("some where/opera"));
-  folder.file(
-      "applications/opera.desktop",
-      "[Desktop Action new]\nExec=/nowhere/opera\n[Desktop Entry]\nExec=env A=b " + folder.path("x/opera") + " %U\n");
-  installStandIn(folder.path("x/opera"));
-  start();
-  TestProcess process({folder.path("x/opera"), "wait"});
-  settle();
-  process.end();
-  ASSERT_TRUE(waitForQuits(1));
-}
-
-TEST_F(QuittingApplications, areNoticedThoughTheirProgramLiesNowhereWhenTheyAreWanted) {
-  std::filesystem::remove(bin("opera"));
-  if (!platform::linux_::ProcessConnector::open(loop, [](pid_t) {})) {
-    // Where the kernel announces nothing to us, one that runs already is still found.
-    SUCCEED();
-    return;
-  }
-  installStandIn(folder.path("nowhere/opera"));
-  LinuxWorkspace::Options options;
-  options.places.path = {folder.path("bin")};
-  options.isWanted = [](const auto& application) { return application.applicationName == "Opera"; };
-  start(std::move(options));
-  for (std::size_t round = 1; round <= 5; ++round) {
-    TestProcess process({folder.path("nowhere/opera"), "wait"});
-    settle(10ms);
-    process.end();
-    ASSERT_TRUE(waitForQuits(round));
-  }
-}
-
-TEST_F(QuittingApplications, areWantedAnewWhenTheSettingsChange) {
-  std::filesystem::remove(bin("opera"));
-  if (!platform::linux_::ProcessConnector::open(loop, [](pid_t) {})) return;
-  installStandIn(folder.path("nowhere/opera"));
-  bool wanted = false;
-  LinuxWorkspace::Options options;
-  options.places.path = {folder.path("bin")};
-  options.isWanted = [&](const auto& application) { return wanted && application.applicationName == "Opera"; };
-  options.wantedFile = folder.path("settings/file");
-  start(std::move(options));
-  wanted = true;
-  folder.file("settings/file", "changed");
-  settle();
-  TestProcess process({folder.path("nowhere/opera"), "wait"});
-  settle(20ms);
-  process.end();
-  ASSERT_TRUE(waitForQuits(1));
-}
-
 // Many.
 
 TEST_F(QuittingApplications, areNotMissedAmongTwoHundredProcessesInABurst) {
@@ -379,7 +226,7 @@ TEST_F(QuittingApplications, areNotMissedAmongTwoHundredProcessesInABurst) {
     settle();
     EXPECT_THAT(quits, IsEmpty());
     processes.clear();
-    ASSERT_TRUE(waitForQuits(4));
+    ASSERT_TRUE(waitForQuits(4)) << ::testing::PrintToString(quits) << " in round " << round;
     settle();
     EXPECT_THAT(quits, ::testing::UnorderedElementsAre("Chromium", "Firefox", "Google Chrome", "Opera"));
   }
@@ -412,30 +259,6 @@ TEST_F(QuittingApplications, areToldToEveryObserverUntilItIsRemoved) {
   workspace.announce("B", "");
   EXPECT_EQ(told, 1);
   EXPECT_THAT(quits, ElementsAre("A", "B"));
-}
-
-// The process table.
-
-TEST(ProcessTable, takesArgumentsApartByNulBytesOrElseByBlanks) {
-  using platform::linux_::argumentsFromCommandLine;
-  EXPECT_THAT(argumentsFromCommandLine(std::string("/a b\0--type=x y\0", 16)), ElementsAre("/a b", "--type=x y"));
-  EXPECT_THAT(argumentsFromCommandLine("/usr/bin/x --type=renderer --lang=en"),
-              ElementsAre("/usr/bin/x", "--type=renderer", "--lang=en"));
-  EXPECT_THAT(argumentsFromCommandLine(std::string("/x -contentproc 7\0\0\0", 20)),
-              ElementsAre("/x", "-contentproc", "7"));
-  EXPECT_THAT(argumentsFromCommandLine(""), IsEmpty());
-}
-
-TEST(ProcessTable, knowsOurOwnProcess) {
-  using namespace platform::linux_;
-  const std::string self = std::filesystem::read_symlink("/proc/self/exe");
-  EXPECT_THAT(ownProcessesRunning([&](const std::string& executable) { return executable == self; }),
-              ::testing::Contains(::getpid()));
-  const auto info = processInfo(::getpid());
-  ASSERT_TRUE(info);
-  EXPECT_EQ(info->parent, ::getppid());
-  EXPECT_EQ(info->executable, std::filesystem::read_symlink("/proc/self/exe"));
-  EXPECT_FALSE(processInfo(1 << 30));
 }
 
 }  // namespace
