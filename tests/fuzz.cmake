@@ -1,0 +1,16 @@
+# Fuzz targets. In the preset "fuzz" each is a libFuzzer program; everywhere else its corpus is replayed as a test.
+function(fuzz_target name)
+  add_executable(${name}_fuzz fuzz/${name}_fuzz.cpp)
+  target_link_libraries(${name}_fuzz PRIVATE ${ARGN} tidewell_settings)
+  if(TIDEWELL_FUZZ)
+    target_compile_options(${name}_fuzz PRIVATE -fsanitize=fuzzer)
+    target_link_options(${name}_fuzz PRIVATE -fsanitize=fuzzer)
+  else()
+    target_sources(${name}_fuzz PRIVATE fuzz/replay.cpp)
+    add_test(NAME fuzz.${name} COMMAND ${name}_fuzz ${CMAKE_CURRENT_SOURCE_DIR}/fuzz/corpus/${name})
+  endif()
+endfunction()
+
+fuzz_target(bookmark_data platform_linux_files)
+fuzz_target(settings_file platform_linux_settings test_support)
+fuzz_target(local_state test_support)

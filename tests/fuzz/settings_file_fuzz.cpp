@@ -1,0 +1,25 @@
+// A settings file with any content: it is read, or set aside, and can be written afterwards.
+
+#include <cstdint>
+#include <cstdlib>
+
+#include "Platform/Linux/DefaultsFile.h"
+#include "Platform/Linux/ValueCodec.h"
+#include "tests/support/Fakes.h"
+#include "tests/support/ScratchFolder.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  const std::string content(reinterpret_cast<const char*>(bytes), size);
+  // As the value of a key…
+  if (const auto value = platform::linux_::decodedValue(content)) {
+    if (platform::linux_::decodedValue(platform::linux_::encodedValue(*value)) != value) std::abort();
+  }
+  // …and as the whole file.
+  const testing_support::ScratchFolder folder;
+  testing_support::FakeLog log;
+  platform::linux_::DefaultsFile file(folder.file("fuzz.defaults", content), log);
+  file.readAll();
+  file.read("key");
+  if (file.write("key", "value") && file.read("key") != platform::Value("value")) std::abort();
+  return 0;
+}
