@@ -48,6 +48,18 @@ class DirectoryEnumerator {
   virtual std::optional<FileURL> nextObject() = 0;
 };
 
+/// A file that was looked at and must not be exchanged for another.
+class PinnedRegularFile {
+ public:
+  virtual ~PinnedRegularFile() = default;
+
+  /// Where it really lies: without links and dots.
+  virtual const std::string& path() const = 0;
+
+  /// Whether that path still leads to it.
+  virtual bool isInPlace() const = 0;
+};
+
 /// Asked when an item of a walk can't be read; answers whether the walk goes on.
 using EnumerationErrorHandler = std::function<bool(const FileURL& url, std::error_code error)>;
 
@@ -99,6 +111,18 @@ class FileManager {
   /// the file, and the old bytes stay readable on the disk. A file that can't be flushed stays. A folder is not
   /// flushed.
   virtual std::error_code removeOverwrittenItem(const std::string& path) = 0;
+
+  // Copying.
+
+  /// Copies a file of the program's own, with its permissions, to a place inside an open scope. std::errc::file_exists
+  /// when something is there already; that stays as it is.
+  virtual std::error_code copyItem(const FileURL& source, const FileURL& destination) = 0;
+
+  // Files that are opened by others.
+
+  /// A regular file, for a library that takes a path: refused like every action when it lies in no open scope, with
+  /// symbolic links followed.
+  virtual Result<std::unique_ptr<PinnedRegularFile>> pinnedFile(const std::string& path) const = 0;
 
   // Places.
 

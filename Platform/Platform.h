@@ -10,6 +10,7 @@
 #include "Platform/System.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/UserNotificationCenter.h"
+#include "Platform/UserUnixTask.h"
 #include "Platform/Workspace.h"
 
 namespace platform {
@@ -24,6 +25,7 @@ struct Platform {
   System& system;
   UserDefaultsDomains& userDefaults;
   UserNotificationCenter& userNotificationCenter;
+  UserScripts& userScripts;
   Workspace& workspace;
 
   /// The platform of this process. The one global of the program: classes that have class operations only have nowhere

@@ -71,6 +71,10 @@ std::span<const Browser> browsers() {
   return kBrowsers;
 }
 
+bool isOfChromeFamily(std::string_view name) {
+  return name == kGoogleChrome || name == kChromium || name == kOpera;
+}
+
 const Browser* browserNamed(std::string_view name) {
   return browserThat([name](const Browser& browser) { return browser.name == name; });
 }

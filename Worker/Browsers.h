@@ -31,6 +31,9 @@ struct Browser {
   std::span<const std::string_view> executablePlaces;
 };
 
+/// Google Chrome, Chromium and Opera keep their data alike.
+bool isOfChromeFamily(std::string_view name);
+
 /// All browsers, in the order in which they are tested.
 std::span<const Browser> browsers();
 

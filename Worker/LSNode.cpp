@@ -1,9 +1,150 @@
-// The run's slot for site storage. It removes nothing yet.
+// Removes what sites keep in a browser: web databases, local storage and IndexedDB, with the index databases brought in
+// line. The storage of extensions is spared.
 
+#include "Platform/Format.h"
+#include "Platform/Path.h"
+#include "Worker/Browsers.h"
 #include "Worker/WorkerAppDelegate.h"
+#include "Worker/sandbox/Sandbox.h"
 
 namespace tidewell {
+namespace {
 
-void WorkerAppDelegate::removeNonFavLocalStorage(const std::string&) {}
+using platform::appendingPathComponent;
+using Texts = std::vector<std::string>;
+
+constexpr char kSelectOrigins[] = "SELECT origin FROM Databases;";
+constexpr char kDeleteDatabases[] = "DELETE FROM Databases WHERE origin IN ('%@');";
+constexpr char kDeleteOrigins[] = "DELETE FROM Origins WHERE origin IN ('%@');";
+constexpr char kSelectScopes[] = "SELECT * FROM webappsstore2;";
+constexpr char kDeleteScopes[] = "DELETE FROM webappsstore2 WHERE scope IN ('%@');";
+constexpr char kScopeColumn[] = "scope";
+
+constexpr char kDatabaseIndex[] = "Databases.db";
+
+constexpr char kSafariDatabases[] = "~/Library/Safari/Databases";
+constexpr char kSafariLocalStorage[] = "~/Library/Safari/LocalStorage";
+constexpr char kSafariStorageTracker[] = "~/Library/Safari/LocalStorage/StorageTracker.db";
+constexpr char kSafariIndexedDB[] = "___IndexedDB";
+
+constexpr char kChromeDatabases[] = "databases";
+constexpr char kChromeLocalStorage[] = "Local Storage";
+constexpr char kChromeIndexedDB[] = "IndexedDB";
+constexpr char kJournal[] = "-journal";  // appended to a file's path as text
+
+constexpr char kFirefoxTable[] = "webappsstore.sqlite";
+constexpr const char* kFirefoxStorages[] = {"storage/default", "storage/temporary"};
+
+/// The statement with the values between its quotes, joined by "','"; they are not escaped, which is meant.
+std::string statementFor(std::string_view statement, const Texts& values) {
+  std::string list;
+  std::size_t size = 0;
+  for (const std::string& value : values) size += value.size() + 3;
+  list.reserve(size);
+  for (const std::string& value : values) {
+    if (&value != &values.front()) list += "','";
+    list += value;
+  }
+  return platform::formatted(statement, {list});
+}
+
+/// Every text of the query's rows; with a column's name, those of that column alone.
+Texts textsOf(const std::optional<Rows>& rows, std::optional<std::string_view> column = std::nullopt) {
+  Texts texts;
+  if (!rows) return texts;
+  for (const Row row : *rows) {
+    for (const std::string& name : row.columnNames()) {
+      if (column && name != *column) continue;
+      if (const auto text = row.stringForKey(name)) texts.emplace_back(*text);
+    }
+  }
+  return texts;
+}
+
+Texts pathsIn(const std::string& folder, const Texts& names) {
+  Texts paths;
+  paths.reserve(names.size());
+  for (const std::string& name : names) paths.push_back(appendingPathComponent(folder, name));
+  return paths;
+}
+
+void removeIfThere(const std::string& path) {
+  if (Sandbox::fileExists(path)) Sandbox::remove(path);
+}
+
+}  // namespace
+
+void WorkerAppDelegate::removeNonFavLocalStorage(const std::string& browserName) {
+  if (browserName == kSafari) {
+    removeSafariStorage();
+  } else if (isOfChromeFamily(browserName)) {
+    for (const std::string& profile : profileFolders(browserName)) removeChromeStorage(profile, browserName);
+  } else if (browserName == kFirefox) {
+    removeFirefoxStorage();
+  }
+}
+
+void WorkerAppDelegate::removeSafariStorage() {
+  const std::string index = appendingPathComponent(kSafariDatabases, kDatabaseIndex);
+  if (Sandbox::fileExists(index)) {
+    const Texts origins = databaseArray(textsOf(Sandbox::returnArrayFromSql_onfile(kSelectOrigins, index)));
+    if (!origins.empty()) {
+      Sandbox::removeFiles(pathsIn(kSafariDatabases, origins));
+      Sandbox::runSql_onfile(statementFor(kDeleteDatabases, origins), index);
+      Sandbox::runSql_onfile(statementFor(kDeleteOrigins, origins), index);
+    }
+  }
+
+  const Texts names = localStorageArray_browser(Sandbox::folderContentsOf(kSafariLocalStorage), std::string(kSafari));
+  if (!names.empty()) {
+    Sandbox::removeFiles(pathsIn(kSafariLocalStorage, names));
+    if (Sandbox::fileExists(kSafariStorageTracker)) {
+      Texts origins;
+      for (const std::string& name : names) origins.push_back(name.substr(0, name.rfind('.')));
+      Sandbox::runSql_onfile(statementFor(kDeleteOrigins, origins), kSafariStorageTracker);
+    }
+  }
+
+  removeIfThere(appendingPathComponent(kSafariDatabases, kSafariIndexedDB));
+}
+
+void WorkerAppDelegate::removeChromeStorage(const std::string& profile, const std::string& browserName) {
+  const std::string databases = appendingPathComponent(profile, kChromeDatabases);
+  const std::string index = appendingPathComponent(databases, kDatabaseIndex);
+  if (Sandbox::fileExists(index)) {
+    const Texts origins = databaseArray(textsOf(Sandbox::returnArrayFromSql_onfile(kSelectOrigins, index)));
+    // Before the files, and even when nothing was chosen: both meant.
+    Sandbox::runSql_onfile(statementFor(kDeleteDatabases, origins), index);
+    Sandbox::removeFiles(pathsIn(databases, origins));
+  }
+
+  const std::string localStorage = appendingPathComponent(profile, kChromeLocalStorage);
+  if (Sandbox::fileExists(localStorage)) {
+    Texts paths;
+    for (const std::string& name : localStorageArray_browser(Sandbox::folderContentsOf(localStorage), browserName)) {
+      const std::string path = appendingPathComponent(localStorage, name);
+      paths.push_back(path);
+      paths.push_back(path + kJournal);
+    }
+    Sandbox::removeFiles(paths);
+  }
+
+  removeIfThere(appendingPathComponent(profile, kChromeIndexedDB));
+}
+
+void WorkerAppDelegate::removeFirefoxStorage() {
+  const std::string profiles(browserNamed(kFirefox)->dataFolder);
+  for (const std::string& name : Sandbox::folderContentsOf(profiles)) {
+    const std::string profile = appendingPathComponent(profiles, name);
+    if (!isDirectory(profile)) continue;
+    const std::string table = appendingPathComponent(profile, kFirefoxTable);
+    if (Sandbox::fileExists(table)) {
+      const Texts scopes =
+          mozillaLocalStorage(textsOf(Sandbox::returnArrayFromSql_onfile(kSelectScopes, table), kScopeColumn));
+      Sandbox::runSql_onfile(statementFor(kDeleteScopes, scopes), table);
+    }
+    for (const char* storage : kFirefoxStorages) removeIfThere(appendingPathComponent(profile, storage));
+  }
+}
 
 }  // namespace tidewell

@@ -44,4 +44,12 @@ ProfileMap WorkerAppDelegate::profileMap(const std::string& browserName) {
   return {{"", std::string(kOpera)}};
 }
 
+std::vector<std::string> WorkerAppDelegate::profileFolders(const std::string& browserName) {
+  std::vector<std::string> folders;
+  for (const auto& [folder, displayName] : profileMap(browserName)) {
+    folders.push_back(platform::appendingPathComponent(browserNamed(browserName)->dataFolder, folder));
+  }
+  return folders;
+}
+
 }  // namespace tidewell

@@ -9,9 +9,11 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "Platform/RemoteListener.h"
 #include "Platform/UserNotificationCenter.h"
+#include "Platform/UserUnixTask.h"
 #include "Platform/Workspace.h"
 #include "Worker/Agent.h"
 
@@ -71,14 +73,36 @@ class WorkerAppDelegate : public Agent,
   /// for any other name the single unnamed profile "" of Opera, whose folder is the data folder itself.
   ProfileMap profileMap(const std::string& browserName);
 
+  /// The profiles of a browser of the Chrome family as folders, beginning with "~".
+  std::vector<std::string> profileFolders(const std::string& browserName);
+
   // CookieNode.
+
+  /// Removes the cookie stores, whole; Safari's one second later, followed by the script.
   void removeCookies(const std::string& browserName);
+  /// Deletes all rows of the stores of channel IDs of the Chrome family.
+  void deleteChromeChannelID(const std::string& browserName);
 
   // WorkerScripts.
-  static void checkCookieScript();
 
-  // LSNode.
+  /// Asks the person to confirm the scripts folder, again and again until the script is in it or the person cancels.
+  /// On the main thread; a caller on another one waits.
+  static void checkCookieScript();
+  /// Null, with a line in the log, when the script can't be run.
+  std::unique_ptr<platform::UserUnixTask> scriptTask();
+  /// Offers to install the script where it is missing, and starts it. On the main thread.
+  void executeScript();
+
+  // LSNode. The three selections keep the order, and duplicates.
+
   void removeNonFavLocalStorage(const std::string& browserName);
+  /// The origins to delete: all but those of extensions.
+  std::vector<std::string> databaseArray(const std::vector<std::string>& origins);
+  /// The local-storage files to delete: all but companion files and those of the browser's own kind of extensions.
+  std::vector<std::string> localStorageArray_browser(const std::vector<std::string>& names,
+                                                     const std::string& browserName);
+  /// The scopes to delete: those in the form of a site.
+  std::vector<std::string> mozillaLocalStorage(const std::vector<std::string>& scopes);
 
   // FlashNode.
   void removeFlash(const std::string& browserName);
@@ -89,9 +113,19 @@ class WorkerAppDelegate : public Agent,
 
   // CacheNode.
   void removeBrowserCache(const std::string& browserName);
+  void clearExtraCookieCache();
+  void clearChromeCache(const std::string& browserName);
+  void clearFireFoxCache();
+  /// Safari's caches in the system's temporary folders. No run calls it.
+  void clearExtraCache();
+  void clearExtraCache(const std::string& root);
 
  private:
   WorkerAppDelegate() = default;
+
+  void removeSafariStorage();
+  void removeChromeStorage(const std::string& profile, const std::string& browserName);
+  void removeFirefoxStorage();
 
   platform::Workspace::ObserverToken observerToken_ = 0;
 };

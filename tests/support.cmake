@@ -1,5 +1,6 @@
 # What the tests share: the deterministic platform, scratch folders, a private session bus.
 add_library(test_support STATIC
+  support/Databases.cpp
   support/FakeDispatch.cpp
   support/Fakes.cpp
   support/ScratchFolder.cpp

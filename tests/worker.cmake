@@ -2,16 +2,33 @@
 tidewell_test(worker_tests
   SOURCES
     Worker/AccessRequestTest.cpp
+    Worker/CacheNodeTest.cpp
     Worker/CleaningRunTest.cpp
+    Worker/CookieNodeTest.cpp
+    Worker/LocalStorageTest.cpp
     Worker/NotificationTest.cpp
+    Worker/OriginSelectionTest.cpp
     Worker/PluginDataTest.cpp
     Worker/ServiceEntryTest.cpp
     Worker/UserProfilesTest.cpp
+    Worker/WorkerScriptsTest.cpp
     Worker/sandbox/AppSandboxFileAccessTest.cpp
     Worker/sandbox/BookmarkStoreTest.cpp
     Worker/sandbox/SandboxAccessTest.cpp
     Worker/sandbox/SandboxReadingTest.cpp
     Worker/sandbox/SandboxRemovingTest.cpp
-  
+    Worker/sandbox/SandboxSqlTest.cpp
     Worker/sandbox/SecureDeleteTest.cpp
   LIBRARIES test_support)
+
+# Databases, with real files and real locks.
+tidewell_test(database_tests
+  SOURCES
+    Worker/database/DefaultEncodingTest.cpp
+    Worker/database/RowsTest.cpp
+    Worker/database/SqliteBindingTest.cpp
+    Worker/database/SqliteFilesTest.cpp
+    Worker/database/SqliteLockTest.cpp
+    Worker/database/SqliteQueryTest.cpp
+    Worker/database/SqliteTest.cpp
+  LIBRARIES worker_database test_support)

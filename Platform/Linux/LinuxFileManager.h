@@ -32,6 +32,9 @@ class LinuxFileManager : public FileManager {
   std::error_code removeItem(const std::string& path) override;
   std::error_code removeOverwrittenItem(const std::string& path) override;
 
+  std::error_code copyItem(const FileURL& source, const FileURL& destination) override;
+  Result<std::unique_ptr<PinnedRegularFile>> pinnedFile(const std::string& path) const override;
+
   Result<FileURL> applicationScriptsDirectory(bool create) override;
 
  private:

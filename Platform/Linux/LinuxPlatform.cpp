@@ -27,11 +27,12 @@ LinuxPlatform::LinuxPlatform(RunLoop& loop, SessionBus& bus, BundleInfo info,
       bundle_(info, GettextBundle::sharedFolderOfExecutable()),
       openPanel_(bus, fileManager_, [this](const FileURL& url) { scopes_.openForProcess(url); }),
       notificationCenter_(bus, info.dictionary["CFBundleDisplayName"], kDesktopEntry),
+      userScripts_(loop, LinuxFileManager::scriptsFolderFromEnvironment(info.identifier)),
       workspace_(loop, std::move(applications)),
       announcedQuits_(bus, [this](const std::string& name,
                                   const std::string& identifier) { workspace_.announce(name, identifier); }),
-      platform_{bundle_, dispatch_,     fileManager_,        log_,      openPanel_, scopes_,
-                system_, userDefaults_, notificationCenter_, workspace_} {
+      platform_{bundle_, dispatch_,     fileManager_,        log_,         openPanel_, scopes_,
+                system_, userDefaults_, notificationCenter_, userScripts_, workspace_} {
   ::mallopt(M_ARENA_MAX, 2);  // threads come and go: arenas of their own would only keep memory
   // The folder that the process was started in can be let go of. Where there is no way to do so, nothing is lost.
   if (::chdir("/") != 0) errno = 0;

@@ -12,6 +12,7 @@
 #include "Platform/Linux/LinuxDispatch.h"
 #include "Platform/Linux/LinuxFileManager.h"
 #include "Platform/Linux/LinuxSystem.h"
+#include "Platform/Linux/LinuxUserScripts.h"
 #include "Platform/Linux/LinuxWorkspace.h"
 #include "Platform/Linux/SecurityScopes.h"
 #include "Platform/Linux/SqliteUserDefaults.h"
@@ -43,6 +44,7 @@ class LinuxPlatform {
   GettextBundle bundle_;
   BusOpenPanel openPanel_;
   BusNotificationCenter notificationCenter_;
+  LinuxUserScripts userScripts_;
   LinuxWorkspace workspace_;
   AnnouncedQuits announcedQuits_;
   Platform platform_;

@@ -1,6 +1,7 @@
-# Applications that quit.
+# Other processes: applications that quit, scripts.
 add_library(platform_linux_workspace STATIC
   ExecutableFinder.cpp
+  LinuxUserScripts.cpp
   LinuxWorkspace.cpp
   PathWatch.cpp
   ProcessConnector.cpp

@@ -8,6 +8,8 @@
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"
 #include "Worker/WorkerAppDelegate.h"
+#include "Worker/database/OpenedFile.h"
+#include "Worker/database/Sqlite.h"
 #include "Worker/sandbox/AppSandboxFileAccess.h"
 #include "Worker/sandbox/SecureDelete.h"
 
@@ -79,7 +81,26 @@ void removeInsideGrant(const std::string& path, bool overwrites) {
   }
 }
 
+/// The rows of a statement on a database that is there, can be opened, and lies where the grant allows.
+Rows executeInsideGrant(const std::string& sql, const std::string& path) {
+  platform::FileManager& fileManager = Platform::current().fileManager;
+  if (!fileManager.fileExists(path)) return {};  // opening it would make one
+  const auto file = fileManager.pinnedFile(path);
+  if (!file) return {};
+  Sqlite database;
+  // Looked at again with the database open: what was opened is what was looked at before.
+  if (!database.open((*file)->path()) || !(*file)->isInPlace() || hasMoved(database) || !(*file)->isInPlace())
+    return {};
+  return database.executeQuery(sql).value_or(Rows());
+}
+
 }  // namespace
+
+bool isDirectory(const std::string& path) {
+  const Value::Dictionary attributes = Sandbox::fileAttributes(path);
+  const auto type = attributes.find(platform::kFileType);
+  return type != attributes.end() && type->second == Value(platform::kFileTypeDirectory);
+}
 
 void Sandbox::access(const Path& path) {
   if (!path) return;
@@ -132,6 +153,17 @@ Value::Dictionary Sandbox::fileAttributes(const Path& path) {
   return read<Value::Dictionary>(path, {}, [](const std::string& fullPath) {
     return Platform::current().fileManager.attributesOfItem(fullPath).value().value_or(Value::Dictionary());
   });
+}
+
+void Sandbox::runSql_onfile(const std::string& sql, const Path& path) {
+  if (!path) return;
+  const auto operation = std::make_shared<const Operation>(*path);
+  makeTaskQueue()->async([operation, sql] { operation->run([&] { executeInsideGrant(sql, operation->fullPath()); }); });
+}
+
+std::optional<Rows> Sandbox::returnArrayFromSql_onfile(const std::string& sql, const Path& path) {
+  if (!path) return std::nullopt;
+  return read<Rows>(path, {}, [&sql](const std::string& fullPath) { return executeInsideGrant(sql, fullPath); });
 }
 
 void Sandbox::checkForScriptInFolder() {

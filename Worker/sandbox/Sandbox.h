@@ -13,8 +13,12 @@
 #include <vector>
 
 #include "Platform/Value.h"
+#include "Worker/database/Rows.h"
 
 namespace tidewell {
+
+/// Whether a path is an existing folder and no link to one. Through the facade below.
+bool isDirectory(const std::string& path);
 
 class Sandbox {
  public:
@@ -46,6 +50,14 @@ class Sandbox {
 
   /// The item's attributes under the keys of platform::FileManager; empty when it is missing.
   static platform::Value::Dictionary fileAttributes(const Path& path);
+
+  /// Runs one SQL statement on a database file, where there is one; its rows are discarded. Returns before it is done.
+  /// An absent path does nothing.
+  static void runSql_onfile(const std::string& sql, const Path& path);
+
+  /// The rows of one SQL statement, in its order. Absent only for an absent path; empty when there is no such file, when
+  /// the statement fails and when access is refused.
+  static std::optional<Rows> returnArrayFromSql_onfile(const std::string& sql, const Path& path);
 
   /// Makes sure that Safari's cookie script is installed: offers to save it when it is missing.
   static void checkForScriptInFolder();

@@ -1,5 +1,7 @@
 #include "tests/support/Fakes.h"
 
+#include <unistd.h>
+
 #include <stdexcept>
 #include <utility>
 
@@ -19,8 +21,24 @@ std::string FakeBundle::localizedString(const std::string& key, const std::strin
   return value.empty() ? key : value;
 }
 
-std::optional<FileURL> FakeBundle::urlForResource(std::string_view, std::string_view) const {
-  return std::nullopt;
+std::optional<FileURL> FakeBundle::urlForResource(std::string_view name, std::string_view extension) const {
+  const auto found = resources.find(std::string(name) + "." + std::string(extension));
+  return found != resources.end() ? std::optional(FileURL(found->second)) : std::nullopt;
+}
+
+platform::Result<std::unique_ptr<platform::UserUnixTask>> FakeUserScripts::taskWithURL(const FileURL& url) {
+  class Task : public platform::UserUnixTask {
+   public:
+    Task(Journal& journal, std::string path) : journal_(journal), path_(std::move(path)) {}
+    void execute() override { journal_.add("script " + path_); }
+
+   private:
+    Journal& journal_;
+    const std::string path_;
+  };
+  if (::access(url.path().c_str(), F_OK) != 0) return std::errc::no_such_file_or_directory;
+  if (::access(url.path().c_str(), X_OK) != 0) return std::errc::permission_denied;
+  return std::unique_ptr<platform::UserUnixTask>(std::make_unique<Task>(journal_, url.path()));
 }
 
 void FakeOpenPanel::activateIgnoringOtherApps(bool ignoringOtherApps) {

@@ -16,6 +16,7 @@ namespace testing_support {
 
 class FakeBundle : public platform::Bundle {
  public:
+  std::map<std::string, std::string> resources;  // "name.extension" to path
   std::map<std::string, std::string, std::less<>> information = {{"CFBundleDisplayName", "Tidewell"}};
   std::map<std::string, std::string> translations;
 
@@ -93,6 +94,16 @@ class FakeNotificationCenter : public platform::UserNotificationCenter {
   platform::UserNotificationCenterDelegate* delegate_ = nullptr;
   std::vector<platform::UserNotification> scheduled_;
   std::map<std::string, platform::UserNotification> delivered_;
+};
+
+/// Journal: "script PATH" when one is started.
+class FakeUserScripts : public platform::UserScripts {
+ public:
+  explicit FakeUserScripts(Journal& journal) : journal_(journal) {}
+  platform::Result<std::unique_ptr<platform::UserUnixTask>> taskWithURL(const platform::FileURL& url) override;
+
+ private:
+  Journal& journal_;
 };
 
 class FakeWorkspace : public platform::Workspace {

@@ -65,8 +65,8 @@ std::int64_t TestSystem::random() {
 TestPlatform::TestPlatform()
     : fileManager(scopes, home.path(".local/share/scripts"), journal),
       openPanel(dispatch, journal, [this](const FileURL& url) { scopes.openForProcess(url); }),
-      platform_{bundle, dispatch,     fileManager,        log,      openPanel, scopes,
-                system, userDefaults, notificationCenter, workspace} {
+      platform_{bundle, dispatch,     fileManager,        log,         openPanel, scopes,
+                system, userDefaults, notificationCenter, userScripts, workspace} {
   system.homeFolder = home.path();
   platform::Platform::install(&platform_);
 }

@@ -86,6 +86,7 @@ class TestPlatform {
   FakeOpenPanel openPanel;
   MemoryUserDefaults userDefaults{journal};
   FakeNotificationCenter notificationCenter{journal};
+  FakeUserScripts userScripts{journal};
   FakeWorkspace workspace;
 
  private:

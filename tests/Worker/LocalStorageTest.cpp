@@ -1,0 +1,237 @@
+// Web databases, local storage and IndexedDB of each browser.
+
+#include "tests/support/Databases.h"
+#include "tests/support/WorkerTest.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using testing_support::GrantedHomeTest;
+using testing_support::runStatements;
+using testing_support::valuesOf;
+
+constexpr char kSafari[] = "Library/Safari/";
+constexpr char kChrome[] = "Library/Application Support/Google/Chrome/";
+constexpr char kOpera[] = "Library/Application Support/com.operasoftware.Opera/";
+constexpr char kFirefox[] = "Library/Application Support/Firefox/Profiles/";
+
+class SiteStorage : public GrantedHomeTest {
+ protected:
+  void makeIndex(const std::string& below, const std::vector<std::string>& origins, bool withOrigins = false) {
+    std::string statements = "CREATE TABLE Databases (origin TEXT, name TEXT); CREATE TABLE Origins (origin TEXT);";
+    for (const std::string& origin : origins) {
+      statements += "INSERT INTO Databases VALUES ('" + origin + "', 'db');";
+      if (withOrigins) statements += "INSERT INTO Origins VALUES ('" + origin + "');";
+    }
+    runStatements(home(below), statements);
+  }
+  /// What was handed over, in order: statements and removals, below the home folder.
+  std::vector<std::string> steps() const {
+    std::vector<std::string> steps;
+    for (std::string entry : platform.journal.entries()) {
+      if (!entry.starts_with("sql ") && !entry.starts_with("remove ")) continue;
+      const std::size_t at = entry.find(platform.home.path());
+      steps.push_back(entry.erase(at, platform.home.path().size() + 1));
+    }
+    return steps;
+  }
+  void removeStorage(const std::string& browserName) {
+    platform.journal.clear();
+    const testing_support::StatementJournal statements(platform.journal);
+    worker->removeNonFavLocalStorage(browserName);
+    platform.dispatch.runUntilIdle();
+  }
+  void listChromeProfile() {
+    platform.home.file(std::string(kChrome) + "Local State", R"({"profile": {"info_cache": {"P": {"name": "p"}}}})");
+  }
+
+  std::shared_ptr<tidewell::WorkerAppDelegate> worker = makeWorker();
+};
+
+TEST_F(SiteStorage, ofAnUnknownNameStays) {
+  platform.home.file(std::string(kSafari) + "Databases/___IndexedDB/x");
+  for (const char* name : {"firefox", "Google Chrome Canary", ""}) removeStorage(name);
+  EXPECT_THAT(steps(), IsEmpty());
+}
+
+// Safari.
+
+TEST_F(SiteStorage, ofSafariGoesFilesBeforeStatements) {
+  const std::string databases = std::string(kSafari) + "Databases/";
+  const std::string localStorage = std::string(kSafari) + "LocalStorage/";
+  makeIndex(databases + "Databases.db", {"http_a.com_0", "safari-extension_x_0", "https_b.org_0"}, true);
+  platform.home.file(databases + "http_a.com_0/1.db");
+  platform.home.file(databases + "safari-extension_x_0/1.db");
+  platform.home.file(databases + "___IndexedDB/c/d");
+  platform.home.file(localStorage + "http_a.com_0.localstorage");
+  platform.home.file(localStorage + "http_a.com_0.localstorage-journal");
+  platform.home.file(localStorage + "safari-extension_x_0.localstorage");
+  runStatements(
+      home(localStorage + "StorageTracker.db"),
+      "CREATE TABLE Origins (origin TEXT); INSERT INTO Origins VALUES ('http_a.com_0'), ('safari-extension_x_0');");
+  removeStorage("Safari");
+  EXPECT_THAT(steps(), ElementsAre("sql SELECT origin FROM Databases; on " + databases + "Databases.db",
+                                   "remove " + databases + "http_a.com_0", "remove " + databases + "https_b.org_0",
+                                   "sql DELETE FROM Databases WHERE origin IN ('http_a.com_0','https_b.org_0'); on " +
+                                       databases + "Databases.db",
+                                   "sql DELETE FROM Origins WHERE origin IN ('http_a.com_0','https_b.org_0'); on " +
+                                       databases + "Databases.db",
+                                   "remove " + localStorage + "http_a.com_0.localstorage",
+                                   "sql DELETE FROM Origins WHERE origin IN ('http_a.com_0'); on " + localStorage +
+                                       "StorageTracker.db",
+                                   "remove " + databases + "___IndexedDB"));
+  EXPECT_THAT(valuesOf(home(databases + "Databases.db"), "SELECT origin FROM Databases"),
+              ElementsAre("safari-extension_x_0"));
+  EXPECT_THAT(valuesOf(home(localStorage + "StorageTracker.db"), "SELECT origin FROM Origins"),
+              ElementsAre("safari-extension_x_0"));
+  EXPECT_TRUE(platform.home.exists(databases + "safari-extension_x_0/1.db"));
+  EXPECT_TRUE(platform.home.exists(localStorage + "http_a.com_0.localstorage-journal"));
+}
+
+TEST_F(SiteStorage, ofSafariWithoutAnIndexIsLocalStorageAndIndexedDB) {
+  platform.home.file(std::string(kSafari) + "LocalStorage/http_a.com_0.localstorage");
+  platform.home.file(std::string(kSafari) + "Databases/___IndexedDB/x");
+  removeStorage("Safari");
+  EXPECT_THAT(steps(), ElementsAre("remove " + std::string(kSafari) + "LocalStorage/http_a.com_0.localstorage",
+                                   "remove " + std::string(kSafari) + "Databases/___IndexedDB"));
+}
+
+TEST_F(SiteStorage, ofSafariWithExtensionsOnlyIsLeftAndNoStatementRuns) {
+  makeIndex(std::string(kSafari) + "Databases/Databases.db", {"safari-extension_x_0", "chrome-extension_y_0"}, true);
+  removeStorage("Safari");
+  EXPECT_THAT(steps(),
+              ElementsAre("sql SELECT origin FROM Databases; on " + std::string(kSafari) + "Databases/Databases.db"));
+}
+
+// The Chrome family.
+
+TEST_F(SiteStorage, ofChromeGoesStatementBeforeFiles) {
+  listChromeProfile();
+  const std::string profile = std::string(kChrome) + "P/";
+  makeIndex(profile + "databases/Databases.db", {"http_a.com_0", "chrome-extension_x_0"});
+  platform.home.file(profile + "databases/http_a.com_0/1");
+  platform.home.file(profile + "databases/chrome-extension_x_0/1");
+  platform.home.file(profile + "Local Storage/http_a.com_0.localstorage");
+  platform.home.file(profile + "Local Storage/chrome-extension_x_0.localstorage");
+  platform.home.file(profile + "IndexedDB/https_a.com_0.indexeddb.leveldb/LOG");
+  removeStorage("Google Chrome");
+  EXPECT_THAT(steps(), ElementsAre("sql SELECT origin FROM Databases; on " + profile + "databases/Databases.db",
+                                   "sql DELETE FROM Databases WHERE origin IN ('http_a.com_0'); on " + profile +
+                                       "databases/Databases.db",
+                                   "remove " + profile + "databases/http_a.com_0",
+                                   "remove " + profile + "Local Storage/http_a.com_0.localstorage",
+                                   "remove " + profile + "Local Storage/http_a.com_0.localstorage-journal",
+                                   "remove " + profile + "IndexedDB"));
+  EXPECT_THAT(valuesOf(home(profile + "databases/Databases.db"), "SELECT origin FROM Databases"),
+              ElementsAre("chrome-extension_x_0"));
+  EXPECT_TRUE(platform.home.exists(profile + "Local Storage/chrome-extension_x_0.localstorage"));
+}
+
+TEST_F(SiteStorage, ofChromeWithExtensionsOnlyStillRunsTheStatement) {
+  listChromeProfile();
+  const std::string index = std::string(kChrome) + "P/databases/Databases.db";
+  makeIndex(index, {"chrome-extension_x_0"});
+  removeStorage("Google Chrome");
+  EXPECT_THAT(steps(), ElementsAre("sql SELECT origin FROM Databases; on " + index,
+                                   "sql DELETE FROM Databases WHERE origin IN (''); on " + index));
+}
+
+TEST_F(SiteStorage, ofChromeWithoutLocalStorageStillLosesIndexedDB) {
+  listChromeProfile();
+  platform.home.file(std::string(kChrome) + "P/IndexedDB/x");
+  removeStorage("Google Chrome");
+  EXPECT_THAT(steps(), ElementsAre("remove " + std::string(kChrome) + "P/IndexedDB"));
+}
+
+TEST_F(SiteStorage, ofChromeWithoutProfilesStays) {
+  platform.home.file(std::string(kChrome) + "Default/IndexedDB/x");
+  removeStorage("Google Chrome");
+  removeStorage("Chromium");
+  EXPECT_THAT(steps(), IsEmpty());
+}
+
+TEST_F(SiteStorage, ofOperaLiesInItsDataFolder) {
+  makeIndex(std::string(kOpera) + "databases/Databases.db", {"http_a.com_0"});
+  platform.home.file(std::string(kOpera) + "Local Storage/http_a.com_0.localstorage");
+  platform.home.file(std::string(kOpera) + "IndexedDB/x");
+  platform.home.file(std::string(kOpera) + "Default/IndexedDB/x");
+  removeStorage("Opera");
+  EXPECT_THAT(steps(),
+              ElementsAre("sql SELECT origin FROM Databases; on " + std::string(kOpera) + "databases/Databases.db",
+                          "sql DELETE FROM Databases WHERE origin IN ('http_a.com_0'); on " + std::string(kOpera) +
+                              "databases/Databases.db",
+                          "remove " + std::string(kOpera) + "databases/http_a.com_0",
+                          "remove " + std::string(kOpera) + "Local Storage/http_a.com_0.localstorage",
+                          "remove " + std::string(kOpera) + "Local Storage/http_a.com_0.localstorage-journal",
+                          "remove " + std::string(kOpera) + "IndexedDB"));
+}
+
+// Firefox.
+
+TEST_F(SiteStorage, ofFirefoxIsTheTableAndTwoFoldersOfEachProfile) {
+  const std::string profile = std::string(kFirefox) + "a.default/";
+  runStatements(home(profile + "webappsstore.sqlite"),
+                "CREATE TABLE webappsstore2 (originKey TEXT, scope TEXT, value TEXT);"
+                "INSERT INTO webappsstore2 VALUES ('k', 'moc.elpmaxe.:http:80', 'v'), ('k', 'extension', 'v'),"
+                "('k', 'gro.a.:https:443', x'00ff');");
+  for (const char* folder : {"default", "temporary", "permanent"}) {
+    platform.home.file(profile + "storage/" + folder + "/https+++a.org/ls/data.sqlite");
+  }
+  platform.home.file(std::string(kFirefox) + "profiles.txt");
+  platform.home.file(std::string(kFirefox) + "no-table/storage/default/x");
+  removeStorage("Firefox");
+  const auto done = steps();
+  EXPECT_THAT(done, ::testing::Contains("sql SELECT * FROM webappsstore2; on " + profile + "webappsstore.sqlite"));
+  EXPECT_THAT(done,
+              ::testing::Contains(
+                  "sql DELETE FROM webappsstore2 WHERE scope IN ('moc.elpmaxe.:http:80','gro.a.:https:443'); on " +
+                  profile + "webappsstore.sqlite"));
+  EXPECT_EQ(done.size(), 5U);
+  EXPECT_THAT(valuesOf(home(profile + "webappsstore.sqlite"), "SELECT scope FROM webappsstore2"),
+              ElementsAre("extension"));
+  EXPECT_FALSE(platform.home.exists(profile + "storage/default"));
+  EXPECT_FALSE(platform.home.exists(profile + "storage/temporary"));
+  EXPECT_TRUE(platform.home.exists(profile + "storage/permanent/https+++a.org/ls/data.sqlite"));
+  EXPECT_FALSE(platform.home.exists(std::string(kFirefox) + "no-table/storage/default"));
+  EXPECT_TRUE(platform.home.exists(std::string(kFirefox) + "profiles.txt"));
+}
+
+TEST_F(SiteStorage, ofFirefoxWhoseScopesAreNoSitesStillRunsTheStatement) {
+  const std::string table = std::string(kFirefox) + "p/webappsstore.sqlite";
+  runStatements(home(table),
+                "CREATE TABLE webappsstore2 (scope TEXT); INSERT INTO webappsstore2 VALUES ('x'), (NULL);");
+  removeStorage("Firefox");
+  EXPECT_THAT(steps(), ElementsAre("sql SELECT * FROM webappsstore2; on " + table,
+                                   "sql DELETE FROM webappsstore2 WHERE scope IN (''); on " + table));
+}
+
+TEST_F(SiteStorage, ofFirefoxWithoutTheScopeColumnAddsNothing) {
+  const std::string table = std::string(kFirefox) + "p/webappsstore.sqlite";
+  runStatements(home(table), "CREATE TABLE webappsstore2 (other TEXT); INSERT INTO webappsstore2 VALUES ('a.:b');");
+  removeStorage("Firefox");
+  EXPECT_THAT(valuesOf(home(table), "SELECT other FROM webappsstore2"), ElementsAre("a.:b"));
+}
+
+// Values that are hostile to statements.
+
+TEST_F(SiteStorage, withAQuoteInAnOriginMakesOnlyThatStatementFail) {
+  listChromeProfile();
+  const std::string profile = std::string(kChrome) + "P/";
+  makeIndex(profile + "databases/Databases.db", {"a''); DROP TABLE Databases; --", "http_a.com_0"});
+  platform.home.file(profile + "databases/http_a.com_0/1");
+  removeStorage("Google Chrome");
+  // Only the first statement of a text is ever compiled, and here it matches nothing of the site's.
+  EXPECT_THAT(valuesOf(home(profile + "databases/Databases.db"), "SELECT count(*) FROM Databases"), ElementsAre("2"));
+  EXPECT_FALSE(platform.home.exists(profile + "databases/http_a.com_0"));
+}
+
+TEST_F(SiteStorage, ofAnOriginThatLeadsOutReachesNothing) {
+  listChromeProfile();
+  platform.elsewhere.file("keep");
+  makeIndex(std::string(kChrome) + "P/databases/Databases.db", {"../../../../../../.." + platform.elsewhere.path()});
+  removeStorage("Google Chrome");
+  EXPECT_TRUE(platform.elsewhere.exists("keep"));
+}
+
+}  // namespace

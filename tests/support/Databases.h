@@ -1,0 +1,26 @@
+// Real databases for tests, and a look at the statements that are run on them.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tests/support/Journal.h"
+
+namespace testing_support {
+
+/// Runs statements on a database file, which is made when it is missing, with the folders above it.
+void runStatements(const std::string& path, const std::string& statements);
+
+/// The first column of every row, as text.
+std::vector<std::string> valuesOf(const std::string& path, const std::string& query);
+
+/// Journal, as long as it lives: "sql STATEMENT on PATH" for each statement that runs in this process.
+class StatementJournal {
+ public:
+  explicit StatementJournal(Journal& journal);
+  ~StatementJournal();
+  StatementJournal(const StatementJournal&) = delete;
+  StatementJournal& operator=(const StatementJournal&) = delete;
+};
+
+}  // namespace testing_support
