@@ -61,8 +61,9 @@ int DefaultsCommand::run(const Arguments& arguments) {
 int DefaultsCommand::read(platform::linux_::DefaultsFile& file, const Arguments& arguments) {
   if (arguments.size() > 3) return misused("too many words");
   if (arguments.size() == 2) {
-    if (!file.exists()) return missing(arguments);
-    output_ << Value(file.readAll()).description() << '\n';
+    Value::Dictionary all = file.readAll();
+    if (all.empty()) return missing(arguments);
+    output_ << Value(std::move(all)).description() << '\n';
     return kDone;
   }
   const std::optional<Value> value = file.read(arguments[2]);
@@ -81,7 +82,7 @@ int DefaultsCommand::write(platform::linux_::DefaultsFile& file, const Arguments
 
 int DefaultsCommand::erase(platform::linux_::DefaultsFile& file, const Arguments& arguments) {
   if (arguments.size() > 3) return misused("too many words");
-  if (!file.exists() || (arguments.size() == 3 && !file.read(arguments[2]))) return missing(arguments);
+  if (arguments.size() == 2 ? file.readAll().empty() : !file.read(arguments[2])) return missing(arguments);
   const bool done = arguments.size() == 2 ? file.eraseAll() : file.erase(arguments[2]);
   if (!done) errors_ << "tidewell: the settings could not be changed\n";
   return done ? kDone : kFailed;

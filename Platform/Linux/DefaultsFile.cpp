@@ -18,6 +18,8 @@ namespace {
 constexpr int kApplicationId = 0x54574453;  // marks the file as a settings file
 constexpr int kSchemaVersion = 1;
 constexpr int kBusyTimeoutMilliseconds = 10'000;
+constexpr int kCheckpointRounds = 200;
+constexpr unsigned kCheckpointPauseMicroseconds = 5000;
 constexpr mode_t kFolderMode = 0700;
 constexpr mode_t kFileMode = 0600;
 
@@ -33,6 +35,7 @@ constexpr char kSelect[] = "SELECT value FROM defaults WHERE key = ?1";
 constexpr char kSelectAll[] = "SELECT key, value FROM defaults";
 constexpr char kReplace[] =
     "INSERT INTO defaults VALUES (?1, ?2) ON CONFLICT (key) DO UPDATE SET value = excluded.value";
+constexpr char kDeleteAll[] = "DELETE FROM defaults";
 constexpr char kDelete[] = "DELETE FROM defaults WHERE key = ?1";
 
 bool isDamage(int result) {
@@ -169,19 +172,22 @@ bool DefaultsFile::erase(const std::string& key) {
 bool DefaultsFile::checkpoint() {
   const std::lock_guard lock(mutex_);
   const Outcome outcome = attempt(Creation::existing, [&] {
-    return sqlite3_wal_checkpoint_v2(database_, nullptr, SQLITE_CHECKPOINT_FULL, nullptr, nullptr);
+    int result = SQLITE_BUSY;
+    // Another process that does the same makes this one busy at once, whatever the timeout.
+    for (int round = 0; result == SQLITE_BUSY && round < kCheckpointRounds; ++round) {
+      if (round > 0) ::usleep(kCheckpointPauseMicroseconds);
+      result = sqlite3_wal_checkpoint_v2(database_, nullptr, SQLITE_CHECKPOINT_FULL, nullptr, nullptr);
+    }
+    return result;
   });
   return outcome == Outcome::done || outcome == Outcome::absent;
 }
 
 bool DefaultsFile::eraseAll() {
   const std::lock_guard lock(mutex_);
-  close();
-  const FolderLock folderLock(deletingLastPathComponent(path_));
-  bool erased = ::unlink(path_.c_str()) == 0 || errno == ENOENT;
-  for (const char* suffix : {"-wal", "-shm"})
-    erased = (::unlink((path_ + suffix).c_str()) == 0 || errno == ENOENT) && erased;
-  return erased;
+  const Outcome outcome =
+      attempt(Creation::existing, [&] { return sqlite3_exec(database_, kDeleteAll, nullptr, nullptr, nullptr); });
+  return outcome != Outcome::failed;
 }
 
 /// Runs `work` on the open database, once more after a damaged file was set aside.
@@ -211,6 +217,8 @@ DefaultsFile::Outcome DefaultsFile::open(Creation creation) {
     flags |= O_CREAT;
     if (!makeFolders(deletingLastPathComponent(path_))) return Outcome::failed;
   }
+  // One process at a time: a file that another one is making, or taking away, is neither whole nor gone yet.
+  const FolderLock folderLock(deletingLastPathComponent(path_));
   // Made here, so that it is the owner's alone from its first moment; the log's files take its mode over.
   const int descriptor = ::open(path_.c_str(), flags, kFileMode);
   if (descriptor < 0) return errno == ENOENT ? Outcome::absent : Outcome::failed;

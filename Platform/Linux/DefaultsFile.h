@@ -44,7 +44,7 @@ class DefaultsFile {
   /// Brings everything that was written to the disk.
   bool checkpoint();
 
-  /// Removes the file and what belongs to it.
+  /// Removes every key. The file stays: others may have it open.
   bool eraseAll();
 
  private:

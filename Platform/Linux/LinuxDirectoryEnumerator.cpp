@@ -16,48 +16,52 @@ LinuxDirectoryEnumerator::LinuxDirectoryEnumerator(const FileURL& folder, Result
     return;
   }
   stack_.emplace(std::move(*root));
-  readTop(folder.path());
+  path_ = folder.path();
+  readTop();
 }
 
 std::optional<FileURL> LinuxDirectoryEnumerator::nextObject() {
   if (pendingFolder_ && !ended_) {
-    const auto [path, name] = *std::exchange(pendingFolder_, std::nullopt);
-    enter(path, name);
+    enter(*std::exchange(pendingFolder_, std::nullopt));
   }
   while (!ended_) {
     Level& level = levels_.back();
     if (level.next < level.entries.size()) {
       const Entry& entry = level.entries[level.next++];
-      const std::string path = appendingPathComponent(level.path, entry.name);
-      if (entry.isFolder) pendingFolder_ = {path, entry.name};
-      return FileURL(path, entry.isFolder);
+      if (entry.isFolder) pendingFolder_ = entry.name;
+      return FileURL(appendingPathComponent(path_, entry.name), entry.isFolder);
     }
     levels_.pop_back();
     if (levels_.empty()) {
       ended_ = true;
-    } else if (const std::error_code error = stack_->pop()) {
-      handle(levels_.back().path, error);
+      continue;
+    }
+    path_.resize(levels_.back().pathLength);
+    if (const std::error_code error = stack_->pop()) {
+      handle(path_, error);
       ended_ = true;  // the way back is lost, whatever the handler says
     }
   }
   return std::nullopt;
 }
 
-void LinuxDirectoryEnumerator::enter(const std::string& path, const std::string& name) {
+void LinuxDirectoryEnumerator::enter(const std::string& name) {
+  const std::string path = appendingPathComponent(path_, name);
   if (const std::error_code error = stack_->push(name)) {
     handle(path, error);
   } else {
-    readTop(path);
+    path_ = path;
+    readTop();
   }
 }
 
-void LinuxDirectoryEnumerator::readTop(const std::string& path) {
-  levels_.push_back({path, {}, 0});
+void LinuxDirectoryEnumerator::readTop() {
+  levels_.push_back({path_.size(), {}, 0});
   const int folder = stack_->top();
   const std::error_code error = listFolder(folder, [&](const FolderEntry& entry) {
     levels_.back().entries.push_back({entry.name, isFolder(folder, entry)});
   });
-  if (error) handle(path, error);
+  if (error) handle(path_, error);
 }
 
 void LinuxDirectoryEnumerator::handle(const std::string& path, std::error_code error) {

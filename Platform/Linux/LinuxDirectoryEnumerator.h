@@ -22,19 +22,20 @@ class LinuxDirectoryEnumerator : public DirectoryEnumerator {
     bool isFolder;
   };
   struct Level {
-    std::string path;
+    std::size_t pathLength;  // of path_ at this level: a path for each would take memory with the square of the depth
     std::vector<Entry> entries;
     std::size_t next = 0;
   };
 
-  void readTop(const std::string& path);
-  void enter(const std::string& path, const std::string& name);
+  void readTop();
+  void enter(const std::string& name);
   void handle(const std::string& path, std::error_code error);
 
   const EnumerationErrorHandler errorHandler_;
   std::optional<FolderStack> stack_;
   std::vector<Level> levels_;
-  std::optional<std::pair<std::string, std::string>> pendingFolder_;  // path and name of the folder handed out last
+  std::string path_;                          // of the folder that is being read
+  std::optional<std::string> pendingFolder_;  // name of the folder handed out last
   bool ended_ = false;
 };
 

@@ -46,9 +46,13 @@ class SerialQueueState : public std::enable_shared_from_this<SerialQueueState> {
   const std::string& label() const { return label_; }
 
   void async(Task task) {
-    const std::lock_guard lock(mutex_);
-    waiting_.push_back({std::move(task), nullptr});
-    if (!busy_) startNext();
+    Task next;
+    {
+      const std::lock_guard lock(mutex_);
+      waiting_.push_back({std::move(task), nullptr});
+      if (!busy_) next = takeNext();
+    }
+    submit(std::move(next));
   }
 
   void sync(const Task& task) {
@@ -68,8 +72,12 @@ class SerialQueueState : public std::enable_shared_from_this<SerialQueueState> {
    public:
     explicit Turn(SerialQueueState& queue) : queue_(queue) {}
     ~Turn() {
-      const std::lock_guard lock(queue_.mutex_);
-      queue_.startNext();
+      Task next;
+      {
+        const std::lock_guard lock(queue_.mutex_);
+        next = queue_.takeNext();
+      }
+      queue_.submit(std::move(next));
     }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
@@ -89,18 +97,23 @@ class SerialQueueState : public std::enable_shared_from_this<SerialQueueState> {
     turnCondition_.wait(lock, [&turnHasCome] { return turnHasCome; });
   }
 
-  /// Gives the turn to the first that waits. Called with the mutex held.
-  void startNext() {
+  /// Gives the turn to the first that waits; the task to submit, if that is one. Called with the mutex held.
+  Task takeNext() {
     busy_ = !waiting_.empty();
-    if (!busy_) return;
+    if (!busy_) return nullptr;
     Waiting next = std::move(waiting_.front());
     waiting_.pop_front();
     if (next.turnHasCome != nullptr) {
       *next.turnHasCome = true;
       turnCondition_.notify_all();
-      return;
     }
-    pool_.submit([self = shared_from_this(), task = std::move(next.task)] {
+    return std::move(next.task);
+  }
+
+  /// Without the mutex: where there is no thread to be had, the task runs at once on this one.
+  void submit(Task next) {
+    if (!next) return;
+    pool_.submit([self = shared_from_this(), task = std::move(next)] {
       const Turn turn(*self);
       task();
     });

@@ -27,7 +27,11 @@ class Surroundings {
     sigset_t none;
     ::sigemptyset(&none);
     ::posix_spawnattr_setsigmask(&attributes_, &none);
-    ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSID);
+    sigset_t ignored;
+    ::sigemptyset(&ignored);
+    ::sigaddset(&ignored, SIGPIPE);
+    ::posix_spawnattr_setsigdefault(&attributes_, &ignored);
+    ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSID);
   }
   ~Surroundings() {
     ::posix_spawn_file_actions_destroy(&actions_);

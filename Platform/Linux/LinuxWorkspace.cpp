@@ -17,7 +17,7 @@ using std::chrono::milliseconds;
 // A file is opened before the process has become its program, and a wrapper script works for a while before it starts
 // the program that it is for.
 constexpr std::array kScansAfterOpening = {milliseconds(2), milliseconds(10), milliseconds(30), milliseconds(100)};
-constexpr std::array kScansAfterQuit = {milliseconds(10), milliseconds(30), milliseconds(100)};
+constexpr std::array kScansAfterEnd = {milliseconds(10), milliseconds(30), milliseconds(100)};
 constexpr std::array kScansAfterScript = {milliseconds(300), milliseconds(1000), milliseconds(3000)};
 constexpr milliseconds kScanSlot{2};
 
@@ -56,6 +56,7 @@ LinuxWorkspace::LinuxWorkspace(RunLoop& loop, std::vector<WatchedApplication> ap
                                                           return applicationRunning(*executable) == index;
                                                         },
                                                         [this, index] { quit(index); },
+                                                        [this] { scanSeveralTimes(true); },
                                                     }));
   }
 }
@@ -129,13 +130,20 @@ void LinuxWorkspace::scanIn(milliseconds delay) {
 }
 
 void LinuxWorkspace::scanSeveralTimes(bool throughScripts) {
-  scan();
   for (const milliseconds delay : kScansAfterOpening) scanIn(delay);
   if (!throughScripts) return;
   for (const milliseconds delay : kScansAfterScript) scanIn(delay);
 }
 
+/// One that is being started at this very moment does not show yet.
+void LinuxWorkspace::scanAfterEnd(std::size_t index) {
+  for (const milliseconds delay : kScansAfterEnd) scanIn(delay);
+  if (executables_[index].scripts.empty()) return;
+  for (const milliseconds delay : kScansAfterScript) scanIn(delay);
+}
+
 void LinuxWorkspace::started(pid_t pid) {
+  if (pid == 0) return scan();  // some were not told
   const auto executable = executableOfProcess(pid);
   const auto index = executable ? applicationRunning(*executable) : std::nullopt;
   if (index && !running_[*index]->isRunning()) scan();
@@ -161,7 +169,7 @@ void LinuxWorkspace::watch() {
     interests.addAppearing(options_.wantedFile);
     interests.addAppearing(writeAheadLog);
   }
-  watch_->replace(interests);
+  watchesAll_ = watch_->replace(interests);
   updateConnector();
 }
 
@@ -182,14 +190,16 @@ void LinuxWorkspace::happened(const PathWatch::Events& events) {
       throughScripts |= isScript;
     }
   }
-  if (isNews) scanSeveralTimes(throughScripts);
+  if (!isNews) return;
+  scan();
+  scanSeveralTimes(throughScripts);
 }
 
 void LinuxWorkspace::updateConnector() {
   bool isNeeded = false;
   for (std::size_t index = 0; index < applications_.size(); ++index) {
-    isNeeded |= executables_[index].programs.empty() && executables_[index].scripts.empty() &&
-                options_.isWanted(applications_[index]);
+    const bool isFound = !executables_[index].programs.empty() || !executables_[index].scripts.empty();
+    isNeeded |= (!isFound || !watchesAll_) && options_.isWanted(applications_[index]);
   }
   if (!isNeeded) {
     connector_.reset();
@@ -203,8 +213,7 @@ void LinuxWorkspace::updateConnector() {
 // Telling.
 
 void LinuxWorkspace::quit(std::size_t index) {
-  // One that is being started at this very moment does not show yet.
-  for (const milliseconds delay : kScansAfterQuit) scanIn(delay);
+  scanAfterEnd(index);
   announce(applications_[index].applicationName, applications_[index].bundleIdentifier);
 }
 

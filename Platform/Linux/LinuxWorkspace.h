@@ -61,6 +61,7 @@ class LinuxWorkspace : public Workspace {
   void scan();
   void scanIn(std::chrono::milliseconds delay);
   void scanSeveralTimes(bool throughScripts);
+  void scanAfterEnd(std::size_t index);
   void started(pid_t pid);
   void watch();
   void happened(const PathWatch::Events& events);
@@ -76,6 +77,7 @@ class LinuxWorkspace : public Workspace {
   std::set<std::string, std::less<>> baseNames_;  // the file names that any application's program can have
   std::set<std::int64_t> scheduledScans_;         // coalesced in slots of a few milliseconds
   std::unique_ptr<PathWatch> watch_;
+  bool watchesAll_ = true;  // false when the system's limits left something out
   std::unique_ptr<ProcessConnector> connector_;
   bool hasNoConnector_ = false;  // it was tried
   std::map<ObserverToken, Observer> observers_;

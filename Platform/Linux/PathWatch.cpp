@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <utility>
 
@@ -47,23 +48,25 @@ PathWatch::PathWatch(RunLoop& loop, Handler handler)
   source_.reset(source);
 }
 
-void PathWatch::add(const std::string& path, unsigned mask, std::map<int, Watched>& watched,
+bool PathWatch::add(const std::string& path, unsigned mask, std::map<int, Watched>& watched,
                     const std::function<void(Watched&)>& fill) {
   // A file that is watched already keeps its number; the masks of several wishes add up.
   const int watch = ::inotify_add_watch(inotify_.get(), path.c_str(), mask | IN_MASK_ADD);
   if (watch >= 0) fill(watched[watch]);
+  return watch >= 0 || (inotify_ && errno != ENOSPC && errno != ENOMEM);
 }
 
-void PathWatch::replace(const Interests& interests) {
+bool PathWatch::replace(const Interests& interests) {
   std::map<int, Watched> watched;
+  bool isComplete = true;
   for (const std::string& file : interests.opened) {
-    add(file, IN_OPEN, watched, [&](Watched& entry) { entry.opened.insert(file); });
+    isComplete &= add(file, IN_OPEN, watched, [&](Watched& entry) { entry.opened.insert(file); });
   }
   for (const std::string& file : interests.modified) {
-    add(file, IN_MODIFY, watched, [](Watched& entry) { entry.modified = true; });
+    isComplete &= add(file, IN_MODIFY, watched, [](Watched& entry) { entry.modified = true; });
   }
   for (const auto& [folder, names] : interests.appearing) {
-    add(folder, kAppearing, watched, [&names = names](Watched& entry) {
+    isComplete &= add(folder, kAppearing, watched, [&names = names](Watched& entry) {
       entry.isFolder = true;
       entry.appearing.insert(names.begin(), names.end());
     });
@@ -72,6 +75,7 @@ void PathWatch::replace(const Interests& interests) {
     if (!watched.contains(watch)) ::inotify_rm_watch(inotify_.get(), watch);
   }
   watched_ = std::move(watched);
+  return isComplete;
 }
 
 void PathWatch::drain() {

@@ -39,8 +39,9 @@ class PathWatch {
   /// used up) nothing is ever told.
   PathWatch(RunLoop& loop, Handler handler);
 
-  /// Watches these and nothing else. What does not exist, or can't be watched, is left out.
-  void replace(const Interests& interests);
+  /// Watches these and nothing else. What does not exist is left out. False when the person's limits leave something
+  /// else out too.
+  bool replace(const Interests& interests);
 
  private:
   struct Watched {
@@ -50,7 +51,7 @@ class PathWatch {
     bool isFolder = false;
   };
 
-  void add(const std::string& path, unsigned mask, std::map<int, Watched>& watched,
+  bool add(const std::string& path, unsigned mask, std::map<int, Watched>& watched,
            const std::function<void(Watched&)>& fill);
   void drain();
   void take(int watch, unsigned mask, const std::string& name);

@@ -95,23 +95,25 @@ bool ProcessConnector::attach() {
 
 void ProcessConnector::drain() {
   for (pid_t started = 0; (started = nextStarted()) >= 0;) {
-    if (started > 0) loop_.async([handler = handler_, started] { handler(started); });
+    loop_.async([handler = handler_, started] { handler(started); });
   }
 }
 
 pid_t ProcessConnector::nextStarted() const {
   alignas(nlmsghdr) std::array<char, 1024> bytes;
-  sockaddr_nl sender{};
-  socklen_t senderSize = sizeof sender;
-  const ssize_t length =
-      ::recvfrom(socket_.get(), bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&sender), &senderSize);
-  if (length < 0) return errno == ENOBUFS || errno == EINTR ? 0 : -1;
-  proc_event event{};
-  // From the kernel only: other programs can send to this socket too.
-  if (sender.nl_pid != 0 || static_cast<std::size_t>(length) < kEventOffset + sizeof event) return 0;
-  std::memcpy(&event, bytes.data() + kEventOffset, sizeof event);
-  if (event.what != proc_event::PROC_EVENT_EXEC) return 0;
-  return event.event_data.exec.process_tgid;
+  while (true) {
+    sockaddr_nl sender{};
+    socklen_t senderSize = sizeof sender;
+    const ssize_t length =
+        ::recvfrom(socket_.get(), bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&sender), &senderSize);
+    if (length < 0 && errno == EINTR) continue;
+    if (length < 0) return errno == ENOBUFS ? 0 : -1;
+    proc_event event{};
+    // From the kernel only: other programs can send to this socket too.
+    if (sender.nl_pid != 0 || static_cast<std::size_t>(length) < kEventOffset + sizeof event) continue;
+    std::memcpy(&event, bytes.data() + kEventOffset, sizeof event);
+    if (event.what == proc_event::PROC_EVENT_EXEC) return event.event_data.exec.process_tgid;
+  }
 }
 
 }  // namespace platform::linux_

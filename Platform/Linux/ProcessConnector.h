@@ -19,7 +19,8 @@ class ProcessConnector {
  public:
   using Handler = std::function<void(pid_t pid)>;
 
-  /// Listens. The handler is called, as a task of the loop, for each process that has started a program. Null where the
+  /// Listens. The handler is called, as a task of the loop, for each process that has started a program, and
+  /// with 0 when some were lost. Null where the
   /// kernel does not announce to this process: older kernels only do to root, and none does into a container, which
   /// shows when a process of our own is started as a test. The loop must outlive the object.
   static std::unique_ptr<ProcessConnector> open(RunLoop& loop, Handler handler);
@@ -31,7 +32,7 @@ class ProcessConnector {
   bool announcesOwnChild() const;
   bool attach();
   void drain();
-  /// The process whose start the next message tells; 0 for another message, -1 when there is none.
+  /// The process whose start the next message tells; 0 when messages were lost, -1 when there is none.
   pid_t nextStarted() const;
 
   RunLoop& loop_;

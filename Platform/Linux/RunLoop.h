@@ -58,7 +58,7 @@ class RunLoop {
   void discardTasks();
 
   /// Ends run() with status 0 when the process is told to end (SIGTERM, SIGINT, SIGHUP). Call before any thread is
-  /// started: they must inherit the blocked signals.
+  /// started: they must inherit the blocked signals. SIGPIPE is ignored from then on.
   void stopOnSignals();
 
  private:

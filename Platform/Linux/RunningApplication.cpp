@@ -31,7 +31,12 @@ void RunningApplication::update(const Processes& found) {
     wasRunning |= hold(mains_, pid, &RunningApplication::mainEnded) == Outcome::hadEnded;
   }
   // A child that looked like a main process until it ran its own program.
-  for (const pid_t pid : found.helpers) mains_.erase(pid);
+  std::erase_if(mains_, [&](const auto& main) {
+    const pid_t pid = main.first;
+    if (std::find(found.mains.begin(), found.mains.end(), pid) != found.mains.end()) return false;
+    const bool isHelper = std::find(found.helpers.begin(), found.helpers.end(), pid) != found.helpers.end();
+    return isHelper || callbacks_.runs(pid) == false;
+  });
   if (isRunning()) {
     quitting_ = false;
     helpers_.clear();
@@ -49,7 +54,11 @@ void RunningApplication::mainEnded(pid_t pid) {
   if (isRunning()) return;
   const Processes found = callbacks_.look();
   update(found);
-  if (!isRunning() && !quitting_) beginQuitting(found);
+  if (isRunning()) {
+    callbacks_.lookLater();  // what is left may be such a child
+  } else if (!quitting_) {
+    beginQuitting(found);
+  }
 }
 
 void RunningApplication::beginQuitting(const Processes& found) {

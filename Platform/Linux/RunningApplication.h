@@ -31,6 +31,7 @@ class RunningApplication {
     std::function<Processes()> look;
     std::function<std::optional<bool>(pid_t)> runs;
     std::function<void()> quit;
+    std::function<void()> lookLater;  // asks for update() in a while
   };
 
   RunningApplication(RunLoop& loop, Callbacks callbacks) : loop_(loop), callbacks_(std::move(callbacks)) {}

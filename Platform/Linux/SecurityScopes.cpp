@@ -107,11 +107,11 @@ bool PinnedFile::isSameFile(int descriptor) const {
 }
 
 void SecurityScopes::openForProcess(const FileURL& url) {
-  const std::optional<std::string> real = realPath(url.path());
-  auto pinned = real ? PinnedFile::at(*real) : nullptr;
-  if (!pinned) return;  // nothing stands there: nothing to open
+  // As it was shown, it led over no link; a link that was put in its place meanwhile must not move the grant elsewhere.
+  auto pinned = hasDotComponents(url.path()) ? nullptr : PinnedFile::at(url.path());
+  if (!pinned) return;
   const std::unique_lock lock(mutex_);
-  OpenScope& scope = scopes_[*real];
+  OpenScope& scope = scopes_[url.path()];
   scope.file = std::move(pinned);
   scope.forProcess = true;
 }
@@ -159,7 +159,7 @@ bool SecurityScopes::startAccessing(const FileURL& url) {
   const std::unique_lock lock(mutex_);
   OpenScope& scope = scopes_[pinned->path()];
   // A scope that was opened for what stood here before is taken over by what was resolved last.
-  if (!scope.file || scope.file->identity() != pinned->identity()) scope.file = std::move(pinned);
+  if (!scope.file || scope.file->identity() != pinned->identity()) scope = {std::move(pinned), 0, false};
   ++scope.count;
   return true;
 }

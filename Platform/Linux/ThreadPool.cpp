@@ -13,7 +13,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr unsigned kMostThreads = 256;
+constexpr unsigned kMostThreads = 256;          // those that are blocked not counted
+constexpr unsigned kMostBlockedThreads = 1024;  // each waits for a panel, say
 constexpr std::size_t kStackSize = 512 * 1024;  // bytes; only what is touched takes memory
 constexpr auto kIdleTime = 2s;
 constexpr auto kStallTime = 50ms;
@@ -58,13 +59,13 @@ void ThreadPool::grow() {
     workCondition_.notify_one();
   } else if (runningThreads() < concurrency_) {
     startThread();
-  } else if (!hasWatcher_) {
-    hasWatcher_ = startThread();
+  } else if (!wantsWatcher_ && !isWatching_) {
+    wantsWatcher_ = startThread();
   }
 }
 
 bool ThreadPool::startThread() {
-  if (threads_ >= kMostThreads) return false;
+  if (threads_ - blocked_ >= kMostThreads || threads_ >= kMostBlockedThreads) return false;
   pthread_attr_t attributes;
   ::pthread_attr_init(&attributes);
   ::pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
@@ -83,8 +84,8 @@ bool ThreadPool::startThread() {
 
 void ThreadPool::work() {
   std::unique_lock lock(mutex_);
-  // The watcher's place is taken by whichever thread comes first: they are all alike.
-  if (hasWatcher_ && runningThreads() >= concurrency_) watchForStall(lock);
+  // The watcher's place is taken by whichever thread comes first: they are all alike. By then the need may be over.
+  if (std::exchange(wantsWatcher_, false) && runningThreads() > concurrency_) watchForStall(lock);
   while (waitForWork(lock)) {
     Task task = std::move(tasks_.front());
     tasks_.pop_front();
@@ -114,12 +115,13 @@ bool ThreadPool::waitForWork(std::unique_lock<std::mutex>& lock) {
 
 /// Returns when the other threads took nothing for a while although tasks wait, or when none wait any more.
 void ThreadPool::watchForStall(std::unique_lock<std::mutex>& lock) {
+  isWatching_ = true;
   std::uint64_t taken = taken_ - 1;
   while (!stopped_ && !tasks_.empty() && taken != taken_) {
     taken = taken_;
     endCondition_.wait_for(lock, kStallTime, [this] { return stopped_; });
   }
-  hasWatcher_ = false;
+  isWatching_ = false;
 }
 
 bool ThreadPool::shutDown() {

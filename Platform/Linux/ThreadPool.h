@@ -57,7 +57,7 @@ class ThreadPool {
   void work();
   bool waitForWork(std::unique_lock<std::mutex>& lock);
   void watchForStall(std::unique_lock<std::mutex>& lock);
-  unsigned runningThreads() const { return threads_ - idle_ - blocked_ - (hasWatcher_ ? 1 : 0); }
+  unsigned runningThreads() const { return threads_ - idle_ - blocked_ - (isWatching_ ? 1 : 0); }
 
   const unsigned concurrency_;
   Task idleHandler_;
@@ -70,8 +70,9 @@ class ThreadPool {
   unsigned threads_ = 0;
   unsigned idle_ = 0;
   unsigned blocked_ = 0;
-  std::uint64_t taken_ = 0;  // how many tasks were ever taken
-  bool hasWatcher_ = false;  // a thread that waits to see whether the others are stuck
+  std::uint64_t taken_ = 0;    // how many tasks were ever taken
+  bool wantsWatcher_ = false;  // a thread was started to see whether the others are stuck
+  bool isWatching_ = false;    // and does so now
   bool stopped_ = false;
 };
 

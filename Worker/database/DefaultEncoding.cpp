@@ -11,6 +11,7 @@ namespace tidewell {
 namespace {
 
 const std::string kUTF8 = "UTF-8";
+const std::string kASCII = "ANSI_X3.4-1968";  // the set of the locale "C"
 
 class Converter {
  public:
@@ -57,7 +58,8 @@ class Converter {
 };
 
 std::string converted(std::string_view text, const std::string& from, const std::string& to) {
-  if (from == to) return std::string(text);
+  // ASCII is the same in UTF-8, and what is not ASCII stays as it is.
+  if (from == to || from == kASCII || to == kASCII) return std::string(text);
   // To open a converter takes longer than to convert a cell: the last one is kept.
   thread_local std::optional<Converter> converter;
   if (!converter || !converter->converts(from, to)) converter.emplace(from, to);

@@ -56,6 +56,10 @@ void TestProcess::kill(int signal) {
   reap();
 }
 
+void TestProcess::say() {
+  [[maybe_unused]] const ssize_t said = ::write(input_, "+", 1);
+}
+
 void TestProcess::reap() {
   if (pid_ != 0) ::waitpid(std::exchange(pid_, 0), nullptr, 0);
 }

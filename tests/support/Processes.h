@@ -21,6 +21,8 @@ class TestProcess {
   /// Lets it end by itself, with every child that waits on the same input.
   void end();
   void kill(int signal);
+  /// Gives it a byte to read.
+  void say();
 
  private:
   void reap();

@@ -3,6 +3,7 @@
 //   wait [ARGUMENT…]            until standard input is at its end
 //   start PROGRAM ARGUMENT…     starts a program in a child, then waits
 //   become PROGRAM ARGUMENT…    becomes the program in place
+//   fork-for PROGRAM …          leaves a child that becomes the program when it is given a byte, and waits for a signal
 //   fork                        leaves a child that never starts a program of its own, then waits
 //   lose-first-thread           ends its first thread and waits in another
 //
@@ -36,6 +37,15 @@ int main(int argc, char** argv) {
   if (std::strcmp(what, "become") == 0) {
     ::execv(argv[2], argv + 2);
     return 1;
+  }
+  if (std::strcmp(what, "fork-for") == 0) {
+    char byte = 0;
+    if (::fork() == 0) {
+      if (::read(STDIN_FILENO, &byte, 1) == 1) ::execv(argv[2], argv + 2);
+      std::_Exit(1);
+    }
+    tell();
+    ::pause();
   }
   if (std::strcmp(what, "start") == 0) {
     if (::fork() == 0) {

@@ -97,6 +97,28 @@ TEST_F(Files, walkedAreAllBelowWithAFolderBeforeItsContents) {
   EXPECT_LT(at("folder/sub/deep"), at("folder/sub/deep/a"));
 }
 
+TEST_F(Files, walkedMayLieThousandsOfFoldersDeep) {
+  std::string name(200, 'd');
+  int folder = ::open(granted.path().c_str(), O_DIRECTORY | O_CLOEXEC);
+  for (int level = 0; level < 3000; ++level) {
+    ASSERT_EQ(::mkdirat(folder, name.c_str(), 0700), 0);
+    const int next = ::openat(folder, name.c_str(), O_DIRECTORY | O_CLOEXEC);
+    ::close(folder);
+    folder = next;
+  }
+  ::close(folder);
+  const auto enumerator = files.enumeratorAtURL(FileURL(granted.path(), true), nullptr);
+  int count = 0;
+  while (const auto item = enumerator->nextObject()) {
+    ++count;
+    if (count == 3000) {
+      EXPECT_EQ(item->path().size(), granted.path().size() + std::size_t{3000} * 201);
+    }
+  }
+  EXPECT_EQ(count, 3000);
+  EXPECT_FALSE(files.removeItem(granted.path(name)));
+}
+
 TEST_F(Files, walkedStopAtAnErrorWhenTheHandlerSaysSo) {
   granted.file("folder/closed/a");
   ::chmod(granted.path("folder/closed").c_str(), 0);

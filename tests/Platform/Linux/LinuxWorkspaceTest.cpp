@@ -184,6 +184,18 @@ TEST_F(QuittingApplications, mayBeAProgramThatAnotherBecame) {
   ASSERT_TRUE(waitForQuits(1));
 }
 
+TEST_F(QuittingApplications, haveQuitWhenWhatIsLeftBecameAnotherProgram) {
+  installStandIn(bin("mail"));
+  start();
+  // A child that is about to start another program outlives the browser, and looks like it for a moment.
+  TestProcess browser = run("opera", {"fork-for", bin("mail"), "wait"});
+  browser.kill(SIGTERM);
+  settle();
+  EXPECT_THAT(quits, IsEmpty());
+  browser.say();
+  ASSERT_TRUE(waitForQuits(1));
+}
+
 TEST_F(QuittingApplications, mayBecomeThemselvesAnew) {
   start();
   TestProcess process = run("opera", {"become", bin("opera"), "wait"});

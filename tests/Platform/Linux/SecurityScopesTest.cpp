@@ -191,6 +191,28 @@ TEST_F(Grants, ofAPanelStayOpenThoughAccessesEnd) {
   EXPECT_TRUE(canReach(granted.path("a")));
 }
 
+TEST_F(Grants, ofAPanelAreNotMovedByALinkThatCameMeanwhile) {
+  // The person was shown a folder; a link stands there by the time that the answer comes.
+  granted.link("shown", elsewhere.path());
+  elsewhere.file("a");
+  scopes.openForProcess(FileURL(granted.path("shown"), true));
+  EXPECT_FALSE(canReach(elsewhere.path("a")));
+  EXPECT_FALSE(canReach(granted.path("shown/a")));
+  EXPECT_FALSE(scopes.bookmarkData(FileURL(granted.path("shown"), true)));
+}
+
+TEST_F(Grants, ofAPanelDoNotPassToAFolderThatTookThePlace) {
+  granted.file("sub/a");
+  scopes.openForProcess(FileURL(granted.path("sub"), true));
+  fs::rename(granted.path("sub"), granted.path("moved"));
+  granted.file("sub/a");
+  const auto url = *scopes.resolveBookmarkData(earlierGrant(granted.path("sub"))).url;
+  EXPECT_TRUE(scopes.startAccessing(url));
+  EXPECT_TRUE(canReach(granted.path("sub/a")));
+  scopes.stopAccessing(url);
+  EXPECT_FALSE(canReach(granted.path("sub/a")));
+}
+
 TEST_F(Grants, areNotCarriedByAUrlThatWasMadeByHand) {
   EXPECT_FALSE(scopes.startAccessing(FileURL(granted.path(), true)));
   EXPECT_FALSE(canReach(granted.path()));

@@ -118,6 +118,28 @@ TEST_F(SettingsFile, servesManyThreadsAndProcessesAtOnce) {
   EXPECT_THAT(log.lines(), IsEmpty());
 }
 
+TEST_F(SettingsFile, losesNothingWhenSeveralProcessesMakeIt) {
+  for (int round = 0; round < 20; ++round) {
+    std::vector<pid_t> children;
+    for (int writer = 0; writer < 6; ++writer) {
+      const pid_t child = ::fork();
+      if (child == 0) {
+        SqliteUserDefaults own(folder.path("tidewell"), "own", log);
+        own.suite("suite")->setObject(writer, std::to_string(writer));
+        ::_exit(own.suite("suite")->synchronize() ? 0 : 1);
+      }
+      children.push_back(child);
+    }
+    for (const pid_t child : children) {
+      int status = 1;
+      ::waitpid(child, &status, 0);
+      EXPECT_EQ(status, 0);
+    }
+    ASSERT_THAT(settings.suite("suite")->dictionaryRepresentation(), SizeIs(6));
+    fs::remove_all(folder.path("tidewell"));
+  }
+}
+
 TEST_F(SettingsFile, isWholeAfterEachOfTwoHundredKillsInMidWrite) {
   // The writer keeps two values equal, and tells its progress through a pipe, so that every kill hits a writer at work.
   const std::string large(20'000, 'x');

@@ -72,8 +72,8 @@ TEST(Pool, doesNotCountThreadsThatSayThatTheyAreBlocked) {
 TEST(Pool, hasAnUpperBound) {
   ThreadPool pool;
   std::latch open(1);
-  std::latch done(2000);
-  for (int task = 0; task < 2000; ++task) {
+  std::latch done(3000);
+  for (int task = 0; task < 3000; ++task) {
     pool.submit([&] {
       {
         const ThreadPool::Blocked waiting(pool);
@@ -82,9 +82,33 @@ TEST(Pool, hasAnUpperBound) {
       done.count_down();
     });
   }
-  EXPECT_LE(pool.threadCount(), 512U);
+  EXPECT_LE(pool.threadCount(), 1024U);
   open.count_down();
   done.wait();
+}
+
+TEST(Pool, isAsGoodAsNewAfterABurst) {
+  // Whatever was set up for a burst of short tasks has gone with its threads.
+  {
+    ThreadPool pool;
+    std::latch idle(1);
+    pool.setIdleHandler([&] { idle.count_down(); });
+    for (int burst = 0; burst < 50; ++burst) {
+      std::latch done(6);
+      for (int task = 0; task < 6; ++task) pool.submit([&] { done.count_down(); });
+      done.wait();
+    }
+    idle.wait();
+    while (pool.threadCount() > 0) std::this_thread::yield();
+    pool.setIdleHandler(nullptr);
+    std::latch ran(1);
+    const std::thread::id here = std::this_thread::get_id();
+    pool.submit([&] {
+      EXPECT_NE(std::this_thread::get_id(), here);
+      ran.count_down();
+    });
+    ran.wait();
+  }
 }
 
 TEST(Pool, takesTasksOfHighPriorityFirst) {
