@@ -9,6 +9,7 @@ target_link_libraries(process_test_support PUBLIC tidewell_settings)
 tidewell_test(workspace_tests
   SOURCES
     Platform/Linux/InstalledApplicationsTest.cpp
+    Platform/Linux/LinuxUserScriptsTest.cpp
     Platform/Linux/LinuxWorkspaceTest.cpp
     Platform/Linux/ProcessTableTest.cpp
   LIBRARIES test_support bus_test_support process_test_support platform_linux_workspace

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <filesystem>
+
 #include "Platform/Linux/LinuxFileManager.h"
 #include "tests/support/OrdinaryUser.h"
 #include "tests/support/ScratchFolder.h"
@@ -185,6 +187,54 @@ TEST_F(Files, removedAfterOverwritingAreFlushedUnlessTheyAreFolders) {
 TEST_F(Files, removedAndMissingIsTold) {
   EXPECT_EQ(files.removeItem(granted.path("missing")), std::errc::no_such_file_or_directory);
   EXPECT_EQ(files.removeItem(granted.path("missing/deeper")), std::errc::no_such_file_or_directory);
+}
+
+TEST_F(Files, copiedKeepTheirPermissionsAndAreWholeAtOnce) {
+  elsewhere.file("source", std::string(3'000'000, 'x'));
+  ::chmod(elsewhere.path("source").c_str(), 0755);
+  const FileURL source(elsewhere.path("source"));
+  EXPECT_FALSE(files.copyItem(source, FileURL(granted.path("copy"))));
+  EXPECT_EQ(granted.content("copy"), elsewhere.content("source"));
+  struct stat status {};
+  ASSERT_EQ(::stat(granted.path("copy").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0755U);
+}
+
+TEST_F(Files, copiedDoNotReplaceAnything) {
+  elsewhere.file("source");
+  granted.file("there", "kept");
+  granted.link("link", elsewhere.path("new"));
+  const FileURL source(elsewhere.path("source"));
+  EXPECT_EQ(files.copyItem(source, FileURL(granted.path("there"))), std::errc::file_exists);
+  EXPECT_EQ(files.copyItem(source, FileURL(granted.path("link"))), std::errc::file_exists);
+  EXPECT_EQ(granted.content("there"), "kept");
+  EXPECT_FALSE(elsewhere.exists("new"));
+}
+
+TEST_F(Files, copiedGoToGrantedPlacesOnly) {
+  granted.file("source");
+  const FileURL source(granted.path("source"));
+  EXPECT_EQ(files.copyItem(source, FileURL(elsewhere.path("copy"))), std::errc::operation_not_permitted);
+  EXPECT_EQ(files.copyItem(FileURL(granted.path("missing")), FileURL(granted.path("copy"))),
+            std::errc::no_such_file_or_directory);
+  EXPECT_TRUE(elsewhere.tree().empty());
+}
+
+TEST_F(Files, pinnedForOthersMustBeRegularFilesInsideAGrant) {
+  granted.file("real/db");
+  granted.link("inside", granted.path("real/db"));
+  elsewhere.file("db");
+  granted.link("outside", elsewhere.path("db"));
+  const auto pinned = files.pinnedFile(granted.path("inside"));
+  ASSERT_TRUE(pinned);
+  EXPECT_EQ((*pinned)->path(), granted.path("real/db"));
+  EXPECT_TRUE((*pinned)->isInPlace());
+  std::filesystem::rename(granted.path("real/db"), granted.path("real/moved"));
+  EXPECT_FALSE((*pinned)->isInPlace());
+  EXPECT_EQ(files.pinnedFile(granted.path("outside")).error(), std::errc::operation_not_permitted);
+  EXPECT_EQ(files.pinnedFile(elsewhere.path("db")).error(), std::errc::operation_not_permitted);
+  EXPECT_FALSE(files.pinnedFile(granted.path("real")));
+  EXPECT_FALSE(files.pinnedFile(granted.path("missing")));
 }
 
 TEST_F(Files, scriptsFolderIsMadeWhenAskedTo) {
