@@ -31,8 +31,8 @@ class UserScripts : public ::testing::Test {
 TEST_F(UserScripts, runWithoutArgumentsAndWithTheirStreamsOnNothing) {
   const std::string result = folder.path("result");
   const std::string path =
-      script("{ echo $#; readlink /proc/self/fd/0; } > " + result + ".new\n" +
-             "readlink /proc/$$/fd/1 /proc/$$/fd/2 >> " + result + ".new\nmv " + result + ".new " + result + "\n");
+      script("exec 3> " + result + ".new\necho $# >&3\n" + "readlink /proc/$$/fd/0 /proc/$$/fd/1 /proc/$$/fd/2 >&3\n" +
+             "mv " + result + ".new " + result + "\n");
   const auto task = scripts.taskWithURL(FileURL(path));
   ASSERT_TRUE(task);
   (*task)->execute();
