@@ -31,8 +31,8 @@ class UserScripts : public ::testing::Test {
 TEST_F(UserScripts, runWithoutArgumentsAndWithTheirStreamsOnNothing) {
   const std::string result = folder.path("result");
   const std::string path =
-      script("exec 3> " + result + ".new\necho $# >&3\n" + "readlink /proc/$$/fd/0 /proc/$$/fd/1 /proc/$$/fd/2 >&3\n" +
-             "mv " + result + ".new " + result + "\n");
+      script("streams=$(readlink /proc/$$/fd/0 /proc/$$/fd/1 /proc/$$/fd/2)\n" +
+             ("{ echo $#; echo \"$streams\"; } > " + result + ".new\n") + "mv " + result + ".new " + result + "\n");
   const auto task = scripts.taskWithURL(FileURL(path));
   ASSERT_TRUE(task);
   (*task)->execute();
