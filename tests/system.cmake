@@ -7,3 +7,5 @@ endfunction()
 
 system_test(worker)
 system_test(real_chromium)
+system_test(real_browsers)
+system_test(open_panel)

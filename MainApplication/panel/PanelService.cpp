@@ -1,0 +1,80 @@
+#include "MainApplication/panel/PanelService.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tidewell {
+namespace {
+
+constexpr char kObject[] = "/com/emberlinestudio/Tidewell/OpenPanel";
+constexpr char kIntrospection[] = R"(<node><interface name="com.emberlinestudio.Tidewell.OpenPanel">
+  <method name="RunModal">
+    <arg name="panel" type="a{sv}" direction="in"/>
+    <arg name="response" type="u" direction="out"/>
+    <arg name="url" type="s" direction="out"/>
+  </method>
+</interface></node>)";
+
+}  // namespace
+
+PanelService::PanelService(Gtk::Application& application)
+    : application_(application),
+      table_([this](const Glib::RefPtr<Gio::DBus::Connection>&, const Glib::ustring& sender, const Glib::ustring&,
+                    const Glib::ustring&, const Glib::ustring& method, const Glib::VariantContainerBase& parameters,
+                    const Glib::RefPtr<Gio::DBus::MethodInvocation>& invocation) {
+        received(sender, method, parameters, invocation);
+      }) {}
+
+void PanelService::offer(const Glib::RefPtr<Gio::DBus::Connection>& connection) {
+  const auto node = Gio::DBus::NodeInfo::create_for_xml(kIntrospection);
+  connection->register_object(kObject, node->lookup_interface(), table_);
+}
+
+void PanelService::received(const Glib::ustring& sender, const Glib::ustring&,
+                            const Glib::VariantContainerBase& parameters,
+                            const Glib::RefPtr<Gio::DBus::MethodInvocation>& invocation) {
+  Glib::VariantBase panel;
+  parameters.get_child(panel, 0);
+  application_.hold();
+  Call call{PanelRequest::fromVariant(panel), invocation, 0};
+  // A caller that goes away takes its panel with it.
+  call.watch = Gio::DBus::watch_name(
+      Gio::DBus::BusType::SESSION, sender, {},
+      [this](const Glib::RefPtr<Gio::DBus::Connection>&, const Glib::ustring& name) { callerHasGone(name); });
+  calls_.push_back(std::move(call));
+  if (calls_.size() == 1) showNext();
+}
+
+void PanelService::showNext() {
+  window_.reset();
+  if (calls_.empty()) return;
+  window_ = std::make_unique<PanelWindow>(calls_.front().request, [this](const std::string& url) { answer(url); });
+  application_.add_window(*window_);
+  window_->present();
+}
+
+void PanelService::answer(const std::string& url) {
+  const Call call = std::move(calls_.front());
+  calls_.pop_front();
+  Gio::DBus::unwatch_name(call.watch);
+  const auto response = Glib::Variant<guint32>::create(url.empty() ? 0 : 1);
+  call.invocation->return_value(
+      Glib::VariantContainerBase::create_tuple({response, Glib::Variant<Glib::ustring>::create(url)}));
+  application_.release();
+  // Not here: the window is still busy with the event that brought the answer.
+  Glib::signal_idle().connect_once([this] { showNext(); });
+}
+
+void PanelService::callerHasGone(const Glib::ustring& sender) {
+  const bool wasShown = !calls_.empty() && calls_.front().invocation->get_sender() == sender;
+  const auto gone = std::remove_if(calls_.begin(), calls_.end(), [&](const Call& call) {
+    if (call.invocation->get_sender() != sender) return false;
+    Gio::DBus::unwatch_name(call.watch);
+    application_.release();
+    return true;
+  });
+  calls_.erase(gone, calls_.end());
+  if (wasShown) Glib::signal_idle().connect_once([this] { showNext(); });
+}
+
+}  // namespace tidewell

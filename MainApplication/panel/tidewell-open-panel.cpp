@@ -1,0 +1,42 @@
+// The graphical open panel: started by the bus when it is called, gone a little after the last panel.
+
+#include <gtkmm.h>
+#include <libintl.h>
+
+#include <clocale>
+
+#include "MainApplication/panel/PanelService.h"
+#include "Platform/Linux/GettextBundle.h"
+#include "Platform/Path.h"
+
+namespace {
+
+constexpr char kName[] = "com.emberlinestudio.Tidewell.OpenPanel";
+constexpr unsigned kLingerMilliseconds = 5000;
+
+/// A service that has windows when it is asked for one.
+class Application : public Gtk::Application {
+ public:
+  Application() : Gtk::Application(kName, Gio::Application::Flags::IS_SERVICE), service_(*this) {
+    g_application_set_inactivity_timeout(G_APPLICATION(gobj()), kLingerMilliseconds);
+  }
+
+ protected:
+  bool dbus_register_vfunc(const Glib::RefPtr<Gio::DBus::Connection>& connection, const Glib::ustring& path) override {
+    service_.offer(connection);
+    return Gtk::Application::dbus_register_vfunc(connection, path);
+  }
+
+ private:
+  tidewell::PanelService service_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::setlocale(LC_ALL, "");
+  const std::string shared = platform::linux_::GettextBundle::sharedFolderOfExecutable();
+  ::bindtextdomain("tidewell", platform::appendingPathComponent(shared, "locale").c_str());
+  ::bind_textdomain_codeset("tidewell", "UTF-8");
+  return Application().run(argc, argv);
+}

@@ -1,0 +1,174 @@
+"""The graphical open panel, on a screen of its own, driven by keyboard and pointer from outside."""
+
+import os
+import subprocess
+import sys
+import time
+import unittest
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import session  # noqa: E402
+
+PROGRAMS = os.environ["TIDEWELL_PROGRAMS"]
+
+
+class OpenPanelProgram(unittest.TestCase):
+    def setUp(self):
+        self.desk = session.Session(PROGRAMS)
+        self.addCleanup(self.desk.close)
+        read, write = os.pipe()
+        self.screen = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1024x768x24", "-nolisten",
+                                        "tcp"], pass_fds=[write], stderr=subprocess.DEVNULL)
+        self.addCleanup(self.stop, self.screen)
+        os.close(write)
+        with os.fdopen(read) as display:
+            self.desk.environment["DISPLAY"] = ":" + display.readline().strip()
+        self.desk.environment.update(GDK_BACKEND="x11", GSK_RENDERER="cairo", LIBGL_ALWAYS_SOFTWARE="1")
+        self.program = subprocess.Popen([self.desk.program("tidewell-open-panel")], env=self.desk.environment,
+                                        stderr=subprocess.DEVNULL)
+        self.addCleanup(self.stop, self.program)
+        self.desk.wait(lambda: self.desk.connection.name_has_owner(session.PANEL))
+        os.makedirs(self.desk.home + "/Library/Application Support")
+
+    @staticmethod
+    def stop(process):
+        if process.poll() is None:
+            process.terminate()
+        process.wait()
+
+    def ask(self, connection=None, title="Allow Access", target="/Library/Application Support"):
+        """Asks for a folder; the list that is returned gets the answer."""
+        answers = []
+        panel = session.dbus.Interface(
+            (connection or self.desk.connection).get_object(session.PANEL, session.PANEL_OBJECT, introspect=False),
+            session.PANEL)
+        enabled, path = [], self.desk.home + target
+        while path != "/":
+            enabled.append("file://" + path.replace(" ", "%20") + "/")
+            path = os.path.dirname(path)
+        enabled.append("file:///")
+        settings = session.dbus.Dictionary({
+            "title": title, "message": "Tidewell needs to access this path to continue. Click Allow to continue.",
+            "prompt": "Allow", "directory": enabled[0], "canChooseFiles": True, "canChooseDirectories": True,
+            "canCreateDirectories": False, "allowsMultipleSelection": False, "showsHiddenFiles": False,
+            "extensionHidden": False, "enabled": session.dbus.Array(enabled, signature="s")}, signature="sv")
+        panel.RunModal(settings, reply_handler=lambda *answer: answers.append((int(answer[0]), str(answer[1]))),
+                       error_handler=answers.append, timeout=3600, signature="a{sv}")
+        return answers
+
+    def xdotool(self, *words):
+        return subprocess.run(["xdotool", *words], env=self.desk.environment, capture_output=True, text=True)
+
+    def window(self, title="Allow Access"):
+        """Waits for the window of that title; answers its number."""
+        found = []
+
+        def look():
+            found[:] = self.xdotool("search", "--onlyvisible", "--name", title).stdout.split()
+            return found
+
+        self.desk.wait(look, 20, "the panel's window")
+        self.xdotool("windowfocus", "--sync", found[0])
+        self.desk.settle(0.3)
+        return found[0]
+
+    def press(self, *keys):
+        for key in keys:
+            self.xdotool("key", key)
+            self.desk.settle(0.1)
+
+    def answer_of(self, answers):
+        self.desk.wait(lambda: answers, 10, "the panel's answer")
+        return answers[0]
+
+    def url(self, path=""):
+        return "file://" + self.desk.home + path.replace(" ", "%20") + "/"
+
+    def test_return_confirms_the_folder_that_is_asked_for(self):
+        answers = self.ask()
+        self.window()
+        self.press("Return")
+        self.assertEqual(self.answer_of(answers), (1, self.url("/Library/Application Support")))
+
+    def test_a_folder_above_can_be_chosen_from_the_keyboard(self):
+        answers = self.ask()
+        self.window()
+        self.press("shift+Tab", "shift+Tab", "Down", "Tab", "Tab", "Return")
+        response, url = self.answer_of(answers)
+        self.assertEqual(response, 1)
+        self.assertIn(url, [self.url("/Library"), self.url()])
+
+    def test_the_nearest_existing_folder_is_chosen(self):
+        answers = self.ask(target="/Library/Application Support/Google/Chrome")
+        self.window()
+        self.press("Return")
+        self.assertEqual(self.answer_of(answers), (1, self.url("/Library/Application Support")))
+
+    def test_escape_cancels(self):
+        answers = self.ask()
+        self.window()
+        self.press("Escape")
+        self.assertEqual(self.answer_of(answers), (0, ""))
+
+    def test_closing_the_window_cancels(self):
+        answers = self.ask()
+        number = self.window()
+        subprocess.run(["xdotool", "windowclose", number], env=self.desk.environment)
+        # Without a window manager the window is gone by force; with one it is asked to close. Both are no consent.
+        answer = self.answer_of(answers)
+        self.assertTrue(answer == (0, "") or isinstance(answer, Exception))
+
+    def test_several_requests_are_shown_one_after_the_other(self):
+        first = self.ask(title="First")
+        second = self.ask(title="Second")
+        self.window("First")
+        self.assertEqual(self.xdotool("search", "--onlyvisible", "--name", "Second").stdout, "")
+        self.press("Return")
+        self.answer_of(first)
+        self.assertEqual(second, [])
+        self.window("Second")
+        self.press("Escape")
+        self.assertEqual(self.answer_of(second), (0, ""))
+
+    def test_a_caller_that_disappears_takes_its_panel_along(self):
+        caller = self.desk.connect()
+        self.ask(caller, title="Gone")
+        self.window("Gone")
+        answers = self.ask(title="Stays")
+        caller.close()
+        self.window("Stays")
+        self.assertEqual(self.xdotool("search", "--onlyvisible", "--name", "Gone").stdout, "")
+        self.press("Escape")
+        self.answer_of(answers)
+
+    def test_is_gone_a_little_after_the_last_panel(self):
+        answers = self.ask()
+        self.window()
+        self.press("Escape")
+        self.answer_of(answers)
+        self.assertEqual(self.program.wait(timeout=20), 0)
+
+    def test_grants_a_request_of_the_worker(self):
+        self.desk.configure(["org.chromium.Chromium"])
+        os.makedirs(self.desk.home + "/Library/Application Support/Chromium")
+        os.makedirs(self.desk.home + "/Library/Caches")
+        self.desk.start_worker()
+        answers = []
+        agent = session.dbus.Interface(
+            self.desk.connection.get_object(session.WORKER_NAME, session.WORKER_OBJECT, introspect=False),
+            session.AGENT)
+        agent.answerFrom("org.chromium.Chromium", reply_handler=answers.append, error_handler=answers.append,
+                         timeout=3600, signature="s")
+        begun = time.monotonic()
+        while not answers and time.monotonic() - begun < 40:
+            if self.xdotool("search", "--onlyvisible", "--name", "Allow Access").stdout:
+                self.window()
+                self.press("Return")
+            self.desk.settle(0.3)
+        self.assertEqual([str(answer) for answer in answers], ["bookmarked: org.chromium.Chromium "])
+        keys = self.desk.defaults("read", session.WORKER).stdout
+        self.assertIn("Library/Application%20Support/", keys)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
