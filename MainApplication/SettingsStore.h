@@ -1,0 +1,43 @@
+// What the main application reads and changes in the settings: the shared ones, and the grants of the worker.
+//
+// Every call reads afresh. A write that fails answers false; the file has said on the log what was in the way.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Platform/Linux/SqliteUserDefaults.h"
+#include "Worker/Browsers.h"
+
+namespace tidewell {
+
+class SettingsStore {
+ public:
+  explicit SettingsStore(platform::linux_::SqliteUserDefaults& domains) : domains_(domains) {}
+
+  bool isEnabled(const Browser& browser) const;
+  bool setEnabled(const Browser& browser, bool enabled);
+
+  bool flag(const std::string& key) const;
+  bool setFlag(const std::string& key, bool on);
+
+  /// The person's home folder as the worker knows it; "" before the worker has ever run.
+  std::string homeFolder() const;
+
+  /// The folders and files that are granted, as paths, sorted.
+  std::vector<std::string> grants() const;
+
+  /// Takes back the grants of the folder and of all below it; answers how many there were.
+  std::size_t revoke(const std::string& folder);
+
+  /// Whether the folder, or one above it, is granted.
+  bool isGranted(const std::string& folder) const;
+
+ private:
+  std::shared_ptr<platform::linux_::DefaultsFile> shared() const;
+  std::shared_ptr<platform::linux_::DefaultsFile> workers() const;
+
+  platform::linux_::SqliteUserDefaults& domains_;
+};
+
+}  // namespace tidewell

@@ -1,0 +1,47 @@
+// The worker, as the main application reaches it over the session bus.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Platform/Linux/SessionBus.h"
+
+namespace tidewell {
+
+class WorkerConnection {
+ public:
+  /// The error says why there is no session bus. The loop must outlive the object.
+  static platform::Result<std::unique_ptr<WorkerConnection>> open(platform::linux_::RunLoop& loop);
+
+  /// Whether the worker runs now.
+  bool isRunning();
+
+  /// Has the worker obtain a browser's grants; the answer of the worker, or absent when there is no worker, or when it
+  /// gives none in that time. While it waits, panels are answered by `panel`, which gets the folders that can be chosen
+  /// as file URLs, nearest first, and answers one of them or "" to cancel; without one they are another program's.
+  struct PanelQuestion {
+    std::string title;
+    std::string message;
+    std::vector<std::string> enabled;
+  };
+  using Panel = std::function<std::string(const PanelQuestion& question)>;
+  std::optional<std::string> requestAccess(const std::string& bundleIdentifier, std::chrono::seconds patience,
+                                           const Panel& panel = nullptr);
+
+  /// Tells the worker that an application has quit.
+  bool announceQuit(const std::string& applicationName, const std::string& bundleIdentifier);
+
+ private:
+  explicit WorkerConnection(std::unique_ptr<platform::linux_::SessionBus> bus) : bus_(std::move(bus)) {}
+
+  static int panelCalled(sd_bus_message* call, void* data, sd_bus_error* error);
+
+  std::unique_ptr<platform::linux_::SessionBus> bus_;
+  Panel panel_;
+};
+
+}  // namespace tidewell

@@ -1,0 +1,145 @@
+"""The everyday commands of "tidewell"."""
+
+import json
+import os
+import subprocess
+import sys
+import unittest
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import session  # noqa: E402
+from test_worker import FLASH, SUPPORT  # noqa: E402
+
+PROGRAMS = os.environ["TIDEWELL_PROGRAMS"]
+
+
+class Commands(unittest.TestCase):
+    def setUp(self):
+        self.desk = session.Session(PROGRAMS)
+        self.addCleanup(self.desk.close)
+
+    def tidewell(self, *words, environment=None, given=""):
+        """Runs the command while the session goes on; answers (status, output, errors)."""
+        process = subprocess.Popen([self.desk.program("tidewell"), *words], env=environment or self.desk.environment,
+                                   stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        process.stdin.write(given)
+        process.stdin.close()
+        self.desk.wait(lambda: process.poll() is not None, 60, "the command's end")
+        output, errors = process.stdout.read(), process.stderr.read()
+        process.stdout.close()
+        process.stderr.close()
+        return process.returncode, output, errors
+
+    def start(self):
+        for folder in (SUPPORT + "Firefox/Profiles", SUPPORT + "Microsoft", "Library/Caches",
+                       "Library/Preferences/Macromedia"):
+            os.makedirs(self.desk.home + "/" + folder)
+        self.desk.configure([])
+        self.desk.start_worker()
+
+    def state(self):
+        return json.loads(self.tidewell("status", "--json")[1])
+
+    def browser(self, name):
+        return next(browser for browser in self.state()["browsers"] if browser["name"] == name)
+
+    def test_enabling_asks_for_the_folders_and_quit_of_cleans(self):
+        self.start()
+        self.assertFalse(self.browser("Firefox")["enabled"])
+        status, output, errors = self.tidewell("enable", "firefox", "--yes")
+        self.assertEqual((status, errors), (0, ""))
+        self.assertIn("Firefox: asked for its folders", output)
+        firefox = self.browser("Firefox")
+        self.assertTrue(firefox["enabled"] and firefox["allowed"])
+        self.assertEqual(firefox["data"], self.desk.home + "/" + SUPPORT + "Firefox/Profiles/")
+        self.assertTrue(self.state()["workerRunning"])
+        self.desk.file(FLASH + "/a")
+        self.assertEqual(self.tidewell("quit-of", "Firefox")[0], 0)
+        self.desk.wait(lambda: not self.desk.exists(FLASH), 5)
+        self.assertEqual(self.tidewell("disable", "org.mozilla.firefox")[0], 0)
+        self.assertFalse(self.browser("Firefox")["enabled"])
+        self.assertEqual(self.tidewell("quit-of", "firefox")[0], 1)
+
+    def test_several_browsers_by_any_of_their_names(self):
+        self.start()
+        self.assertEqual(self.tidewell("enable", "chrome", "Chromium", "com.operasoftware.Opera", "--yes")[0], 0)
+        enabled = [browser["name"] for browser in self.state()["browsers"] if browser["enabled"]]
+        self.assertEqual(enabled, ["Google Chrome", "Chromium", "Opera"])
+
+    def test_switches(self):
+        self.start()
+        for command, key in (("notifications", "notifications"), ("overwrite", "overwrite")):
+            for word in ("on", "off"):
+                self.assertEqual(self.tidewell(command, word)[0], 0)
+                self.assertEqual(self.state()[key], word == "on")
+            self.assertEqual(self.tidewell(command, "perhaps")[0], 2)
+
+    def test_grants_can_be_listed_and_taken_back(self):
+        self.start()
+        self.tidewell("allow", "firefox", "--yes")
+        granted = json.loads(self.tidewell("grants", "--json")[1])
+        self.assertIn(self.desk.home + "/Library/Caches", granted)
+        self.assertEqual(self.tidewell("grants")[1].splitlines(), granted)
+        status, output, _ = self.tidewell("grants", "revoke", self.desk.home + "/Library/")
+        self.assertEqual(status, 0)
+        self.assertEqual(json.loads(self.tidewell("grants", "--json")[1]), [])
+        self.assertEqual(self.tidewell("grants", "revoke", self.desk.home)[0], 1)
+        self.assertEqual(self.tidewell("grants", "revoke", "relative")[0], 2)
+
+    def test_the_graphical_panel_is_left_to_answer_where_there_is_a_display(self):
+        self.start()
+        panel = session.OpenPanel(self.desk.connection)
+        environment = dict(self.desk.environment, DISPLAY=":99")
+        self.assertEqual(self.tidewell("allow", "firefox", environment=environment)[0], 0)
+        self.assertTrue(panel.asked)
+
+    def test_without_a_terminal_nobody_is_asked(self):
+        self.start()
+        status, _, errors = self.tidewell("allow", "firefox")
+        self.assertEqual(status, 1)
+        self.assertIn("--yes", errors)
+
+    def test_in_a_terminal_the_person_is_asked_there(self):
+        self.start()
+        master, slave = os.openpty()
+        process = subprocess.Popen([self.desk.program("tidewell"), "allow", "firefox"], env=self.desk.environment,
+                                   stdin=slave, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+        os.write(master, b"y\nn\ny\ny\n")
+        self.desk.wait(lambda: process.poll() is not None, 60)
+        output = process.stdout.read()
+        process.stdout.close()
+        os.close(master)
+        os.close(slave)
+        self.assertEqual(process.returncode, 0)
+        self.assertIn("Allow Access: Tidewell needs to access this path", output)
+        self.assertEqual(len(self.desk.worker.log), 1)  # the one that was refused
+
+    def test_without_a_worker(self):
+        os.makedirs(self.desk.home + "/Library")
+        self.desk.configure([])
+        status, output, _ = self.tidewell("status")
+        self.assertEqual(status, 0)
+        self.assertIn("not running", output)
+        status, _, errors = self.tidewell("allow", "firefox", "--yes")
+        self.assertEqual((status, len(errors.splitlines())), (1, 1))
+        status, _, errors = self.tidewell("quit-of", "firefox")
+        self.assertEqual((status, len(errors.splitlines())), (1, 1))
+
+    def test_without_a_bus(self):
+        environment = dict(self.desk.environment, DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent")
+        for words in (["allow", "firefox", "--yes"], ["quit-of", "firefox"]):
+            status, _, errors = self.tidewell(*words, environment=environment)
+            self.assertEqual((status, len(errors.splitlines())), (1, 1))
+            self.assertIn("no session bus", errors)
+        self.assertEqual(self.tidewell("status", environment=environment)[0], 0)
+
+    def test_misuse(self):
+        for words in ([], ["frobnicate"], ["enable"], ["enable", "lynx", "--yes"], ["disable", "lynx"], ["allow", ""],
+                      ["quit-of"], ["grants", "revoke"], ["status", "--yaml"]):
+            status, _, errors = self.tidewell(*words)
+            self.assertEqual(status, 2, words)
+            self.assertTrue(errors, words)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
