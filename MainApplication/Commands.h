@@ -21,7 +21,7 @@ class Commands {
   };
 
   Commands(platform::linux_::SqliteUserDefaults& domains, Options options, std::ostream& output, std::ostream& errors)
-      : settings_(domains), options_(options), output_(output), errors_(errors) {}
+      : domains_(domains), settings_(domains), options_(options), output_(output), errors_(errors) {}
 
   int status();
   int enable(const std::vector<std::string>& browsers);
@@ -31,6 +31,8 @@ class Commands {
   int revoke(const std::string& folder);
   int setFlag(const std::string& key, const std::string& onOrOff);
   int quitOf(const std::string& browser);
+  /// Prints what a run would remove now.
+  int preview(const std::string& browser);
 
   /// A browser by its name, its bundle identifier, or a short name such as "chrome"; null for none.
   static const Browser* browserFor(const std::string& text);
@@ -43,6 +45,7 @@ class Commands {
   std::string answerInTerminal(const std::string& title, const std::string& message,
                                const std::vector<std::string>& enabled);
 
+  platform::linux_::SqliteUserDefaults& domains_;
   SettingsStore settings_;
   const Options options_;
   std::ostream& output_;

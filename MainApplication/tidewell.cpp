@@ -55,6 +55,10 @@ int main(int argc, char** argv) {
   add(app, "quit-of", "Clean after a browser now, as if it had quit", [&](Commands& c) { return c.quitOf(word); })
       ->add_option("BROWSER", word)
       ->required();
+  CLI::App* preview =
+      add(app, "preview", "What a cleaning would remove now", [&](Commands& c) { return c.preview(word); });
+  preview->add_option("BROWSER", word)->required();
+  preview->add_flag("--json", options.json, "For programs");
   CLI::App* defaults = app.add_subcommand("defaults", "Read and write settings");
   // Its options begin with a single dash, so the command takes its words apart itself.
   defaults->prefix_command();

@@ -1,0 +1,170 @@
+#include "MainApplication/preview/Preview.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <optional>
+
+#include "MainApplication/preview/PreviewFiles.h"
+#include "MainApplication/preview/PreviewSettings.h"
+#include "MainApplication/preview/QueuedDispatch.h"
+#include "Platform/Linux/LinuxSystem.h"
+#include "Platform/Path.h"
+#include "Platform/Platform.h"
+#include "Worker/Identity.h"
+#include "Worker/WorkerAppDelegate.h"
+#include "Worker/database/Sqlite.h"
+
+namespace tidewell {
+namespace {
+
+namespace fs = std::filesystem;
+using platform::FileURL;
+
+class NoTexts : public platform::Bundle {
+ public:
+  std::string bundleIdentifier() const override { return kBundleIdentifier; }
+  std::optional<std::string> objectForInfoDictionaryKey(std::string_view) const override { return std::nullopt; }
+  std::string localizedString(const std::string& key, const std::string&) const override { return key; }
+  std::optional<FileURL> urlForResource(std::string_view, std::string_view) const override { return FileURL("/"); }
+};
+
+class NoLog : public platform::Log {
+ public:
+  void log(std::string_view) override {}
+};
+
+/// Agrees to whatever is asked for; everything may be looked at anyway.
+class AgreeingPanel : public platform::OpenPanel {
+ public:
+  void activateIgnoringOtherApps(bool) override {}
+  platform::OpenPanelAnswer runModal(const platform::OpenPanelSettings& panel) override {
+    return {platform::ModalResponse::ok, panel.target};
+  }
+};
+
+/// Opens nothing for writing.
+class LookingSystem : public platform::linux_::LinuxSystem {
+ public:
+  using LinuxSystem::LinuxSystem;
+  int openForReadingAndWriting(const std::string&) override { return -1; }
+};
+
+class NoNotifications : public platform::UserNotificationCenter {
+ public:
+  void setDelegate(platform::UserNotificationCenterDelegate*) override {}
+  void scheduleNotification(platform::UserNotification) override {}
+  void removeDeliveredNotification(const platform::UserNotification&) override {}
+};
+
+class NoScripts : public platform::UserScripts {
+ public:
+  platform::Result<std::unique_ptr<platform::UserUnixTask>> taskWithURL(const FileURL&) override {
+    return std::errc::operation_not_permitted;
+  }
+};
+
+class NoQuits : public platform::Workspace {
+ public:
+  ObserverToken addDidTerminateApplicationObserver(Observer) override { return 0; }
+  void removeObserver(ObserverToken) override {}
+};
+
+std::optional<PreviewedItem> measured(const std::string& path) {
+  std::error_code error;
+  const fs::file_status status = fs::symlink_status(path, error);
+  if (!fs::exists(status)) return std::nullopt;
+  PreviewedItem item{path, 0, 0};
+  const auto add = [&item](const fs::directory_entry& entry) {
+    std::error_code ignored;
+    if (entry.is_directory(ignored) && !entry.is_symlink(ignored)) return;
+    ++item.files;
+    const auto size = entry.is_regular_file(ignored) && !entry.is_symlink(ignored) ? entry.file_size(ignored) : 0;
+    if (!ignored) item.bytes += size;
+  };
+  add(fs::directory_entry(path, error));
+  if (fs::is_directory(status)) {
+    const auto options = fs::directory_options::skip_permission_denied;
+    for (const auto& entry : fs::recursive_directory_iterator(path, options, error)) add(entry);
+  }
+  return item;
+}
+
+/// How many rows each table of a database has.
+std::map<std::string, std::uint64_t> rowCounts(const std::string& path) {
+  std::map<std::string, std::uint64_t> counts;
+  Sqlite database;
+  if (!database.open(path)) return counts;
+  const auto tables = database.executeQuery("SELECT name FROM sqlite_master WHERE type = 'table';");
+  if (!tables) return counts;
+  for (const Row table : *tables) {
+    const auto name = table.stringForKey("name");
+    if (!name) continue;
+    std::string quoted;
+    for (const char character : *name) quoted += character == '"' ? std::string("\"\"") : std::string(1, character);
+    const auto rows = database.executeQuery("SELECT count(*) AS rows FROM \"" + quoted + "\";");
+    if (rows && !rows->empty()) {
+      counts.emplace(*name, std::stoull(std::string((*rows)[0].stringForKey("rows").value_or("0"))));
+    }
+  }
+  return counts;
+}
+
+void appendItems(const PreviewFiles& files, Preview& preview) {
+  for (const std::string& path : files.removals()) {
+    const bool isCounted = std::any_of(preview.items.begin(), preview.items.end(), [&](const PreviewedItem& item) {
+      return platform::isPathInside(path, item.path);
+    });
+    if (isCounted) continue;
+    if (auto item = measured(path)) preview.items.push_back(std::move(*item));
+  }
+}
+
+void appendRows(const PreviewFiles& files, Preview& preview) {
+  for (const auto& [original, copy] : files.copies()) {
+    const auto after = rowCounts(copy);
+    // The original is looked at through a copy as well: opening a database can write beside it.
+    const std::string untouched = copy + ".before";
+    std::error_code error;
+    fs::copy_file(original, untouched, error);
+    fs::copy_file(original + "-wal", untouched + "-wal", error);
+    for (const auto& [table, count] : rowCounts(untouched)) {
+      const auto left = after.find(table);
+      const std::uint64_t rest = left != after.end() ? left->second : 0;
+      if (rest < count) preview.rows.push_back({original, table, count - rest});
+    }
+  }
+}
+
+}  // namespace
+
+Preview Preview::of(const Browser& browser, platform::UserDefaultsDomains& settings) {
+  NoTexts texts;
+  NoLog log;
+  QueuedDispatch dispatch;
+  platform::linux_::SecurityScopes scopes;
+  scopes.openForProcess(FileURL("/", true));
+  PreviewFiles files(scopes, platform::linux_::LinuxFileManager::scriptsFolderFromEnvironment(kBundleIdentifier));
+  LookingSystem system(scopes);
+  AgreeingPanel panel;
+  PreviewSettings previewSettings(settings, {kSecureDeleteDataKey, kDisplayNotificationsKey});
+  NoNotifications notifications;
+  NoScripts scripts;
+  NoQuits quits;
+  platform::Platform platform{texts,  dispatch,        files,         log,     panel, scopes,
+                              system, previewSettings, notifications, scripts, quits};
+  platform::Platform::install(&platform);
+
+  auto worker = WorkerAppDelegate::create();
+  worker->clearData_andNotify(std::string(browser.name), false);
+  dispatch.runUntilIdle();
+  worker.reset();
+  platform::Platform::install(nullptr);
+
+  Preview preview;
+  appendItems(files, preview);
+  appendRows(files, preview);
+  return preview;
+}
+
+}  // namespace tidewell

@@ -1,0 +1,76 @@
+#include "MainApplication/preview/PreviewFiles.h"
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace tidewell {
+namespace {
+
+namespace fs = std::filesystem;
+
+class Copy : public platform::PinnedRegularFile {
+ public:
+  explicit Copy(std::string path) : path_(std::move(path)) {}
+  const std::string& path() const override { return path_; }
+  bool isInPlace() const override { return true; }
+
+ private:
+  const std::string path_;
+};
+
+}  // namespace
+
+TemporaryFolder::TemporaryFolder() {
+  std::string pattern = "/tmp/tidewell-preview-XXXXXX";
+  if (::mkdtemp(pattern.data()) != nullptr) path_ = pattern;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+  std::error_code ignored;
+  if (!path_.empty()) fs::remove_all(path_, ignored);
+}
+
+PreviewFiles::PreviewFiles(platform::linux_::SecurityScopes& scopes, std::string scriptsFolder)
+    : LinuxFileManager(scopes, std::move(scriptsFolder)) {}
+
+std::error_code PreviewFiles::removeItem(const std::string& path) {
+  if (removed_.insert(path).second) removals_.push_back(path);
+  return {};
+}
+
+std::error_code PreviewFiles::removeOverwrittenItem(const std::string& path) {
+  return removeItem(path);
+}
+
+std::error_code PreviewFiles::copyItem(const platform::FileURL&, const platform::FileURL&) {
+  return {};
+}
+
+platform::Result<platform::FileURL> PreviewFiles::applicationScriptsDirectory(bool) {
+  return LinuxFileManager::applicationScriptsDirectory(false);
+}
+
+bool PreviewFiles::copy(const std::string& database, const std::string& to) const {
+  std::error_code error;
+  if (folder_.path().empty() || !fs::copy_file(database, to, error)) return false;
+  // What was written last may lie beside it.
+  for (const char* companion : {"-wal", "-journal"}) fs::copy_file(database + companion, to + companion, error);
+  return true;
+}
+
+platform::Result<std::unique_ptr<platform::PinnedRegularFile>> PreviewFiles::pinnedFile(const std::string& path) const {
+  auto pinned = LinuxFileManager::pinnedFile(path);
+  if (!pinned) return pinned.error();
+  std::string& known = copies_[(*pinned)->path()];
+  if (known.empty()) {
+    const std::string to = folder_.path() + "/" + std::to_string(copies_.size());
+    if (!copy((*pinned)->path(), to)) {
+      copies_.erase((*pinned)->path());
+      return std::errc::io_error;
+    }
+    known = to;
+  }
+  return std::unique_ptr<platform::PinnedRegularFile>(std::make_unique<Copy>(known));
+}
+
+}  // namespace tidewell

@@ -1,0 +1,53 @@
+// Files that are only looked at: removals are written down, and databases are handed out as copies.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "Platform/Linux/LinuxFileManager.h"
+
+namespace tidewell {
+
+/// A folder of one's own that goes with the object.
+class TemporaryFolder {
+ public:
+  TemporaryFolder();
+  ~TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+  const std::string& path() const { return path_; }  // "" when there is none to be had
+
+ private:
+  std::string path_;
+};
+
+class PreviewFiles : public platform::linux_::LinuxFileManager {
+ public:
+  PreviewFiles(platform::linux_::SecurityScopes& scopes, std::string scriptsFolder);
+
+  /// What would have been removed, in order, each once; among it what is not there.
+  const std::vector<std::string>& removals() const { return removals_; }
+
+  /// The databases that were asked for, and where the copies lie that statements have worked on.
+  const std::map<std::string, std::string>& copies() const { return copies_; }
+
+  std::error_code removeItem(const std::string& path) override;
+  std::error_code removeOverwrittenItem(const std::string& path) override;
+  std::error_code copyItem(const platform::FileURL& source, const platform::FileURL& destination) override;
+  platform::Result<std::unique_ptr<platform::PinnedRegularFile>> pinnedFile(const std::string& path) const override;
+  platform::Result<platform::FileURL> applicationScriptsDirectory(bool create) override;
+
+ private:
+  bool copy(const std::string& database, const std::string& to) const;
+
+  TemporaryFolder folder_;
+  std::set<std::string> removed_;
+  std::vector<std::string> removals_;
+  mutable std::map<std::string, std::string> copies_;
+};
+
+}  // namespace tidewell
