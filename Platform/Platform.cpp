@@ -1,6 +1,7 @@
 #include "Platform/Platform.h"
 
 #include <cassert>
+#include <utility>
 
 namespace platform {
 namespace {
@@ -14,8 +15,8 @@ Platform& Platform::current() {
   return *installed;
 }
 
-void Platform::install(Platform* platform) {
-  installed = platform;
+Platform* Platform::install(Platform* platform) {
+  return std::exchange(installed, platform);
 }
 
 }  // namespace platform

@@ -33,8 +33,8 @@ struct Platform {
   static Platform& current();
 
   /// Makes `platform` the one of this process, before anything else runs; null takes it away. It must outlive every
-  /// use.
-  static void install(Platform* platform);
+  /// use. Answers the one before.
+  static Platform* install(Platform* platform);
 };
 
 }  // namespace platform

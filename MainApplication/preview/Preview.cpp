@@ -153,13 +153,13 @@ Preview Preview::of(const Browser& browser, platform::UserDefaultsDomains& setti
   NoQuits quits;
   platform::Platform platform{texts,  dispatch,        files,         log,     panel, scopes,
                               system, previewSettings, notifications, scripts, quits};
-  platform::Platform::install(&platform);
+  platform::Platform* const before = platform::Platform::install(&platform);
 
   auto worker = WorkerAppDelegate::create();
   worker->clearData_andNotify(std::string(browser.name), false);
   dispatch.runUntilIdle();
   worker.reset();
-  platform::Platform::install(nullptr);
+  platform::Platform::install(before);
 
   Preview preview;
   appendItems(files, preview);

@@ -29,7 +29,7 @@ struct Preview {
   std::vector<PreviewedItem> items;  // those that exist, in the order of the run
   std::vector<PreviewedRows> rows;
 
-  /// Installs a platform of its own while it works: for a process that has none. The settings are only read.
+  /// Installs a platform of its own while it works. The settings are only read.
   static Preview of(const Browser& browser, platform::UserDefaultsDomains& settings);
 };
 

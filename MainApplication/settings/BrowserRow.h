@@ -1,0 +1,45 @@
+// One browser in the settings window: its icon and name, whether its folders are allowed, and what can be done.
+#pragma once
+
+#include <gtkmm.h>
+
+#include <functional>
+
+#include "Worker/Browsers.h"
+
+namespace tidewell {
+
+class BrowserRow : public Gtk::Box {
+ public:
+  /// What a person does here. Each may call back into the row.
+  struct Actions {
+    std::function<void(bool on)> enable;
+    std::function<void()> allow;
+    std::function<void()> preview;
+  };
+
+  enum class Folders { kNone, kSome, kAll };  // are allowed
+  struct State {
+    bool isEnabled = false;
+    Folders folders = Folders::kNone;
+    bool isAsking = false;  // a panel is open, or will be
+  };
+
+  BrowserRow(const Browser& browser, Actions actions);
+
+  /// Shows the state; calls no action.
+  void show(const State& state);
+
+ private:
+  Gtk::Image icon_;
+  Gtk::Label name_;
+  Gtk::Label folders_;
+  Gtk::Box texts_{Gtk::Orientation::VERTICAL, 2};
+  Gtk::Spinner spinner_;
+  Gtk::Button preview_;
+  Gtk::Button allow_;
+  Gtk::Switch enabled_;
+  bool shown_ = false;  // what the switch shows by our own doing
+};
+
+}  // namespace tidewell
