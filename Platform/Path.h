@@ -22,6 +22,9 @@ std::string deletingLastPathComponent(std::string_view path);
 /// "/a/b/" gives "b"; "/" gives "/"; "" gives "".
 std::string lastPathComponent(std::string_view path);
 
+/// Whether this can be the name of an item in a folder: not empty, not "." or "..", without "/".
+bool isPlainName(std::string_view name);
+
 /// Joins components as pathComponents() took them apart.
 std::string pathWithComponents(const std::vector<std::string>& components);
 

@@ -61,10 +61,13 @@ Texts textsOf(const std::optional<Rows>& rows, std::optional<std::string_view> c
   return texts;
 }
 
+/// The items of these names. A name comes from a browser's file: one that is no plain name would lead elsewhere.
 Texts pathsIn(const std::string& folder, const Texts& names) {
   Texts paths;
   paths.reserve(names.size());
-  for (const std::string& name : names) paths.push_back(appendingPathComponent(folder, name));
+  for (const std::string& name : names) {
+    if (platform::isPlainName(name)) paths.push_back(appendingPathComponent(folder, name));
+  }
   return paths;
 }
 

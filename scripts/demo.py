@@ -1,33 +1,20 @@
-"""The demo: a sample home, a session of its own, two browsers that quit. See scripts/demo."""
+"""The demo: a sample home, a session of its own, five browsers that quit. See scripts/demo."""
 
 import os
 import sys
+import textwrap
 import time
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "system"))
+import sample_home  # noqa: E402
 import session  # noqa: E402
 
 BOLD, DIM, RED, GREEN, CYAN, END = ("\033[1m", "\033[2m", "\033[31m", "\033[32m", "\033[36m", "\033[0m")
 if not sys.stdout.isatty():
     BOLD = DIM = RED = GREEN = CYAN = END = ""
 
-LIBRARY = "Library/"
-SUPPORT = LIBRARY + "Application Support/"
-FLASH = LIBRARY + "Preferences/Macromedia/Flash Player/"
-SILVERLIGHT = SUPPORT + "Microsoft/Silverlight/"
-
-SAMPLE_HOME = [
-    "Documents/letter.txt",
-    FLASH + "#SharedObjects/7QX2/tracker.example/cookie.sol",
-    FLASH + "macromedia.com/support/settings.sol",
-    SILVERLIGHT + "is/store/video.example/id.dat",
-    SUPPORT + "Google/Chrome/Default/Bookmarks",
-    SUPPORT + "Google/Chrome/Default/Pepper Data/Shockwave Flash/tracker.sol",
-    SUPPORT + "Google/Chrome/Profile 1/Bookmarks",
-    SUPPORT + "Google/Chrome/Profile 1/Pepper Data/Shockwave Flash/tracker.sol",
-    SUPPORT + "Firefox/Profiles/ann.default/places.sqlite",
-]
-LOCAL_STATE = '{"profile": {"info_cache": {"Default": {"name": "Ann"}, "Profile 1": {"name": "Work"}}}}\n'
+MARGIN = "         "
+WIDTH = 118
 
 start = time.monotonic()
 
@@ -36,44 +23,132 @@ def say(text="", colour=""):
     print(f"{DIM}{time.monotonic() - start:5.1f} s{END}  {colour}{text}{END}", flush=True)
 
 
-def tree(root):
-    """Every path below the folder, folders with a slash."""
-    paths = []
-    for folder, subfolders, files in os.walk(root):
-        subfolders[:] = sorted(name for name in subfolders if not name.startswith("."))
-        here = os.path.relpath(folder, root)
-        paths += [os.path.normpath(os.path.join(here, name)) for name in files]
-        paths += [os.path.normpath(os.path.join(here, name)) + "/" for name in subfolders]
-    return sorted(paths)
+def show(text="", colour=""):
+    print(f"{MARGIN}{colour}{text}{END}" if text else "", flush=True)
 
 
-def show(paths, gone=()):
-    for path in sorted(set(paths) | set(gone)):
-        depth = path.rstrip("/").count("/")
-        name = os.path.basename(path.rstrip("/")) + ("/" if path.endswith("/") else "")
-        mark, colour = ("✗ ", RED) if path in gone else ("  ", "")
-        print(f"         {colour}{mark}{'  ' * depth}{name}{END}")
-    print(flush=True)
+def table(header, rows):
+    """Numbers to the right, everything else to the left."""
+    widths = [max(len(str(row[column])) for row in [header, *rows]) for column in range(len(header))]
+    numeric = [all(isinstance(row[column], int) for row in rows) for column in range(len(header))]
+    for row in [header, *rows]:
+        cells = [str(cell).rjust(width) if number else str(cell).ljust(width)
+                 for cell, width, number in zip(row, widths, numeric)]
+        show("   ".join(cells).rstrip(), BOLD if row is header else "")
+    show()
 
 
-def person(panel):
-    """The person at the panel: reads it, and clicks the confirm button."""
-    response, url = session.OpenPanel.agree(panel)
-    say(f"panel “{panel['title']}”: {panel['message']}", CYAN)
-    say(f"      the person chooses {session.path_of(url)} and clicks “{panel['prompt']}”", CYAN)
-    return response, url
+class Person:
+    """The person at the panel: reads it, and clicks the confirm button, or cancels."""
+
+    def __init__(self, home):
+        self.home = home
+        self.declines = False
+        self.has_read = set()
+
+    def short(self, text):
+        return str(text).replace(self.home, "~")
+
+    def __call__(self, panel):
+        title = panel["title"]
+        if title not in self.has_read:
+            self.has_read.add(title)
+            say(f"panel “{title}”: “{self.short(panel['message'])}”", CYAN)
+        if self.declines:
+            say(f"panel “{title}”: the person cancels", CYAN)
+            return (0, "")
+        response, url = session.OpenPanel.agree(panel)
+        say(f"panel “{title}”: the person chooses {self.short(session.path_of(url))} and clicks “{panel['prompt']}”",
+            CYAN)
+        return response, url
+
+
+def listing(mark, colour, paths):
+    """The paths, as many in a line as fit."""
+    text = "  ".join(path.replace(" ", "\0") for path in paths)
+    for number, line in enumerate(textwrap.wrap(text, WIDTH - 14, break_long_words=False, break_on_hyphens=False)):
+        show(f"    {mark if number == 0 else ' '} {line}".replace("\0", " "), colour)
+
+
+def what_became_of(desk, browser):
+    """A browser's folders: what went, what was spared. Profiles that fared alike are named together."""
+    fates = {}
+    for folder, goes, stays in browser.groups:
+        there = [item for item in goes + stays if desk.exists(folder + item)]
+        gone = [item + "/" * bool(browser.goes.get(folder + item)) for item in goes + stays if item not in there]
+        parent, name = os.path.split(folder.rstrip("/"))
+        fates.setdefault((parent, tuple(gone), tuple(there)), []).append(name)
+    show(browser.name, BOLD)
+    for (parent, gone, there), (first, *others) in fates.items():
+        show(f"  ~/{parent}/{first}/" + "".join(f", and the same in {other}/" for other in others), DIM)
+        listing("✗", RED, gone)
+        listing("✓", GREEN, there)
+
+
+def ask_for_grants(desk, browsers, person):
+    """The main application's part; the person hesitates at the third browser."""
+    for browser in browsers:
+        if browser is browsers[2]:
+            person.declines = True
+            say(f"The main application asks for the grants of {browser.name}, and the person hesitates…", BOLD)
+            desk.request(browser.identifier)
+            person.declines = False
+            say("…and agrees when it asks once more.", BOLD)
+        else:
+            say(f"The main application asks for the grants of {browser.name}.", BOLD)
+        say(f"      the worker answers “{desk.request(browser.identifier)}”")
+
+
+def run_and_quit(desk, browsers):
+    running = [desk.run_browser(browser.program) for browser in browsers if browser.program]
+    desk.settle(0.5)
+    say("All five are running… and now they quit.", BOLD)
+    for process in running:
+        desk.quit_browser(process)
+    for browser in browsers:
+        if not browser.program:
+            desk.announce_quit(browser.name, browser.identifier)
+    desk.settle(2)
+    say("The first runs are over. A second one of each, which also says so, follows eight seconds after the quit.")
+
+
+def show_rows(desk, browsers, rows_before):
+    """The databases' rows before and after; whether those of sites are gone and all others are there."""
+    rows = []
+    right = True
+    for browser in browsers:
+        root = os.path.commonpath([os.path.dirname(each.path) for each in browser.tables])
+        for each in browser.tables:
+            left = each.rows(desk.home)
+            right = right and left == each.stays
+            rows.append(["" if each is not browser.tables[0] else browser.name,
+                         os.path.relpath(each.path, root), each.name, len(rows_before[each.path, each.name]),
+                         len(left), ", ".join(left) or "nothing"])
+    table(["", "database", "table", "before", "after", "rows that are left"], rows)
+    return right
+
+
+def peak_memory(pid):
+    with open(f"/proc/{pid}/status") as status:
+        return next(int(line.split()[1]) / 1024 for line in status if line.startswith("VmHWM"))
 
 
 def main():
     with session.Session(sys.argv[1]) as desk:
-        for path in SAMPLE_HOME:
-            desk.file(path)
-        desk.file(SUPPORT + "Google/Chrome/Local State", LOCAL_STATE)
-        say("A home folder, with what plug-ins keep for sites:", BOLD)
-        before = tree(desk.home)
-        show(before)
+        browsers = sample_home.fill(desk)
+        before = sample_home.contents(desk.home)
+        files_before = [path for path, content in before.items() if content is not None]
+        rows_before = {(table.path, table.name): table.rows(desk.home)
+                       for browser in browsers for table in browser.tables}
+        say(f"A home folder with what five browsers keep: {len(files_before)} files.", BOLD)
+        show()
+        table(["", "left by sites", "the person's own", "rows of sites", "rows of extensions"],
+              [[browser.name, len(browser.goes), len(browser.stays), sum(len(each.goes) for each in browser.tables),
+                sum(len(each.stays) for each in browser.tables)] for browser in browsers]
+              + [["plug-ins and others", len(sample_home.COMMON), len(sample_home.UNTOUCHED), 0, 0]])
 
-        desk.configure(["org.mozilla.firefox", "com.google.Chrome"], overwrite=True)
+        desk.configure([browser.identifier for browser in browsers], overwrite=True)
+        person = Person(desk.home)
         session.OpenPanel(desk.connection, person)
         notified = []
 
@@ -82,29 +157,33 @@ def main():
             say(f"notification “{summary}”: {body}", GREEN)
 
         session.NotificationService(desk.connection, notify)
-        desk.start_worker(lambda line: say(f"log: {line}", CYAN))
-        say("The worker runs. Firefox and Google Chrome are enabled; files are overwritten before they go.", BOLD)
+        worker = desk.start_worker(lambda line: say(f"log: {line.replace(desk.home, '~')}", CYAN))
+        say("The worker runs. All five browsers are enabled; files are overwritten before they go.", BOLD)
+        ask_for_grants(desk, browsers, person)
+        run_and_quit(desk, browsers)
+        desk.wait(lambda: len(notified) == len(browsers), 15)
+        desk.settle(1.3)  # Safari's last step comes a second later
+        memory = peak_memory(worker.process.pid)
 
-        for identifier in ("org.mozilla.firefox", "com.google.Chrome"):
-            say(f"The main application asks for the grants of {identifier}…", BOLD)
-            say(f"      the worker answers “{desk.request(identifier)}”")
+        show()
+        say("The same home folder (✗ gone, ✓ spared):", BOLD)
+        for browser in browsers:
+            what_became_of(desk, browser)
+        show("Plug-ins, and whatever else is in the home", BOLD)
+        listing("✗", RED, [path + "/" for path in sample_home.COMMON if not desk.exists(path)])
+        listing("✓", GREEN, [path for path in [*sample_home.COMMON, *sample_home.UNTOUCHED] if desk.exists(path)])
+        show()
+        say("The databases stay; the rows that sites have left in them are gone:", BOLD)
+        show()
+        rows_are_right = show_rows(desk, browsers, rows_before)
 
-        firefox = desk.run_browser("firefox")
-        chrome = desk.run_browser("chrome")
-        desk.settle(0.5)
-        say("Firefox and Google Chrome are running… and now they quit.", BOLD)
-        desk.quit_browser(firefox)
-        desk.quit_browser(chrome)
-        desk.wait(lambda: not desk.exists(SUPPORT + "Google/Chrome/Profile 1/Pepper Data"))
-        desk.settle(0.2)
-        say("The first run is over; a second one, which also says so, follows eight seconds after the quit.")
-        desk.wait(lambda: len(notified) == 2, 15)
-        desk.settle(0.2)
-
-        after = tree(desk.home)
-        say("The same home folder (✗: gone):", BOLD)
-        show(after, gone=set(before) - set(after))
-        return 0 if notified and not desk.exists(FLASH) else 1
+        after = sample_home.contents(desk.home)
+        files = [path for path, content in after.items() if content is not None]
+        say(f"{len(files_before) - len(files)} of {len(files_before)} files are gone. "
+            f"The other {len(files)} are as they were, or have lost rows of sites.", BOLD)
+        say(f"The worker took {memory:.1f} MB at its peak.")
+        expected = set(sample_home.COMMON).union(*(browser.goes for browser in browsers))
+        return 0 if sample_home.topmost(before.keys() - after.keys()) == expected and rows_are_right else 1
 
 
 if __name__ == "__main__":

@@ -3,6 +3,7 @@ add_library(test_support STATIC
   support/Databases.cpp
   support/FakeDispatch.cpp
   support/Fakes.cpp
+  support/SampleHome.cpp
   support/ScratchFolder.cpp
   support/TestPlatform.cpp)
 target_link_libraries(test_support PUBLIC worker platform_linux_files)

@@ -11,6 +11,7 @@ tidewell_test(worker_tests
     Worker/PluginDataTest.cpp
     Worker/ServiceEntryTest.cpp
     Worker/UserProfilesTest.cpp
+    Worker/WholeRunTest.cpp
     Worker/WorkerScriptsTest.cpp
     Worker/sandbox/AppSandboxFileAccessTest.cpp
     Worker/sandbox/BookmarkStoreTest.cpp

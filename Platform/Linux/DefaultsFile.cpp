@@ -6,8 +6,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <system_error>
+#include <thread>
 
 #include "Platform/Linux/ValueCodec.h"
 #include "Platform/Path.h"
@@ -18,8 +20,8 @@ namespace {
 constexpr int kApplicationId = 0x54574453;  // marks the file as a settings file
 constexpr int kSchemaVersion = 1;
 constexpr int kBusyTimeoutMilliseconds = 10'000;
-constexpr int kCheckpointRounds = 200;
-constexpr unsigned kCheckpointPauseMicroseconds = 5000;
+constexpr std::chrono::seconds kCheckpointPatience{5};
+constexpr std::chrono::milliseconds kCheckpointPause{5};
 constexpr mode_t kFolderMode = 0700;
 constexpr mode_t kFileMode = 0600;
 
@@ -174,10 +176,11 @@ bool DefaultsFile::checkpoint() {
   const Outcome outcome = attempt(Creation::existing, [&] {
     int result = SQLITE_BUSY;
     // Another process that does the same makes this one busy at once, whatever the timeout.
-    for (int round = 0; result == SQLITE_BUSY && round < kCheckpointRounds; ++round) {
-      if (round > 0) ::usleep(kCheckpointPauseMicroseconds);
+    const auto end = std::chrono::steady_clock::now() + kCheckpointPatience;
+    do {
       result = sqlite3_wal_checkpoint_v2(database_, nullptr, SQLITE_CHECKPOINT_FULL, nullptr, nullptr);
-    }
+      if (result == SQLITE_BUSY) std::this_thread::sleep_for(kCheckpointPause);
+    } while (result == SQLITE_BUSY && std::chrono::steady_clock::now() < end);
     return result;
   });
   return outcome == Outcome::done || outcome == Outcome::absent;

@@ -251,6 +251,12 @@ std::error_code LinuxFileManager::copyItem(const FileURL& source, const FileURL&
   const int folder = item->folder.get();
   // Complete before it has its name: someone may run it the moment it is there.
   FileDescriptor to(::openat(folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
+  const std::string temporary = "." + item->name + ".new";
+  const bool isNamed = !to && (errno == EOPNOTSUPP || errno == EISDIR);  // no such files on this file system
+  if (isNamed) {
+    ::unlinkat(folder, temporary.c_str(), 0);
+    to.reset(::openat(folder, temporary.c_str(), O_CREAT | O_EXCL | O_NOFOLLOW | O_WRONLY | O_CLOEXEC, 0600));
+  }
   if (!to) return lastError();
   while (true) {
     const ssize_t count = ::sendfile(to.get(), from.get(), nullptr, kCopyChunk);
@@ -258,6 +264,15 @@ std::error_code LinuxFileManager::copyItem(const FileURL& source, const FileURL&
     if (count == 0) break;
   }
   if (::fchmod(to.get(), status.st_mode & 0777) != 0) return lastError();
+  if (isNamed) {
+    if (::linkat(folder, temporary.c_str(), folder, item->name.c_str(), 0) != 0) {
+      const std::error_code error = lastError();
+      ::unlinkat(folder, temporary.c_str(), 0);
+      return error;
+    }
+    ::unlinkat(folder, temporary.c_str(), 0);
+    return {};
+  }
   const std::string opened = "/proc/self/fd/" + std::to_string(to.get());
   if (::linkat(AT_FDCWD, opened.c_str(), folder, item->name.c_str(), AT_SYMLINK_FOLLOW) != 0) return lastError();
   return {};
@@ -290,7 +305,8 @@ Result<FileURL> LinuxFileManager::applicationScriptsDirectory(bool create) {
   }
   bool isDirectory = false;
   if (create && (!fileExists(scriptsFolder_, isDirectory) || !isDirectory)) return std::errc::not_a_directory;
-  return FileURL(scriptsFolder_, true);
+  // As a person confirms it, it leads over no link.
+  return FileURL(urlByResolvingSymlinks(FileURL(scriptsFolder_, true)).path(), true);
 }
 
 }  // namespace platform::linux_

@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <filesystem>
 
 #include "Platform/Path.h"
 
@@ -61,7 +62,10 @@ class LinuxUserScripts::Task : public UserUnixTask {
 };
 
 Result<std::unique_ptr<UserUnixTask>> LinuxUserScripts::taskWithURL(const FileURL& url) {
-  if (deletingLastPathComponent(url.path()) != folder_) return std::errc::operation_not_permitted;
+  const std::string folder = deletingLastPathComponent(url.path());
+  std::error_code error;
+  const bool isItsFolder = folder == folder_ || std::filesystem::equivalent(folder, folder_, error);
+  if (!isItsFolder) return std::errc::operation_not_permitted;
   struct stat status {};
   if (::lstat(url.path().c_str(), &status) != 0) return std::error_code(errno, std::generic_category());
   if (!S_ISREG(status.st_mode)) return std::errc::permission_denied;

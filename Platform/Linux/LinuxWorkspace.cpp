@@ -47,17 +47,17 @@ LinuxWorkspace::LinuxWorkspace(RunLoop& loop, std::vector<WatchedApplication> ap
     for (const std::string& place : application.executablePlaces) baseNames_.insert(lastPathComponent(place));
   }
   for (std::size_t index = 0; index < applications_.size(); ++index) {
-    running_.push_back(
-        std::make_unique<RunningApplication>(loop_, RunningApplication::Callbacks{
-                                                        [this, index] { return lookAtProcesses()[index]; },
-                                                        [this, index](pid_t pid) -> std::optional<bool> {
-                                                          const auto executable = executableOfProcess(pid);
-                                                          if (!executable) return std::nullopt;
-                                                          return applicationRunning(*executable) == index;
-                                                        },
-                                                        [this, index] { quit(index); },
-                                                        [this] { scanSeveralTimes(true); },
-                                                    }));
+    running_.push_back(std::make_unique<RunningApplication>(
+        loop_, RunningApplication::Callbacks{
+                   [this, index] { return lookAtProcesses()[index]; },
+                   [this, index](pid_t pid) -> std::optional<RunningApplication::Identity> {
+                     const auto executable = executableOfProcess(pid);
+                     if (!executable) return std::nullopt;
+                     return RunningApplication::Identity{*executable, applicationRunning(*executable) == index};
+                   },
+                   [this, index] { quit(index); },
+                   [this] { scanSeveralTimes(true); },
+               }));
   }
 }
 

@@ -53,7 +53,7 @@ bool PathWatch::add(const std::string& path, unsigned mask, std::map<int, Watche
   // A file that is watched already keeps its number; the masks of several wishes add up.
   const int watch = ::inotify_add_watch(inotify_.get(), path.c_str(), mask | IN_MASK_ADD);
   if (watch >= 0) fill(watched[watch]);
-  return watch >= 0 || (inotify_ && errno != ENOSPC && errno != ENOMEM);
+  return watch >= 0 || (inotify_ && errno != ENOSPC && errno != ENOMEM && errno != EACCES);
 }
 
 bool PathWatch::replace(const Interests& interests) {

@@ -18,15 +18,20 @@ RunningApplication::Outcome RunningApplication::hold(Held& held, pid_t pid, void
   auto exit = std::make_unique<ProcessExit>(loop_, pid, [this, pid, ended] { (this->*ended)(pid); });
   if (!exit->isValid()) return exit->hasEnded() ? Outcome::hadEnded : Outcome::notHeld;
   // The number may have gone to another process between the look and now.
-  const std::optional<bool> runs = callbacks_.runs(pid);
-  if (!runs) return Outcome::hadEnded;
-  if (!*runs) return Outcome::notHeld;
-  held.emplace(pid, std::move(exit));
+  const std::optional<Identity> identity = callbacks_.identify(pid);
+  if (!identity) return Outcome::hadEnded;
+  if (!identity->isApplication) return Outcome::notHeld;
+  held.emplace(pid, HeldProcess{std::move(exit), identity->executable});
   return Outcome::held;
 }
 
-void RunningApplication::update(const Processes& found) {
-  bool wasRunning = isRunning();
+/// Not asked of where its program lies: that may have been moved or replaced under the running process.
+bool RunningApplication::hasBecomeAnotherProgram(pid_t pid, const HeldProcess& process) const {
+  const std::optional<Identity> now = callbacks_.identify(pid);
+  return now && !now->isApplication && now->executable != process.executable;
+}
+
+void RunningApplication::update(const Processes& found, bool wasRunning) {
   for (const pid_t pid : found.mains) {
     wasRunning |= hold(mains_, pid, &RunningApplication::mainEnded) == Outcome::hadEnded;
   }
@@ -35,7 +40,7 @@ void RunningApplication::update(const Processes& found) {
     const pid_t pid = main.first;
     if (std::find(found.mains.begin(), found.mains.end(), pid) != found.mains.end()) return false;
     const bool isHelper = std::find(found.helpers.begin(), found.helpers.end(), pid) != found.helpers.end();
-    return isHelper || callbacks_.runs(pid) == false;
+    return isHelper || hasBecomeAnotherProgram(pid, main.second);
   });
   if (isRunning()) {
     quitting_ = false;
@@ -49,16 +54,11 @@ void RunningApplication::update(const Processes& found) {
 
 void RunningApplication::mainEnded(pid_t pid) {
   const auto main = mains_.find(pid);
-  if (main == mains_.end() || !main->second->hasEnded()) return;
+  if (main == mains_.end() || !main->second.exit->hasEnded()) return;
   mains_.erase(main);
   if (isRunning()) return;
-  const Processes found = callbacks_.look();
-  update(found);
-  if (isRunning()) {
-    callbacks_.lookLater();  // what is left may be such a child
-  } else if (!quitting_) {
-    beginQuitting(found);
-  }
+  update(callbacks_.look(), /*wasRunning=*/true);
+  if (isRunning()) callbacks_.lookLater();  // what is left may be a child that is about to become something else
 }
 
 void RunningApplication::beginQuitting(const Processes& found) {
@@ -77,7 +77,7 @@ void RunningApplication::beginQuitting(const Processes& found) {
 
 void RunningApplication::helperEnded(pid_t pid) {
   const auto helper = helpers_.find(pid);
-  if (helper == helpers_.end() || !helper->second->hasEnded()) return;
+  if (helper == helpers_.end() || !helper->second.exit->hasEnded()) return;
   helpers_.erase(helper);
   if (!quitting_ || !helpers_.empty()) return;
   update(callbacks_.look());

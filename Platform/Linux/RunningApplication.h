@@ -11,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "Platform/Linux/ProcessExit.h"
@@ -25,11 +26,16 @@ class RunningApplication {
     std::vector<pid_t> helpers;
   };
 
-  /// `look` looks at the process table. `runs` confirms, once a process is held, that this is the application; absent
-  /// when it has ended. `quit` is called for each quit. The loop must outlive the object.
+  struct Identity {
+    std::string executable;
+    bool isApplication = false;
+  };
+
+  /// `look` looks at the process table. `identify` confirms, once a process is held, what it is; absent when it has
+  /// ended. `quit` is called for each quit. The loop must outlive the object.
   struct Callbacks {
     std::function<Processes()> look;
-    std::function<std::optional<bool>(pid_t)> runs;
+    std::function<std::optional<Identity>(pid_t)> identify;
     std::function<void()> quit;
     std::function<void()> lookLater;  // asks for update() in a while
   };
@@ -39,10 +45,17 @@ class RunningApplication {
   bool isRunning() const { return !mains_.empty(); }
 
   /// Takes in what was found.
-  void update(const Processes& found);
+  void update(const Processes& found) { update(found, isRunning()); }
 
  private:
-  using Held = std::map<pid_t, std::unique_ptr<ProcessExit>>;
+  struct HeldProcess {
+    std::unique_ptr<ProcessExit> exit;
+    std::string executable;  // when it was taken
+  };
+  using Held = std::map<pid_t, HeldProcess>;
+
+  void update(const Processes& found, bool wasRunning);
+  bool hasBecomeAnotherProgram(pid_t pid, const HeldProcess& process) const;
 
   enum class Outcome { held, notHeld, hadEnded };
 

@@ -108,10 +108,11 @@ bool PinnedFile::isSameFile(int descriptor) const {
 
 void SecurityScopes::openForProcess(const FileURL& url) {
   // As it was shown, it led over no link; a link that was put in its place meanwhile must not move the grant elsewhere.
-  auto pinned = hasDotComponents(url.path()) ? nullptr : PinnedFile::at(url.path());
+  const std::string path = pathWithComponents(pathComponents(url.path()));
+  auto pinned = hasDotComponents(path) ? nullptr : PinnedFile::at(path);
   if (!pinned) return;
   const std::unique_lock lock(mutex_);
-  OpenScope& scope = scopes_[url.path()];
+  OpenScope& scope = scopes_[path];
   scope.file = std::move(pinned);
   scope.forProcess = true;
 }
@@ -170,6 +171,8 @@ void SecurityScopes::stopAccessing(const FileURL& url) {
   const std::unique_lock lock(mutex_);
   const auto found = scopes_.find(pinned->path());
   if (found == scopes_.end() || found->second.count == 0) return;
+  // What was started for a folder that stood here before ended when another one took its place.
+  if (found->second.file->identity() != pinned->identity()) return;
   --found->second.count;
   if (found->second.count == 0 && !found->second.forProcess) scopes_.erase(found);
 }

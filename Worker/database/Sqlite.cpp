@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "Worker/database/DefaultEncoding.h"
+#include "Worker/database/SuperJournals.h"
 
 namespace tidewell {
 namespace {
@@ -131,6 +132,7 @@ int Sqlite::untilNotBusy(const Call& call) {
 
 bool Sqlite::open(const std::string& path) {
   close();
+  refuseSuperJournals();
   if (sqlite3_open(path.c_str(), &_db_) != SQLITE_OK) return false;
   filePath_ = path;
   return true;

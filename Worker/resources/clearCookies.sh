@@ -27,12 +27,12 @@ for component in Library Containers com.apple.Safari Data Library Cookies; do
   if [ -L "$folder" ] || [ ! -d "$folder" ]; then exit 0; fi
 done
 
-for cookies in Cookies.binarycookies Cookies.plist HSTS.plist; do
-  rm -f -- "$folder/$cookies"
-done
-
-# They write their memory back when they end of themselves, and start again when they are needed.
+# The services that hold cookies end first: they would write them back. They start again when they are needed.
 if command -v killall >/dev/null && [ "$(uname)" = Darwin ]; then
   killall -u "$user" -KILL nsurlstoraged cookied >/dev/null 2>&1
 fi
+
+for cookies in Cookies.binarycookies Cookies.plist; do
+  rm -f -- "$folder/$cookies"
+done
 exit 0

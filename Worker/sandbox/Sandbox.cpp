@@ -1,7 +1,9 @@
 #include "Worker/sandbox/Sandbox.h"
 
+#include <array>
 #include <functional>
 #include <memory>
+#include <mutex>
 
 #include "Platform/Format.h"
 #include "Platform/Path.h"
@@ -87,6 +89,10 @@ Rows executeInsideGrant(const std::string& sql, const std::string& path) {
   if (!fileManager.fileExists(path)) return {};  // opening it would make one
   const auto file = fileManager.pinnedFile(path);
   if (!file) return {};
+  // One statement at a time on one database: a busy database is never waited for, and a deletion that was turned away
+  // so would be lost.
+  static std::array<std::mutex, 16> turns;
+  const std::lock_guard turn(turns[std::hash<std::string>()((*file)->path()) % turns.size()]);
   Sqlite database;
   // Looked at again with the database open: what was opened is what was looked at before.
   if (!database.open((*file)->path()) || !(*file)->isInPlace() || hasMoved(database) || !(*file)->isInPlace())

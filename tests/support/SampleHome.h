@@ -1,0 +1,43 @@
+// A home folder that holds data of all five browsers, and what a cleaning has changed in it.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tests/support/ScratchFolder.h"
+
+namespace testing_support {
+
+// Folders of the sample home, each with its last slash.
+inline constexpr char kSafari[] = "Library/Safari/";
+inline constexpr char kFirefox[] = "Library/Application Support/Firefox/Profiles/";
+inline constexpr char kChrome[] = "Library/Application Support/Google/Chrome/";
+inline constexpr char kChromium[] = "Library/Application Support/Chromium/";
+inline constexpr char kOpera[] = "Library/Application Support/com.operasoftware.Opera/";
+inline constexpr char kCaches[] = "Library/Caches/";
+
+/// Fills the folder. Chrome and Chromium list two profiles each and have a third folder that looks like one; Firefox
+/// has two profiles and a plain file among them.
+void fillSampleHome(const ScratchFolder& home);
+
+/// All of a home folder at one moment.
+struct HomeState {
+  explicit HomeState(const ScratchFolder& home);
+
+  std::map<std::string, std::string> items;              // path to kind, permissions and content
+  std::map<std::string, std::vector<std::string>> rows;  // a database's path to "TABLE: VALUES", in their order
+};
+
+/// What differs between two states. Together the five tell everything: a path that is in none of them is as it was.
+struct HomeDifference {
+  HomeDifference(const HomeState& before, const HomeState& after);
+
+  std::vector<std::string> gone;      // a folder that went whole is named once, with a slash
+  std::vector<std::string> goneRows;  // "PATH, TABLE: VALUES"
+  std::vector<std::string> added;     // paths and rows
+  std::vector<std::string> changed;   // files of other content
+  std::vector<std::string> touched;   // databases of other bytes but the same rows: SQLite counts what is done to them
+};
+
+}  // namespace testing_support

@@ -1,0 +1,112 @@
+"""A screen of its own for programs with windows, driven by keyboard and pointer from outside, and what they tell
+assistive technologies."""
+
+import os
+import subprocess
+
+import dbus
+import dbus.bus
+
+ACCESSIBLE = "org.a11y.atspi.Accessible"
+REGISTRY = "org.a11y.atspi.Registry"
+ROOT = "/org/a11y/atspi/accessible/root"
+LAUNCHER = "/usr/libexec/at-spi-bus-launcher"
+SHOWING = 25  # the number of that state
+
+
+class Screen:
+    def __init__(self, desk, size="1024x768"):
+        """Changes the environment of the session's programs; close() ends all that was started here."""
+        self.desk = desk
+        self.processes = []
+        read, write = os.pipe()
+        self.start(["Xvfb", "-displayfd", str(write), "-screen", "0", size + "x24", "-nolisten", "tcp"],
+                   pass_fds=[write])
+        os.close(write)
+        with os.fdopen(read) as display:
+            desk.environment["DISPLAY"] = ":" + display.readline().strip()
+        desk.environment.update(GDK_BACKEND="x11", GSK_RENDERER="cairo", LIBGL_ALWAYS_SOFTWARE="1")
+
+    def start(self, command, **options):
+        process = subprocess.Popen(command, env=self.desk.environment, stderr=subprocess.DEVNULL,
+                                   stdout=subprocess.DEVNULL, **options)
+        self.processes.append(process)
+        return process
+
+    def close(self):
+        for process in reversed(self.processes):
+            if process.poll() is None:
+                process.terminate()
+            process.wait()
+
+    def xdotool(self, *words):
+        return subprocess.run(["xdotool", *words], env=self.desk.environment, capture_output=True, text=True).stdout
+
+    def windows(self, title):
+        return self.xdotool("search", "--onlyvisible", "--name", title).split()
+
+    def focus(self, title, seconds=20):
+        """Waits for the window of that title; answers its number."""
+        self.desk.wait(lambda: self.windows(title), seconds, f"the window {title}")
+        number = self.windows(title)[0]
+        self.xdotool("windowfocus", "--sync", number)
+        self.desk.settle(0.3)
+        return number
+
+    def press(self, *keys):
+        for key in keys:
+            self.xdotool("key", key)
+            self.desk.settle(0.1)
+
+    def click(self, title, x, y):
+        """The point is the window's own."""
+        self.xdotool("mousemove", "--window", self.windows(title)[0], str(x), str(y), "click", "1")
+        self.desk.settle(0.2)
+
+
+class Accessibility:
+    """What the windows of the session's programs say, role by role. Start it before them."""
+
+    def __init__(self, screen):
+        self.screen = screen
+        screen.start([LAUNCHER])
+        bus = screen.desk.connection
+        screen.desk.wait(lambda: bus.name_has_owner("org.a11y.Bus"), what="the accessibility bus")
+        address = bus.call_blocking("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress", "", ())
+        self.connection = dbus.bus.BusConnection(str(address))
+        self.connection.set_exit_on_disconnect(False)
+        self.names = self._names()
+
+    def close(self):
+        self.connection.close()
+
+    def _names(self):
+        return set(self.connection.list_names())
+
+    def _call(self, item, interface, method, signature="", *arguments):
+        name, path = item
+        return self.connection.call_blocking(name, path, interface, method, signature, arguments, timeout=5)
+
+    def _property(self, item, name):
+        return self._call(item, "org.freedesktop.DBus.Properties", "Get", "ss", ACCESSIBLE, name)
+
+    def _walk(self, item):
+        state = self._call(item, ACCESSIBLE, "GetState")
+        if item[1] != ROOT and not state[0] >> SHOWING & 1:
+            return
+        yield str(self._call(item, ACCESSIBLE, "GetRoleName")), str(self._property(item, "Name"))
+        for child in self._call(item, ACCESSIBLE, "GetChildren"):
+            yield from self._walk((str(child[0]), str(child[1])))
+
+    def items(self):
+        """(role, name) of all that is on the screen."""
+        found = []
+        for name, path in self._call((REGISTRY, ROOT), ACCESSIBLE, "GetChildren"):
+            found += self._walk((str(name), str(path)))
+        return found
+
+    def says(self, text):
+        try:
+            return any(text in name for _, name in self.items())
+        except dbus.DBusException:
+            return False  # it changed while it was read

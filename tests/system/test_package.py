@@ -1,0 +1,278 @@
+"""The package in a bare Debian: installation, everyday use, upgrade, removal and purge. scripts/test-package runs it, as
+root and in mount and process namespaces of its own."""
+
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import session  # noqa: E402
+
+PACKAGE = os.environ["TIDEWELL_PACKAGE"]
+NEXT_PACKAGE = os.environ["TIDEWELL_NEXT_PACKAGE"]
+DEBIAN = os.environ["TIDEWELL_DEBIAN"]
+
+PROFILE = "Library/Application Support/Firefox/Profiles/ann.default/"
+SETTINGS = ".config/tidewell"
+# What installing and removing any package changes.
+BOOKKEEPING = ("var/log/", "var/cache/", "var/lib/dpkg/", "var/lib/apt/", "etc/ld.so.cache", "tmp/", "run/", "root/",
+               "home/", "proc/", "var/tmp/")
+
+
+class Machine:
+    """A Debian in a folder: layers that stay as they are, and one above that takes all changes."""
+
+    def __init__(self, scratch, *layers):
+        self.top = tempfile.mkdtemp(dir=scratch)
+        self.changes, self.root = self.top + "/changes", self.top + "/root"
+        for folder in (self.changes, self.top + "/work", self.root):
+            os.mkdir(folder)
+        os.chmod(self.top, 0o755)
+        subprocess.run(["mount", "-t", "overlay", "overlay", "-o", f"lowerdir={':'.join(layers)},"
+                        f"upperdir={self.changes},workdir={self.top}/work", self.root], check=True)
+        subprocess.run(["mount", "-t", "proc", "proc", self.root + "/proc"], check=True)
+
+    def close(self):
+        subprocess.run(["umount", self.root + "/proc"], check=True)
+        subprocess.run(["umount", self.root], check=True)
+
+    def run(self, *words):
+        environment = {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "DEBIAN_FRONTEND": "noninteractive", "LANG": "C.UTF-8"}
+        done = subprocess.run(["chroot", self.root, *words], env=environment, text=True, stdin=subprocess.DEVNULL,
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        if done.returncode != 0:
+            raise AssertionError(f"{' '.join(words)}: {done.returncode}\n{done.stdout}")
+        return done.stdout
+
+    def install(self, package):
+        shutil.copy(package, self.root + "/var/tmp/")
+        return self.run("apt-get", "install", "-y", "--no-install-recommends", "/var/tmp/" + os.path.basename(package))
+
+    def files(self):
+        """Every path, without what the package manager itself writes down."""
+        found = set()
+        for folder, folders, files in os.walk(self.root):
+            inside = os.path.relpath(folder, self.root) + "/"
+            inside = "" if inside == "./" else inside
+            if (inside + "/").startswith(BOOKKEEPING):
+                folders.clear()
+                continue
+            found.update(path for path in (inside + name for name in folders + files)
+                         if not path.startswith(BOOKKEEPING))
+        return found
+
+    def running(self):
+        """The numbers of the processes whose program the package brought."""
+        found = []
+        for process in pathlib.Path("/proc").glob("[0-9]*"):
+            try:
+                if os.path.basename(os.readlink(process / "exe")).startswith("tidewell"):
+                    found.append(int(process.name))
+            except OSError:
+                pass
+        return found
+
+
+class Desk(session.Session):
+    """The session of an ordinary user of the machine. Its bus starts the worker, as the package says."""
+
+    def __init__(self, machine, user):
+        self.machine = machine
+        machine.run("useradd", "--create-home", user)
+        entry = machine.run("id", "--user", user).strip()
+        self.user = int(entry)
+        self.root = machine.root
+        self.home = machine.root + "/home/" + user
+        self.bin = machine.root + "/usr/local/bin"
+        self.environment = {"PATH": "/usr/local/bin:/usr/bin:/bin", "HOME": "/home/" + user, "LANG": "C.UTF-8",
+                            "DBUS_SESSION_BUS_ADDRESS": f"unix:path=/home/{user}/bus"}
+        self.worker = None
+        self.browsers = []
+        self.start_bus()
+        self.connection = self.connect()
+        self.notifications = session.NotificationService(self.connection)
+
+    def popen(self, *words, **streams):
+        return subprocess.Popen(["chroot", f"--userspec={self.user}:{self.user}", self.root, *words],
+                                env=self.environment, **streams)
+
+    def start_bus(self):
+        self.daemon = self.popen("dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address=1",
+                                 "--address=" + self.environment["DBUS_SESSION_BUS_ADDRESS"],
+                                 stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.daemon.stdout.readline()
+        self.address = f"unix:path={self.home}/bus"
+
+    def close(self):
+        for browser in self.browsers:
+            if browser.poll() is None:
+                browser.kill()
+            browser.wait()
+            browser.stdin.close()
+        self.connection.close()
+        self.stop_bus()  # the worker goes with it
+        self.wait(lambda: not self.machine.running(), what="the worker's end")
+
+    def call(self, *words):
+        """Runs a program while the session goes on; answers (status, output, errors)."""
+        process = self.popen(*words, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        self.wait(lambda: process.poll() is not None, 60, "the end of " + " ".join(words))
+        with process.stdout, process.stderr:
+            return process.returncode, process.stdout.read(), process.stderr.read()
+
+    def tidewell(self, *words):
+        status, output, errors = self.call("tidewell", *words)
+        if status != 0 or errors:
+            raise AssertionError(f"tidewell {' '.join(words)}: {status}\n{output}{errors}")
+        return output
+
+    def state(self):
+        state = json.loads(self.tidewell("status", "--json"))
+        firefox = next(browser for browser in state["browsers"] if browser["identifier"] == "org.mozilla.firefox")
+        return state, firefox
+
+    def fill(self):
+        for name in ("cookies.sqlite", "permissions.sqlite", "places.sqlite"):
+            self.file(PROFILE + name)
+        for folder in ("Library/Caches", "Library/Preferences/Macromedia", "Library/Application Support/Microsoft"):
+            os.makedirs(os.path.join(self.home, folder), exist_ok=True)
+        for folder, folders, files in os.walk(self.home):
+            for name in folders + files:
+                os.chown(os.path.join(folder, name), self.user, self.user)
+
+    def left(self):
+        return sorted(os.listdir(os.path.join(self.home, PROFILE)))
+
+    def install_browser(self):
+        shutil.copy(self.root + "/usr/bin/cat", self.bin + "/firefox-esr")
+
+    def start_browser(self):
+        browser = self.popen("/usr/local/bin/firefox-esr", stdin=subprocess.PIPE, stdout=subprocess.DEVNULL)
+        self.browsers.append(browser)
+        self.settle(1)
+        return browser
+
+    def clean(self):
+        """The browser runs and quits; back when the notification says that it was cleaned."""
+        before = len(self.notifications.posted)
+        self.quit_browser(self.start_browser())
+        self.wait(lambda: len(self.notifications.posted) > before, 25, "the notification")
+
+
+class Package(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        scratch = tempfile.mkdtemp(prefix="tidewell-", dir=os.path.dirname(DEBIAN))
+        cls.addClassCleanup(shutil.rmtree, scratch, ignore_errors=True)
+        cls.scratch = scratch
+        # What the package needs, first, so that what it brings itself can be told apart.
+        needed = Machine(scratch, DEBIAN)
+        depends = subprocess.run(["dpkg-deb", "-f", PACKAGE, "Depends"], text=True, stdout=subprocess.PIPE, check=True)
+        try:
+            needed.run("apt-get", "update")
+            needed.run("apt-get", "satisfy", "-y", "--no-install-recommends", depends.stdout.strip())
+            cls.files_before = needed.files()
+        finally:
+            needed.close()
+        cls.layers = (needed.changes, DEBIAN)
+
+    def setUp(self):
+        self.machine = Machine(self.scratch, *self.layers)
+        self.addCleanup(self.machine.close)
+        self.machine.install(PACKAGE)
+
+    def desk(self, user="ann"):
+        desk = Desk(self.machine, user)
+        self.addCleanup(desk.close)
+        desk.fill()
+        desk.install_browser()
+        return desk
+
+    def enabled(self):
+        desk = self.desk()
+        desk.tidewell("notifications", "on")
+        desk.tidewell("enable", "firefox", "--yes")
+        return desk
+
+    def test_works_for_an_ordinary_user(self):
+        desk = self.desk()
+        self.assertFalse(desk.state()[0]["workerRunning"])
+        desk.tidewell("notifications", "on")
+        desk.tidewell("enable", "firefox", "--yes")
+        state, firefox = desk.state()
+        self.assertTrue(state["workerRunning"])
+        self.assertTrue(firefox["installed"] and firefox["enabled"] and firefox["allowed"], firefox)
+        desk.clean()
+        self.assertEqual(desk.left(), ["places.sqlite"])
+        self.assertIn("removed from Firefox", desk.notifications.posted[0]["body"])
+
+    def test_has_one_worker_in_a_session(self):
+        desk = self.enabled()
+        status, _, errors = desk.call("tidewell-worker")
+        self.assertEqual((status, errors), (1, "tidewell-worker: not started: a worker runs already\n"))
+        self.assertEqual(len(self.machine.running()), 1)
+
+    def test_upgrade_keeps_settings_and_grants(self):
+        desk = self.enabled()
+        before = desk.tidewell("status"), desk.tidewell("grants")
+        self.assertNotEqual(before[1], "")
+        self.machine.install(NEXT_PACKAGE)
+        self.assertIn("+next", self.machine.run("dpkg-query", "-W", "tidewell"))
+        self.assertEqual((desk.tidewell("status"), desk.tidewell("grants")), before)
+
+        # The next session, with the new worker. Nobody is asked again.
+        for worker in self.machine.running():
+            os.kill(worker, 15)
+        desk.wait(lambda: not self.machine.running(), what="the old worker's end")
+        worker = desk.popen("tidewell-worker", stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        desk.wait(lambda: desk.connection.name_has_owner(session.WORKER_NAME), what="the new worker")
+        desk.clean()
+        self.assertEqual(desk.left(), ["places.sqlite"])
+        worker.terminate()
+        self.assertEqual(worker.wait(20), 0)
+        self.assertEqual(desk.tidewell("grants"), before[1])
+
+    def test_removal_leaves_nothing_running(self):
+        ann = self.enabled()
+        browser = ann.start_browser()
+        ben = self.desk("ben")
+        started_by_autostart = ben.popen("tidewell-worker", stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        ben.wait(lambda: ben.connection.name_has_owner(session.WORKER_NAME), what="the worker")
+        self.assertEqual(len(self.machine.running()), 2)
+        self.machine.run("apt-get", "remove", "-y", "tidewell")
+        self.assertEqual(self.machine.running(), [])
+        self.assertEqual(started_by_autostart.wait(1), 0)
+        self.assertIsNone(browser.poll())
+        self.assertTrue(ann.exists(SETTINGS))
+
+    def test_purge_leaves_the_persons_settings_only(self):
+        desk = self.enabled()
+        settings = sorted(os.listdir(os.path.join(desk.home, SETTINGS)))
+        self.machine.run("apt-get", "purge", "-y", "tidewell")
+        os.remove(desk.bin + "/firefox-esr")
+        self.assertEqual(self.machine.running(), [])
+        self.assertEqual(sorted(self.machine.files() - self.files_before - {"etc/passwd-", "etc/shadow-", "etc/group-",
+                         "etc/gshadow-", "etc/subuid-", "etc/subgid-", "etc/.pwd.lock"}), [])
+        left = subprocess.run(["find", desk.home, "-iname", "*tidewell*", "-prune"], text=True, stdout=subprocess.PIPE)
+        self.assertEqual(left.stdout.split(), [os.path.join(desk.home, SETTINGS)])
+        self.assertTrue(set(settings) & set(os.listdir(os.path.join(desk.home, SETTINGS))))
+
+    def test_installs_what_desktops_and_shells_look_for(self):
+        files = self.machine.files() - self.files_before
+        for path in ("usr/bin/tidewell", "usr/bin/tidewell-worker", "usr/bin/tidewell-open-panel",
+                     "etc/xdg/autostart/tidewell-worker.desktop", "usr/lib/systemd/user/tidewell-worker.service",
+                     "usr/share/dbus-1/services/" + session.WORKER_NAME + ".service",
+                     "usr/share/dbus-1/services/" + session.PANEL + ".service",
+                     "usr/share/tidewell/clearCookies.sh", "usr/share/bash-completion/completions/tidewell",
+                     "usr/share/zsh/vendor-completions/_tidewell", "usr/share/fish/vendor_completions.d/tidewell.fish",
+                     "etc/systemd/user/graphical-session.target.wants/tidewell-worker.service"):
+            self.assertIn(path, files)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

@@ -1,0 +1,347 @@
+"""Real browsers, headless: a page fills their stores, they quit, the worker cleans, and the page looks what is left."""
+
+import contextlib
+import http.server
+import json
+import os
+import signal
+import sqlite3
+import subprocess
+import sys
+import threading
+import unittest
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import session  # noqa: E402
+from test_worker import PROGRAMS, SUPPORT  # noqa: E402
+
+# Tells what it finds in every store, then fills them and reads them back. Chromium writes its cookies to the disk after
+# half a minute or after 512 changes, and not when it is told to quit: thus so many changes.
+PAGE = b"""<!doctype html><meta charset="utf-8"><title>Stores</title><link rel="icon" href="data:,"><script>
+const result = request => new Promise((done, fail) => {
+  request.onsuccess = () => done(request.result);
+  request.onerror = () => fail(request.error);
+});
+const database = () => {
+  const request = indexedDB.open("site", 1);
+  request.onupgradeneeded = () => request.result.createObjectStore("things");
+  return result(request);
+};
+const read = async base => ({
+  local: localStorage.getItem("site"),
+  indexed: await result(base.transaction("things").objectStore("things").get("key")) ?? null,
+});
+const write = base => new Promise((done, fail) => {
+  for (let count = 0; count < 600; ++count) document.cookie = "page=kept; Max-Age=86400";
+  localStorage.setItem("site", "kept");
+  const change = base.transaction("things", "readwrite", {durability: "strict"});
+  change.objectStore("things").put("kept", "key");
+  change.oncomplete = done;
+  change.onerror = () => fail(change.error);
+});
+(async () => {
+  const report = {};
+  try {
+    const base = await database();
+    report.found = await read(base);
+    report.found.cached = (await (await fetch("/cached")).text()).trim();
+    await write(base);
+    report.works = await read(base);
+    report.works.cookie = document.cookie;
+    base.close();
+  } catch (error) {
+    report.error = String(error);
+  }
+  await fetch("/report", {method: "POST", body: JSON.stringify(report)});
+  await fetch("/closing-time");
+  window.close();
+})();
+</script>
+"""
+
+
+class Site:
+    """Serves the page; `reports` holds what it has told, with the cookies that came with the visit."""
+
+    def __init__(self):
+        site = self
+
+        class Handler(http.server.BaseHTTPRequestHandler):
+            def log_message(self, *_):
+                pass
+
+            def answer(self, content, **headers):
+                self.send_response(200)
+                for name, value in headers.items():
+                    self.send_header(name.replace("_", "-"), value)
+                self.send_header("Content-Length", str(len(content)))
+                self.end_headers()
+                self.wfile.write(content)
+
+            def do_GET(self):
+                if self.path == "/":
+                    site.cookies = self.headers.get("Cookie", "")
+                    self.answer(PAGE, Content_Type="text/html", Cache_Control="no-store",
+                                Set_Cookie="server=kept; Max-Age=86400; HttpOnly")
+                elif self.path == "/cached":
+                    site.served += 1
+                    self.answer(b"%d" % site.served + b" " * 100000, Content_Type="text/plain",
+                                Cache_Control="public, max-age=86400")
+                elif self.path == "/closing-time":
+                    site.closing_time.wait()
+                    self.answer(b"", Content_Type="text/plain", Cache_Control="no-store")
+                else:
+                    self.send_error(404)
+
+            def do_POST(self):
+                report = json.loads(self.rfile.read(int(self.headers["Content-Length"])))
+                self.answer(b"", Content_Type="text/plain")
+                report.setdefault("found", {})["cookies"] = site.cookies
+                site.reports.append(report)
+
+        class Server(http.server.ThreadingHTTPServer):
+            def handle_error(self, *_):
+                pass  # a browser that went while it was answered
+
+        self.reports = []
+        self.cookies = ""
+        self.served = 0
+        self.closing_time = threading.Event()
+        self.server = Server(("127.0.0.1", 0), Handler)
+        self.url = f"http://localhost:{self.server.server_port}/"
+        self.thread = threading.Thread(target=self.server.serve_forever, daemon=True)
+        self.thread.start()
+
+    def close(self):
+        self.closing_time.set()
+        self.server.shutdown()
+        self.thread.join()
+        self.server.server_close()
+
+
+class RealBrowser(unittest.TestCase):
+    """What the tests of each browser have in common; they give the name, the identifier and what a run covers."""
+
+    name = identifier = ""
+    folders = ()  # what must be there before the browser is first started
+    covered = ()  # what a run removes, whole
+    spared = ()   # some of what it leaves
+
+    def setUp(self):
+        self.desk = session.Session(PROGRAMS)
+        self.addCleanup(self.desk.close)
+        self.site = Site()
+        self.addCleanup(self.site.close)
+        for folder in self.folders:
+            os.makedirs(os.path.join(self.desk.home, folder))
+        self.desk.configure([])
+        self.panel = session.OpenPanel(self.desk.connection)
+        self.notifications = session.NotificationService(self.desk.connection)
+        self.desk.start_worker()
+        self.assertEqual(self.desk.request(self.identifier), f"bookmarked: {self.identifier} ")
+        self.asked = len(self.panel.asked)
+
+    def command(self):
+        raise NotImplementedError
+
+    def environment(self):
+        return dict(self.desk.environment, PATH="/usr/bin:/bin")
+
+    def visit(self):
+        """Starts the browser on the page; answers it and the page's report."""
+        count = len(self.site.reports)
+        self.site.closing_time.clear()
+        browser = subprocess.Popen([*self.command(), self.site.url], env=self.environment(),
+                                   stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.desk.browsers.append(browser)
+        self.desk.wait(lambda: len(self.site.reports) > count or browser.poll() is not None, 60, "the page's report")
+        self.assertIsNone(browser.poll(), "the browser ended by itself")
+        report = self.site.reports[-1]
+        self.assertNotIn("error", report)
+        # Whatever was there before, the stores work.
+        self.assertEqual(report["works"], {"local": "kept", "indexed": "kept", "cookie": "page=kept"})
+        return browser, report["found"]
+
+    def ended(self, browser):
+        self.desk.wait(lambda: browser.poll() is not None, 30, "the browser's end")
+
+    def gone(self):
+        return not any(self.desk.exists(path) for path in self.covered)
+
+    def tell_to_quit(self, browser):
+        raise NotImplementedError
+
+    def clean(self, end):
+        """Fills the stores, has them cleaned when `end` ends the browser, and answers what is found after that."""
+        browser, found = self.visit()
+        self.assertEqual(found, {"cookies": "", "local": None, "indexed": None, "cached": "1"})
+        self.desk.settle(1)
+        self.tell_to_quit(browser)
+        self.ended(browser)
+        self.check_filled()
+
+        # The browser is not yet enabled: all that the page left is found again.
+        browser, found = self.visit()
+        self.assertCountEqual(found.pop("cookies").split("; "), ["server=kept", "page=kept"])
+        self.assertEqual(found, {"local": "kept", "indexed": "kept", "cached": "1"})
+        self.desk.defaults("write", session.SHARED, "enabledBrowsers", "-array", self.identifier)
+        self.desk.settle(2)
+        for path in self.covered + self.spared:
+            self.assertTrue(self.desk.exists(path), path)
+        self.assertEqual(self.notifications.posted, [])
+
+        # Nobody announces the quit.
+        end(browser)
+        self.ended(browser)
+        self.desk.wait(self.gone, 5, "the first run")
+        for path in self.covered:
+            self.desk.file(path)
+        self.desk.wait(lambda: self.notifications.posted, 20, "the notification")
+        self.desk.wait(self.gone, 5, "the second run")
+        for path in self.spared:
+            self.assertTrue(self.desk.exists(path), path)
+        self.desk.settle(1)
+        self.assertEqual([posted["body"] for posted in self.notifications.posted],
+                         [f"Cookies, Databases, Flash, Silverlight, and Cache removed from {self.name}"])
+        self.assertEqual(len(self.panel.asked), self.asked)
+        self.assertEqual(self.desk.worker.log, [])
+        self.check_cleaned()
+
+        self.desk.configure([])
+        browser, found = self.visit()
+        browser.terminate()
+        self.ended(browser)
+        return found
+
+    def check_filled(self):
+        """More about the files, before anything was cleaned."""
+
+    def check_cleaned(self):
+        """More about the files, when the worker is through."""
+
+
+class Chromium(RealBrowser):
+    name = "Chromium"
+    identifier = "org.chromium.Chromium"
+    data = SUPPORT + "Chromium/"
+    cache = "Library/Caches/Chromium"
+    folders = (data, cache)
+    covered = (data + "Default/Cookies", data + "Default/IndexedDB", data + "Default/GPUCache", cache + "/Default")
+    spared = (data + "Local State", data + "Default/Preferences", data + "Default/History",
+              data + "Default/Local Storage/leveldb/CURRENT")
+
+    def command(self):
+        return ["/usr/bin/chromium", "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic",
+                "--no-first-run", "--disable-background-networking", "--disable-component-update", "--disable-sync",
+                "--disable-dev-shm-usage", "--remote-debugging-port=0",
+                "--user-data-dir=" + os.path.join(self.desk.home, self.data),
+                "--disk-cache-dir=" + os.path.join(self.desk.home, self.cache)]
+
+    def tell_to_quit(self, browser):
+        browser.send_signal(signal.SIGTERM)
+
+    def test_told_to_quit(self):
+        found = self.clean(self.tell_to_quit)
+        # Chromium keeps local storage in one database for all sites, which a run does not cover.
+        self.assertIn(found.pop("local"), (None, "kept"))
+        self.assertEqual(found, {"cookies": "", "indexed": None, "cached": "2"})
+
+
+class Firefox(RealBrowser):
+    name = "Firefox"
+    identifier = "org.mozilla.firefox"
+    profile = SUPPORT + "Firefox/Profiles/p.default/"
+    cache = "Library/Caches/Firefox/Profiles/p.default/"
+    folders = (profile, cache + "Cache", cache + "startupCache")
+    covered = (profile + "cookies.sqlite", profile + "permissions.sqlite", profile + "storage/default",
+               profile + "storage/temporary", cache + "Cache", cache + "startupCache")
+    spared = (profile + "prefs.js", profile + "places.sqlite", profile + "key4.db", profile + "storage/permanent")
+    preferences = {
+        "dom.allow_scripts_to_close_windows": True,
+        # Nothing but the visit asks the site: no race with the cache, no picture of the page.
+        "network.http.rcwn.enabled": False,
+        "browser.pagethumbnails.capturing_disabled": True,
+        "browser.startup.page": 0,
+        "browser.startup.homepage_override.mstone": "ignore",
+        "browser.aboutwelcome.enabled": False,
+        "browser.newtabpage.enabled": False,
+        "browser.shell.checkDefaultBrowser": False,
+        "browser.sessionstore.resume_from_crash": False,
+        "toolkit.startup.max_resumed_crashes": -1,
+        "browser.warnOnQuit": False,
+        "browser.tabs.warnOnClose": False,
+        "app.update.enabled": False,
+        "app.normandy.enabled": False,
+        "extensions.update.enabled": False,
+        "datareporting.policy.dataSubmissionEnabled": False,
+        "toolkit.telemetry.enabled": False,
+        "network.captive-portal-service.enabled": False,
+        "network.connectivity-service.enabled": False,
+        "services.settings.server": "data:,",
+        "browser.safebrowsing.malware.enabled": False,
+        "browser.safebrowsing.phishing.enabled": False,
+    }
+
+    def set_preferences(self, **more):
+        values = {**self.preferences, **more,
+                  "browser.cache.disk.parent_directory": os.path.join(self.desk.home, self.cache, "Cache")}
+        self.desk.file(self.profile + "user.js", "".join(
+            f"user_pref({json.dumps(name)}, {json.dumps(value)});\n" for name, value in values.items()))
+
+    def setUp(self):
+        super().setUp()
+        self.set_preferences()
+
+    def command(self):
+        return ["/usr/bin/firefox-esr", "--headless", "--no-remote",
+                "-profile", os.path.join(self.desk.home, self.profile)]
+
+    def environment(self):
+        startup_cache = os.path.join(self.desk.home, self.cache, "startupCache/startupCache.8.little")
+        # Without a sandbox, as Chromium: setting one up has crashed here at a start, and the page is the test's own.
+        sandboxes = {f"MOZ_DISABLE_{process}_SANDBOX": "1"
+                     for process in ("CONTENT", "SOCKET_PROCESS", "RDD", "UTILITY", "GMP")}
+        return dict(super().environment(), MOZ_HEADLESS="1", MOZ_CRASHREPORTER_DISABLE="1",
+                    MOZ_STARTUP_CACHE=startup_cache, **sandboxes)
+
+    def tell_to_quit(self, browser):
+        """It quits when its last window is closed."""
+        self.site.closing_time.set()
+
+    def terminate(self, browser):
+        """It ends at once, with nothing put in order."""
+        browser.send_signal(signal.SIGTERM)
+
+    def test_told_to_quit(self):
+        self.assertEqual(self.clean(self.tell_to_quit),
+                         {"cookies": "", "local": None, "indexed": None, "cached": "2"})
+
+    def test_terminated(self):
+        self.assertEqual(self.clean(self.terminate),
+                         {"cookies": "", "local": None, "indexed": None, "cached": "2"})
+
+
+class FirefoxWithOneTable(Firefox):
+    """With local storage as Firefox kept it formerly: one table for all sites."""
+
+    table = Firefox.profile + "webappsstore.sqlite"
+    spared = Firefox.spared + (table,)
+    test_terminated = None
+
+    def setUp(self):
+        super().setUp()
+        self.set_preferences(**{"dom.storage.enable_unsupported_legacy_implementation": True})
+
+    def rows(self):
+        with contextlib.closing(sqlite3.connect(os.path.join(self.desk.home, self.table))) as database:
+            return [value for value, in database.execute("SELECT value FROM webappsstore2")]
+
+    def check_filled(self):
+        self.assertEqual(self.rows(), ["kept"])
+
+    def check_cleaned(self):
+        self.assertEqual(self.rows(), [])
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
