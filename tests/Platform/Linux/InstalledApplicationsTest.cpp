@@ -44,6 +44,21 @@ TEST_F(QuittingApplications, mayBeReplacedWhileTheyRun) {
   ASSERT_TRUE(waitForQuits(2));
 }
 
+TEST_F(QuittingApplications, areNotToldWhileTheirLinkMovesToANewVersion) {
+  std::filesystem::remove(bin("opera"));
+  installStandIn(folder.path("v1/opera-program"));
+  installStandIn(folder.path("v2/opera-program-2"));
+  std::filesystem::create_symlink(folder.path("v1/opera-program"), bin("opera"));
+  start();
+  TestProcess old = run("opera");
+  std::filesystem::create_symlink(folder.path("v2/opera-program-2"), bin("opera.new"));
+  std::filesystem::rename(bin("opera.new"), bin("opera"));
+  settle();
+  EXPECT_TRUE(quits.empty());
+  old.end();
+  ASSERT_TRUE(waitForQuits(1));
+}
+
 TEST_F(QuittingApplications, areKnownByTheirPlaceBeforeTheirName) {
   installStandIn(folder.path("snap/77/chrome"));
   start();

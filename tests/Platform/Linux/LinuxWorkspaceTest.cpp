@@ -87,6 +87,19 @@ TEST_F(QuittingApplications, haveQuitWhenTheLastOfTheirMainProcessesHas) {
   EXPECT_THAT(quits, SizeIs(1));
 }
 
+TEST_F(QuittingApplications, whoseProcessesEndTogetherQuitOnce) {
+  start();
+  for (std::size_t round = 1; round <= 10; ++round) {
+    TestProcess first = run("chrome");
+    TestProcess second({bin("chrome"), "wait"});  // not looked at: one runs already
+    ::kill(first.pid(), SIGKILL);
+    ::kill(second.pid(), SIGKILL);
+    ASSERT_TRUE(waitForQuits(round));
+    settle(10ms);
+    EXPECT_THAT(quits, SizeIs(round));
+  }
+}
+
 TEST_F(QuittingApplications, doNotQuitWhenASecondStartOnlyHandsOver) {
   start();
   TestProcess running = run("chrome");

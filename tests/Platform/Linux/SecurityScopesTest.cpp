@@ -213,6 +213,20 @@ TEST_F(Grants, ofAPanelDoNotPassToAFolderThatTookThePlace) {
   EXPECT_FALSE(canReach(granted.path("sub/a")));
 }
 
+TEST_F(Grants, ofAFolderThatTookThePlaceAreNotClosedByAnOlderAccess) {
+  granted.file("sub/a");
+  const auto older = *scopes.resolveBookmarkData(earlierGrant(granted.path("sub"))).url;
+  scopes.startAccessing(older);
+  fs::rename(granted.path("sub"), granted.path("moved"));
+  granted.file("sub/a");
+  const auto newer = *scopes.resolveBookmarkData(earlierGrant(granted.path("sub"))).url;
+  scopes.startAccessing(newer);
+  scopes.stopAccessing(older);
+  EXPECT_TRUE(canReach(granted.path("sub/a")));
+  scopes.stopAccessing(newer);
+  EXPECT_FALSE(canReach(granted.path("sub/a")));
+}
+
 TEST_F(Grants, areNotCarriedByAUrlThatWasMadeByHand) {
   EXPECT_FALSE(scopes.startAccessing(FileURL(granted.path(), true)));
   EXPECT_FALSE(canReach(granted.path()));

@@ -1,6 +1,10 @@
 // Statements on databases, under a grant.
 
+#include <sqlite3.h>
 #include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
 
 #include "Worker/sandbox/Sandbox.h"
 #include "tests/support/Databases.h"
@@ -116,6 +120,40 @@ TEST_F(SandboxSql, doesNotReachADatabaseOutsideThroughALink) {
 TEST_F(SandboxSql, reachesADatabaseInsideThroughALink) {
   platform.home.link("link", home("folder/db"));
   EXPECT_THAT(query("~/link"), ElementsAre("1", "2"));
+}
+
+/// Leaves a database whose interrupted transaction names another file as its super-journal.
+void makeDatabaseWithHostileJournal(const std::string& folder, const std::string& target) {
+  sqlite3* database = nullptr;
+  const std::string original = folder + "/original";
+  ASSERT_EQ(sqlite3_open(original.c_str(), &database), SQLITE_OK);
+  sqlite3_exec(
+      database,
+      "CREATE TABLE t (a, b); WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n LIMIT 3000)"
+      "INSERT INTO t SELECT i, hex(zeroblob(250)) FROM n; PRAGMA cache_size = 2; BEGIN; UPDATE t SET b = 'y' || b;",
+      nullptr, nullptr, nullptr);
+  std::filesystem::copy_file(original, folder + "/hostile");
+  std::filesystem::copy_file(original + "-journal", folder + "/hostile-journal");
+  sqlite3_close(database);
+  const auto bigEndian = [](std::uint32_t number) {
+    std::string bytes;
+    for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(number >> shift & 0xff);
+    return bytes;
+  };
+  std::uint32_t sum = 0;
+  for (const char character : target) sum += static_cast<unsigned char>(character);
+  // The end of a journal: the page that is never used, the name, its length and checksum, and a magic number.
+  std::ofstream(folder + "/hostile-journal", std::ios::app | std::ios::binary)
+      << bigEndian(0x40000000 / 4096 + 1) << target << bigEndian(static_cast<std::uint32_t>(target.size()))
+      << bigEndian(sum) << "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7";
+}
+
+TEST_F(SandboxSql, doesNotRemoveAFileThatACraftedJournalNames) {
+  const std::string letter = platform.elsewhere.file("letter", "dear ann");
+  makeDatabaseWithHostileJournal(home("folder"), letter);
+  query("~/folder/hostile");
+  run("DELETE FROM t;", "~/folder/hostile");
+  EXPECT_EQ(platform.elsewhere.content("letter"), "dear ann");
 }
 
 TEST_F(SandboxSql, leavesNoCompanionFilesBehind) {
