@@ -5,7 +5,7 @@
 
 namespace tidewell {
 
-/// Turns JSON into lines "name: value", what lies deeper further to the right; any other text stays as it is.
+/// Reads the JSON of the preview; any other text stays as it is.
 std::string readablePreview(const std::string& output);
 
 }  // namespace tidewell

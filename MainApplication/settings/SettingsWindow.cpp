@@ -104,6 +104,7 @@ void SettingsWindow::addOption(Gtk::Box& list, const char* key, const std::strin
                                const std::string& explanation) {
   auto* texts = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::VERTICAL, 2);
   texts->set_hexpand(true);
+  texts->set_valign(Gtk::Align::CENTER);
   texts->append(*wrappedLabel(name));
   auto* widget = Gtk::make_managed<Gtk::Switch>();
   widget->set_valign(Gtk::Align::CENTER);

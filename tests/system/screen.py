@@ -11,7 +11,7 @@ ACCESSIBLE = "org.a11y.atspi.Accessible"
 REGISTRY = "org.a11y.atspi.Registry"
 ROOT = "/org/a11y/atspi/accessible/root"
 LAUNCHER = "/usr/libexec/at-spi-bus-launcher"
-SHOWING = 25  # the number of that state
+VISIBLE, FOCUSED = 30, 12  # the numbers of these states
 
 
 class Screen:
@@ -58,9 +58,9 @@ class Screen:
             self.xdotool("key", key)
             self.desk.settle(0.1)
 
-    def click(self, title, x, y):
+    def click(self, number, x, y):
         """The point is the window's own."""
-        self.xdotool("mousemove", "--window", self.windows(title)[0], str(x), str(y), "click", "1")
+        self.xdotool("mousemove", "--window", number, str(x), str(y), "click", "1")
         self.desk.settle(0.2)
 
 
@@ -75,13 +75,9 @@ class Accessibility:
         address = bus.call_blocking("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress", "", ())
         self.connection = dbus.bus.BusConnection(str(address))
         self.connection.set_exit_on_disconnect(False)
-        self.names = self._names()
 
     def close(self):
         self.connection.close()
-
-    def _names(self):
-        return set(self.connection.list_names())
 
     def _call(self, item, interface, method, signature="", *arguments):
         name, path = item
@@ -91,22 +87,31 @@ class Accessibility:
         return self._call(item, "org.freedesktop.DBus.Properties", "Get", "ss", ACCESSIBLE, name)
 
     def _walk(self, item):
-        state = self._call(item, ACCESSIBLE, "GetState")
-        if item[1] != ROOT and not state[0] >> SHOWING & 1:
+        states = int(self._call(item, ACCESSIBLE, "GetState")[0])
+        if item[1] != ROOT and not states >> VISIBLE & 1:
             return
-        yield str(self._call(item, ACCESSIBLE, "GetRoleName")), str(self._property(item, "Name"))
-        for child in self._call(item, ACCESSIBLE, "GetChildren"):
-            yield from self._walk((str(child[0]), str(child[1])))
+        yield (str(self._call(item, ACCESSIBLE, "GetRoleName")), str(self._property(item, "Name")),
+               bool(states >> FOCUSED & 1))
+        for name, path in self._call(item, ACCESSIBLE, "GetChildren"):
+            yield from self._walk((str(name), str(path)))
 
     def items(self):
-        """(role, name) of all that is on the screen."""
+        """(role, name, has the focus) of all that is on the screen; nothing while it changes."""
         found = []
-        for name, path in self._call((REGISTRY, ROOT), ACCESSIBLE, "GetChildren"):
-            found += self._walk((str(name), str(path)))
+        try:
+            for name, path in self._call((REGISTRY, ROOT), ACCESSIBLE, "GetChildren"):
+                found += self._walk((str(name), str(path)))
+        except dbus.DBusException:
+            return []
         return found
 
     def says(self, text):
-        try:
-            return any(text in name for _, name in self.items())
-        except dbus.DBusException:
-            return False  # it changed while it was read
+        return any(text in name for _, name, _ in self.items())
+
+    def tab_to(self, name):
+        """Goes from control to control until that one has the focus; False when none is of that name."""
+        for _ in range(40):
+            if any(item[1] == name and item[2] for item in self.items()):
+                return True
+            self.screen.press("Tab")
+        return False

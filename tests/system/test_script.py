@@ -10,8 +10,8 @@ import unittest
 SCRIPT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "Worker", "resources", "clearCookies.sh")
 BUILT = os.path.join(os.environ.get("TIDEWELL_PROGRAMS", ""), "..", "share", "tidewell", "clearCookies.sh")
 CONTAINER = ("Library", "Containers", "com.apple.Safari", "Data", "Library", "Cookies")
-COOKIES = ("Cookies.binarycookies", "Cookies.plist", "HSTS.plist")
-SPARED = ("Cookies.binarycookies.old", "other.binarycookies", "folder/Cookies.plist")
+COOKIES = ("Cookies.binarycookies", "Cookies.plist")
+SPARED = ("HSTS.plist", "Cookies.binarycookies.old", "other.binarycookies", "folder/Cookies.plist")
 
 
 def tree(root):
@@ -200,14 +200,16 @@ class InAHomeThatThePasswordDatabaseNames(ScriptTest):
         with open(told) as file:
             self.assertEqual(file.read(), "kept")
 
-    def test_services_of_this_user_are_told_to_end_where_there_are_any(self):
+    def test_services_of_this_user_are_told_to_end_where_there_are_any_before_their_files_go(self):
         told = self.file("told", content="")
+        cookies = self.path("ann", *CONTAINER, COOKIES[0])
         self.program("uname", "echo Darwin")
-        self.program("killall", f'echo "$@" >>"{told}"; exit 1')
+        self.program("killall", f"[ -e '{cookies}' ] && echo \"$@\" >>'{told}'; exit 1")
         self.run_script(self.script)
         user = subprocess.run(["id", "-un"], capture_output=True, text=True, check=True).stdout.strip()
         with open(told) as file:
             self.assertEqual(file.read(), f"-u {user} -KILL nsurlstoraged cookied\n")
+        self.assertEqual(self.cookies(), [])
 
 
 if __name__ == "__main__":

@@ -1,8 +1,10 @@
-"""The settings window with the graphical open panel, on a screen of their own, driven from outside."""
+"""The settings window with the graphical open panel, on a screen of their own, driven from outside. What the window
+says is read as assistive technologies read it."""
 
 import os
 import signal
 import sys
+import time
 import unittest
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
@@ -12,8 +14,7 @@ import session  # noqa: E402
 PROGRAMS = os.environ["TIDEWELL_PROGRAMS"]
 TITLE = "^Tidewell$"
 CHROMIUM = "org.chromium.Chromium"
-STOPS = {"preview": 0, "allow": 1, "switch": 2}  # with the Tab key, in a browser's row
-BROWSERS = ["Safari", "Firefox", "Google Chrome", "Chromium", "Opera"]
+ALLOWED = "Its folders are allowed"
 
 
 class SettingsWindow(unittest.TestCase):
@@ -22,67 +23,164 @@ class SettingsWindow(unittest.TestCase):
         self.addCleanup(self.desk.close)
         self.screen = screen.Screen(self.desk)
         self.addCleanup(self.screen.close)
-        self.read_by = screen.Accessibility(self.screen)
-        self.addCleanup(self.read_by.close)
+        self.reader = screen.Accessibility(self.screen)
+        self.addCleanup(self.reader.close)
         os.makedirs(self.desk.home + "/Library/Application Support/Chromium")
         os.makedirs(self.desk.home + "/Library/Caches/Chromium")
 
     def open(self):
         self.program = self.screen.start([self.desk.program("tidewell-settings")])
         number = self.screen.focus(TITLE)
-        self.desk.wait(lambda: self.read_by.says("Clean after Chromium"), what="the window's contents")
+        self.wait_for_text("Clean after Chromium")
         return number
+
+    def start_panels(self):
+        self.screen.start([self.desk.program("tidewell-open-panel")])
+        self.desk.wait(lambda: self.desk.connection.name_has_owner(session.PANEL))
+
+    def wait_for_text(self, text, seconds=20):
+        self.desk.wait(lambda: self.reader.says(text), seconds, f"the text {text}")
 
     def setting(self, key):
         return self.desk.defaults("read", session.SHARED, key, check=False).stdout.strip()
 
-    def to(self, browser, stop):
-        """From a window that was just opened, the focus on its first control."""
-        count = sum(STOPS.values()) * BROWSERS.index(browser) + STOPS[stop]
-        self.screen.press(*["Tab"] * count)
+    def use(self, name):
+        """From the keyboard."""
+        self.screen.focus(TITLE)
+        self.assertTrue(self.reader.tab_to(name), name)
+        self.screen.press("space")
 
     def agree_to_all(self, done):
-        def step():
-            if done():
-                return True
+        """Answers the panels, one after the other, from the keyboard."""
+        end = time.monotonic() + 60
+        while not done():
+            self.assertLess(time.monotonic(), end)
             if self.screen.windows("Allow Access"):
                 self.screen.focus("Allow Access")
                 self.screen.press("Return")
-            return False
-
-        self.desk.wait(step, 60, "the end of the panels")
+            self.desk.settle(0.3)
 
     def assert_cleans(self):
-        notifications = session.NotificationService(self.desk.connection)
         kept = self.desk.file("Library/Caches/com.example.mail/1")
         gone = self.desk.file("Library/Caches/Chromium/Default/Cache/data_0")
         self.desk.announce_quit("Chromium", CHROMIUM)
         self.desk.wait(lambda: not os.path.exists(gone), what="the cleaning")
         self.assertTrue(os.path.exists(kept))
-        return notifications
 
-    def test_a_browser_that_is_enabled_is_asked_for_and_then_cleaned(self):
+    def test_enabling_a_browser_from_the_keyboard_leads_to_grants_and_a_cleaning(self):
         self.desk.configure([])
         self.desk.start_worker()
-        self.screen.start([self.desk.program("tidewell-open-panel")])
-        self.desk.wait(lambda: self.desk.connection.name_has_owner(session.PANEL))
+        self.start_panels()
         self.open()
-        self.focus_switch("Chromium")
-        self.screen.press("space")
-        self.desk.wait(lambda: CHROMIUM in self.setting("enabledBrowsers"), what="the setting")
-        # The window is alive while the panel is up.
-        self.screen.focus("Allow Access")
-        self.assertTrue(self.read_by.says("Waiting for your answer in the panel"))
-        self.agree_to_all(lambda: self.read_by.says("Its folders are allowed"))
+        self.assertFalse(self.reader.says(ALLOWED))
+        self.use("Clean after Chromium")
+        self.desk.wait(lambda: self.screen.windows("Allow Access"), what="the panel")
+        self.assertIn(CHROMIUM, self.setting("enabledBrowsers"))
+        # The window lives on while the panel is up.
+        self.wait_for_text("Waiting for your answer in the panel")
+        self.use("Overwrite files before they are removed")
+        self.desk.wait(lambda: self.setting("secureDeleteData") == "1", what="the setting")
+        self.agree_to_all(lambda: self.reader.says(ALLOWED))
         self.assertIn("Library/Application%20Support/", self.desk.defaults("read", session.WORKER).stdout)
         self.assert_cleans()
 
-    def focus_switch(self, browser):
-        self.to_first()
-        self.screen.press(*["Tab"] * (3 * BROWSERS.index(browser) + STOPS["switch"]))
+    def test_enabling_a_browser_with_the_pointer_leads_to_grants_and_a_cleaning(self):
+        self.desk.configure([])
+        self.desk.start_worker()
+        self.start_panels()
+        number = self.open()
+        self.screen.click(number, *self.switch_of_chromium(number))
+        self.desk.wait(lambda: CHROMIUM in self.setting("enabledBrowsers"), what="the setting")
+        self.agree_to_all(lambda: self.reader.says(ALLOWED))
+        self.assert_cleans()
 
-    def to_first(self):
-        """The focus is on the first control of a window that was just opened."""
+    def switch_of_chromium(self, number):
+        """Its place: near the right edge, in the fourth of five rows of the same height."""
+        lines = self.screen.xdotool("getwindowgeometry", "--shell", number).splitlines()
+        size = dict(line.split("=") for line in lines if "=" in line)
+        return int(size["WIDTH"]) - 56, 265
+
+    def test_a_panel_that_is_cancelled_leaves_the_folders_to_be_allowed_later(self):
+        self.desk.configure([])
+        panels = session.OpenPanel(self.desk.connection, lambda panel: (0, ""))
+        self.desk.start_worker()
+        self.open()
+        self.use("Clean after Chromium")
+        self.desk.wait(lambda: panels.asked and not self.reader.says("Waiting"), what="the end of the panels")
+        self.assertFalse(self.reader.says(ALLOWED))
+        panels.answer = session.OpenPanel.agree
+        self.use("Allow the folders of Chromium")
+        self.wait_for_text(ALLOWED)
+
+    def test_switches_are_written_and_show_what_others_have_written(self):
+        self.desk.configure([CHROMIUM], notifications=False)
+        self.desk.start_worker()
+        self.open()
+        self.use("Show a notification")
+        self.desk.wait(lambda: self.setting("displayNotifications") == "1", what="the setting")
+        self.use("Show a notification")
+        self.desk.wait(lambda: self.setting("displayNotifications") == "0", what="the setting")
+        self.use("Clean after Chromium")
+        self.desk.wait(lambda: CHROMIUM not in self.setting("enabledBrowsers"), what="the setting")
+
+    def test_without_a_worker_says_so(self):
+        self.desk.configure([])
+        self.open()
+        self.wait_for_text("The Tidewell worker is not running. Nothing is removed until it is started.")
+        self.use("Clean after Chromium")
+        self.wait_for_text("The folders of Chromium could not be asked for: the Tidewell worker is not running.")
+        self.assertIn(CHROMIUM, self.setting("enabledBrowsers"))
+        self.desk.start_worker()
+        self.desk.wait(lambda: not self.reader.says("is not running"), what="the end of the message")
+
+    def test_a_worker_that_does_not_answer_is_not_waited_for(self):
+        self.desk.configure([])
+        worker = self.desk.start_worker()
+        self.open()
+        worker.process.send_signal(signal.SIGSTOP)
+        self.addCleanup(worker.process.send_signal, signal.SIGCONT)
+        self.use("Clean after Chromium")
+        self.wait_for_text("Waiting for your answer")
+        self.wait_for_text("The folders of Chromium could not be asked for: the Tidewell worker does not answer.", 30)
+        self.assertFalse(self.reader.says("Waiting for your answer"))
+
+    def test_without_a_bus_says_that_there_is_no_worker(self):
+        self.desk.configure([])
+        self.desk.environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + self.desk.root + "/none"
+        program = self.screen.start([self.desk.program("tidewell-settings")])
+        self.screen.focus(TITLE)
+        self.screen.press(*["Tab"] * 2, "space")
+        self.desk.settle(1)
+        self.assertIsNone(program.poll())
+        self.assertIn("com.apple.Safari", self.setting("enabledBrowsers"))
+
+    def test_previews_what_would_go(self):
+        self.desk.configure([])
+        self.desk.start_worker()
+        cached = self.desk.file("Library/Caches/Chromium/Default/Cache/data_0")
+        self.open()
+        self.use("Preview of what would be removed from Chromium")
+        self.screen.focus("^Preview$")
+        self.wait_for_text("What would be removed from Chromium now")
+        self.desk.settle(1)
+        self.screen.press("Escape")
+        self.desk.wait(lambda: not self.screen.windows("^Preview$"), what="the end of the preview")
+        self.assertTrue(os.path.exists(cached))
+
+    def test_every_control_has_a_name(self):
+        self.desk.configure([])
+        self.open()
+        controls = [(role, name) for role, name, _ in self.reader.items() if role in ("switch", "push button")]
+        names = [name for _, name in controls]
+        self.assertEqual(len(controls), 5 * 3 + 2)
+        self.assertEqual(len(set(names)), len(names))
+        self.assertNotIn("", names)
+
+    def test_closes_with_a_key(self):
+        self.desk.configure([])
+        self.open()
+        self.screen.press("ctrl+w")
+        self.assertEqual(self.program.wait(timeout=10), 0)
 
 
 if __name__ == "__main__":

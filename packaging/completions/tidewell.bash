@@ -1,0 +1,49 @@
+# Completion of "tidewell" for bash.
+
+_tidewell() {
+  local commands="status enable disable allow preview grants notifications overwrite quit-of defaults"
+  local browsers="safari firefox chrome chromium opera"
+  local domains="7QX2LM9PDA.com.emberlinestudio.Tidewell 7QX2LM9PDA.com.emberlinestudio.Tidewell.TidewellWorker"
+  local current=${COMP_WORDS[COMP_CWORD]} words="--help"
+  COMPREPLY=()
+  if ((COMP_CWORD == 1)); then
+    mapfile -t COMPREPLY < <(compgen -W "$commands --help" -- "$current")
+    return
+  fi
+  case ${COMP_WORDS[1]} in
+    status) words+=" --json" ;;
+    enable | allow) words+=" --yes $browsers" ;;
+    disable) words+=" $browsers" ;;
+    preview)
+      words+=" --json"
+      [[ " ${COMP_WORDS[*]:2:COMP_CWORD-2} " == *" "[a-z]* ]] || words+=" $browsers"
+      ;;
+    quit-of) ((COMP_CWORD == 2)) && words+=" $browsers" ;;
+    notifications | overwrite) ((COMP_CWORD == 2)) && words+=" on off" ;;
+    grants)
+      if [[ ${COMP_WORDS[2]} == revoke ]] && ((COMP_CWORD == 3)); then
+        # Not by compgen, which would expand what a folder's name holds.
+        local folder
+        while IFS= read -r folder; do
+          [[ $folder != "$current"* ]] || COMPREPLY+=("$(printf '%q' "$folder")")
+        done < <(tidewell grants 2>/dev/null)
+        return
+      fi
+      ((COMP_CWORD == 2)) && words+=" --json revoke"
+      ;;
+    defaults)
+      case $COMP_CWORD in
+        2) words="read write delete" ;;
+        3) words=$domains ;;
+        4) words="enabledBrowsers displayNotifications secureDeleteData userFolder" ;;
+        5) words=$([[ ${COMP_WORDS[2]} == write ]] && echo "-string -bool -int -array") ;;
+        6) words=$([[ ${COMP_WORDS[5]} == -bool ]] && echo "YES NO") ;;
+        *) words="" ;;
+      esac
+      ;;
+    *) return ;;
+  esac
+  mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+}
+
+complete -F _tidewell tidewell

@@ -1,0 +1,34 @@
+# Completion of "tidewell" for fish.
+
+set -l commands status enable disable allow preview grants notifications overwrite quit-of defaults
+set -l domains 7QX2LM9PDA.com.emberlinestudio.Tidewell 7QX2LM9PDA.com.emberlinestudio.Tidewell.TidewellWorker
+
+complete -c tidewell -f
+complete -c tidewell -s h -l help -d 'Print help'
+set -l first "not __fish_seen_subcommand_from $commands"
+complete -c tidewell -n $first -a status -d 'What is on, and what is allowed'
+complete -c tidewell -n $first -a enable -d 'Clean after these browsers, and ask for their folders'
+complete -c tidewell -n $first -a disable -d 'Leave these browsers alone'
+complete -c tidewell -n $first -a allow -d 'Ask for the folders of these browsers'
+complete -c tidewell -n $first -a preview -d 'What a run would remove now'
+complete -c tidewell -n $first -a grants -d 'The folders that are allowed'
+complete -c tidewell -n $first -a notifications -d 'Say when a browser was cleaned'
+complete -c tidewell -n $first -a overwrite -d 'Overwrite files before they are removed'
+complete -c tidewell -n $first -a quit-of -d 'Clean after a browser now, as if it had quit'
+complete -c tidewell -n $first -a defaults -d 'Read and write settings'
+
+complete -c tidewell -n '__fish_seen_subcommand_from enable disable allow preview quit-of' \
+    -a 'safari firefox chrome chromium opera'
+complete -c tidewell -n '__fish_seen_subcommand_from enable allow' -l yes -d 'Agree to every folder'
+complete -c tidewell -n '__fish_seen_subcommand_from status preview grants' -l json -d 'For programs'
+complete -c tidewell -n '__fish_seen_subcommand_from notifications overwrite' -a 'on off'
+complete -c tidewell -n '__fish_seen_subcommand_from grants; and not __fish_seen_subcommand_from revoke' \
+    -a revoke -d 'Take back what was allowed'
+complete -c tidewell -n '__fish_seen_subcommand_from revoke' -a '(tidewell grants 2>/dev/null)'
+
+set -l word 'test (count (commandline -opc)) -eq'
+set -l defaults '__fish_seen_subcommand_from defaults; and'
+complete -c tidewell -n "$defaults $word 2" -a 'read write delete'
+complete -c tidewell -n "$defaults $word 3" -a "$domains"
+complete -c tidewell -n "$defaults $word 4" -a 'enabledBrowsers displayNotifications secureDeleteData userFolder'
+complete -c tidewell -n "$defaults $word 5; and contains -- write (commandline -opc)" -a '-string -bool -int -array'
