@@ -15,7 +15,7 @@ namespace {
 constexpr int kIconSize = 32;
 constexpr int kSpacing = 12;
 constexpr int kMargin = 12;
-constexpr int kFoldersCharacters = 30;
+constexpr int kFoldersCharacters = 40;
 
 /// The icon of the browser's desktop entry, if it has one that the theme knows; else one that stands for any browser.
 Glib::RefPtr<const Gio::Icon> iconOf(const Browser& browser) {
@@ -34,7 +34,7 @@ Glib::RefPtr<const Gio::Icon> iconOf(const Browser& browser) {
 }
 
 const char* textOf(const BrowserRow::State& state) {
-  if (state.isAsking) return ::dgettext("tidewell", "Waiting for your answer in the panel…");
+  if (state.isAsking) return ::dgettext("tidewell", "Waiting for your answer…");
   switch (state.folders) {
     case BrowserRow::Folders::kAll:
       return ::dgettext("tidewell", "Its folders are allowed");
@@ -98,7 +98,6 @@ void BrowserRow::show(const State& state) {
   shown_ = state.isEnabled;
   enabled_.set_active(state.isEnabled);
   folders_.set_text(textOf(state));
-  spinner_.set_visible(state.isAsking);
   spinner_.set_spinning(state.isAsking);
   allow_.set_sensitive(!state.isAsking && state.folders != Folders::kAll);
 }

@@ -26,16 +26,21 @@ std::string counted(const Json& count) {
   return std::to_string(count.get<std::uint64_t>());
 }
 
-std::string readable(const Json& preview) {
+std::string shortened(const Json& path, const std::string& home) {
+  const auto whole = path.get<std::string>();
+  return whole.starts_with(home + "/") ? "~" + whole.substr(home.size()) : whole;
+}
+
+std::string readable(const Json& preview, const std::string& home) {
   std::string lines;
   for (const Json& item : preview.at("items")) {
-    lines += item.at("path").get<std::string>() + '\n' + kIndent;
+    lines += shortened(item.at("path"), home) + '\n' + kIndent;
     lines += formatted(::dgettext("tidewell", "Files: %@ (%@)"), {counted(item.at("files")), sized(item.at("bytes"))});
     if (!item.at("allowed").get<bool>()) lines += std::string(" — ") + ::dgettext("tidewell", "not allowed yet");
     lines += '\n';
   }
   for (const Json& table : preview.at("rows")) {
-    lines += table.at("database").get<std::string>() + '\n' + kIndent;
+    lines += shortened(table.at("database"), home) + '\n' + kIndent;
     lines += formatted(::dgettext("tidewell", "Rows of %@: %@"),
                        {table.at("table").get<std::string>(), counted(table.at("rows"))}) +
              '\n';
@@ -50,9 +55,9 @@ std::string readable(const Json& preview) {
 
 }  // namespace
 
-std::string readablePreview(const std::string& output) {
+std::string readablePreview(const std::string& output, const std::string& home) {
   try {
-    return readable(Json::parse(output));
+    return readable(Json::parse(output), home);
   } catch (const Json::exception&) {
     return output;
   }

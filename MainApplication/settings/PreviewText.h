@@ -5,7 +5,7 @@
 
 namespace tidewell {
 
-/// Reads the JSON of the preview; any other text stays as it is.
-std::string readablePreview(const std::string& output);
+/// Reads the JSON of the preview; any other text stays as it is. Paths in the home folder begin with "~".
+std::string readablePreview(const std::string& output, const std::string& home);
 
 }  // namespace tidewell

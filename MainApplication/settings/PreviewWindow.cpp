@@ -11,7 +11,7 @@
 namespace tidewell {
 namespace {
 
-constexpr int kWidth = 560;
+constexpr int kWidth = 680;
 constexpr int kHeight = 420;
 constexpr int kMargin = 18;
 constexpr int kTextMargin = 8;
@@ -74,15 +74,24 @@ PreviewWindow::PreviewWindow(Gtk::Window& parent, const Browser& browser) : canc
   keys->add_shortcut(
       Gtk::Shortcut::create(Gtk::KeyvalTrigger::create(GDK_KEY_Escape), Gtk::NamedAction::create("window.close")));
   add_controller(keys);
+  signal_close_request().connect(
+      [this] {
+        stop();
+        return false;
+      },
+      false);
   start(browser);
 }
 
 PreviewWindow::~PreviewWindow() {
-  g_cancellable_cancel(cancellable_);
+  stop();
   g_object_unref(cancellable_);
-  if (program_ == nullptr) return;
-  g_subprocess_force_exit(program_);
-  g_object_unref(program_);
+  g_clear_object(&program_);
+}
+
+void PreviewWindow::stop() {
+  g_cancellable_cancel(cancellable_);
+  if (program_ != nullptr) g_subprocess_force_exit(program_);
 }
 
 void PreviewWindow::start(const Browser& browser) {
@@ -118,7 +127,7 @@ void PreviewWindow::ended(GAsyncResult* result) {
   }
   const std::string printed = taken(output);
   const std::string message = taken(errors);
-  if (g_subprocess_get_successful(program_) != 0) return showText(readablePreview(printed));
+  if (g_subprocess_get_successful(program_) != 0) return showText(readablePreview(printed, Glib::get_home_dir()));
   showText(message.empty() ? ::dgettext("tidewell", "The preview could not be made.") : message);
 }
 

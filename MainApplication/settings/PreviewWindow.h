@@ -17,6 +17,7 @@ class PreviewWindow : public Gtk::Window {
 
  private:
   void start(const Browser& browser);
+  void stop();
   void ended(GAsyncResult* result);
   void showText(const std::string& text);
 

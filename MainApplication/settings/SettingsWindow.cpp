@@ -13,7 +13,8 @@
 namespace tidewell {
 namespace {
 
-constexpr int kWidth = 640;
+constexpr int kWidth = 720;
+constexpr int kHeight = 580;
 constexpr int kMargin = 18;
 constexpr int kOptionMargin = 12;
 constexpr int kExplanationCharacters = 64;
@@ -35,12 +36,15 @@ Gtk::Label* wrappedLabel(const std::string& text) {
 SettingsWindow::SettingsWindow(platform::linux_::SqliteUserDefaults& domains) : settings_(domains) {
   set_title(kDisplayName);
   set_icon_name("com.emberlinestudio.Tidewell");
-  set_default_size(kWidth, -1);
+  set_default_size(kWidth, kHeight);
   content_.set_margin(kMargin);
+  scrolled_.set_vexpand(true);
   scrolled_.set_child(content_);
   scrolled_.set_policy(Gtk::PolicyType::NEVER, Gtk::PolicyType::AUTOMATIC);
   scrolled_.set_propagate_natural_height(true);
-  set_child(scrolled_);
+  outer_.append(message_);  // above what scrolls: it is always seen
+  outer_.append(scrolled_);
+  set_child(outer_);
   addMessage();
   addBrowsers();
   addOptions();
@@ -61,8 +65,9 @@ void SettingsWindow::addMessage() {
   messageText_.property_accessible_role() = Gtk::Accessible::Role::ALERT;
   message_.append(*icon);
   message_.append(messageText_);
+  message_.set_margin(kMargin);
+  message_.set_margin_bottom(0);
   message_.set_visible(false);
-  content_.append(message_);
 }
 
 void SettingsWindow::addHeading(const char* text) {

@@ -45,6 +45,7 @@ class SettingsWindow : public Gtk::ApplicationWindow {
   void showMessage(const std::string& text);  // "" for none
 
   SettingsStore settings_;
+  Gtk::Box outer_{Gtk::Orientation::VERTICAL};
   Gtk::ScrolledWindow scrolled_;
   Gtk::Box content_{Gtk::Orientation::VERTICAL, 12};
   Gtk::Box message_{Gtk::Orientation::HORIZONTAL, 8};

@@ -55,8 +55,8 @@ class Sandbox {
   /// An absent path does nothing.
   static void runSql_onfile(const std::string& sql, const Path& path);
 
-  /// The rows of one SQL statement, in its order. Absent only for an absent path; empty when there is no such file, when
-  /// the statement fails and when access is refused.
+  /// The rows of one SQL statement, in its order. Absent only for an absent path; empty when there is no such file,
+  /// when the statement fails and when access is refused.
   static std::optional<Rows> returnArrayFromSql_onfile(const std::string& sql, const Path& path);
 
   /// Makes sure that Safari's cookie script is installed: offers to save it when it is missing.

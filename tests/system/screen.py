@@ -105,6 +105,20 @@ class Accessibility:
             return []
         return found
 
+    def values(self):
+        """The contents of all texts that can be selected."""
+        found = []
+        pending = [(REGISTRY, ROOT)]
+        try:
+            while pending:
+                item = pending.pop()
+                if "org.a11y.atspi.EditableText" in self._call(item, ACCESSIBLE, "GetInterfaces"):
+                    found.append(str(self._call(item, "org.a11y.atspi.Text", "GetText", "ii", 0, -1)))
+                pending += [(str(name), str(path)) for name, path in self._call(item, ACCESSIBLE, "GetChildren")]
+        except dbus.DBusException:
+            pass
+        return found
+
     def says(self, text):
         return any(text in name for _, name, _ in self.items())
 

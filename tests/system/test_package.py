@@ -38,8 +38,7 @@ class Machine:
         subprocess.run(["mount", "-t", "proc", "proc", self.root + "/proc"], check=True)
 
     def close(self):
-        subprocess.run(["umount", self.root + "/proc"], check=True)
-        subprocess.run(["umount", self.root], check=True)
+        subprocess.run(["umount", "--lazy", "--recursive", self.root], check=True)
 
     def run(self, *words):
         environment = {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "DEBIAN_FRONTEND": "noninteractive", "LANG": "C.UTF-8"}
@@ -97,8 +96,16 @@ class Desk(session.Session):
         self.connection = self.connect()
         self.notifications = session.NotificationService(self.connection)
 
+    def connect(self):
+        # The bus lets in nobody but its user.
+        os.seteuid(self.user)
+        try:
+            return super().connect()
+        finally:
+            os.seteuid(0)
+
     def popen(self, *words, **streams):
-        return subprocess.Popen(["chroot", f"--userspec={self.user}:{self.user}", self.root, *words],
+        return subprocess.Popen(["/usr/sbin/chroot", f"--userspec={self.user}:{self.user}", self.root, *words],
                                 env=self.environment, **streams)
 
     def start_bus(self):
@@ -170,6 +177,7 @@ class Package(unittest.TestCase):
         scratch = tempfile.mkdtemp(prefix="tidewell-", dir=os.path.dirname(DEBIAN))
         cls.addClassCleanup(shutil.rmtree, scratch, ignore_errors=True)
         cls.scratch = scratch
+        os.chmod(scratch, 0o755)
         # What the package needs, first, so that what it brings itself can be told apart.
         needed = Machine(scratch, DEBIAN)
         depends = subprocess.run(["dpkg-deb", "-f", PACKAGE, "Depends"], text=True, stdout=subprocess.PIPE, check=True)
@@ -265,6 +273,7 @@ class Package(unittest.TestCase):
     def test_installs_what_desktops_and_shells_look_for(self):
         files = self.machine.files() - self.files_before
         for path in ("usr/bin/tidewell", "usr/bin/tidewell-worker", "usr/bin/tidewell-open-panel",
+                     "usr/bin/tidewell-settings", "usr/share/applications/com.emberlinestudio.Tidewell.desktop",
                      "etc/xdg/autostart/tidewell-worker.desktop", "usr/lib/systemd/user/tidewell-worker.service",
                      "usr/share/dbus-1/services/" + session.WORKER_NAME + ".service",
                      "usr/share/dbus-1/services/" + session.PANEL + ".service",

@@ -2,12 +2,14 @@
 says is read as assistive technologies read it."""
 
 import os
+import shutil
 import signal
 import sys
 import time
 import unittest
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import sample_home  # noqa: E402
 import screen  # noqa: E402
 import session  # noqa: E402
 
@@ -25,11 +27,10 @@ class SettingsWindow(unittest.TestCase):
         self.addCleanup(self.screen.close)
         self.reader = screen.Accessibility(self.screen)
         self.addCleanup(self.reader.close)
-        os.makedirs(self.desk.home + "/Library/Application Support/Chromium")
-        os.makedirs(self.desk.home + "/Library/Caches/Chromium")
+        self.chromium = next(browser for browser in sample_home.fill(self.desk) if browser.identifier == CHROMIUM)
 
-    def open(self):
-        self.program = self.screen.start([self.desk.program("tidewell-settings")])
+    def open(self, program=None):
+        self.program = self.screen.start([program or self.desk.program("tidewell-settings")])
         number = self.screen.focus(TITLE)
         self.wait_for_text("Clean after Chromium")
         return number
@@ -40,6 +41,9 @@ class SettingsWindow(unittest.TestCase):
 
     def wait_for_text(self, text, seconds=20):
         self.desk.wait(lambda: self.reader.says(text), seconds, f"the text {text}")
+
+    def wait_for_value(self, text):
+        self.desk.wait(lambda: any(text in value for value in self.reader.values()), what=f"the text {text}")
 
     def setting(self, key):
         return self.desk.defaults("read", session.SHARED, key, check=False).stdout.strip()
@@ -61,11 +65,10 @@ class SettingsWindow(unittest.TestCase):
             self.desk.settle(0.3)
 
     def assert_cleans(self):
-        kept = self.desk.file("Library/Caches/com.example.mail/1")
-        gone = self.desk.file("Library/Caches/Chromium/Default/Cache/data_0")
         self.desk.announce_quit("Chromium", CHROMIUM)
-        self.desk.wait(lambda: not os.path.exists(gone), what="the cleaning")
-        self.assertTrue(os.path.exists(kept))
+        self.desk.wait(lambda: not any(self.desk.exists(path) for path in self.chromium.goes), what="the cleaning")
+        for path in self.chromium.stays:
+            self.assertTrue(self.desk.exists(path), path)
 
     def test_enabling_a_browser_from_the_keyboard_leads_to_grants_and_a_cleaning(self):
         self.desk.configure([])
@@ -77,7 +80,7 @@ class SettingsWindow(unittest.TestCase):
         self.desk.wait(lambda: self.screen.windows("Allow Access"), what="the panel")
         self.assertIn(CHROMIUM, self.setting("enabledBrowsers"))
         # The window lives on while the panel is up.
-        self.wait_for_text("Waiting for your answer in the panel")
+        self.wait_for_text("Waiting for your answer")
         self.use("Overwrite files before they are removed")
         self.desk.wait(lambda: self.setting("secureDeleteData") == "1", what="the setting")
         self.agree_to_all(lambda: self.reader.says(ALLOWED))
@@ -157,20 +160,35 @@ class SettingsWindow(unittest.TestCase):
     def test_previews_what_would_go(self):
         self.desk.configure([])
         self.desk.start_worker()
-        cached = self.desk.file("Library/Caches/Chromium/Default/Cache/data_0")
         self.open()
         self.use("Preview of what would be removed from Chromium")
         self.screen.focus("^Preview$")
-        self.wait_for_text("What would be removed from Chromium now")
-        self.desk.settle(1)
+        heading = "What would be removed from Chromium now"
+        # The heading, and then the text that is named by it.
+        self.desk.wait(lambda: [name for _, name, _ in self.reader.items()].count(heading) == 2, what="the text")
+        self.wait_for_value("~/Library/Caches/Chromium/Default/")
         self.screen.press("Escape")
         self.desk.wait(lambda: not self.screen.windows("^Preview$"), what="the end of the preview")
-        self.assertTrue(os.path.exists(cached))
+        for path in self.chromium.goes:
+            self.assertTrue(self.desk.exists(path), path)
+
+    def test_a_preview_that_fails_says_why(self):
+        self.desk.configure([])
+        alone = os.path.join(self.desk.root, "alone")
+        os.makedirs(alone)
+        shutil.copy(self.desk.program("tidewell-settings"), alone)
+        with open(alone + "/tidewell", "w") as program:
+            program.write("#!/bin/sh\necho 'tidewell: the disk is gone' >&2\nexit 1\n")
+        os.chmod(alone + "/tidewell", 0o755)
+        self.open(alone + "/tidewell-settings")
+        self.use("Preview of what would be removed from Chromium")
+        self.screen.focus("^Preview$")
+        self.wait_for_value("tidewell: the disk is gone")
 
     def test_every_control_has_a_name(self):
         self.desk.configure([])
         self.open()
-        controls = [(role, name) for role, name, _ in self.reader.items() if role in ("switch", "push button")]
+        controls = [(role, name) for role, name, _ in self.reader.items() if role in ("switch", "push button", "button")]
         names = [name for _, name in controls]
         self.assertEqual(len(controls), 5 * 3 + 2)
         self.assertEqual(len(set(names)), len(names))
