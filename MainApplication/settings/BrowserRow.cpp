@@ -27,7 +27,7 @@ Glib::RefPtr<const Gio::Icon> iconOf(const Browser& browser) {
   }
   for (const std::string& entry : entries) {
     const auto application = Gio::DesktopAppInfo::create(entry + ".desktop");
-    const auto icon = application ? std::as_const(*application.get()).get_icon() : nullptr;
+    auto icon = application ? std::as_const(*application.get()).get_icon() : nullptr;
     if (icon && theme->has_gicon(icon)) return icon;
   }
   return Gio::ThemedIcon::create(theme->has_icon("web-browser") ? "web-browser" : "application-x-executable");

@@ -30,7 +30,7 @@ WorkerClient::Outcome outcomeOf(const Glib::Error& error) {
 
 }  // namespace
 
-WorkerClient::WorkerClient(Running running) {
+WorkerClient::WorkerClient(const Running& running) {
   try {
     connection_ = Gio::DBus::Connection::get_sync(Gio::DBus::BusType::SESSION);  // the application has it already
   } catch (const Glib::Error&) {

@@ -19,7 +19,7 @@ class WorkerClient {
 
   /// Called with whether the worker runs: soon, and then whenever that changes. Starts the worker where the bus can.
   using Running = std::function<void(bool isRunning)>;
-  explicit WorkerClient(Running running);
+  explicit WorkerClient(const Running& running);
 
   /// Nothing is called any more.
   ~WorkerClient();

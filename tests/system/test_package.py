@@ -68,7 +68,7 @@ class Machine:
     def running(self):
         """The numbers of the processes whose program the package brought."""
         found = []
-        for process in pathlib.Path("/proc").glob("[0-9]*"):
+        for process in pathlib.Path(self.root, "proc").glob("[0-9]*"):
             try:
                 if os.path.basename(os.readlink(process / "exe")).startswith("tidewell"):
                     found.append(int(process.name))
@@ -156,7 +156,8 @@ class Desk(session.Session):
         return sorted(os.listdir(os.path.join(self.home, PROFILE)))
 
     def install_browser(self):
-        shutil.copy(self.root + "/usr/bin/cat", self.bin + "/firefox-esr")
+        if not os.path.exists(self.bin + "/firefox-esr"):
+            shutil.copy(self.root + "/usr/bin/cat", self.bin + "/firefox-esr")
 
     def start_browser(self):
         browser = self.popen("/usr/local/bin/firefox-esr", stdin=subprocess.PIPE, stdout=subprocess.DEVNULL)

@@ -166,7 +166,7 @@ class SettingsWindow(unittest.TestCase):
         heading = "What would be removed from Chromium now"
         # The heading, and then the text that is named by it.
         self.desk.wait(lambda: [name for _, name, _ in self.reader.items()].count(heading) == 2, what="the text")
-        self.wait_for_value("~/Library/Caches/Chromium/Default/")
+        self.wait_for_value("~/" + next(iter(self.chromium.goes)))
         self.screen.press("Escape")
         self.desk.wait(lambda: not self.screen.windows("^Preview$"), what="the end of the preview")
         for path in self.chromium.goes:
