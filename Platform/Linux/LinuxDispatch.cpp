@@ -1,7 +1,7 @@
 #include "Platform/Linux/LinuxDispatch.h"
 
 #include <condition_variable>
-#include <deque>
+#include <list>
 #include <mutex>
 #include <utility>
 
@@ -123,7 +123,7 @@ class SerialQueueState : public std::enable_shared_from_this<SerialQueueState> {
   ThreadPool& pool_;
   std::mutex mutex_;
   std::condition_variable turnCondition_;
-  std::deque<Waiting> waiting_;
+  std::list<Waiting> waiting_;  // empty, as it nearly always is, it takes no memory
   bool busy_ = false;
 };
 

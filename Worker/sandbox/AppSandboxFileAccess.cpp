@@ -62,24 +62,32 @@ std::unique_ptr<AppSandboxFileAccess> AppSandboxFileAccess::fileAccess() {
   return std::make_unique<AppSandboxFileAccess>();
 }
 
-AppSandboxFileAccess::AppSandboxFileAccess()
-    : title_(localized("Allow Access")),
-      message_(platform::formatted(localized("%@ needs to access this path to continue. Click Allow to continue."),
-                                   {appName()})),
-      prompt_(localized("Allow")) {}
+std::string AppSandboxFileAccess::title() const {
+  return title_.value_or(localized("Allow Access"));
+}
+
+std::string AppSandboxFileAccess::message() const {
+  if (message_) return *message_;
+  return platform::formatted(localized("%@ needs to access this path to continue. Click Allow to continue."),
+                             {appName()});
+}
+
+std::string AppSandboxFileAccess::prompt() const {
+  return prompt_.value_or(localized("Allow"));
+}
 
 std::optional<FileURL> AppSandboxFileAccess::askPermissionForURL(const std::optional<FileURL>& url) const {
   assertParameter(url.has_value(), "url", kSourceFile, 71);
   AppSandboxFileAccessOpenSavePanelDelegate delegate(url);
 
   platform::OpenPanelSettings panel;
-  panel.message = message_;
+  panel.message = message();
   panel.canCreateDirectories = false;
   panel.canChooseFiles = true;
   panel.canChooseDirectories = true;
   panel.allowsMultipleSelection = false;
-  panel.prompt = prompt_;
-  panel.title = title_;
+  panel.prompt = prompt();
+  panel.title = title();
   panel.showsHiddenFiles = false;
   panel.extensionHidden = false;
   panel.directoryURL = nearestExistingFolder(*url);

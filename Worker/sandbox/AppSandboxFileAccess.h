@@ -24,14 +24,13 @@ class AppSandboxFileAccess {
 
   static std::unique_ptr<AppSandboxFileAccess> fileAccess();
 
-  AppSandboxFileAccess();
-
-  // The panel's texts; localised defaults.
-  const std::string& title() const { return title_; }
+  // The panel's texts; localised, unless they were set. Looked up when they are asked for: most objects never show a
+  // panel, and many wait at a time.
+  std::string title() const;
   void setTitle(std::string title) { title_ = std::move(title); }
-  const std::string& message() const { return message_; }
+  std::string message() const;
   void setMessage(std::string message) { message_ = std::move(message); }
-  const std::string& prompt() const { return prompt_; }
+  std::string prompt() const;
   void setPrompt(std::string prompt) { prompt_ = std::move(prompt); }
 
   // In what follows a missing required argument raises platform::AssertionFailure.
@@ -62,9 +61,9 @@ class AppSandboxFileAccess {
   std::optional<platform::FileURL> askPermissionForURL(const std::optional<platform::FileURL>& url) const;
 
  private:
-  std::string title_;
-  std::string message_;
-  std::string prompt_;
+  std::optional<std::string> title_;
+  std::optional<std::string> message_;
+  std::optional<std::string> prompt_;
 };
 
 }  // namespace tidewell

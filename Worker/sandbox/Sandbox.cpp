@@ -44,7 +44,7 @@ class Operation {
   Operation(const std::string& path, const std::optional<std::string>& grantFolder)
       : fileAccess_(AppSandboxFileAccess::fileAccess()),
         fullPath_(*Sandbox::checkForUserDirectory(path)),
-        grantFolder_(grantFolder.value_or(platform::deletingLastPathComponent(fullPath_))) {
+        grantFolder_(grantFolder) {
     fileAccess_->persistPermissionPath(fullPath_);
   }
 
@@ -53,7 +53,8 @@ class Operation {
 
   /// Runs the action under the grant, or logs the one line that says that it was refused.
   void run(const Task& action) const {
-    if (!fileAccess_->accessFilePath_persistPermission_withBlock(grantFolder_, true, action)) {
+    const std::string folder = grantFolder_.value_or(platform::deletingLastPathComponent(fullPath_));
+    if (!fileAccess_->accessFilePath_persistPermission_withBlock(folder, true, action)) {
       Platform::current().log.log(platform::formatted(kDenied, {fullPath_}));
     }
   }
@@ -61,7 +62,7 @@ class Operation {
  private:
   std::unique_ptr<AppSandboxFileAccess> fileAccess_;
   std::string fullPath_;
-  std::string grantFolder_;
+  std::optional<std::string> grantFolder_;  // where it is not the parent folder
 };
 
 /// Performs a reading operation: the action's outcome, or `empty` when the path is absent or access is refused.
