@@ -66,9 +66,9 @@ void PanelService::answer(const std::string& url) {
 }
 
 void PanelService::callerHasGone(const Glib::ustring& sender) {
-  const bool wasShown = !calls_.empty() && calls_.front().invocation->get_sender() == sender;
+  const bool wasShown = !calls_.empty() && calls_.front().invocation->get_sender().raw() == sender.raw();
   const auto gone = std::remove_if(calls_.begin(), calls_.end(), [&](const Call& call) {
-    if (call.invocation->get_sender() != sender) return false;
+    if (call.invocation->get_sender().raw() != sender.raw()) return false;
     Gio::DBus::unwatch_name(call.watch);
     application_.release();
     return true;
