@@ -15,12 +15,14 @@ VISIBLE, FOCUSED = 30, 12  # the numbers of these states
 
 
 class Screen:
+    # A server that starts afresh when its last client goes would turn away the next one for a moment: "-noreset".
+
     def __init__(self, desk, size="1024x768"):
         """Changes the environment of the session's programs; close() ends all that was started here."""
         self.desk = desk
         self.processes = []
         read, write = os.pipe()
-        self.start(["Xvfb", "-displayfd", str(write), "-screen", "0", size + "x24", "-nolisten", "tcp"],
+        self.start(["Xvfb", "-displayfd", str(write), "-screen", "0", size + "x24", "-nolisten", "tcp", "-noreset"],
                    pass_fds=[write])
         os.close(write)
         with os.fdopen(read) as display:

@@ -18,7 +18,7 @@ class OpenPanelProgram(unittest.TestCase):
         self.addCleanup(self.desk.close)
         read, write = os.pipe()
         self.screen = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1024x768x24", "-nolisten",
-                                        "tcp"], pass_fds=[write], stderr=subprocess.DEVNULL)
+                                        "tcp", "-noreset"], pass_fds=[write], stderr=subprocess.DEVNULL)
         self.addCleanup(self.stop, self.screen)
         os.close(write)
         with os.fdopen(read) as display:

@@ -166,8 +166,8 @@ class Requests(SystemTest):
         self.assertEqual(self.desk.worker.log, [])
 
     def test_quits_and_requests_are_served_while_a_panel_is_open(self):
-        self.start(["com.operasoftware.Opera"])
-        self.assertIsNotNone(self.desk.request("org.mozilla.firefox"))  # grants all of Library but Opera's own
+        self.start(["org.mozilla.firefox"])
+        self.assertIsNotNone(self.desk.request("org.mozilla.firefox"))  # all that its run needs
         shutil.rmtree(self.desk.home + "/" + SILVERLIGHT)
         self.panel.answer = lambda panel: None
         os.makedirs(self.desk.home + "/outside")
@@ -175,7 +175,7 @@ class Requests(SystemTest):
         self.assertIsNone(self.desk.request("com.google.Chrome", seconds=1))
         self.assertEqual(len(self.panel.waiting), 1)
         self.desk.defaults("write", session.SHARED, "userFolder", "-string", self.desk.home)
-        self.desk.announce_quit("Opera", "com.operasoftware.Opera")
+        self.desk.announce_quit("Firefox", "")
         self.desk.wait(lambda: not self.desk.exists(FLASH), 5)
         self.notified()
         self.assertEqual(self.desk.worker.stop(), 0)  # and can be told to end
