@@ -110,4 +110,28 @@ TEST_F(AccessRequest, asksForNothingASecondTime) {
   EXPECT_THAT(answers, SizeIs(2));
 }
 
+TEST_F(AccessRequest, ofSafariThatIsAgreedToInstallsTheScriptAndAsksForNothingASecondTime) {
+  for (const char* folder : {"Library/Cookies", "Library/Safari", "Library/Caches",
+                             "Library/Application Support/Microsoft", "Library/Preferences/Macromedia"}) {
+    platform.home.folder(folder);
+  }
+  platform.bundle.resources["clearCookies.sh"] = platform.home.file("bundle/clearCookies.sh", "#!/bin/sh\n");
+  platform.openPanel.agreesToAll = true;
+  ask("com.apple.Safari");
+  platform.dispatch.runUntilIdle();
+  // The scripts folder twice: to be allowed, and to be confirmed as the place to save the script in.
+  EXPECT_THAT(panels(),
+              ElementsAre("Library/Cookies", "Library/Safari", ".local/share/scripts", ".local/share/scripts",
+                          "Library/Caches", "Library/Application Support/Microsoft", "Library/Preferences/Macromedia"));
+  EXPECT_EQ(platform.openPanel.shown()[2].title, "Allow Access");
+  EXPECT_EQ(platform.openPanel.shown()[3].title, "Save Script");
+  EXPECT_TRUE(platform.home.exists(".local/share/scripts/clearCookies.sh"));
+  platform.journal.clear();
+  ask("com.apple.Safari");
+  platform.dispatch.runUntilIdle();
+  EXPECT_THAT(panels(), IsEmpty());
+  EXPECT_THAT(answers, ElementsAre("bookmarked: com.apple.Safari ", "bookmarked: com.apple.Safari "));
+  EXPECT_THAT(platform.log.lines(), IsEmpty());
+}
+
 }  // namespace
