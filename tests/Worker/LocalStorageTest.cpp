@@ -197,6 +197,21 @@ TEST_F(SiteStorage, ofFirefoxIsTheTableAndTwoFoldersOfEachProfile) {
   EXPECT_TRUE(platform.home.exists(std::string(kFirefox) + "profiles.txt"));
 }
 
+TEST_F(SiteStorage, statementsNameOneValueAndSeveral) {
+  const std::string table = std::string(kFirefox) + "p/webappsstore.sqlite";
+  runStatements(home(table), "CREATE TABLE webappsstore2 (scope TEXT); INSERT INTO webappsstore2 VALUES ('a.:b');");
+  removeStorage("Firefox");
+  EXPECT_THAT(steps(), ::testing::Contains("sql DELETE FROM webappsstore2 WHERE scope IN ('a.:b'); on " + table));
+  const std::string localStorage = std::string(kSafari) + "LocalStorage/";
+  runStatements(home(localStorage + "StorageTracker.db"), "CREATE TABLE Origins (origin TEXT);");
+  platform.home.file(localStorage + "a.localstorage");
+  platform.home.file(localStorage + "b.localstorage");
+  removeStorage("Safari");
+  const std::string on = "); on " + localStorage + "StorageTracker.db";
+  EXPECT_THAT(steps(), ::testing::Contains(::testing::AnyOf("sql DELETE FROM Origins WHERE origin IN ('a','b'" + on,
+                                                            "sql DELETE FROM Origins WHERE origin IN ('b','a'" + on)));
+}
+
 TEST_F(SiteStorage, ofFirefoxWhoseScopesAreNoSitesStillRunsTheStatement) {
   const std::string table = std::string(kFirefox) + "p/webappsstore.sqlite";
   runStatements(home(table),
@@ -224,6 +239,18 @@ TEST_F(SiteStorage, withAQuoteInAnOriginMakesOnlyThatStatementFail) {
   // Only the first statement of a text is ever compiled, and here it matches nothing of the site's.
   EXPECT_THAT(valuesOf(home(profile + "databases/Databases.db"), "SELECT count(*) FROM Databases"), ElementsAre("2"));
   EXPECT_FALSE(platform.home.exists(profile + "databases/http_a.com_0"));
+}
+
+TEST_F(SiteStorage, ofAnOriginThatIsNoPlainNameLeavesTheProfileAlone) {
+  listChromeProfile();
+  const std::string profile = std::string(kChrome) + "P/";
+  makeIndex(profile + "databases/Databases.db", {"..", ".", "", "../Bookmarks"});
+  platform.home.file(profile + "Bookmarks");
+  platform.home.file(profile + "databases/chrome-extension_x_0/1");
+  removeStorage("Google Chrome");
+  EXPECT_TRUE(platform.home.exists(profile + "Bookmarks"));
+  EXPECT_TRUE(platform.home.exists(profile + "databases/chrome-extension_x_0/1"));
+  EXPECT_THAT(valuesOf(home(profile + "databases/Databases.db"), "SELECT origin FROM Databases"), IsEmpty());
 }
 
 TEST_F(SiteStorage, ofAnOriginThatLeadsOutReachesNothing) {

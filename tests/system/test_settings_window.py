@@ -115,7 +115,7 @@ class SettingsWindow(unittest.TestCase):
         self.use("Allow the folders of Chromium")
         self.wait_for_text(ALLOWED)
 
-    def test_switches_are_written_and_show_what_others_have_written(self):
+    def test_switches_are_written(self):
         self.desk.configure([CHROMIUM], notifications=False)
         self.desk.start_worker()
         self.open()

@@ -8,6 +8,7 @@
 
 #include "Worker/sandbox/Sandbox.h"
 #include "tests/support/Databases.h"
+#include "tests/support/OrdinaryUser.h"
 #include "tests/support/WorkerTest.h"
 
 namespace {
@@ -95,6 +96,28 @@ TEST_F(SandboxSql, onFilesThatAreNoDatabasesIsEmpty) {
     run("DELETE FROM t;", path);
   }
   EXPECT_EQ(platform.home.content("folder/text"), std::string(5000, 'x'));
+}
+
+TEST_F(SandboxSql, onALockedDatabaseIsEmptyAndChangesNothing) {
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(home("folder/db").c_str(), &other), SQLITE_OK);
+  sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr);
+  EXPECT_THAT(query("~/folder/db"), IsEmpty());
+  run("DELETE FROM t;", "~/folder/db");
+  sqlite3_close(other);
+  EXPECT_THAT(query("~/folder/db"), ElementsAre("1", "2"));
+  EXPECT_THAT(platform.log.lines(), IsEmpty());
+}
+
+TEST_F(SandboxSql, onAReadOnlyDatabaseChangesNothing) {
+  ::chmod(home("folder/db").c_str(), 0444);
+  ::chmod(home("folder").c_str(), 0555);
+  {
+    const testing_support::OrdinaryUser user(platform.home.path());
+    run("DELETE FROM t;", "~/folder/db");
+    EXPECT_THAT(query("~/folder/db"), ElementsAre("1", "2"));
+  }
+  ::chmod(home("folder").c_str(), 0755);
 }
 
 TEST_F(SandboxSql, deniedLogsOneLineAndChangesNothing) {
