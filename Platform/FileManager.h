@@ -6,10 +6,13 @@
 // (std::errc::invalid_argument); a relative path counts from "/".
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -60,6 +63,24 @@ class PinnedRegularFile {
   virtual bool isInPlace() const = 0;
 };
 
+/// A regular file that is read piece by piece. Any thread.
+class ReadableFile {
+ public:
+  virtual ~ReadableFile() = default;
+
+  /// In bytes, at the moment when it was opened.
+  virtual std::uint64_t size() const = 0;
+
+  /// The bytes from `offset` on: `count` of them, or fewer where the file ends.
+  virtual Result<std::string> read(std::uint64_t offset, std::size_t count) const = 0;
+};
+
+/// Holds a file locked against other processes as long as it lives.
+class FileLock {
+ public:
+  virtual ~FileLock() = default;
+};
+
 /// Asked when an item of a walk can't be read; answers whether the walk goes on.
 using EnumerationErrorHandler = std::function<bool(const FileURL& url, std::error_code error)>;
 
@@ -90,6 +111,10 @@ class FileManager {
   /// The whole of a regular file as text; std::errc::illegal_byte_sequence when it is not valid UTF-8.
   virtual Result<std::string> stringWithContentsOfFile(const std::string& path) const = 0;
 
+  /// A regular file, to be read piece by piece. A symbolic link is not followed:
+  /// std::errc::too_many_symbolic_link_levels.
+  virtual Result<std::unique_ptr<ReadableFile>> readableFile(const std::string& path) const = 0;
+
   /// The bare names of a folder's entries, hidden ones included, without "." and "..", in the file system's order.
   virtual Result<std::vector<std::string>> contentsOfDirectory(const std::string& path) const = 0;
 
@@ -111,6 +136,24 @@ class FileManager {
   /// the file, and the old bytes stay readable on the disk. A file that can't be flushed stays. A folder is not
   /// flushed.
   virtual std::error_code removeOverwrittenItem(const std::string& path) = 0;
+
+  // Replacing.
+
+  /// Makes a folder that only its owner can enter. std::errc::file_exists when anything is there, a link included.
+  virtual std::error_code createFolder(const std::string& path) = 0;
+
+  /// Makes a file with these contents and permissions (the mode's lower 9 bits), which are on the disk when this
+  /// returns. std::errc::file_exists when anything is there, a link included; after a failure there is no file.
+  virtual std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) = 0;
+
+  /// Gives each of two items the other's place, in one moment: nobody ever sees either missing. Neither is followed
+  /// when it is a link. std::errc::not_supported where the file system can't.
+  virtual std::error_code exchangeItems(const std::string& path, const std::string& other) = 0;
+
+  /// Locks an existing regular file, whole and for writing, as databases lock theirs (a POSIX record lock). Never
+  /// waits: std::errc::resource_unavailable_try_again while another process holds a lock on it. This process must not
+  /// open the file in another way meanwhile, which would end the lock.
+  virtual Result<std::unique_ptr<FileLock>> lockFile(const std::string& path) = 0;
 
   // Copying.
 

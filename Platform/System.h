@@ -19,6 +19,13 @@ class System {
   /// The home folder in the user's entry; absent when there is no entry.
   virtual std::optional<std::string> homeDirectoryFromPasswordDatabase(unsigned uid) const = 0;
 
+  // Folders of the person's programs. Whole paths; absent when they are where they usually are.
+
+  /// Where the session has moved the programs' settings and data ("$XDG_CONFIG_HOME"), and their caches
+  /// ("$XDG_CACHE_HOME").
+  virtual std::optional<std::string> configurationFolder() const = 0;
+  virtual std::optional<std::string> cachesFolder() const = 0;
+
   // File descriptors. Failures are the classic ones: -1.
 
   /// Opens an existing file for reading and writing, under the open grants like every action of FileManager.

@@ -4,13 +4,19 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace platform {
+
+/// What a process was started with; the first is the program itself.
+using Arguments = std::vector<std::string>;
 
 /// The user information of a notice about an application.
 struct ApplicationNotification {
   std::optional<std::string> applicationName;
   std::optional<std::string> bundleIdentifier;
+  /// Of the application's processes, as far as they are known; of one that was announced nothing is.
+  std::vector<Arguments> processes = {};
 };
 
 /// On the main thread.

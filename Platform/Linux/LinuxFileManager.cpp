@@ -12,6 +12,9 @@
 #include <climits>
 #include <cstdlib>
 
+#include "Platform/Linux/FileLocks.h"
+#include "Platform/Linux/FileReader.h"
+#include "Platform/Linux/FileReplacement.h"
 #include "Platform/Linux/FolderListing.h"
 #include "Platform/Linux/LinuxDirectoryEnumerator.h"
 #include "Platform/Linux/TreeRemoval.h"
@@ -191,6 +194,11 @@ Result<std::string> LinuxFileManager::stringWithContentsOfFile(const std::string
   return contents;
 }
 
+Result<std::unique_ptr<ReadableFile>> LinuxFileManager::readableFile(const std::string& path) const {
+  const Result<FilePin> pin = FilePin::at(scopes_, path);
+  return pin ? FileReader::open(*pin) : pin.error();
+}
+
 Result<std::vector<std::string>> LinuxFileManager::contentsOfDirectory(const std::string& path) const {
   const Result<FileDescriptor> folder = scopes_.open(path, kReadFlags | O_DIRECTORY);
   if (!folder) return folder.error();
@@ -239,6 +247,27 @@ std::error_code LinuxFileManager::removeOverwrittenItem(const std::string& path)
     return lastError();
   }
   return removeAt(*item);
+}
+
+std::error_code LinuxFileManager::createFolder(const std::string& path) {
+  const Result<ItemLocation> item = scopes_.locate(path);
+  return item ? linux_::createFolder(*item) : item.error();
+}
+
+std::error_code LinuxFileManager::createFile(const std::string& path, std::string_view contents, unsigned permissions) {
+  const Result<ItemLocation> item = scopes_.locate(path);
+  return item ? linux_::createFile(*item, contents, permissions) : item.error();
+}
+
+std::error_code LinuxFileManager::exchangeItems(const std::string& path, const std::string& other) {
+  const Result<ItemLocation> item = scopes_.locate(path);
+  if (!item) return item.error();
+  const Result<ItemLocation> otherItem = scopes_.locate(other);
+  return otherItem ? linux_::exchangeItems(*item, *otherItem) : otherItem.error();
+}
+
+Result<std::unique_ptr<FileLock>> LinuxFileManager::lockFile(const std::string& path) {
+  return linux_::lockFile(scopes_, path);
 }
 
 std::error_code LinuxFileManager::copyItem(const FileURL& source, const FileURL& destination) {

@@ -1,7 +1,10 @@
 // Files and folders by the Linux system calls, under the open security scopes.
 #pragma once
 
+#include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "Platform/FileManager.h"
 #include "Platform/Linux/SecurityScopes.h"
@@ -24,6 +27,7 @@ class LinuxFileManager : public FileManager {
   bool fileExists(const std::string& path, bool& isDirectory) const override;
 
   Result<std::string> stringWithContentsOfFile(const std::string& path) const override;
+  Result<std::unique_ptr<ReadableFile>> readableFile(const std::string& path) const override;
   Result<std::vector<std::string>> contentsOfDirectory(const std::string& path) const override;
   Result<Value::Dictionary> attributesOfItem(const std::string& path) const override;
   std::unique_ptr<DirectoryEnumerator> enumeratorAtURL(const FileURL& folder,
@@ -31,6 +35,11 @@ class LinuxFileManager : public FileManager {
 
   std::error_code removeItem(const std::string& path) override;
   std::error_code removeOverwrittenItem(const std::string& path) override;
+
+  std::error_code createFolder(const std::string& path) override;
+  std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override;
+  std::error_code exchangeItems(const std::string& path, const std::string& other) override;
+  Result<std::unique_ptr<FileLock>> lockFile(const std::string& path) override;
 
   std::error_code copyItem(const FileURL& source, const FileURL& destination) override;
   Result<std::unique_ptr<PinnedRegularFile>> pinnedFile(const std::string& path) const override;

@@ -11,6 +11,8 @@
 #include <ctime>
 #include <vector>
 
+#include "Platform/Linux/UserFolders.h"
+
 namespace platform::linux_ {
 
 unsigned LinuxSystem::getuid() const {
@@ -30,6 +32,14 @@ std::optional<std::string> LinuxSystem::homeDirectoryFromPasswordDatabase(unsign
     }
     return found != nullptr ? std::optional<std::string>(found->pw_dir) : std::nullopt;
   }
+}
+
+std::optional<std::string> LinuxSystem::configurationFolder() const {
+  return movedConfigurationFolder();
+}
+
+std::optional<std::string> LinuxSystem::cachesFolder() const {
+  return movedCachesFolder();
 }
 
 int LinuxSystem::openForReadingAndWriting(const std::string& path) {

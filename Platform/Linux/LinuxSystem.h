@@ -14,6 +14,9 @@ class LinuxSystem : public System {
   unsigned getuid() const override;
   std::optional<std::string> homeDirectoryFromPasswordDatabase(unsigned uid) const override;
 
+  std::optional<std::string> configurationFolder() const override;
+  std::optional<std::string> cachesFolder() const override;
+
   int openForReadingAndWriting(const std::string& path) override;
   std::optional<std::int64_t> fstatSize(int descriptor) override;
   std::int64_t write(int descriptor, const void* bytes, std::size_t count) override;

@@ -14,9 +14,10 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// A file is opened before the process has become its program, and a wrapper script works for a while before it starts
-// the program that it is for.
-constexpr std::array kScansAfterOpening = {milliseconds(2), milliseconds(10), milliseconds(30), milliseconds(100)};
+// A file is opened before the process has become its program (on a machine with too much to do, long before), and a
+// wrapper script works for a while before it starts the program that it is for.
+constexpr std::array kScansAfterOpening = {milliseconds(2),   milliseconds(10),  milliseconds(30),
+                                           milliseconds(100), milliseconds(400), milliseconds(1500)};
 constexpr std::array kScansAfterEnd = {milliseconds(10), milliseconds(30), milliseconds(100)};
 constexpr std::array kScansAfterScript = {milliseconds(300), milliseconds(1000), milliseconds(3000)};
 constexpr milliseconds kScanSlot{2};
@@ -48,16 +49,18 @@ LinuxWorkspace::LinuxWorkspace(RunLoop& loop, std::vector<WatchedApplication> ap
   }
   for (std::size_t index = 0; index < applications_.size(); ++index) {
     running_.push_back(std::make_unique<RunningApplication>(
-        loop_, RunningApplication::Callbacks{
-                   [this, index] { return lookAtProcesses()[index]; },
-                   [this, index](pid_t pid) -> std::optional<RunningApplication::Identity> {
-                     const auto executable = executableOfProcess(pid);
-                     if (!executable) return std::nullopt;
-                     return RunningApplication::Identity{*executable, applicationRunning(*executable) == index};
-                   },
-                   [this, index] { quit(index); },
-                   [this] { scanSeveralTimes(true); },
-               }));
+        loop_,
+        RunningApplication::Callbacks{
+            [this, index] { return lookAtProcesses()[index]; },
+            [this, index](pid_t pid) -> std::optional<RunningApplication::Identity> {
+              auto process = processInfo(pid);
+              if (!process) return std::nullopt;
+              const bool isApplication = applicationRunning(process->executable) == index;
+              return RunningApplication::Identity{process->executable, isApplication, std::move(process->arguments)};
+            },
+            [this, index](std::vector<Arguments> processes) { quit(index, std::move(processes)); },
+            [this] { scanSeveralTimes(true); },
+        }));
   }
 }
 
@@ -212,14 +215,18 @@ void LinuxWorkspace::updateConnector() {
 
 // Telling.
 
-void LinuxWorkspace::quit(std::size_t index) {
+void LinuxWorkspace::quit(std::size_t index, std::vector<Arguments> processes) {
   scanAfterEnd(index);
-  announce(applications_[index].applicationName, applications_[index].bundleIdentifier);
+  tell({applications_[index].applicationName, applications_[index].bundleIdentifier, std::move(processes)});
 }
 
 void LinuxWorkspace::announce(const std::string& applicationName, const std::string& bundleIdentifier) {
+  tell({applicationName, bundleIdentifier});
+}
+
+void LinuxWorkspace::tell(const ApplicationNotification& notification) {
   const std::map<ObserverToken, Observer> observers = observers_;  // one may add or remove others
-  for (const auto& [token, observer] : observers) observer({applicationName, bundleIdentifier});
+  for (const auto& [token, observer] : observers) observer(notification);
 }
 
 Workspace::ObserverToken LinuxWorkspace::addDidTerminateApplicationObserver(Observer observer) {

@@ -66,7 +66,8 @@ class LinuxWorkspace : public Workspace {
   void watch();
   void happened(const PathWatch::Events& events);
   void updateConnector();
-  void quit(std::size_t index);
+  void quit(std::size_t index, std::vector<Arguments> processes);
+  void tell(const ApplicationNotification& notification);
 
   RunLoop& loop_;
   const std::vector<WatchedApplication> applications_;

@@ -22,6 +22,8 @@ RunningApplication::Outcome RunningApplication::hold(Held& held, pid_t pid, void
   if (!identity) return Outcome::hadEnded;
   if (!identity->isApplication) return Outcome::notHeld;
   held.emplace(pid, HeldProcess{std::move(exit), identity->executable});
+  const bool isNews = std::find(processes_.begin(), processes_.end(), identity->arguments) == processes_.end();
+  if (&held == &mains_ && isNews && processes_.size() < kMostHeld) processes_.push_back(identity->arguments);
   return Outcome::held;
 }
 
@@ -87,7 +89,7 @@ void RunningApplication::helperEnded(pid_t pid) {
 void RunningApplication::endQuitting() {
   quitting_ = false;
   helpers_.clear();
-  callbacks_.quit();
+  callbacks_.quit(std::exchange(processes_, {}));
 }
 
 }  // namespace platform::linux_

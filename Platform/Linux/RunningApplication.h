@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "Platform/Linux/ProcessExit.h"
+#include "Platform/Workspace.h"
 
 namespace platform::linux_ {
 
@@ -29,14 +30,16 @@ class RunningApplication {
   struct Identity {
     std::string executable;
     bool isApplication = false;
+    Arguments arguments;
   };
 
   /// `look` looks at the process table. `identify` confirms, once a process is held, what it is; absent when it has
-  /// ended. `quit` is called for each quit. The loop must outlive the object.
+  /// ended. `quit` is called for each quit, with the arguments of the main processes that were held since the one
+  /// before. The loop must outlive the object.
   struct Callbacks {
     std::function<Processes()> look;
     std::function<std::optional<Identity>(pid_t)> identify;
-    std::function<void()> quit;
+    std::function<void(std::vector<Arguments> processes)> quit;
     std::function<void()> lookLater;  // asks for update() in a while
   };
 
@@ -70,6 +73,7 @@ class RunningApplication {
   // A few of each kind are held: when the last of them has ended, a new look finds those that were not.
   Held mains_;
   Held helpers_;
+  std::vector<Arguments> processes_;  // of mains, each set once
   bool quitting_ = false;
   unsigned quits_ = 0;  // numbers the times that quitting began, so that a late timer is known as such
 };

@@ -21,6 +21,11 @@ std::string folderFromEnvironment(const char* variable, const char* inHome) {
   return !folder.empty() ? folder : appendingPathComponent(homeFolder(), inHome);
 }
 
+std::optional<std::string> movedFolder(const char* variable) {
+  std::string folder = absoluteFromEnvironment(variable);
+  return !folder.empty() ? std::optional(pathWithComponents(pathComponents(folder))) : std::nullopt;
+}
+
 }  // namespace
 
 std::string homeFolder() {
@@ -35,6 +40,14 @@ std::string homeFolder() {
 
 std::string configurationFolder() {
   return folderFromEnvironment("XDG_CONFIG_HOME", ".config");
+}
+
+std::optional<std::string> movedConfigurationFolder() {
+  return movedFolder("XDG_CONFIG_HOME");
+}
+
+std::optional<std::string> movedCachesFolder() {
+  return movedFolder("XDG_CACHE_HOME");
 }
 
 std::string dataFolder() {

@@ -1,6 +1,10 @@
 # Files and grants.
 add_library(platform_linux_files STATIC
   BookmarkData.cpp
+  FileLocks.cpp
+  FilePin.cpp
+  FileReader.cpp
+  FileReplacement.cpp
   FolderListing.cpp
   FolderStack.cpp
   LinuxDirectoryEnumerator.cpp

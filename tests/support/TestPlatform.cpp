@@ -68,6 +68,7 @@ TestPlatform::TestPlatform()
       platform_{bundle, dispatch,     fileManager,        log,         openPanel, scopes,
                 system, userDefaults, notificationCenter, userScripts, workspace} {
   system.homeFolder = home.path();
+  home.folder("Library");  // what makes it a home of that layout
   platform::Platform::install(&platform_);
 }
 

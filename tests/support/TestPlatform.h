@@ -41,12 +41,16 @@ class TestSystem : public platform::linux_::LinuxSystem {
   TestSystem(platform::linux_::SecurityScopes& scopes, Journal& journal) : LinuxSystem(scopes), journal_(journal) {}
 
   std::optional<std::string> homeFolder;  // what the password database answers
+  std::optional<std::string> movedConfiguration;
+  std::optional<std::string> movedCaches;
   bool statFails = false;
   unsigned writesToFail = 0;
   bool closeFails = false;
   std::function<std::int64_t()> randomNumbers;
 
   std::optional<std::string> homeDirectoryFromPasswordDatabase(unsigned) const override { return homeFolder; }
+  std::optional<std::string> configurationFolder() const override { return movedConfiguration; }
+  std::optional<std::string> cachesFolder() const override { return movedCaches; }
   int openForReadingAndWriting(const std::string& path) override;
   std::optional<std::int64_t> fstatSize(int descriptor) override;
   std::int64_t write(int descriptor, const void* bytes, std::size_t count) override;
