@@ -83,19 +83,29 @@ int Commands::status() {
   RunLoop loop;
   const auto connection = WorkerConnection::open(loop);
   const bool isRunning = connection && (*connection)->isRunning();
-  const std::string home = settings_.homeFolder();
+  const Home home = settings_.home();
   nlohmann::ordered_json state = {{"workerRunning", isRunning},
+                                  {"homeLayout", home.layout == HomeLayout::kLibrary ? "Library" : "XDG"},
                                   {"notifications", settings_.flag(kDisplayNotificationsKey)},
                                   {"overwrite", settings_.flag(kSecureDeleteDataKey)},
                                   {"browsers", nlohmann::ordered_json::array()}};
   for (const Browser& browser : browsers()) {
-    const std::string folder = home + std::string(browser.dataFolder.substr(1));
+    nlohmann::json folders = nlohmann::json::array();  // of all installations, without "~"
+    for (const Installation& installation : home.installationsOf(browser)) {
+      const std::string& place = installation.dataFolder;
+      const std::string folder = place.starts_with('~') ? home.folder + place.substr(1) : place;
+      if (exists(folder)) folders.push_back(folder);
+    }
+    const bool isAllowed = home.layout == HomeLayout::kLibrary
+                               ? settings_.isGranted(home.folder + std::string(browser.dataFolder.substr(1)))
+                               : settings_.allowed(browser) == SettingsStore::Allowed::kAll;
     state["browsers"].push_back({{"name", browser.name},
                                  {"identifier", browser.bundleIdentifier},
                                  {"installed", isInstalled(browser)},
                                  {"enabled", settings_.isEnabled(browser)},
-                                 {"allowed", !home.empty() && settings_.isGranted(folder)},
-                                 {"data", !home.empty() && exists(folder) ? folder : ""}});
+                                 {"allowed", isAllowed},
+                                 {"data", folders.empty() ? "" : folders[0]},
+                                 {"folders", folders}});
   }
   if (options_.json) {
     output_ << state.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
@@ -115,6 +125,9 @@ int Commands::status() {
     marks += word(browser["allowed"], "allowed");
     marks.resize(29, ' ');
     output_ << name << marks << std::string(browser["data"]) << '\n';
+    for (std::size_t other = 1; other < browser["folders"].size(); ++other) {
+      output_ << std::string(name.size() + marks.size(), ' ') << std::string(browser["folders"][other]) << '\n';
+    }
   }
   return kDone;
 }

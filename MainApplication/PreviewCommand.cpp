@@ -38,7 +38,8 @@ int Commands::preview(const std::string& name) {
 
   nlohmann::ordered_json state = {{"browser", found[0]->name},
                                   {"items", nlohmann::ordered_json::array()},
-                                  {"rows", nlohmann::ordered_json::array()}};
+                                  {"rows", nlohmann::ordered_json::array()},
+                                  {"rewritten", nlohmann::ordered_json::array()}};
   std::uint64_t files = 0;
   std::uint64_t bytes = 0;
   std::uint64_t rows = 0;
@@ -54,6 +55,10 @@ int Commands::preview(const std::string& name) {
     rows += table.rows;
     state["rows"].push_back({{"database", table.database}, {"table", table.table}, {"rows", table.rows}});
   }
+  for (const PreviewedRewriting& rewriting : preview.rewritings) {
+    bytes += rewriting.bytes;
+    state["rewritten"].push_back({{"path", rewriting.path}, {"bytes", rewriting.bytes}});
+  }
   state["total"] = {{"files", files}, {"bytes", bytes}, {"rows", rows}};
   if (options_.json) {
     output_ << state.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
@@ -65,6 +70,9 @@ int Commands::preview(const std::string& name) {
   }
   for (const PreviewedRows& table : preview.rows) {
     output_ << table.database << ": " << counted(table.rows, "row", "rows") << " of " << table.table << '\n';
+  }
+  for (const PreviewedRewriting& rewriting : preview.rewritings) {
+    output_ << rewriting.path << ": " << readable(rewriting.bytes) << " of what sites have left in it\n";
   }
   output_ << "A cleaning of " << found[0]->name << " would remove " << counted(files, "file", "files") << " ("
           << readable(bytes) << ") and " << counted(rows, "row", "rows") << ".\n";

@@ -1,8 +1,12 @@
 #include "MainApplication/SettingsStore.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 
 #include "Platform/FileURL.h"
+#include "Platform/Linux/LinuxSystem.h"
 #include "Platform/Path.h"
 #include "Worker/Identity.h"
 
@@ -58,10 +62,18 @@ bool SettingsStore::setFlag(const std::string& key, bool on) {
   return shared()->write(key, on) && shared()->checkpoint();
 }
 
-std::string SettingsStore::homeFolder() const {
-  const auto value = shared()->read(kUserFolderKey);
-  const auto* home = value ? value->as<std::string>() : nullptr;
-  return home != nullptr ? *home : "";
+Home SettingsStore::home() const {
+  platform::linux_::SecurityScopes none;
+  const platform::linux_::LinuxSystem system(none);
+  const auto isFolder = [](const std::string& path) {
+    std::error_code ignored;
+    return std::filesystem::is_directory(path, ignored);
+  };
+  const auto contentsOf = [](const std::string& path) -> std::optional<std::string> {
+    std::ifstream file(path);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+  };
+  return Home::of(*domains_.suite(kSharedSuite), system, isFolder, contentsOf);
 }
 
 std::vector<std::string> SettingsStore::grants() const {
@@ -87,6 +99,15 @@ bool SettingsStore::isGranted(const std::string& folder) const {
   const std::vector<std::string> granted = grants();
   return std::any_of(granted.begin(), granted.end(),
                      [&](const std::string& path) { return platform::isPathInside(folder, path); });
+}
+
+SettingsStore::Allowed SettingsStore::allowed(const Browser& browser) const {
+  const std::vector<std::string> needed = home().foldersNeededBy(browser);
+  if (needed.empty()) return Allowed::kNothingThere;
+  const auto count =
+      std::count_if(needed.begin(), needed.end(), [this](const std::string& folder) { return isGranted(folder); });
+  if (count == 0) return Allowed::kNone;
+  return static_cast<std::size_t>(count) == needed.size() ? Allowed::kAll : Allowed::kSome;
 }
 
 }  // namespace tidewell

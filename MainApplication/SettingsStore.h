@@ -8,6 +8,7 @@
 
 #include "Platform/Linux/SqliteUserDefaults.h"
 #include "Worker/Browsers.h"
+#include "Worker/Home.h"
 
 namespace tidewell {
 
@@ -21,8 +22,8 @@ class SettingsStore {
   bool flag(const std::string& key) const;
   bool setFlag(const std::string& key, bool on);
 
-  /// The person's home folder as the worker knows it; "" before the worker has ever run.
-  std::string homeFolder() const;
+  /// The person's home, as the worker sees it; by the password database before the worker has ever run.
+  Home home() const;
 
   /// The folders and files that are granted, as paths, sorted.
   std::vector<std::string> grants() const;
@@ -32,6 +33,10 @@ class SettingsStore {
 
   /// Whether the folder, or one above it, is granted.
   bool isGranted(const std::string& folder) const;
+
+  enum class Allowed { kNothingThere, kNone, kSome, kAll };
+  /// How many of the folders that a browser's cleaning needs are granted.
+  Allowed allowed(const Browser& browser) const;
 
  private:
   std::shared_ptr<platform::linux_::DefaultsFile> shared() const;

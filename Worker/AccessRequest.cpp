@@ -1,10 +1,13 @@
 // The main application's request: obtains the grants that later runs will need, while the person is looking.
 
+#include <map>
 #include <utility>
 
 #include "Platform/Format.h"
+#include "Platform/Path.h"
 #include "Platform/Platform.h"
 #include "Worker/Browsers.h"
+#include "Worker/Home.h"
 #include "Worker/PluginFolders.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/sandbox/Sandbox.h"
@@ -18,6 +21,22 @@ constexpr char kBookmarked[] = "bookmarked: %@ ";  // the trailing blank is part
 constexpr char kSafariFolder[] = "~/Library/Safari/";
 constexpr char kCachesFolder[] = "~/Library/Caches";
 
+/// Asks for the folders that there are, each by itself and once. A list in one that was granted may name more.
+void askForFolders(const Browser& browser, Home home) {
+  std::map<std::string, bool> isGranted;
+  const auto ask = [&] {
+    for (const std::string& folder : home.foldersNeededBy(browser)) {
+      if (!isGranted.contains(folder)) isGranted[folder] = Sandbox::accessFolder(folder);
+    }
+  };
+  home.contentsOf = [](const std::string&) { return std::nullopt; };
+  ask();
+  home.contentsOf = [&isGranted](const std::string& path) {
+    return isGranted[platform::deletingLastPathComponent(path)] ? Sandbox::contentsOf(path) : std::nullopt;
+  };
+  ask();
+}
+
 }  // namespace
 
 void WorkerAppDelegate::answerFrom_reply(const std::string& bundleIdentifier, Reply reply) {
@@ -28,6 +47,8 @@ void WorkerAppDelegate::answerFrom_reply(const std::string& bundleIdentifier, Re
     platform::BlockOperation request;
     // Whether a grant could be obtained is not looked at: the answer says that the request was processed.
     request.block = [browser] {
+      Home home = Home::current();
+      if (home.layout == HomeLayout::kXDG) return askForFolders(*browser, std::move(home));
       Sandbox::access(std::string(browser->dataFolder));
       if (browser->name == kSafari) {
         Sandbox::access(kSafariFolder);

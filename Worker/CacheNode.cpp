@@ -4,8 +4,10 @@
 #include "Platform/FileManager.h"
 #include "Platform/Path.h"
 #include "Worker/Browsers.h"
+#include "Worker/Home.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/sandbox/Sandbox.h"
+#include "Worker/stores/CurrentStores.h"
 
 namespace tidewell {
 namespace {
@@ -20,6 +22,7 @@ constexpr const char* kFirefoxProfileCaches[] = {"Cache", "OfflineCache", "start
 constexpr char kFirefoxSecureSites[] = "SiteSecurityServiceState.txt";
 constexpr char kGPUCache[] = "GPUCache";
 constexpr const char* kChromeProfileCaches[] = {"Application Cache", kGPUCache, "TransportSecurity"};
+constexpr char kPluginCacheInFolder[] = "Flash_Player/AssetCache";  // on a home without a Library
 constexpr const char* kPluginCaches[] = {"~/Library/Caches/Adobe/Flash Player/AssetCache",
                                          "~/Library/Caches/QuickTime/downloads"};
 
@@ -52,6 +55,8 @@ void walkTemporaryFolders(const std::string& folder, int level) {
 }  // namespace
 
 void WorkerAppDelegate::removeBrowserCache(const std::string& browserName) {
+  const Home home = Home::current();
+  if (!home.mayHave(browserName)) return;
   if (browserName == kSafari) {
     for (const char* cache : kSafariCaches) {
       Sandbox::remove(appendingPathComponent(browserNamed(kSafari)->cacheFolder, cache));
@@ -62,7 +67,13 @@ void WorkerAppDelegate::removeBrowserCache(const std::string& browserName) {
   } else if (browserName == kFirefox) {
     clearFireFoxCache();
   }
-  for (const char* cache : kPluginCaches) Sandbox::remove(cache);
+  cleanCurrentStores(StoreGroup::kCaches, browserName);
+  if (home.layout == HomeLayout::kLibrary) {
+    for (const char* cache : kPluginCaches) Sandbox::remove(cache);
+  }
+  for (const std::string& folder : home.pluginFolders()) {
+    Sandbox::remove(appendingPathComponent(folder, kPluginCacheInFolder));
+  }
 }
 
 void WorkerAppDelegate::clearExtraCookieCache() {
@@ -71,29 +82,31 @@ void WorkerAppDelegate::clearExtraCookieCache() {
 
 void WorkerAppDelegate::clearChromeCache(const std::string& browserName) {
   if (!isOfChromeFamily(browserName)) return;
-  const Browser& browser = *browserNamed(browserName);
-  const ProfileMap profiles = profileMap(browserName);
-  // Removed twice for Opera, whose profile is the data folder itself: the second time there is nothing. Meant.
-  if (browserName == kOpera) Sandbox::remove(appendingPathComponent(browser.dataFolder, kGPUCache));
-  for (const auto& [folder, displayName] : profiles) {
-    Sandbox::remove(appendingPathComponent(browser.cacheFolder, folder));
-    const std::string profile = appendingPathComponent(browser.dataFolder, folder);
-    for (const char* cache : kChromeProfileCaches) Sandbox::remove(appendingPathComponent(profile, cache));
+  const Home home = Home::current();
+  const std::vector<ProfilePlaces> profiles = profilesOf(browserName);
+  if (browserName == kOpera) {
+    // Removed twice for Opera, whose profile is the data folder itself: the second time there is nothing. Meant.
+    for (const Installation& installation : home.installationsOf(*browserNamed(kOpera))) {
+      Sandbox::remove(appendingPathComponent(installation.dataFolder, kGPUCache));
+    }
+  }
+  for (const ProfilePlaces& profile : profiles) {
+    for (const std::string& caches : profile.cacheFolders) {
+      // The folder itself may be all that was granted there.
+      home.layout == HomeLayout::kLibrary ? Sandbox::remove(caches) : Sandbox::removeContentsOf(caches);
+    }
+    for (const char* cache : kChromeProfileCaches) Sandbox::remove(appendingPathComponent(profile.folder, cache));
   }
 }
 
 void WorkerAppDelegate::clearFireFoxCache() {
-  const Browser& browser = *browserNamed(kFirefox);
-  const std::string caches(browser.cacheFolder);
-  for (const std::string& entry : Sandbox::folderContentsOf(caches)) {
-    const std::string profile = appendingPathComponent(caches, entry);
+  for (const std::string& profile : firefoxCaches()) {
     if (!isDirectory(profile)) continue;
     for (const char* cache : kFirefoxProfileCaches) Sandbox::remove(appendingPathComponent(profile, cache));
   }
-  const std::string profiles(browser.dataFolder);
-  for (const std::string& entry : Sandbox::folderContentsOf(profiles)) {
+  for (const std::string& profile : firefoxProfiles()) {
     // What is no profile has no such file, and then nothing is removed.
-    Sandbox::remove(appendingPathComponent(appendingPathComponent(profiles, entry), kFirefoxSecureSites));
+    Sandbox::remove(appendingPathComponent(profile, kFirefoxSecureSites));
   }
 }
 

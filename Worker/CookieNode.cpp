@@ -5,8 +5,10 @@
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
 #include "Worker/Browsers.h"
+#include "Worker/Home.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/sandbox/Sandbox.h"
+#include "Worker/stores/CurrentStores.h"
 
 namespace tidewell {
 namespace {
@@ -25,6 +27,7 @@ constexpr char kDeleteChannelIDs[] = "DELETE FROM origin_bound_certs;";
 }  // namespace
 
 void WorkerAppDelegate::removeCookies(const std::string& browserName) {
+  if (!Home::current().mayHave(browserName)) return;
   if (browserName == kSafari) {
     platform::Dispatch& dispatch = platform::Platform::current().dispatch;
     dispatch.after(kSafariDelay, dispatch.mainQueue(), [self = shared_from_this()] {
@@ -32,24 +35,23 @@ void WorkerAppDelegate::removeCookies(const std::string& browserName) {
       self->executeScript();
     });
   } else if (browserName == kFirefox) {
-    const std::string profiles(browserNamed(kFirefox)->dataFolder);
-    for (const std::string& entry : Sandbox::folderContentsOf(profiles)) {
-      const std::string profile = appendingPathComponent(profiles, entry);
+    for (const std::string& profile : firefoxProfiles()) {
       Sandbox::remove(appendingPathComponent(profile, kFirefoxCookies));
       Sandbox::remove(appendingPathComponent(profile, kFirefoxPermissions));  // what sites were allowed goes too
     }
   } else if (isOfChromeFamily(browserName)) {
     deleteChromeChannelID(browserName);
-    for (const std::string& profile : profileFolders(browserName)) {
-      Sandbox::remove(appendingPathComponent(profile, kChromeCookies));
+    for (const ProfilePlaces& profile : profilesOf(browserName)) {
+      Sandbox::remove(appendingPathComponent(profile.folder, kChromeCookies));
     }
   }
+  cleanCurrentStores(StoreGroup::kCookies, browserName);
 }
 
 void WorkerAppDelegate::deleteChromeChannelID(const std::string& browserName) {
   if (!isOfChromeFamily(browserName)) return;
-  for (const std::string& profile : profileFolders(browserName)) {
-    Sandbox::runSql_onfile(kDeleteChannelIDs, appendingPathComponent(profile, kChannelIDs));
+  for (const ProfilePlaces& profile : profilesOf(browserName)) {
+    Sandbox::runSql_onfile(kDeleteChannelIDs, appendingPathComponent(profile.folder, kChannelIDs));
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include "Platform/Path.h"
 #include "Worker/Browsers.h"
+#include "Worker/Home.h"
 #include "Worker/PluginFolders.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/sandbox/Sandbox.h"
@@ -9,7 +10,8 @@
 namespace tidewell {
 namespace {
 
-constexpr char kPepperData[] = "/Pepper Data";  // appended to a profile's folder as text
+constexpr char kFlashPlayerInFolder[] = "Flash_Player";  // on a home without a Library; others may lie beside it
+constexpr char kPepperData[] = "/Pepper Data";           // appended to a profile's folder as text
 
 /// Google Chrome and Chromium carry a Flash plug-in of their own, whose data lies in each profile.
 bool hasFlashOfItsOwn(const std::string& browserName) {
@@ -19,19 +21,22 @@ bool hasFlashOfItsOwn(const std::string& browserName) {
 }  // namespace
 
 void WorkerAppDelegate::removeFlash(const std::string& browserName) {
+  const Home home = Home::current();
+  if (!home.mayHave(browserName)) return;
   if (hasFlashOfItsOwn(browserName)) {
     clearChromeFlash(browserName);
-  } else {
+  } else if (home.layout == HomeLayout::kLibrary) {
     Sandbox::remove(kFlashPlayerFolder);
+  } else {
+    for (const std::string& folder : home.pluginFolders()) {
+      Sandbox::remove(platform::appendingPathComponent(folder, kFlashPlayerInFolder));
+    }
   }
 }
 
 void WorkerAppDelegate::clearChromeFlash(const std::string& browserName) {
   if (!hasFlashOfItsOwn(browserName)) return;
-  const Browser* browser = browserNamed(browserName);
-  for (const auto& [folder, displayName] : userProfiles(browserName)) {
-    Sandbox::remove(platform::appendingPathComponent(browser->dataFolder, folder) + kPepperData);
-  }
+  for (const ProfilePlaces& profile : profilesOf(browserName)) Sandbox::remove(profile.folder + kPepperData);
 }
 
 }  // namespace tidewell

@@ -17,5 +17,8 @@ inline constexpr char kEnabledBrowsersKey[] = "enabledBrowsers";            // a
 inline constexpr char kDisplayNotificationsKey[] = "displayNotifications";  // boolean, absent: no
 inline constexpr char kUserFolderKey[] = "userFolder";                      // string, the real home folder
 inline constexpr char kSecureDeleteDataKey[] = "secureDeleteData";          // boolean, absent: no
+inline constexpr char kHomeLayoutKey[] = "homeLayout";                      // "Library" or "XDG", absent: found out
+inline constexpr char kCurrentStoresKey[] = "currentStores";                // boolean, absent: by the layout
+inline constexpr char kStartedWithKey[] = "startedWith";  // array of [bundle identifier, folder], written by the worker
 
 }  // namespace tidewell

@@ -4,8 +4,10 @@
 #include "Platform/Format.h"
 #include "Platform/Path.h"
 #include "Worker/Browsers.h"
+#include "Worker/Home.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/sandbox/Sandbox.h"
+#include "Worker/stores/CurrentStores.h"
 
 namespace tidewell {
 namespace {
@@ -78,13 +80,26 @@ void removeIfThere(const std::string& path) {
 }  // namespace
 
 void WorkerAppDelegate::removeNonFavLocalStorage(const std::string& browserName) {
+  const Home home = Home::current();
+  if (!home.mayHave(browserName)) return;
+  // Those of today keep the storage of extensions in the same folders.
+  const bool spares = home.cleansCurrentStores;
   if (browserName == kSafari) {
     removeSafariStorage();
   } else if (isOfChromeFamily(browserName)) {
-    for (const std::string& profile : profileFolders(browserName)) removeChromeStorage(profile, browserName);
+    for (const ProfilePlaces& profile : profilesOf(browserName)) {
+      removeChromeStorage(profile.folder, browserName);
+      if (!spares) removeIfThere(appendingPathComponent(profile.folder, kChromeIndexedDB));
+    }
   } else if (browserName == kFirefox) {
-    removeFirefoxStorage();
+    for (const std::string& profile : firefoxProfiles()) {
+      if (!isDirectory(profile)) continue;
+      removeFirefoxTable(profile);
+      if (spares) continue;
+      for (const char* storage : kFirefoxStorages) removeIfThere(appendingPathComponent(profile, storage));
+    }
   }
+  cleanCurrentStores(StoreGroup::kSiteStorage, browserName);
 }
 
 void WorkerAppDelegate::removeSafariStorage() {
@@ -131,23 +146,14 @@ void WorkerAppDelegate::removeChromeStorage(const std::string& profile, const st
     }
     Sandbox::removeFiles(paths);
   }
-
-  removeIfThere(appendingPathComponent(profile, kChromeIndexedDB));
 }
 
-void WorkerAppDelegate::removeFirefoxStorage() {
-  const std::string profiles(browserNamed(kFirefox)->dataFolder);
-  for (const std::string& name : Sandbox::folderContentsOf(profiles)) {
-    const std::string profile = appendingPathComponent(profiles, name);
-    if (!isDirectory(profile)) continue;
-    const std::string table = appendingPathComponent(profile, kFirefoxTable);
-    if (Sandbox::fileExists(table)) {
-      const Texts scopes =
-          mozillaLocalStorage(textsOf(Sandbox::returnArrayFromSql_onfile(kSelectScopes, table), kScopeColumn));
-      Sandbox::runSql_onfile(statementFor(kDeleteScopes, scopes), table);
-    }
-    for (const char* storage : kFirefoxStorages) removeIfThere(appendingPathComponent(profile, storage));
-  }
+void WorkerAppDelegate::removeFirefoxTable(const std::string& profile) {
+  const std::string table = appendingPathComponent(profile, kFirefoxTable);
+  if (!Sandbox::fileExists(table)) return;
+  const Texts scopes =
+      mozillaLocalStorage(textsOf(Sandbox::returnArrayFromSql_onfile(kSelectScopes, table), kScopeColumn));
+  Sandbox::runSql_onfile(statementFor(kDeleteScopes, scopes), table);
 }
 
 }  // namespace tidewell

@@ -1,5 +1,6 @@
 // Removes what the Silverlight plug-in keeps for sites, whichever browser quit.
 
+#include "Worker/Home.h"
 #include "Worker/PluginFolders.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/sandbox/Sandbox.h"
@@ -7,7 +8,8 @@
 namespace tidewell {
 
 void WorkerAppDelegate::removeSilverlight() {
-  Sandbox::remove(kSilverlightFolder);
+  // There was never one for other homes.
+  if (Home::current().layout == HomeLayout::kLibrary) Sandbox::remove(kSilverlightFolder);
 }
 
 }  // namespace tidewell

@@ -1,9 +1,11 @@
-// Finds the profiles of Google Chrome and Chromium in the file "Local State".
+// Finds the profiles: of Google Chrome and Chromium in the file "Local State", of Firefox as the folders that there
+// are.
 
 #include <nlohmann/json.hpp>
 
 #include "Platform/Path.h"
 #include "Worker/Browsers.h"
+#include "Worker/Home.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/sandbox/Sandbox.h"
 
@@ -12,7 +14,10 @@ namespace {
 
 using nlohmann::json;
 
+using platform::appendingPathComponent;
+
 constexpr char kLocalState[] = "Local State";
+constexpr char kPreferences[] = "Preferences";  // every profile has one
 
 /// The object member of that name; null when `object` is no object or has no such member.
 const json* member(const json* object, const char* name) {
@@ -21,12 +26,9 @@ const json* member(const json* object, const char* name) {
   return found != object->end() ? &*found : nullptr;
 }
 
-}  // namespace
-
-ProfileMap WorkerAppDelegate::userProfiles(const std::string& browserName) {
-  const Browser* browser = browserNamed(browserName == kGoogleChrome ? kGoogleChrome : kChromium);
-  const std::string text =
-      Sandbox::contentsOf(platform::appendingPathComponent(browser->dataFolder, kLocalState)).value_or("");
+/// The profiles that the "Local State" in a data folder lists, each with its display name.
+ProfileMap profilesListedIn(const std::string& dataFolder) {
+  const std::string text = Sandbox::contentsOf(appendingPathComponent(dataFolder, kLocalState)).value_or("");
   const json localState = json::parse(text, nullptr, /*allow_exceptions=*/false);
 
   ProfileMap profiles;
@@ -39,17 +41,87 @@ ProfileMap WorkerAppDelegate::userProfiles(const std::string& browserName) {
   return profiles;
 }
 
+/// The profiles on a home without a Library: those that are listed, and those that a browser has not come to list.
+ProfileMap profilesFoundIn(const std::string& dataFolder, std::string_view browserName) {
+  ProfileMap profiles = profilesListedIn(dataFolder);
+  std::erase_if(profiles, [](const auto& profile) { return !platform::isPlainName(profile.first); });
+  for (const std::string& name : Sandbox::entriesOf(dataFolder)) {
+    const std::string folder = appendingPathComponent(dataFolder, name);
+    if (isDirectory(folder) && Sandbox::fileExists(appendingPathComponent(folder, kPreferences))) {
+      profiles.emplace(name, name);
+    }
+  }
+  // Opera keeps its one profile in the data folder itself, or in a folder in it.
+  if (browserName == kOpera) profiles.emplace("", kOpera);
+  return profiles;
+}
+
+/// Everything that lies in a folder of profiles: what is no profile has none of what one holds.
+void appendEntries(std::vector<std::string>& profiles, const std::string& folder, const Home& home) {
+  const bool isLibrary = home.layout == HomeLayout::kLibrary;
+  for (const std::string& name : isLibrary ? Sandbox::folderContentsOf(folder) : Sandbox::entriesOf(folder)) {
+    profiles.push_back(appendingPathComponent(folder, name));
+  }
+}
+
+}  // namespace
+
+ProfileMap WorkerAppDelegate::userProfiles(const std::string& browserName) {
+  const Browser& browser = *browserNamed(browserName == kGoogleChrome ? kGoogleChrome : kChromium);
+  const Home home = Home::current();
+  ProfileMap profiles;
+  for (const Installation& installation : home.installationsOf(browser)) {
+    profiles.merge(home.layout == HomeLayout::kLibrary ? profilesListedIn(installation.dataFolder)
+                                                       : profilesFoundIn(installation.dataFolder, browser.name));
+  }
+  return profiles;
+}
+
 ProfileMap WorkerAppDelegate::profileMap(const std::string& browserName) {
   if (browserName == kGoogleChrome || browserName == kChromium) return userProfiles(browserName);
   return {{"", std::string(kOpera)}};
 }
 
-std::vector<std::string> WorkerAppDelegate::profileFolders(const std::string& browserName) {
-  std::vector<std::string> folders;
-  for (const auto& [folder, displayName] : profileMap(browserName)) {
-    folders.push_back(platform::appendingPathComponent(browserNamed(browserName)->dataFolder, folder));
+std::vector<ProfilePlaces> WorkerAppDelegate::profilesOf(const std::string& browserName) {
+  const Browser& browser = *browserNamed(browserName);
+  const Home home = Home::current();
+  std::vector<ProfilePlaces> profiles;
+  for (const Installation& installation : home.installationsOf(browser)) {
+    const ProfileMap found = home.layout == HomeLayout::kLibrary
+                                 ? profileMap(browserName)
+                                 : profilesFoundIn(installation.dataFolder, browserName);
+    for (const auto& [name, displayName] : found) {
+      ProfilePlaces profile{appendingPathComponent(installation.dataFolder, name), {}};
+      for (const std::string& caches : installation.cacheFolders) {
+        profile.cacheFolders.push_back(appendingPathComponent(caches, name));
+      }
+      profiles.push_back(std::move(profile));
+    }
   }
-  return folders;
+  return profiles;
+}
+
+std::vector<std::string> WorkerAppDelegate::firefoxProfiles() {
+  const Home home = Home::current();
+  std::vector<std::string> profiles;
+  for (const Installation& installation : home.installationsOf(*browserNamed(kFirefox))) {
+    if (installation.kind == Installation::Kind::kProfile) {
+      profiles.push_back(installation.dataFolder);
+    } else {
+      appendEntries(profiles, installation.dataFolder, home);
+    }
+  }
+  return profiles;
+}
+
+std::vector<std::string> WorkerAppDelegate::firefoxCaches() {
+  const Home home = Home::current();
+  std::vector<std::string> profiles;
+  for (const Installation& installation : home.installationsOf(*browserNamed(kFirefox))) {
+    if (installation.kind == Installation::Kind::kProfile) profiles.push_back(installation.dataFolder);
+    for (const std::string& caches : installation.cacheFolders) appendEntries(profiles, caches, home);
+  }
+  return profiles;
 }
 
 }  // namespace tidewell

@@ -9,6 +9,7 @@
 #include "Platform/Platform.h"
 #include "Worker/Browsers.h"
 #include "Worker/Identity.h"
+#include "Worker/StartedWith.h"
 
 namespace tidewell {
 namespace {
@@ -81,6 +82,7 @@ void WorkerAppDelegate::appTerminated(const platform::ApplicationNotification& n
 
   const std::string browserName = isOpera ? std::string(kOpera) : name;
   if (!checkIfBrowserEnabled(browserName)) return;
+  rememberFolders(*browserNamed(browserName), notification.processes);
   // Both runs do the full work: what the browser wrote while it was going is caught by the second.
   clearData_andNotify(browserName, false);
   platform::Dispatch& dispatch = Platform::current().dispatch;

@@ -16,11 +16,18 @@
 #include "Platform/UserUnixTask.h"
 #include "Platform/Workspace.h"
 #include "Worker/Agent.h"
+#include "Worker/stores/CurrentStores.h"
 
 namespace tidewell {
 
 /// From the name of a profile's folder, relative to the browser's data folder, to the profile's display name.
 using ProfileMap = std::map<std::string, std::string>;
+
+/// Where one profile lies.
+struct ProfilePlaces {
+  std::string folder;
+  std::vector<std::string> cacheFolders;  // the profile's own
+};
 
 class WorkerAppDelegate : public Agent,
                           public platform::RemoteListenerDelegate,
@@ -66,15 +73,22 @@ class WorkerAppDelegate : public Agent,
   // Browser profile discovery.
 
   /// The profiles that Google Chrome's "Local State" lists, or, for any other name, Chromium's. Empty when the file
-  /// can't be read or lists none; a profile without a display name is left out.
+  /// can't be read or lists none; a profile without a display name is left out. On a home without a Library those of
+  /// all installations, listed or not.
   ProfileMap userProfiles(const std::string& browserName);
 
   /// The profiles of a browser as every cleaner visits them: those of userProfiles() for Google Chrome and Chromium;
   /// for any other name the single unnamed profile "" of Opera, whose folder is the data folder itself.
   ProfileMap profileMap(const std::string& browserName);
 
-  /// The profiles of a browser of the Chrome family as folders, beginning with "~".
-  std::vector<std::string> profileFolders(const std::string& browserName);
+  /// The profiles of a browser of the Chrome family, in all of its installations.
+  std::vector<ProfilePlaces> profilesOf(const std::string& browserName);
+
+  /// What may be a profile of Firefox, in all of its installations.
+  std::vector<std::string> firefoxProfiles();
+
+  /// Where the caches of Firefox's profiles may lie.
+  std::vector<std::string> firefoxCaches();
 
   // CookieNode.
 
@@ -123,9 +137,10 @@ class WorkerAppDelegate : public Agent,
  private:
   WorkerAppDelegate() = default;
 
+  void cleanCurrentStores(StoreGroup group, const std::string& browserName);
   void removeSafariStorage();
   void removeChromeStorage(const std::string& profile, const std::string& browserName);
-  void removeFirefoxStorage();
+  void removeFirefoxTable(const std::string& profile);
 
   platform::Workspace::ObserverToken observerToken_ = 0;
 };

@@ -26,10 +26,23 @@ tidewell_test(worker_tests
 tidewell_test(database_tests
   SOURCES
     Worker/database/DefaultEncodingTest.cpp
+    Worker/database/LevelDamageTest.cpp
+    Worker/database/LevelDatabaseTest.cpp
+    Worker/database/LevelFailureTest.cpp
+    Worker/database/LevelSizeTest.cpp
     Worker/database/RowsTest.cpp
     Worker/database/SqliteBindingTest.cpp
     Worker/database/SqliteFilesTest.cpp
     Worker/database/SqliteLockTest.cpp
     Worker/database/SqliteQueryTest.cpp
     Worker/database/SqliteTest.cpp
-  LIBRARIES worker_database test_support)
+  LIBRARIES worker_database leveldb_static test_support)
+
+# Files that hold more than what sites have left: pure functions of their bytes.
+tidewell_test(stores_tests
+  SOURCES
+    Worker/stores/CacheStorageIndexTest.cpp
+    Worker/stores/JsonPartsTest.cpp
+    Worker/stores/PreferencesTest.cpp
+    Worker/stores/SessionStoreTest.cpp
+  LIBRARIES worker lz4_static)

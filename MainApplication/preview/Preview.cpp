@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <set>
 
 #include "MainApplication/preview/PreviewFiles.h"
 #include "MainApplication/preview/PreviewSettings.h"
@@ -111,12 +112,25 @@ std::map<std::string, std::uint64_t> rowCounts(const std::string& path) {
 }
 
 void appendItems(const PreviewFiles& files, Preview& preview) {
-  for (const std::string& path : files.removals()) {
-    const bool isCounted = std::any_of(preview.items.begin(), preview.items.end(), [&](const PreviewedItem& item) {
-      return platform::isPathInside(path, item.path);
-    });
-    if (isCounted) continue;
+  const std::vector<std::string>& removals = files.removals();
+  const std::set<std::string> all(removals.begin(), removals.end());
+  const auto isInsideAnother = [&all](std::string path) {
+    while (path.size() > 1) {
+      path = platform::deletingLastPathComponent(path);
+      if (all.contains(path)) return true;
+    }
+    return false;
+  };
+  for (const std::string& path : removals) {
+    if (isInsideAnother(path)) continue;  // counted there
     if (auto item = measured(path)) preview.items.push_back(std::move(*item));
+  }
+}
+
+void appendRewritings(const PreviewFiles& files, Preview& preview) {
+  for (const auto& [path, size] : files.replacements()) {
+    const auto before = measured(path);
+    preview.rewritings.push_back({path, before && before->bytes > size ? before->bytes - size : 0});
   }
 }
 
@@ -164,6 +178,7 @@ Preview Preview::of(const Browser& browser, platform::UserDefaultsDomains& setti
   Preview preview;
   appendItems(files, preview);
   appendRows(files, preview);
+  appendRewritings(files, preview);
   return preview;
 }
 

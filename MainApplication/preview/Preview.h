@@ -25,9 +25,16 @@ struct PreviewedRows {
   std::uint64_t rows = 0;
 };
 
+/// A file, or a database in a folder, of which a part stays.
+struct PreviewedRewriting {
+  std::string path;
+  std::uint64_t bytes = 0;  // how many fewer it would have
+};
+
 struct Preview {
   std::vector<PreviewedItem> items;  // those that exist, in the order of the run
   std::vector<PreviewedRows> rows;
+  std::vector<PreviewedRewriting> rewritings;
 
   /// Installs a platform of its own while it works. The settings are only read.
   static Preview of(const Browser& browser, platform::UserDefaultsDomains& settings);

@@ -1,7 +1,10 @@
 #include "MainApplication/preview/PreviewFiles.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+
+#include "Platform/Path.h"
 
 namespace tidewell {
 namespace {
@@ -33,7 +36,33 @@ TemporaryFolder::~TemporaryFolder() {
 PreviewFiles::PreviewFiles(platform::linux_::SecurityScopes& scopes, std::string scriptsFolder)
     : LinuxFileManager(scopes, std::move(scriptsFolder)) {}
 
+bool PreviewFiles::isMade(const std::string& path) const {
+  return std::any_of(made_.begin(), made_.end(),
+                     [&path](const auto& made) { return platform::isPathInside(path, made.first); });
+}
+
+std::error_code PreviewFiles::createFolder(const std::string& path) {
+  made_[path] = 0;
+  return {};
+}
+
+std::error_code PreviewFiles::createFile(const std::string& path, std::string_view contents, unsigned) {
+  made_[path] = contents.size();
+  return {};
+}
+
+std::error_code PreviewFiles::exchangeItems(const std::string& path, const std::string& other) {
+  const std::string& fresh = isMade(other) ? other : path;
+  std::uint64_t& size = replacements_[isMade(other) ? path : other];
+  size = 0;
+  for (const auto& [item, bytes] : made_) {
+    if (platform::isPathInside(item, fresh)) size += bytes;
+  }
+  return {};
+}
+
 std::error_code PreviewFiles::removeItem(const std::string& path) {
+  if (isMade(path)) return {};  // what it would hold by then has been replaced, and is counted as that
   if (removed_.insert(path).second) removals_.push_back(path);
   return {};
 }

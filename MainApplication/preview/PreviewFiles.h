@@ -1,10 +1,12 @@
 // Files that are only looked at: removals are written down, and databases are handed out as copies.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Platform/Linux/LinuxFileManager.h"
@@ -35,6 +37,12 @@ class PreviewFiles : public platform::linux_::LinuxFileManager {
   /// The databases that were asked for, and where the copies lie that statements have worked on.
   const std::map<std::string, std::string>& copies() const { return copies_; }
 
+  /// What would have taken the place of something, and its size in bytes.
+  const std::map<std::string, std::uint64_t>& replacements() const { return replacements_; }
+
+  std::error_code createFolder(const std::string& path) override;
+  std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override;
+  std::error_code exchangeItems(const std::string& path, const std::string& other) override;
   std::error_code removeItem(const std::string& path) override;
   std::error_code removeOverwrittenItem(const std::string& path) override;
   std::error_code copyItem(const platform::FileURL& source, const platform::FileURL& destination) override;
@@ -45,6 +53,10 @@ class PreviewFiles : public platform::linux_::LinuxFileManager {
   bool copy(const std::string& database, const std::string& to) const;
 
   TemporaryFolder folder_;
+  bool isMade(const std::string& path) const;
+
+  std::map<std::string, std::uint64_t> made_;  // sizes of what does not exist in earnest; 0 of folders
+  std::map<std::string, std::uint64_t> replacements_;
   std::set<std::string> removed_;
   std::vector<std::string> removals_;
   mutable std::map<std::string, std::string> copies_;

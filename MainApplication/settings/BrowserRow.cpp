@@ -36,11 +36,13 @@ Glib::RefPtr<const Gio::Icon> iconOf(const Browser& browser) {
 const char* textOf(const BrowserRow::State& state) {
   if (state.isAsking) return ::dgettext("tidewell", "Waiting for your answer…");
   switch (state.folders) {
-    case BrowserRow::Folders::kAll:
+    case BrowserRow::Allowed::kNothingThere:
+      return ::dgettext("tidewell", "It keeps nothing in this home");
+    case BrowserRow::Allowed::kAll:
       return ::dgettext("tidewell", "Its folders are allowed");
-    case BrowserRow::Folders::kSome:
+    case BrowserRow::Allowed::kSome:
       return ::dgettext("tidewell", "Some of its folders are allowed");
-    case BrowserRow::Folders::kNone:
+    case BrowserRow::Allowed::kNone:
       break;
   }
   return ::dgettext("tidewell", "Its folders are not allowed");
@@ -99,7 +101,7 @@ void BrowserRow::show(const State& state) {
   enabled_.set_active(state.isEnabled);
   folders_.set_text(textOf(state));
   spinner_.set_spinning(state.isAsking);
-  allow_.set_sensitive(!state.isAsking && state.folders != Folders::kAll);
+  allow_.set_sensitive(!state.isAsking && (state.folders == Allowed::kNone || state.folders == Allowed::kSome));
 }
 
 }  // namespace tidewell

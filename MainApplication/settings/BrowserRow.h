@@ -5,6 +5,7 @@
 
 #include <functional>
 
+#include "MainApplication/SettingsStore.h"
 #include "Worker/Browsers.h"
 
 namespace tidewell {
@@ -18,10 +19,10 @@ class BrowserRow : public Gtk::Box {
     std::function<void()> preview;
   };
 
-  enum class Folders { kNone, kSome, kAll };  // are allowed
+  using Allowed = SettingsStore::Allowed;
   struct State {
     bool isEnabled = false;
-    Folders folders = Folders::kNone;
+    Allowed folders = Allowed::kNone;
     bool isAsking = false;  // a panel is open, or will be
   };
 

@@ -45,6 +45,10 @@ std::string readable(const Json& preview, const std::string& home) {
                        {table.at("table").get<std::string>(), counted(table.at("rows"))}) +
              '\n';
   }
+  for (const Json& rewriting : preview.at("rewritten")) {
+    lines += shortened(rewriting.at("path"), home) + '\n' + kIndent;
+    lines += formatted(::dgettext("tidewell", "What sites have left in it: %@"), {sized(rewriting.at("bytes"))}) + '\n';
+  }
   if (lines.empty()) return ::dgettext("tidewell", "There is nothing to remove.");
   const Json& total = preview.at("total");
   return lines + '\n' +

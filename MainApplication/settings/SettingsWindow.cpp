@@ -3,12 +3,10 @@
 #include <libintl.h>
 
 #include <algorithm>
-#include <array>
 
 #include "MainApplication/settings/Accessible.h"
 #include "Platform/Format.h"
 #include "Worker/Identity.h"
-#include "Worker/PluginFolders.h"
 
 namespace tidewell {
 namespace {
@@ -172,23 +170,11 @@ void SettingsWindow::preview(const Browser& browser) {
   preview_->present();
 }
 
-BrowserRow::Folders SettingsWindow::foldersOf(const Browser& browser) const {
-  const std::string home = settings_.homeFolder();
-  if (home.empty()) return BrowserRow::Folders::kNone;
-  const std::array<std::string_view, 4> folders = {browser.dataFolder, browser.cacheFolder, kSilverlightFolder,
-                                                   kFlashPlayerFolder};
-  const auto allowed = std::count_if(folders.begin(), folders.end(), [&](std::string_view folder) {
-    return settings_.isGranted(home + std::string(folder.substr(1)));  // without the "~"
-  });
-  if (allowed == 0) return BrowserRow::Folders::kNone;
-  return allowed == static_cast<int>(folders.size()) ? BrowserRow::Folders::kAll : BrowserRow::Folders::kSome;
-}
-
 void SettingsWindow::showState() {
   isShowing_ = true;
   for (std::size_t index = 0; index < rows_.size(); ++index) {
     const Browser& browser = browsers()[index];
-    rows_[index]->show({settings_.isEnabled(browser), foldersOf(browser), asking_.contains(&browser)});
+    rows_[index]->show({settings_.isEnabled(browser), settings_.allowed(browser), asking_.contains(&browser)});
   }
   for (const Option& option : options_) option.widget->set_active(settings_.flag(option.key));
   isShowing_ = false;

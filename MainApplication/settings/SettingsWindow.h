@@ -40,7 +40,6 @@ class SettingsWindow : public Gtk::ApplicationWindow {
   void answered(const Browser& browser, WorkerClient::Outcome outcome);
   void workerRuns(bool isRunning);
 
-  BrowserRow::Folders foldersOf(const Browser& browser) const;
   void showState();
   void showMessage(const std::string& text);  // "" for none
 

@@ -2,6 +2,7 @@
 open panel, a home folder, the worker, and programs that are named as browsers are."""
 
 import os
+import pwd
 import shutil
 import signal
 import subprocess
@@ -112,12 +113,12 @@ def path_of(url):
 class Worker:
     """The worker's process; `log` holds what it has written so far."""
 
-    def __init__(self, program, environment, on_line=None):
+    def __init__(self, program, environment, on_line=None, **identity):
         self.log = []
         self.on_line = on_line
         self._rest = b""
         self.process = subprocess.Popen([program], env=environment, stdin=subprocess.DEVNULL,
-                                        stderr=subprocess.PIPE, stdout=subprocess.DEVNULL)
+                                        stderr=subprocess.PIPE, stdout=subprocess.DEVNULL, **identity)
         os.set_blocking(self.process.stderr.fileno(), False)
         self._watch = GLib.io_add_watch(self.process.stderr, GLib.PRIORITY_DEFAULT,
                                         GLib.IOCondition.IN | GLib.IOCondition.HUP, self._read)
@@ -154,16 +155,28 @@ class Worker:
 
 
 class Session:
-    """Everything together, in a scratch folder; gone with the end of a `with`."""
+    """Everything together, in a scratch folder; gone with the end of a `with`. With `user`, where the tests run as root,
+    it is the session of that ordinary user: the home folder, the bus and all programs are theirs."""
 
-    def __init__(self, programs, user=None):
+    account = None  # of another user than the one who runs the tests
+    identity = {}   # for subprocess, to start a program as that user
+
+    def __init__(self, programs, user=None, library=None):
         self.programs = programs
+        if user and os.geteuid() == 0:
+            self.account = pwd.getpwnam(user)
+            self.identity = {"user": self.account.pw_uid, "group": self.account.pw_gid, "extra_groups": []}
         self.root = tempfile.mkdtemp(prefix="tidewell-", dir="/tmp")
         os.chmod(self.root, 0o755)
         self.home = os.path.join(self.root, "ann")
         self.bin = os.path.join(self.root, "bin")
         os.makedirs(self.home)
         os.makedirs(self.bin)
+        if library if library is not None else not user:
+            os.makedirs(os.path.join(self.home, "Library"))  # what makes it a home of that layout
+        if self.account:
+            self.take_along(programs)
+            self.give(self.home)
         self.environment = {"PATH": self.bin + ":/usr/bin:/bin", "HOME": self.home, "LANG": "C.UTF-8",
                             "XDG_CONFIG_HOME": self.home + "/.config", "XDG_DATA_HOME": self.home + "/.local/share"}
         for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"):
@@ -191,11 +204,22 @@ class Session:
         self.stop_bus()
         shutil.rmtree(self.root, ignore_errors=True)
 
+    def take_along(self, programs):
+        """Copies the programs to where that user can run them, whoever can enter the folder of the build."""
+        self.programs = os.path.join(self.root, "programs/bin")
+        os.makedirs(self.programs)
+        for name in ("tidewell", "tidewell-worker"):
+            shutil.copy(os.path.join(programs, name), self.programs)
+        shared = os.path.join(programs, "../share")
+        if os.path.isdir(shared):
+            shutil.copytree(shared, os.path.join(self.root, "programs/share"))
+
     # The bus.
 
     def start_bus(self):
         self.daemon = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address=1"],
-                                       stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+                                       stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
+                                       env=self.environment if self.account else None, **self.identity)
         self.address = self.daemon.stdout.readline().strip()
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = self.address
 
@@ -206,7 +230,12 @@ class Session:
         self.daemon.stdout.close()
 
     def connect(self):
-        connection = dbus.bus.BusConnection(self.address)
+        # The bus lets in nobody but its user.
+        os.seteuid(self.account.pw_uid if self.account else os.geteuid())
+        try:
+            connection = dbus.bus.BusConnection(self.address)
+        finally:
+            os.seteuid(os.getuid())
         connection.set_exit_on_disconnect(False)
         return connection
 
@@ -233,14 +262,26 @@ class Session:
         return os.path.join(self.programs, name)
 
     def start_worker(self, on_line=None):
-        self.worker = Worker(self.program("tidewell-worker"), self.environment, on_line)
+        self.worker = Worker(self.program("tidewell-worker"), self.environment, on_line, **self.identity)
         self.wait(lambda: self.connection.name_has_owner(WORKER_NAME) or self.worker.process.poll() is not None,
                   what="the worker's name on the bus")
         return self.worker
 
     def defaults(self, *words, check=True):
         return subprocess.run([self.program("tidewell"), "defaults", *words], env=self.environment, text=True,
-                              capture_output=True, check=check)
+                              capture_output=True, check=check, **self.identity)
+
+    def tidewell(self, *words, seconds=60):
+        """Runs the command while the session goes on; answers what it prints."""
+        process = subprocess.Popen([self.program("tidewell"), *words], env=self.environment, text=True,
+                                   stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                   **self.identity)
+        with process, process.stdout, process.stderr:
+            self.wait(lambda: process.poll() is not None, seconds, "the end of tidewell " + " ".join(words))
+            output, errors = process.stdout.read(), process.stderr.read()
+        if process.returncode != 0 or errors:
+            raise AssertionError(f"tidewell {' '.join(words)}: {process.returncode}\n{output}{errors}")
+        return output
 
     def configure(self, browsers=(), notifications=True, overwrite=False):
         self.defaults("write", SHARED, "userFolder", "-string", self.home)
@@ -274,6 +315,11 @@ class Session:
             file.write(content)
         return full
 
+    def give(self, folder):
+        """Makes the session's user the owner of all in that folder, where that is not who runs the tests."""
+        if self.account:
+            subprocess.run(["chown", "-R", f"{self.account.pw_uid}:{self.account.pw_gid}", folder], check=True)
+
     def exists(self, path):
         return os.path.lexists(os.path.join(self.home, path))
 
@@ -285,7 +331,7 @@ class Session:
             os.rename(path + ".new", path)
             self.settle(0.2)  # a program that was just installed
         browser = subprocess.Popen([path, *arguments], stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
-                                   env=self.environment)
+                                   env=self.environment, **self.identity)
         self.browsers.append(browser)
         return browser
 

@@ -115,7 +115,6 @@ class Commands(unittest.TestCase):
         self.assertEqual(len(self.desk.worker.log), 1)  # the one that was refused
 
     def test_without_a_worker(self):
-        os.makedirs(self.desk.home + "/Library")
         self.desk.configure([])
         status, output, _ = self.tidewell("status")
         self.assertEqual(status, 0)

@@ -171,7 +171,7 @@ class Requests(SystemTest):
         self.assertIsNotNone(self.desk.request("org.mozilla.firefox"))  # all that its run needs
         shutil.rmtree(self.desk.home + "/" + SILVERLIGHT)
         self.panel.answer = lambda panel: None
-        os.makedirs(self.desk.home + "/outside")
+        os.makedirs(self.desk.home + "/outside/Library")
         self.desk.defaults("write", session.SHARED, "userFolder", "-string", self.desk.home + "/outside")
         self.assertIsNone(self.desk.request("com.google.Chrome", seconds=1))
         self.assertEqual(len(self.panel.waiting), 1)
@@ -336,7 +336,7 @@ class Defaults(SystemTest):
         status = lambda *words: self.desk.defaults(*words, check=False).returncode  # noqa: E731
         self.assertEqual(status("read", session.SHARED, "missing"), 1)
         self.assertEqual(status("delete", session.SHARED, "missing"), 1)
-        self.assertEqual(os.listdir(self.desk.home), [])  # nothing was made by looking
+        self.assertEqual(os.listdir(self.desk.home), ["Library"])  # nothing was made by looking
         for words in ([], ["read"], ["write", session.SHARED], ["write", session.SHARED, "k"],
                       ["write", session.SHARED, "k", "-int", "x"], ["write", session.SHARED, "k", "-bool", "maybe"],
                       ["write", session.SHARED, "k", "-unknown", "x"], ["read", "../x"], ["frobnicate", "x"],

@@ -141,7 +141,7 @@ TEST_F(SandboxRemove, removeFilesGoesInOrderWithAQueueForEach) {
   EXPECT_TRUE(platform.home.exists("c"));
   platform.dispatch.runUntilIdle();
   EXPECT_THAT(platform.removals(), ElementsAre("c", "a", "missing", "b"));
-  EXPECT_THAT(platform.home.tree(), IsEmpty());
+  EXPECT_THAT(platform.home.tree(), ElementsAre("Library/"));
 }
 
 // Attacks.

@@ -1,0 +1,15 @@
+// Firefox's list of profiles, "profiles.ini".
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tidewell {
+
+inline constexpr char kFirefoxProfilesFile[] = "profiles.ini";
+
+/// The folders of the profiles that the list places by a whole path, outside of the folder that it lies in.
+std::vector<std::string> absoluteProfiles(std::string_view list);
+
+}  // namespace tidewell

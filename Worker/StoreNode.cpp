@@ -1,0 +1,42 @@
+// Cleans the stores of today's browsers, each together with its elders.
+
+#include "Platform/Path.h"
+#include "Worker/Browsers.h"
+#include "Worker/Home.h"
+#include "Worker/WorkerAppDelegate.h"
+#include "Worker/sandbox/Sandbox.h"
+#include "Worker/stores/CurrentStores.h"
+
+namespace tidewell {
+namespace {
+
+void clean(StoreGroup group, std::span<const Store> stores, const std::string& folder) {
+  for (const Store& store : stores) {
+    if (store.group == group) store.treatment(platform::appendingPathComponent(folder, store.path));
+  }
+}
+
+}  // namespace
+
+void WorkerAppDelegate::cleanCurrentStores(StoreGroup group, const std::string& browserName) {
+  const Home home = Home::current();
+  if (!home.cleansCurrentStores) return;
+  if (isOfChromeFamily(browserName)) {
+    for (const ProfilePlaces& profile : profilesOf(browserName)) clean(group, chromeProfileStores(), profile.folder);
+    for (const Installation& installation : home.installationsOf(*browserNamed(browserName))) {
+      clean(group, chromeDataStores(), installation.dataFolder);
+    }
+  } else if (browserName == kFirefox) {
+    for (const std::string& profile : firefoxProfiles()) {
+      if (isDirectory(profile)) clean(group, firefoxProfileStores(), profile);
+    }
+    for (const Installation& installation : home.installationsOf(*browserNamed(kFirefox))) {
+      if (installation.kind == Installation::Kind::kWhole) clean(group, firefoxDataStores(), installation.dataFolder);
+    }
+    for (const std::string& caches : firefoxCaches()) {
+      if (isDirectory(caches)) clean(group, firefoxCacheStores(), caches);
+    }
+  }
+}
+
+}  // namespace tidewell

@@ -1,0 +1,67 @@
+// What every operation of the sandbox does before and around its action. For the sandbox's own files.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "Platform/Dispatch.h"
+#include "Worker/sandbox/AppSandboxFileAccess.h"
+#include "Worker/sandbox/Sandbox.h"
+
+namespace tidewell {
+
+/// One operation on one path.
+class Operation {
+ public:
+  /// Resolves the path and records a bookmark for it, which happens on every call and before any access is asked for.
+  explicit Operation(const std::string& path) : Operation(path, std::nullopt) {}
+
+  /// For an operation whose grant is not that of the parent folder.
+  Operation(const std::string& path, const std::optional<std::string>& grantFolder);
+
+  /// For an operation on a folder under that folder's own grant.
+  static Operation onFolder(const std::string& path);
+
+  const std::string& fullPath() const { return fullPath_; }
+  void setGrantFolder(std::string folder) { grantFolder_ = std::move(folder); }
+
+  /// Runs the action under the grant, or logs the one line that says that it was refused. Answers whether it ran.
+  bool run(const platform::Task& action) const;
+
+ private:
+  std::unique_ptr<AppSandboxFileAccess> fileAccess_;
+  std::string fullPath_;
+  std::optional<std::string> grantFolder_;  // where it is not the parent folder
+};
+
+/// A queue for one call.
+std::unique_ptr<platform::DispatchQueue> makeTaskQueue();
+
+/// Performs a reading operation: the action's outcome, or `empty` when access is refused.
+template <typename T>
+T perform(const Operation& operation, T empty, const std::function<T(const std::string& fullPath)>& action) {
+  T result = std::move(empty);
+  makeTaskQueue()->sync([&] { operation.run([&] { result = action(operation.fullPath()); }); });
+  return result;
+}
+
+/// As above, under the grant of the parent folder; `empty` also when the path is absent.
+template <typename T>
+T read(const Sandbox::Path& path, T empty, const std::function<T(const std::string& fullPath)>& action) {
+  if (!path) return empty;
+  return perform<T>(Operation(*path), std::move(empty), action);
+}
+
+/// Whether the person wants files to be overwritten before they are removed, at this moment.
+bool overwritesFirst();
+
+/// Removes an item inside a grant that is held, as Sandbox::remove() says.
+void removeInsideGrant(const std::string& path, bool overwrites);
+
+/// One at a time works on one file: what is turned away because of another would be lost.
+std::mutex& turnOf(const std::string& path);
+
+}  // namespace tidewell

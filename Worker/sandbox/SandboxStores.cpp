@@ -1,0 +1,127 @@
+// The operations of the sandbox on the stores of today's browsers.
+
+#include <algorithm>
+#include <iterator>
+
+#include "Platform/Path.h"
+#include "Platform/Platform.h"
+#include "Worker/sandbox/Operation.h"
+#include "Worker/sandbox/SecureDelete.h"
+
+namespace tidewell {
+namespace {
+
+using platform::Platform;
+using platform::Value;
+
+constexpr std::uint64_t kLargestRead = 512U << 20;  // bytes
+constexpr unsigned kOwnerOnly = 0600;
+constexpr char kNewItem[] = ".tidewell";  // appended to the name of what is being replaced
+
+std::optional<std::string> bytesInsideGrant(const std::string& path) {
+  const auto file = Platform::current().fileManager.readableFile(path);
+  if (!file || (*file)->size() > kLargestRead) return std::nullopt;
+  auto bytes = (*file)->read(0, static_cast<std::size_t>((*file)->size()));
+  return bytes ? std::optional(std::move(*bytes)) : std::nullopt;
+}
+
+template <typename T>
+std::optional<T> attributeOf(const std::string& path, const char* key) {
+  const auto attributes = Platform::current().fileManager.attributesOfItem(path);
+  if (!attributes) return std::nullopt;
+  const auto found = attributes->find(key);
+  const T* value = found != attributes->end() ? found->second.template as<T>() : nullptr;
+  return value != nullptr ? std::optional(*value) : std::nullopt;
+}
+
+bool isFileOfType(const std::string& path, const char* type) {
+  return attributeOf<std::string>(path, platform::kFileType) == type;
+}
+
+/// The new contents are whole on the disk before they take the old ones' place.
+void replaceInsideGrant(const std::string& path, const std::string& contents, bool overwrites) {
+  platform::FileManager& fileManager = Platform::current().fileManager;
+  const std::string other = path + kNewItem;
+  removeInsideGrant(other, overwrites);  // left by a worker that was ended in the middle
+  const auto permissions = attributeOf<std::int64_t>(path, platform::kFilePosixPermissions);
+  if (fileManager.createFile(other, contents, static_cast<unsigned>(permissions.value_or(kOwnerOnly)) & 0777U)) return;
+  if (!fileManager.exchangeItems(path, other)) return removeInsideGrant(other, overwrites);  // the old contents
+  fileManager.removeItem(other);
+}
+
+/// Overwrites and removes all files in a folder. True when none is left.
+bool emptyInsideGrant(const std::string& folder) {
+  platform::FileManager& fileManager = Platform::current().fileManager;
+  bool isEmpty = true;
+  const auto walk = fileManager.enumeratorAtURL(platform::FileURL(folder, true), nullptr);
+  std::vector<std::string> files;
+  while (const auto item = walk->nextObject()) {
+    if (isFileOfType(item->path(), platform::kFileTypeRegular)) files.push_back(item->path());
+  }
+  for (const std::string& file : files) {
+    isEmpty &= SecureDelete::wipe(file) && !fileManager.removeOverwrittenItem(file);
+  }
+  return isEmpty;
+}
+
+}  // namespace
+
+bool Sandbox::accessFolder(const Path& path) {
+  return path && Operation::onFolder(*path).run([] {});
+}
+
+std::vector<std::string> Sandbox::entriesOf(const Path& path) {
+  if (!path) return {};
+  return perform<std::vector<std::string>>(Operation::onFolder(*path), {}, [](const std::string& fullPath) {
+    return Platform::current().fileManager.contentsOfDirectory(fullPath).value().value_or(std::vector<std::string>());
+  });
+}
+
+void Sandbox::removeContentsOf(const Path& path) {
+  for (const std::string& name : entriesOf(path)) remove(platform::appendingPathComponent(*path, name));
+}
+
+void Sandbox::removeTree(const Path& path) {
+  if (!path || !overwritesFirst()) return remove(path);
+  read<bool>(path, false, [](const std::string& fullPath) {
+    if (!isFileOfType(fullPath, platform::kFileTypeDirectory)) {
+      removeInsideGrant(fullPath, true);
+    } else if (emptyInsideGrant(fullPath)) {
+      Platform::current().fileManager.removeItem(fullPath);
+    }
+    return true;
+  });
+}
+
+std::optional<std::string> Sandbox::bytesOf(const Path& path) {
+  return read<std::optional<std::string>>(path, std::nullopt, bytesInsideGrant);
+}
+
+void Sandbox::rewrite(const Path& path, const Rewriter& rewriter) {
+  const bool overwrites = overwritesFirst();
+  read<bool>(path, false, [&](const std::string& fullPath) {
+    const std::lock_guard turn(turnOf(fullPath));
+    const auto bytes = bytesInsideGrant(fullPath);
+    if (!bytes) return false;
+    const Rewriting rewriting = rewriter(*bytes);
+    if (rewriting.action == Rewriting::Action::kReplace) replaceInsideGrant(fullPath, rewriting.contents, overwrites);
+    if (rewriting.action == Rewriting::Action::kRemove) removeInsideGrant(fullPath, overwrites);
+    return true;
+  });
+}
+
+LevelDatabase::Outcome Sandbox::keepInLevelDatabase(const Path& path, const LevelDatabase::Selection& isKept,
+                                                    const std::function<bool(std::string_view bytes)>& isPrecious) {
+  const bool overwrites = overwritesFirst();
+  return read<LevelDatabase::Outcome>(path, LevelDatabase::Outcome::kLeft, [&](const std::string& fullPath) {
+    const std::lock_guard turn(turnOf(fullPath));
+    return LevelDatabase::keepOnly(fullPath, isKept, isPrecious,
+                                   [overwrites](const std::string& item) { removeInsideGrant(item, overwrites); });
+  });
+}
+
+std::optional<std::map<std::string, std::string>> Sandbox::levelDatabaseEntries(const Path& path) {
+  return read<std::optional<std::map<std::string, std::string>>>(path, std::nullopt, LevelDatabase::entries);
+}
+
+}  // namespace tidewell

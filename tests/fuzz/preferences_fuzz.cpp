@@ -1,0 +1,19 @@
+// A file "Preferences" with any content: what is left of it is such a file, and has nothing more to lose.
+
+#include <cstdint>
+#include <cstdlib>
+
+#include "Worker/stores/JsonParts.h"
+#include "Worker/stores/Preferences.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  using Action = tidewell::Rewriting::Action;
+  const tidewell::Rewriting answer = tidewell::withoutSites({reinterpret_cast<const char*>(bytes), size});
+  if (answer.action == Action::kRemove) std::abort();
+  if (answer.action == Action::kLeave) return 0;
+  if (answer.contents.size() >= size) std::abort();
+  const auto isJson = tidewell::withoutParts(answer.contents, [](const auto&) { return false; }).has_value();
+  if (!isJson) std::abort();
+  if (tidewell::withoutSites(answer.contents).action != Action::kLeave) std::abort();
+  return 0;
+}
