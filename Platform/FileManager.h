@@ -150,9 +150,12 @@ class FileManager {
   /// when it is a link. std::errc::not_supported where the file system can't.
   virtual std::error_code exchangeItems(const std::string& path, const std::string& other) = 0;
 
+  /// Moves a file to the place of another, in one moment, where exchangeItems() can't: what was there is gone.
+  virtual std::error_code replaceItem(const std::string& path, const std::string& replacement) = 0;
+
   /// Locks an existing regular file, whole and for writing, as databases lock theirs (a POSIX record lock). Never
-  /// waits: std::errc::resource_unavailable_try_again while another process holds a lock on it. This process must not
-  /// open the file in another way meanwhile, which would end the lock.
+  /// waits: std::errc::resource_unavailable_try_again while a lock on it is held, and when it was replaced just now. This
+  /// process must not open the file in another way meanwhile, which would end the lock.
   virtual Result<std::unique_ptr<FileLock>> lockFile(const std::string& path) = 0;
 
   // Copying.

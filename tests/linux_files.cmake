@@ -4,6 +4,7 @@ tidewell_test(files_tests
     Platform/Linux/BookmarkDataTest.cpp
     Platform/Linux/FileCreationTest.cpp
     Platform/Linux/FileExchangeTest.cpp
+    Platform/Linux/FileReplacingTest.cpp
     Platform/Linux/FileLocksTest.cpp
     Platform/Linux/FileReaderTest.cpp
     Platform/Linux/LinuxFileManagerTest.cpp

@@ -18,6 +18,7 @@ tidewell_test(worker_tests
     Worker/sandbox/SandboxAccessTest.cpp
     Worker/sandbox/SandboxReadingTest.cpp
     Worker/sandbox/SandboxRemovingTest.cpp
+    Worker/sandbox/SandboxRewritingTest.cpp
     Worker/sandbox/SandboxSqlTest.cpp
     Worker/sandbox/SecureDeleteTest.cpp
   LIBRARIES test_support)

@@ -61,6 +61,10 @@ std::error_code PreviewFiles::exchangeItems(const std::string& path, const std::
   return {};
 }
 
+std::error_code PreviewFiles::replaceItem(const std::string& path, const std::string& replacement) {
+  return exchangeItems(path, replacement);
+}
+
 std::error_code PreviewFiles::removeItem(const std::string& path) {
   if (isMade(path)) return {};  // what it would hold by then has been replaced, and is counted as that
   if (removed_.insert(path).second) removals_.push_back(path);

@@ -43,6 +43,7 @@ class PreviewFiles : public platform::linux_::LinuxFileManager {
   std::error_code createFolder(const std::string& path) override;
   std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override;
   std::error_code exchangeItems(const std::string& path, const std::string& other) override;
+  std::error_code replaceItem(const std::string& path, const std::string& replacement) override;
   std::error_code removeItem(const std::string& path) override;
   std::error_code removeOverwrittenItem(const std::string& path) override;
   std::error_code copyItem(const platform::FileURL& source, const platform::FileURL& destination) override;

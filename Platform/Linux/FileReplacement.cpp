@@ -67,7 +67,7 @@ std::error_code exchange(const ItemLocation& item, const ItemLocation& other) {
   if (::renameat2(item.folder.get(), item.name.c_str(), other.folder.get(), other.name.c_str(), RENAME_EXCHANGE) == 0) {
     return {};
   }
-  if (errno == EINVAL || errno == ENOSYS) return std::make_error_code(std::errc::not_supported);
+  if (errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP) return std::make_error_code(std::errc::not_supported);
   return lastError();
 }
 
@@ -99,6 +99,14 @@ std::error_code exchangeItems(const ItemLocation& item, const ItemLocation& othe
   if (!error) error = flushFolder(otherFolder);
   if (error) exchange(item, other);  // so that nothing is exchanged after a failure, as far as can be
   return error;
+}
+
+std::error_code replaceItem(const ItemLocation& item, const ItemLocation& replacement) {
+  const FileDescriptor folder = folderToFlush(item);
+  if (!folder) return lastError();
+  const int result =
+      ::renameat(replacement.folder.get(), replacement.name.c_str(), item.folder.get(), item.name.c_str());
+  return result == 0 ? flushFolder(folder) : lastError();
 }
 
 }  // namespace platform::linux_

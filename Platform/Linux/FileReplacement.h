@@ -14,5 +14,6 @@ namespace platform::linux_ {
 std::error_code createFolder(const ItemLocation& item);
 std::error_code createFile(const ItemLocation& item, std::string_view contents, unsigned permissions);
 std::error_code exchangeItems(const ItemLocation& item, const ItemLocation& other);
+std::error_code replaceItem(const ItemLocation& item, const ItemLocation& replacement);
 
 }  // namespace platform::linux_

@@ -266,6 +266,13 @@ std::error_code LinuxFileManager::exchangeItems(const std::string& path, const s
   return otherItem ? linux_::exchangeItems(*item, *otherItem) : otherItem.error();
 }
 
+std::error_code LinuxFileManager::replaceItem(const std::string& path, const std::string& replacement) {
+  const Result<ItemLocation> item = scopes_.locate(path);
+  if (!item) return item.error();
+  const Result<ItemLocation> other = scopes_.locate(replacement);
+  return other ? linux_::replaceItem(*item, *other) : other.error();
+}
+
 Result<std::unique_ptr<FileLock>> LinuxFileManager::lockFile(const std::string& path) {
   return linux_::lockFile(scopes_, path);
 }

@@ -45,7 +45,10 @@ void replaceInsideGrant(const std::string& path, const std::string& contents, bo
   removeInsideGrant(other, overwrites);  // left by a worker that was ended in the middle
   const auto permissions = attributeOf<std::int64_t>(path, platform::kFilePosixPermissions);
   if (fileManager.createFile(other, contents, static_cast<unsigned>(permissions.value_or(kOwnerOnly)) & 0777U)) return;
-  if (!fileManager.exchangeItems(path, other)) return removeInsideGrant(other, overwrites);  // the old contents
+  const std::error_code error = fileManager.exchangeItems(path, other);
+  if (!error) return removeInsideGrant(other, overwrites);  // the old contents
+  // Where the file system can't, the old contents go without being overwritten: who wants that keeps them.
+  if (error == std::errc::not_supported && !overwrites && !fileManager.replaceItem(path, other)) return;
   fileManager.removeItem(other);
 }
 
