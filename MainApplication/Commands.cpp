@@ -178,7 +178,10 @@ int Commands::allowed(const Browser& browser) {
                           ->requestAccess(std::string(browser.bundleIdentifier),
                                           options_.answerYes ? kPatienceForYes : kPatience, panel);
   if (!answer) return fail("the worker does not answer; does it run?");
-  output_ << browser.name << ": asked for its folders\n";
+  const bool isEmpty = settings_.allowed(browser) == SettingsStore::Allowed::kNothingThere;
+  output_ << browser.name
+          << (isEmpty ? ": keeps nothing in this home yet; its folders are asked for when it has run\n"
+                      : ": asked for its folders\n");
   return kDone;
 }
 

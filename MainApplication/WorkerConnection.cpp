@@ -1,6 +1,8 @@
 #include "MainApplication/WorkerConnection.h"
 
+#include <chrono>
 #include <cstring>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -18,6 +20,7 @@ using platform::linux_::SessionBus;
 constexpr char kPanel[] = "com.emberlinestudio.Tidewell.OpenPanel";
 constexpr char kWorkspace[] = "com.emberlinestudio.Tidewell.Workspace";
 constexpr std::uint64_t kNoTimeout = UINT64_MAX;
+constexpr std::chrono::microseconds kHeartbeat{10'000'000};
 
 BusServiceNames worker() {
   return BusServiceNames::forIdentifier(kBundleIdentifier, kAgentInterface, kAgentMethod, "");
@@ -26,6 +29,45 @@ BusServiceNames worker() {
 struct Pending {
   bool arrived = false;
   std::optional<std::string> text;
+};
+
+/// Asks the worker now and then whether it is still there, until it says nothing twice in a row: once may be because
+/// the answer lay waiting while a person was asked in the terminal.
+class Heartbeat : public std::enable_shared_from_this<Heartbeat> {
+ public:
+  explicit Heartbeat(SessionBus& bus) : bus_(bus) {}
+
+  void begin() { ask(); }
+  bool hasStopped() const { return silences_ >= 2; }
+  void end() { slot_.reset(); }
+
+ private:
+  void ask() {
+    sd_bus_message* message = nullptr;
+    const BusServiceNames names = worker();
+    sd_bus_message_new_method_call(bus_.get(), &message, names.name.c_str(), names.object.c_str(),
+                                   "org.freedesktop.DBus.Peer", "Ping");
+    const platform::linux_::BusMessage call(message);
+    sd_bus_slot* slot = nullptr;
+    if (sd_bus_call_async(bus_.get(), &slot, message, &Heartbeat::answered, this, kHeartbeat.count()) < 0) return;
+    slot_.reset(slot);
+  }
+
+  static int answered(sd_bus_message* reply, void* data, sd_bus_error*) {
+    auto* self = static_cast<Heartbeat*>(data);
+    const bool isThere = sd_bus_message_is_method_error(reply, nullptr) == 0;
+    self->silences_ = isThere ? 0 : self->silences_ + 1;
+    const auto again = [weak = self->weak_from_this()] {
+      const auto heartbeat = weak.lock();
+      if (heartbeat && heartbeat->slot_) heartbeat->ask();
+    };
+    self->bus_.loop().after(isThere ? kHeartbeat : std::chrono::microseconds(0), again);
+    return 0;
+  }
+
+  SessionBus& bus_;
+  BusSlot slot_;
+  int silences_ = 0;
 };
 
 WorkerConnection::PanelQuestion questionFrom(sd_bus_message* call) {
@@ -115,7 +157,10 @@ std::optional<std::string> WorkerConnection::requestAccess(const std::string& bu
   const BusSlot waiting(slot);
   const auto late = std::make_shared<bool>(false);
   bus_->loop().after(patience, [late] { *late = true; });
-  bus_->loop().runModally([&] { return pending.arrived || *late; });
+  const auto heartbeat = std::make_shared<Heartbeat>(*bus_);
+  heartbeat->begin();
+  bus_->loop().runModally([&] { return pending.arrived || *late || heartbeat->hasStopped(); });
+  heartbeat->end();
   if (panel_) sd_bus_release_name(bus_->get(), kPanel);
   return pending.text;
 }

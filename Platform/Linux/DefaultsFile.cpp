@@ -20,6 +20,8 @@ namespace {
 constexpr int kApplicationId = 0x54574453;  // marks the file as a settings file
 constexpr int kSchemaVersion = 1;
 constexpr int kBusyTimeoutMilliseconds = 10'000;
+constexpr std::chrono::milliseconds kLockPatience{2000};
+constexpr std::chrono::milliseconds kLockPause{2};
 constexpr std::chrono::seconds kCheckpointPatience{5};
 constexpr std::chrono::milliseconds kCheckpointPause{5};
 constexpr mode_t kFolderMode = 0700;
@@ -75,12 +77,18 @@ bool makeFolders(const std::string& folder) {
          (::mkdir(folder.c_str(), kFolderMode) == 0 || errno == EEXIST);
 }
 
-/// Held while a damaged file is looked at and set aside, so that no process takes away another's fresh file.
+/// Held while a damaged file is looked at and set aside, so that no process takes away another's fresh file. Nobody
+/// holds it for longer than a moment: when it can't be had, its holder was stopped, and is waited for no longer than
+/// that.
 class FolderLock {
  public:
   explicit FolderLock(const std::string& folder)
       : descriptor_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    while (descriptor_ >= 0 && ::flock(descriptor_, LOCK_EX) != 0 && errno == EINTR) {
+    const auto end = std::chrono::steady_clock::now() + kLockPatience;
+    while (descriptor_ >= 0 && !isHeld_) {
+      isHeld_ = ::flock(descriptor_, LOCK_EX | LOCK_NB) == 0;
+      if (isHeld_ || (errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() > end) return;
+      std::this_thread::sleep_for(kLockPause);
     }
   }
   ~FolderLock() {
@@ -89,8 +97,11 @@ class FolderLock {
   FolderLock(const FolderLock&) = delete;
   FolderLock& operator=(const FolderLock&) = delete;
 
+  bool isHeld() const { return isHeld_; }
+
  private:
   const int descriptor_;
+  bool isHeld_ = false;
 };
 
 }  // namespace
@@ -301,7 +312,7 @@ bool DefaultsFile::isSound() {
 void DefaultsFile::setAside() {
   close();
   const FolderLock folderLock(deletingLastPathComponent(path_));
-  if (!exists() || isSound()) return;
+  if (!folderLock.isHeld() || !exists() || isSound()) return;
   for (int number = 1; number < 1000; ++number) {
     const std::string aside = path_ + ".damaged-" + std::to_string(number);
     if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, aside.c_str(), RENAME_NOREPLACE) != 0) {

@@ -26,8 +26,15 @@ Operation::Operation(const std::string& path, const std::optional<std::string>& 
   fileAccess_->persistPermissionPath(fullPath_);
 }
 
+Operation Operation::unrecorded(const std::string& path) {
+  Operation operation;
+  operation.fileAccess_ = AppSandboxFileAccess::fileAccess();
+  operation.fullPath_ = *Sandbox::checkForUserDirectory(path);
+  return operation;
+}
+
 Operation Operation::onFolder(const std::string& path) {
-  Operation operation(path);
+  Operation operation = unrecorded(path);
   operation.setGrantFolder(operation.fullPath());
   return operation;
 }

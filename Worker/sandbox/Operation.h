@@ -22,7 +22,10 @@ class Operation {
   /// For an operation whose grant is not that of the parent folder.
   Operation(const std::string& path, const std::optional<std::string>& grantFolder);
 
-  /// For an operation on a folder under that folder's own grant.
+  /// For an operation that records nothing: names of sites would stay among the grants.
+  static Operation unrecorded(const std::string& path);
+
+  /// Likewise, for an operation on a folder under that folder's own grant.
   static Operation onFolder(const std::string& path);
 
   const std::string& fullPath() const { return fullPath_; }
@@ -32,6 +35,8 @@ class Operation {
   bool run(const platform::Task& action) const;
 
  private:
+  Operation() = default;
+
   std::unique_ptr<AppSandboxFileAccess> fileAccess_;
   std::string fullPath_;
   std::optional<std::string> grantFolder_;  // where it is not the parent folder

@@ -17,8 +17,8 @@ using platform::Value;
 
 constexpr char kScriptName[] = "clearCookies.sh";
 
-/// The rows of the last of the statements, run one after the other on a database that is there, can be opened, and lies
-/// where the grant allows.
+/// The rows of the last of the statements, run one after the other up to one that can't be, on a database that is
+/// there, can be opened, and lies where the grant allows.
 Rows executeInsideGrant(const std::vector<std::string>& statements, const std::string& path) {
   platform::FileManager& fileManager = Platform::current().fileManager;
   if (!fileManager.fileExists(path)) return {};  // opening it would make one
@@ -29,9 +29,11 @@ Rows executeInsideGrant(const std::vector<std::string>& statements, const std::s
   // Looked at again with the database open: what was opened is what was looked at before.
   if (!database.open((*file)->path()) || !(*file)->isInPlace() || hasMoved(database) || !(*file)->isInPlace())
     return {};
-  Rows rows;
-  for (const std::string& sql : statements) rows = database.executeQuery(sql).value_or(Rows());
-  return rows;
+  std::optional<Rows> rows = Rows();
+  for (const std::string& sql : statements) {
+    if (rows) rows = database.executeQuery(sql);
+  }
+  return std::move(rows).value_or(Rows());
 }
 
 }  // namespace

@@ -9,7 +9,6 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -64,7 +63,8 @@ class Sandbox {
   /// when the statement fails and when access is refused.
   static std::optional<Rows> returnArrayFromSql_onfile(const std::string& sql, const Path& path);
 
-  // What the stores of today's browsers and homes without a Library need beside that. All return when they are done.
+  // What the stores of today's browsers and homes without a Library need beside that. No bookmark is recorded of what
+  // these touch: names of sites would stay in the settings. All but the removals return when they are done.
 
   /// Obtains a grant for the folder itself, ahead of time. Answers whether there is one now.
   static bool accessFolder(const Path& path);
@@ -93,7 +93,6 @@ class Sandbox {
   /// LevelDatabase, on the database in a folder.
   static LevelDatabase::Outcome keepInLevelDatabase(const Path& path, const LevelDatabase::Selection& isKept,
                                                     const std::function<bool(std::string_view bytes)>& isPrecious);
-  static std::optional<std::map<std::string, std::string>> levelDatabaseEntries(const Path& path);
 
   /// Makes sure that Safari's cookie script is installed: offers to save it when it is missing.
   static void checkForScriptInFolder();

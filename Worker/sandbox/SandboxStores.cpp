@@ -52,6 +52,13 @@ void replaceInsideGrant(const std::string& path, const std::string& contents, bo
   fileManager.removeItem(other);
 }
 
+/// Performs an action that records nothing: its outcome, or `empty` when the path is absent or access is refused.
+template <typename T>
+T unrecorded(const Sandbox::Path& path, T empty, const std::function<T(const std::string& fullPath)>& action) {
+  if (!path) return empty;
+  return perform<T>(Operation::unrecorded(*path), std::move(empty), action);
+}
+
 /// Overwrites and removes all files in a folder. True when none is left.
 bool emptyInsideGrant(const std::string& folder) {
   platform::FileManager& fileManager = Platform::current().fileManager;
@@ -65,6 +72,14 @@ bool emptyInsideGrant(const std::string& folder) {
     isEmpty &= SecureDelete::wipe(file) && !fileManager.removeOverwrittenItem(file);
   }
   return isEmpty;
+}
+
+void removeTreeInsideGrant(const std::string& path, bool overwrites) {
+  if (!overwrites || !isFileOfType(path, platform::kFileTypeDirectory)) {
+    removeInsideGrant(path, overwrites);
+  } else if (emptyInsideGrant(path)) {
+    Platform::current().fileManager.removeItem(path);
+  }
 }
 
 }  // namespace
@@ -81,28 +96,24 @@ std::vector<std::string> Sandbox::entriesOf(const Path& path) {
 }
 
 void Sandbox::removeContentsOf(const Path& path) {
-  for (const std::string& name : entriesOf(path)) remove(platform::appendingPathComponent(*path, name));
+  for (const std::string& name : entriesOf(path)) removeTree(platform::appendingPathComponent(*path, name));
 }
 
 void Sandbox::removeTree(const Path& path) {
-  if (!path || !overwritesFirst()) return remove(path);
-  read<bool>(path, false, [](const std::string& fullPath) {
-    if (!isFileOfType(fullPath, platform::kFileTypeDirectory)) {
-      removeInsideGrant(fullPath, true);
-    } else if (emptyInsideGrant(fullPath)) {
-      Platform::current().fileManager.removeItem(fullPath);
-    }
-    return true;
-  });
+  if (!path) return;
+  const bool overwrites = overwritesFirst();
+  const auto operation = std::make_shared<const Operation>(Operation::unrecorded(*path));
+  makeTaskQueue()->async(
+      [operation, overwrites] { operation->run([&] { removeTreeInsideGrant(operation->fullPath(), overwrites); }); });
 }
 
 std::optional<std::string> Sandbox::bytesOf(const Path& path) {
-  return read<std::optional<std::string>>(path, std::nullopt, bytesInsideGrant);
+  return unrecorded<std::optional<std::string>>(path, std::nullopt, bytesInsideGrant);
 }
 
 void Sandbox::rewrite(const Path& path, const Rewriter& rewriter) {
   const bool overwrites = overwritesFirst();
-  read<bool>(path, false, [&](const std::string& fullPath) {
+  unrecorded<bool>(path, false, [&](const std::string& fullPath) {
     const std::lock_guard turn(turnOf(fullPath));
     const auto bytes = bytesInsideGrant(fullPath);
     if (!bytes) return false;
@@ -116,15 +127,11 @@ void Sandbox::rewrite(const Path& path, const Rewriter& rewriter) {
 LevelDatabase::Outcome Sandbox::keepInLevelDatabase(const Path& path, const LevelDatabase::Selection& isKept,
                                                     const std::function<bool(std::string_view bytes)>& isPrecious) {
   const bool overwrites = overwritesFirst();
-  return read<LevelDatabase::Outcome>(path, LevelDatabase::Outcome::kLeft, [&](const std::string& fullPath) {
+  return unrecorded<LevelDatabase::Outcome>(path, LevelDatabase::Outcome::kLeft, [&](const std::string& fullPath) {
     const std::lock_guard turn(turnOf(fullPath));
     return LevelDatabase::keepOnly(fullPath, isKept, isPrecious,
                                    [overwrites](const std::string& item) { removeInsideGrant(item, overwrites); });
   });
-}
-
-std::optional<std::map<std::string, std::string>> Sandbox::levelDatabaseEntries(const Path& path) {
-  return read<std::optional<std::map<std::string, std::string>>>(path, std::nullopt, LevelDatabase::entries);
 }
 
 }  // namespace tidewell

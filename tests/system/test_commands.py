@@ -2,6 +2,7 @@
 
 import json
 import os
+import signal
 import subprocess
 import sys
 import unittest
@@ -113,6 +114,16 @@ class Commands(unittest.TestCase):
         self.assertEqual(process.returncode, 0)
         self.assertIn("Allow Access: Tidewell needs to access this path", output)
         self.assertEqual(len(self.desk.worker.log), 1)  # the one that was refused
+
+    def test_with_a_worker_that_does_not_answer(self):
+        self.start()
+        os.kill(self.desk.worker.process.pid, signal.SIGSTOP)
+        self.addCleanup(os.kill, self.desk.worker.process.pid, signal.SIGCONT)
+        # Somebody would have to be asked in a window, which may take an hour: it is not waited for that long.
+        environment = dict(self.desk.environment, DISPLAY=":nowhere")
+        status, output, errors = self.tidewell("allow", "firefox", environment=environment)
+        self.assertEqual((status, output, errors), (1, "", "tidewell: the worker does not answer; does it run?\n"))
+        self.assertEqual(self.tidewell("status")[0], 0)
 
     def test_without_a_worker(self):
         self.desk.configure([])

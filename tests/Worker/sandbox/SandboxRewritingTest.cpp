@@ -138,8 +138,20 @@ TEST_F(SandboxRewriting, aTreeGoesWithEveryFileOverwritten) {
   platform.home.file("data/tree/a/b", "site");
   std::filesystem::create_hard_link(platform.home.path("data/tree/a/b"), platform.home.path("other"));
   Sandbox::removeTree("~/data/tree");
+  EXPECT_TRUE(platform.home.exists("data/tree"));  // not yet
+  platform.dispatch.runUntilIdle();
   EXPECT_FALSE(platform.home.exists("data/tree"));
   EXPECT_EQ(platform.home.content("other").find("site"), std::string::npos);
+}
+
+TEST_F(SandboxRewriting, recordsNothing) {
+  const auto before = platform.own();
+  platform.home.file("data/www.site.example/a");
+  Sandbox::removeTree("~/data/www.site.example");
+  rewrite(Rewriting::replaceBy("rest"));
+  EXPECT_THAT(Sandbox::bytesOf("~/data/file"), ::testing::Optional(std::string("rest")));
+  platform.dispatch.runUntilIdle();
+  EXPECT_EQ(platform.own(), before);  // names of sites would stay among the grants
 }
 
 TEST_F(SandboxRewriting, aFolderIsListedUnderItsOwnGrantAlone) {
