@@ -154,8 +154,8 @@ class FileManager {
   virtual std::error_code replaceItem(const std::string& path, const std::string& replacement) = 0;
 
   /// Locks an existing regular file, whole and for writing, as databases lock theirs (a POSIX record lock). Never
-  /// waits: std::errc::resource_unavailable_try_again while a lock on it is held, and when it was replaced just now. This
-  /// process must not open the file in another way meanwhile, which would end the lock.
+  /// waits: std::errc::resource_unavailable_try_again while a lock on it is held, and when it was replaced just now.
+  /// This process must not open the file in another way meanwhile, which would end the lock.
   virtual Result<std::unique_ptr<FileLock>> lockFile(const std::string& path) = 0;
 
   // Copying.

@@ -21,18 +21,25 @@ constexpr char kBookmarked[] = "bookmarked: %@ ";  // the trailing blank is part
 constexpr char kSafariFolder[] = "~/Library/Safari/";
 constexpr char kCachesFolder[] = "~/Library/Caches";
 
+/// Links can give a folder several names.
+std::string withoutLinks(const std::string& folder) {
+  return Platform::current().fileManager.urlByResolvingSymlinks(platform::FileURL(folder, true)).path();
+}
+
 /// Asks for the folders that there are, each by itself and once. A list in one that was granted may name more.
 void askForFolders(const Browser& browser, Home home) {
   std::map<std::string, bool> isGranted;
   const auto ask = [&] {
     for (const std::string& folder : home.foldersNeededBy(browser)) {
-      if (!isGranted.contains(folder)) isGranted[folder] = Sandbox::accessFolder(folder);
+      const std::string place = withoutLinks(folder);
+      if (!isGranted.contains(place)) isGranted[place] = Sandbox::accessFolder(folder);
     }
   };
   home.contentsOf = [](const std::string&) { return std::nullopt; };
   ask();
   home.contentsOf = [&isGranted](const std::string& path) {
-    return isGranted[platform::deletingLastPathComponent(path)] ? Sandbox::contentsOf(path) : std::nullopt;
+    const std::string folder = withoutLinks(platform::deletingLastPathComponent(path));
+    return isGranted[folder] ? Sandbox::contentsOf(path) : std::nullopt;
   };
   ask();
 }

@@ -100,8 +100,9 @@ void WorkerAppDelegate::clearChromeCache(const std::string& browserName) {
 }
 
 void WorkerAppDelegate::clearFireFoxCache() {
+  const bool isLibrary = Home::current().layout == HomeLayout::kLibrary;
   for (const std::string& profile : firefoxCaches()) {
-    if (!isDirectory(profile)) continue;
+    if (isLibrary && !isDirectory(profile)) continue;
     for (const char* cache : kFirefoxProfileCaches) Sandbox::remove(appendingPathComponent(profile, cache));
   }
   for (const std::string& profile : firefoxProfiles()) {

@@ -16,10 +16,9 @@ std::string_view trimmed(std::string_view line) {
   return line.substr(begin, line.find_last_not_of(kBlanks) - begin + 1);
 }
 
-}  // namespace
-
-std::vector<std::string> absoluteProfiles(std::string_view list) {
-  std::vector<std::string> folders;
+/// The paths of all profiles that lead straight down from somewhere.
+std::vector<std::string> plainPathsIn(std::string_view list) {
+  std::vector<std::string> paths;
   bool isProfile = false;
   while (!list.empty()) {
     const std::size_t end = list.find('\n');
@@ -28,14 +27,30 @@ std::vector<std::string> absoluteProfiles(std::string_view list) {
     // Other sections, of installations, name profiles as well, but only such as have a section of their own.
     if (line.starts_with('[')) isProfile = line.starts_with("[Profile");
     if (!isProfile || !line.starts_with(kPath)) continue;
-    const std::string_view path = line.substr(kPath.size());
-    const std::vector<std::string> components = platform::pathComponents(path);
-    // A relative one lies beside the list and is found there.
-    if (!path.starts_with('/') || components.size() < 2) continue;
-    const bool isPlain = std::all_of(components.begin() + 1, components.end(), platform::isPlainName);
-    if (isPlain) folders.push_back(platform::pathWithComponents(components));
+    const std::vector<std::string> components = platform::pathComponents(line.substr(kPath.size()));
+    // Those of one component are the root folder, and profiles beside the list, which are found there.
+    const bool isPlain =
+        components.size() > 1 && std::all_of(components.begin() + 1, components.end(), platform::isPlainName);
+    const bool isRooted = isPlain && components[0] == "/";
+    if (isRooted || (isPlain && platform::isPlainName(components[0]))) {
+      paths.push_back(platform::pathWithComponents(components));
+    }
   }
-  return folders;
+  return paths;
+}
+
+}  // namespace
+
+std::vector<std::string> absoluteProfiles(std::string_view list) {
+  std::vector<std::string> paths = plainPathsIn(list);
+  std::erase_if(paths, [](const std::string& path) { return !path.starts_with('/'); });
+  return paths;
+}
+
+std::vector<std::string> nestedProfiles(std::string_view list) {
+  std::vector<std::string> paths = plainPathsIn(list);
+  std::erase_if(paths, [](const std::string& path) { return path.starts_with('/'); });
+  return paths;
 }
 
 }  // namespace tidewell

@@ -12,4 +12,7 @@ inline constexpr char kFirefoxProfilesFile[] = "profiles.ini";
 /// The folders of the profiles that the list places by a whole path, outside of the folder that it lies in.
 std::vector<std::string> absoluteProfiles(std::string_view list);
 
+/// Those that lie deeper than right beside the list, relative to the folder that it lies in.
+std::vector<std::string> nestedProfiles(std::string_view list);
+
 }  // namespace tidewell

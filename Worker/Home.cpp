@@ -120,9 +120,23 @@ std::vector<Installation> Home::installationsOf(const Browser& browser) const {
   }
   const auto kind = browser.name == kFirefox ? Installation::Kind::kProfile : Installation::Kind::kWhole;
   for (const StartedWith& started : startedWith) {
-    if (started.bundleIdentifier == browser.bundleIdentifier) appendInstallation(found, {started.folder, {}, kind});
+    if (started.bundleIdentifier != browser.bundleIdentifier) continue;
+    const bool isWhole = kind == Installation::Kind::kWhole;
+    appendInstallation(found, {started.folder, isWhole ? cachesFor(started.folder) : std::vector<std::string>(), kind});
   }
   return found;
+}
+
+/// Chromium keeps the caches of a data folder that lies among the programs' settings in the same place among their
+/// caches, and those of any other in the data folder itself.
+std::vector<std::string> Home::cachesFor(const std::string& dataFolder) const {
+  for (const std::string& settings :
+       {configurationFolder.value_or(""), folder + std::string(kConfiguration.substr(1))}) {
+    if (settings.empty() || !platform::isPathInside(dataFolder, settings) || dataFolder.size() <= settings.size())
+      continue;
+    return existing(std::string(kCaches) + dataFolder.substr(settings.size()));
+  }
+  return {};
 }
 
 void Home::appendInstallation(std::vector<Installation>& found, Installation installation) const {

@@ -82,6 +82,7 @@ struct Home {
 
  private:
   std::vector<std::string> existing(std::string_view place) const;
+  std::vector<std::string> cachesFor(const std::string& dataFolder) const;
   void appendInstallation(std::vector<Installation>& found, Installation installation) const;
 };
 

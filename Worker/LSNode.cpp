@@ -93,7 +93,7 @@ void WorkerAppDelegate::removeNonFavLocalStorage(const std::string& browserName)
     }
   } else if (browserName == kFirefox) {
     for (const std::string& profile : firefoxProfiles()) {
-      if (!isDirectory(profile)) continue;
+      if (home.layout == HomeLayout::kLibrary && !isDirectory(profile)) continue;
       removeFirefoxTable(profile);
       if (spares) continue;
       for (const char* storage : kFirefoxStorages) removeIfThere(appendingPathComponent(profile, storage));

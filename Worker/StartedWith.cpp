@@ -18,17 +18,20 @@ constexpr std::string_view kDataFolder = "--user-data-dir=";
 constexpr std::array<std::string_view, 2> kProfile = {"-profile", "--profile"};
 constexpr std::array<std::string_view, 3> kTemporaryFolders = {"/tmp", "/var/tmp", "/dev/shm"};
 constexpr std::size_t kMostKept = 16;
+constexpr std::size_t kLongestPath = 4096;  // bytes
 
-/// The shortest of `start`, `start` and the next word, and so on that is a folder; up to the next option.
+/// The longest of `start`, `start` and the next word, and so on that is a folder; up to the next option.
 std::optional<std::string> folderBeginningWith(std::string start, const std::vector<std::string>& words,
                                                std::size_t next,
                                                const std::function<bool(const std::string& path)>& isFolder) {
   if (!start.starts_with('/')) return std::nullopt;
-  while (!isFolder(start)) {
-    if (next >= words.size() || words[next].starts_with('-')) return std::nullopt;
-    start += ' ' + words[next++];
+  std::string folder = isFolder(start) ? start : "";
+  for (; next < words.size() && !words[next].starts_with('-') && start.size() < kLongestPath; ++next) {
+    start += ' ' + words[next];
+    if (isFolder(start)) folder = start;
   }
-  const std::vector<std::string> components = platform::pathComponents(start);
+  const std::vector<std::string> components = platform::pathComponents(folder);
+  if (components.empty()) return std::nullopt;
   const bool isPlain = std::all_of(components.begin() + 1, components.end(),
                                    [](const std::string& component) { return platform::isPlainName(component); });
   return isPlain && components.size() > 1 ? std::optional(platform::pathWithComponents(components)) : std::nullopt;
@@ -79,9 +82,12 @@ std::vector<StartedWith> startedWithFrom(const std::optional<Value::Array>& sett
 }
 
 void rememberFolders(const Browser& browser, const std::vector<platform::Arguments>& processes) {
-  const Home home = Home::current();
+  Home home = Home::current();
   if (home.layout == HomeLayout::kLibrary) return;
-  std::vector<StartedWith> known = home.startedWith;
+  // Nobody is asked for a list of profiles here: what is remembered although it is in one does no harm.
+  home.contentsOf = [](const std::string&) { return std::nullopt; };
+  std::vector<StartedWith>& known = home.startedWith;
+  const std::vector<StartedWith> before = known;
   for (const platform::Arguments& arguments : processes) {
     for (const std::string& folder : foldersNamedIn(arguments, browser, home.isFolder)) {
       if (!isKnown(home, browser, folder) && !isTemporary(folder, home.folder)) {
@@ -89,7 +95,7 @@ void rememberFolders(const Browser& browser, const std::vector<platform::Argumen
       }
     }
   }
-  if (known == home.startedWith) return;
+  if (known == before) return;
   if (known.size() > kMostKept) known.erase(known.begin(), known.end() - kMostKept);
   Value::Array setting;
   for (const StartedWith& started : known) {

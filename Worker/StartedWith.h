@@ -16,7 +16,7 @@
 namespace tidewell {
 
 /// What the arguments name: the data folder of a browser of the Chrome family, a profile of Firefox. Whole paths alone.
-/// A browser may leave its arguments as one text, joined by blanks: the shortest that is a folder is taken then.
+/// A browser may leave its arguments as one text, joined by blanks: the longest that is a folder is taken then.
 std::vector<std::string> foldersNamedIn(const std::vector<std::string>& arguments, const Browser& browser,
                                         const std::function<bool(const std::string& path)>& isFolder);
 

@@ -1,5 +1,7 @@
 // Cleans the stores of today's browsers, each together with its elders.
 
+#include <algorithm>
+
 #include "Platform/Path.h"
 #include "Worker/Browsers.h"
 #include "Worker/Home.h"
@@ -9,6 +11,12 @@
 
 namespace tidewell {
 namespace {
+
+/// On a home with a Library a list of profiles may name any folder there is.
+bool leadsUpwards(const std::string& folder) {
+  const std::vector<std::string> components = platform::pathComponents(folder);
+  return std::find(components.begin(), components.end(), "..") != components.end();
+}
 
 void clean(StoreGroup group, std::span<const Store> stores, const std::string& folder) {
   for (const Store& store : stores) {
@@ -22,19 +30,25 @@ void WorkerAppDelegate::cleanCurrentStores(StoreGroup group, const std::string& 
   const Home home = Home::current();
   if (!home.cleansCurrentStores) return;
   if (isOfChromeFamily(browserName)) {
-    for (const ProfilePlaces& profile : profilesOf(browserName)) clean(group, chromeProfileStores(), profile.folder);
+    for (const ProfilePlaces& profile : profilesOf(browserName)) {
+      if (!leadsUpwards(profile.folder)) clean(group, chromeProfileStores(), profile.folder);
+    }
     for (const Installation& installation : home.installationsOf(*browserNamed(browserName))) {
       clean(group, chromeDataStores(), installation.dataFolder);
     }
   } else if (browserName == kFirefox) {
+    // On a home without a Library these are folders already, and of some the parent folder is not granted.
+    const auto isFolder = [&home](const std::string& path) {
+      return home.layout == HomeLayout::kXDG || isDirectory(path);
+    };
     for (const std::string& profile : firefoxProfiles()) {
-      if (isDirectory(profile)) clean(group, firefoxProfileStores(), profile);
+      if (isFolder(profile)) clean(group, firefoxProfileStores(), profile);
     }
     for (const Installation& installation : home.installationsOf(*browserNamed(kFirefox))) {
       if (installation.kind == Installation::Kind::kWhole) clean(group, firefoxDataStores(), installation.dataFolder);
     }
     for (const std::string& caches : firefoxCaches()) {
-      if (isDirectory(caches)) clean(group, firefoxCacheStores(), caches);
+      if (isFolder(caches)) clean(group, firefoxCacheStores(), caches);
     }
   }
 }

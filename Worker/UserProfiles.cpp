@@ -5,6 +5,7 @@
 
 #include "Platform/Path.h"
 #include "Worker/Browsers.h"
+#include "Worker/FirefoxProfiles.h"
 #include "Worker/Home.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/sandbox/Sandbox.h"
@@ -56,11 +57,25 @@ ProfileMap profilesFoundIn(const std::string& dataFolder, std::string_view brows
   return profiles;
 }
 
-/// Everything that lies in a folder of profiles: what is no profile has none of what one holds.
+/// Everything that lies in a folder of profiles, on a home without a Library only the folders: what is no profile has
+/// none of what one holds.
 void appendEntries(std::vector<std::string>& profiles, const std::string& folder, const Home& home) {
   const bool isLibrary = home.layout == HomeLayout::kLibrary;
   for (const std::string& name : isLibrary ? Sandbox::folderContentsOf(folder) : Sandbox::entriesOf(folder)) {
-    profiles.push_back(appendingPathComponent(folder, name));
+    std::string entry = appendingPathComponent(folder, name);
+    if (isLibrary || isDirectory(entry)) profiles.push_back(std::move(entry));
+  }
+}
+
+/// On a home without a Library: the same, and the profiles that Firefox's list places deeper.
+void appendFirefoxEntries(std::vector<std::string>& profiles, const std::string& folder, const std::string& dataFolder,
+                          const Home& home) {
+  appendEntries(profiles, folder, home);
+  if (home.layout == HomeLayout::kLibrary) return;
+  const auto list = home.contentsOf(appendingPathComponent(dataFolder, kFirefoxProfilesFile));
+  for (const std::string& nested : nestedProfiles(list.value_or(""))) {
+    std::string profile = appendingPathComponent(folder, nested);
+    if (isDirectory(profile)) profiles.push_back(std::move(profile));
   }
 }
 
@@ -108,7 +123,7 @@ std::vector<std::string> WorkerAppDelegate::firefoxProfiles() {
     if (installation.kind == Installation::Kind::kProfile) {
       profiles.push_back(installation.dataFolder);
     } else {
-      appendEntries(profiles, installation.dataFolder, home);
+      appendFirefoxEntries(profiles, installation.dataFolder, installation.dataFolder, home);
     }
   }
   return profiles;
@@ -118,8 +133,15 @@ std::vector<std::string> WorkerAppDelegate::firefoxCaches() {
   const Home home = Home::current();
   std::vector<std::string> profiles;
   for (const Installation& installation : home.installationsOf(*browserNamed(kFirefox))) {
-    if (installation.kind == Installation::Kind::kProfile) profiles.push_back(installation.dataFolder);
-    for (const std::string& caches : installation.cacheFolders) appendEntries(profiles, caches, home);
+    for (const std::string& caches : installation.cacheFolders) {
+      appendFirefoxEntries(profiles, caches, installation.dataFolder, home);
+    }
+    if (installation.kind == Installation::Kind::kProfile) {
+      profiles.push_back(installation.dataFolder);
+    } else if (home.layout == HomeLayout::kXDG) {
+      // A session may have moved data and caches to one place.
+      appendFirefoxEntries(profiles, installation.dataFolder, installation.dataFolder, home);
+    }
   }
   return profiles;
 }

@@ -84,10 +84,10 @@ class WorkerAppDelegate : public Agent,
   /// The profiles of a browser of the Chrome family, in all of its installations.
   std::vector<ProfilePlaces> profilesOf(const std::string& browserName);
 
-  /// What may be a profile of Firefox, in all of its installations.
+  /// What may be a profile of Firefox, in all of its installations; on a home without a Library folders alone.
   std::vector<std::string> firefoxProfiles();
 
-  /// Where the caches of Firefox's profiles may lie.
+  /// Where the caches of Firefox's profiles may lie; likewise.
   std::vector<std::string> firefoxCaches();
 
   // CookieNode.

@@ -23,6 +23,18 @@ tidewell_test(worker_tests
     Worker/sandbox/SecureDeleteTest.cpp
   LIBRARIES test_support)
 
+# Homes without a Library, and the stores of today's browsers.
+tidewell_test(homes_tests
+  SOURCES
+    Worker/homes/DamagedStoresTest.cpp
+    Worker/homes/FirefoxProfilesTest.cpp
+    Worker/homes/HomeTest.cpp
+    Worker/homes/HostileHomeTest.cpp
+    Worker/homes/LinuxAccessTest.cpp
+    Worker/homes/LinuxRunTest.cpp
+    Worker/homes/StartedWithTest.cpp
+  LIBRARIES test_support)
+
 # Databases, with real files and real locks.
 tidewell_test(database_tests
   SOURCES
@@ -43,7 +55,9 @@ tidewell_test(database_tests
 tidewell_test(stores_tests
   SOURCES
     Worker/stores/CacheStorageIndexTest.cpp
+    Worker/stores/CurrentStoresTest.cpp
     Worker/stores/JsonPartsTest.cpp
     Worker/stores/PreferencesTest.cpp
     Worker/stores/SessionStoreTest.cpp
   LIBRARIES worker lz4_static)
+target_compile_definitions(stores_tests PRIVATE TIDEWELL_DOCS="${PROJECT_SOURCE_DIR}/docs")

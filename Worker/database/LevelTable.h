@@ -1,8 +1,7 @@
 // A table of a LevelDB database, read from front to back, one block at a time.
 //
-// Every length in it is checked before anything is allocated, and every block against its checksum: LevelDB's own
-// reader ends the process on some damaged files (a flipped bit in the last 48 bytes is enough, which no checksum
-// covers).
+// Every length in it is checked before anything is allocated, and every block against its checksum. LevelDB's own
+// reader is built with assertions that files can break: one flipped bit in a table is enough to end the process.
 #pragma once
 
 #include <cstddef>

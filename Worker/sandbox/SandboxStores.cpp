@@ -38,15 +38,24 @@ bool isFileOfType(const std::string& path, const char* type) {
   return attributeOf<std::string>(path, platform::kFileType) == type;
 }
 
+/// Removes a single item as remove() does, but overwrites nothing that a link leads to, and then leaves a folder in
+/// which something has stayed.
+void removeItemInsideGrant(const std::string& path, bool overwrites) {
+  if (overwrites && isFileOfType(path, platform::kFileTypeDirectory)) {
+    const auto rest = Platform::current().fileManager.contentsOfDirectory(path);
+    if (!rest || !rest->empty()) return;
+  }
+  removeInsideGrant(path, overwrites && isFileOfType(path, platform::kFileTypeRegular));
+}
+
 /// The new contents are whole on the disk before they take the old ones' place.
 void replaceInsideGrant(const std::string& path, const std::string& contents, bool overwrites) {
   platform::FileManager& fileManager = Platform::current().fileManager;
   const std::string other = path + kNewItem;
-  removeInsideGrant(other, overwrites);  // left by a worker that was ended in the middle
   const auto permissions = attributeOf<std::int64_t>(path, platform::kFilePosixPermissions);
   if (fileManager.createFile(other, contents, static_cast<unsigned>(permissions.value_or(kOwnerOnly)) & 0777U)) return;
   const std::error_code error = fileManager.exchangeItems(path, other);
-  if (!error) return removeInsideGrant(other, overwrites);  // the old contents
+  if (!error) return removeItemInsideGrant(other, overwrites);  // the old contents
   // Where the file system can't, the old contents go without being overwritten: who wants that keeps them.
   if (error == std::errc::not_supported && !overwrites && !fileManager.replaceItem(path, other)) return;
   fileManager.removeItem(other);
@@ -76,7 +85,7 @@ bool emptyInsideGrant(const std::string& folder) {
 
 void removeTreeInsideGrant(const std::string& path, bool overwrites) {
   if (!overwrites || !isFileOfType(path, platform::kFileTypeDirectory)) {
-    removeInsideGrant(path, overwrites);
+    removeItemInsideGrant(path, overwrites);
   } else if (emptyInsideGrant(path)) {
     Platform::current().fileManager.removeItem(path);
   }
@@ -115,11 +124,12 @@ void Sandbox::rewrite(const Path& path, const Rewriter& rewriter) {
   const bool overwrites = overwritesFirst();
   unrecorded<bool>(path, false, [&](const std::string& fullPath) {
     const std::lock_guard turn(turnOf(fullPath));
+    removeItemInsideGrant(fullPath + kNewItem, overwrites);  // left by a worker that was ended in the middle
     const auto bytes = bytesInsideGrant(fullPath);
     if (!bytes) return false;
     const Rewriting rewriting = rewriter(*bytes);
     if (rewriting.action == Rewriting::Action::kReplace) replaceInsideGrant(fullPath, rewriting.contents, overwrites);
-    if (rewriting.action == Rewriting::Action::kRemove) removeInsideGrant(fullPath, overwrites);
+    if (rewriting.action == Rewriting::Action::kRemove) removeItemInsideGrant(fullPath, overwrites);
     return true;
   });
 }
@@ -130,7 +140,7 @@ LevelDatabase::Outcome Sandbox::keepInLevelDatabase(const Path& path, const Leve
   return unrecorded<LevelDatabase::Outcome>(path, LevelDatabase::Outcome::kLeft, [&](const std::string& fullPath) {
     const std::lock_guard turn(turnOf(fullPath));
     return LevelDatabase::keepOnly(fullPath, isKept, isPrecious,
-                                   [overwrites](const std::string& item) { removeInsideGrant(item, overwrites); });
+                                   [overwrites](const std::string& item) { removeItemInsideGrant(item, overwrites); });
   });
 }
 

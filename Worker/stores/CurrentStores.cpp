@@ -52,6 +52,9 @@ constexpr Store kChromeProfile[] = {
     {kCaches, "DawnGraphiteCache", removeWhole, "the same"},
     {kCaches, "DawnWebGPUCache", removeWhole, "the same"},
     {kCaches, "GPUPersistentCache", removeWhole, "the same"},
+    {kCaches, "ShaderCache", removeWhole, "the same, in a profile of its own"},
+    {kCaches, "GrShaderCache", removeWhole, "the same"},
+    {kCaches, "GraphiteDawnCache", removeWhole, "the same"},
 };
 
 constexpr Store kChromeData[] = {

@@ -90,20 +90,17 @@ void cleanFileSystem(const std::string& path) {
   static constexpr std::string_view kOrigins = "Origins";
   if (!isDirectory(path)) return;
   const std::string origins = appendingPathComponent(path, kOrigins);
-  const auto isOfExtension = [](std::string_view key) {
-    return key.starts_with(kOrigin) && key.substr(kOrigin.size()).starts_with(kChromeExtension);
+  std::set<std::string, std::less<>> kept;
+  const auto isKept = [&kept](std::string_view key, std::string_view folder) {
+    if (!key.starts_with(kOrigin)) return true;
+    const bool isOfExtension = key.substr(kOrigin.size()).starts_with(kChromeExtension);
+    if (isOfExtension) kept.emplace(folder);
+    return isOfExtension;
   };
-  const auto outcome = Sandbox::keepInLevelDatabase(
-      origins, [&](std::string_view key, std::string_view) { return isOfExtension(key) || !key.starts_with(kOrigin); },
-      mentionsExtension);
+  const auto outcome = Sandbox::keepInLevelDatabase(origins, isKept, mentionsExtension);
   if (outcome == LevelDatabase::Outcome::kLeft) return;  // it can't be told whose each folder is
 
   // The first origin of all has a place of its own, outside of the database.
-  std::set<std::string, std::less<>> kept;
-  const auto entries = Sandbox::levelDatabaseEntries(origins);
-  for (const auto& [key, folder] : entries.value_or(std::map<std::string, std::string>())) {
-    if (isOfExtension(key)) kept.insert(folder);
-  }
   if (mentionsExtension(Sandbox::bytesOf(appendingPathComponent(path, "primary.origin")).value_or(""))) {
     kept.insert({"primary", "primary.origin"});
   }
@@ -113,26 +110,26 @@ void cleanFileSystem(const std::string& path) {
 }
 
 void cleanWebStorage(const std::string& path) {
-  static constexpr char kIsOfExtension[] = " WHERE substr(storage_key, 1, 19) = 'chrome-extension://';";
-  static constexpr char kIsOfSite[] = " WHERE substr(storage_key, 1, 19) <> 'chrome-extension://';";
+  // One row whatever there is, so that none means that the index can't be read.
+  static constexpr char kBuckets[] =
+      "SELECT '/' || group_concat(id, '/') || '/' AS kept FROM buckets"
+      " WHERE substr(storage_key, 1, 19) = 'chrome-extension://';";
+  static constexpr char kDeleteSites[] =
+      "DELETE FROM buckets WHERE substr(storage_key, 1, 19) <> 'chrome-extension://';";
   static constexpr char kIndex[] = "QuotaManager";
   if (!isDirectory(path)) return;
   const std::string index = appendingPathComponent(path, kIndex);
-  const auto count = Sandbox::returnArrayFromSql_onfile("SELECT count(*) AS buckets FROM buckets;", index);
-  if (!count || count->empty()) {
-    // No index, or none that can be read.
+  const auto rows = Sandbox::returnArrayFromSql_onfile(kBuckets, index);
+  if (!rows || rows->empty()) {
     if (!mentionsExtension(Sandbox::bytesOf(index).value_or(""))) Sandbox::removeTree(path);
     return;
   }
-  std::set<std::string, std::less<>> kept;
-  const auto rows = Sandbox::returnArrayFromSql_onfile(std::string("SELECT id FROM buckets") + kIsOfExtension, index);
-  if (rows) {
-    for (const Row row : *rows) kept.emplace(row.stringForKey("id").value_or(""));
-  }
-  if (kept.empty()) return Sandbox::removeTree(path);
-  removeEntriesUnless(path,
-                      [&kept](const std::string& name) { return name.starts_with(kIndex) || kept.contains(name); });
-  runStatements(index, std::string("DELETE FROM buckets") + kIsOfSite);
+  const auto kept = (*rows)[0].stringForKey("kept");  // a null for no bucket at all
+  if (!kept) return Sandbox::removeTree(path);
+  removeEntriesUnless(path, [&kept](const std::string& name) {
+    return name.starts_with(kIndex) || kept->find('/' + name + '/') != std::string_view::npos;
+  });
+  runStatements(index, kDeleteSites);
 }
 
 void cleanPreferences(const std::string& path) {

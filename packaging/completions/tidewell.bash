@@ -35,7 +35,7 @@ _tidewell() {
       case $COMP_CWORD in
         2) words="read write delete" ;;
         3) words=$domains ;;
-        4) words="enabledBrowsers displayNotifications secureDeleteData userFolder" ;;
+        4) words="enabledBrowsers displayNotifications secureDeleteData userFolder homeLayout currentStores startedWith" ;;
         5) words=$([[ ${COMP_WORDS[2]} == write ]] && echo "-string -bool -int -array") ;;
         6) words=$([[ ${COMP_WORDS[5]} == -bool ]] && echo "YES NO") ;;
         *) words="" ;;

@@ -30,5 +30,5 @@ set -l word 'test (count (commandline -opc)) -eq'
 set -l defaults '__fish_seen_subcommand_from defaults; and'
 complete -c tidewell -n "$defaults $word 2" -a 'read write delete'
 complete -c tidewell -n "$defaults $word 3" -a "$domains"
-complete -c tidewell -n "$defaults $word 4" -a 'enabledBrowsers displayNotifications secureDeleteData userFolder'
+complete -c tidewell -n "$defaults $word 4" -a 'enabledBrowsers displayNotifications secureDeleteData userFolder homeLayout currentStores startedWith'
 complete -c tidewell -n "$defaults $word 5; and contains -- write (commandline -opc)" -a '-string -bool -int -array'

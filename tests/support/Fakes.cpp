@@ -92,9 +92,10 @@ void FakeNotificationCenter::removeDeliveredNotification(const platform::UserNot
   delivered_.erase(notification.identifier);
 }
 
-void FakeWorkspace::quit(std::optional<std::string> name, std::optional<std::string> identifier) {
+void FakeWorkspace::quit(std::optional<std::string> name, std::optional<std::string> identifier,
+                         std::vector<platform::Arguments> processes) {
   const auto observers = observers_;
-  for (const auto& [token, observer] : observers) observer({name, identifier});
+  for (const auto& [token, observer] : observers) observer({name, identifier, processes});
 }
 
 FakeWorkspace::ObserverToken FakeWorkspace::addDidTerminateApplicationObserver(Observer observer) {

@@ -108,7 +108,8 @@ class FakeUserScripts : public platform::UserScripts {
 
 class FakeWorkspace : public platform::Workspace {
  public:
-  void quit(std::optional<std::string> name, std::optional<std::string> identifier);
+  void quit(std::optional<std::string> name, std::optional<std::string> identifier,
+            std::vector<platform::Arguments> processes = {});
   std::size_t observers() const { return observers_.size(); }
 
   ObserverToken addDidTerminateApplicationObserver(Observer observer) override;

@@ -27,6 +27,38 @@ std::error_code JournalingFileManager::removeOverwrittenItem(const std::string& 
   return LinuxFileManager::removeOverwrittenItem(path);
 }
 
+platform::Result<std::unique_ptr<platform::ReadableFile>> JournalingFileManager::readableFile(
+    const std::string& path) const {
+  journal_.add("pieces of " + path);
+  return LinuxFileManager::readableFile(path);
+}
+
+std::error_code JournalingFileManager::createFolder(const std::string& path) {
+  journal_.add("make folder " + path);
+  return LinuxFileManager::createFolder(path);
+}
+
+std::error_code JournalingFileManager::createFile(const std::string& path, std::string_view contents,
+                                                  unsigned permissions) {
+  journal_.add("make file " + path);
+  return LinuxFileManager::createFile(path, contents, permissions);
+}
+
+std::error_code JournalingFileManager::exchangeItems(const std::string& path, const std::string& other) {
+  journal_.add("exchange " + path);
+  return LinuxFileManager::exchangeItems(path, other);
+}
+
+std::error_code JournalingFileManager::replaceItem(const std::string& path, const std::string& replacement) {
+  journal_.add("replace " + path);
+  return LinuxFileManager::replaceItem(path, replacement);
+}
+
+platform::Result<std::unique_ptr<platform::FileLock>> JournalingFileManager::lockFile(const std::string& path) {
+  journal_.add("lock " + path);
+  return LinuxFileManager::lockFile(path);
+}
+
 int TestSystem::openForReadingAndWriting(const std::string& path) {
   journal_.add("open " + path);
   return LinuxSystem::openForReadingAndWriting(path);

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,7 +20,8 @@
 
 namespace testing_support {
 
-/// Journal: "remove PATH", "remove overwritten PATH", "read PATH", "list PATH", "exists PATH", "attributes PATH".
+/// Journal: "remove PATH", "remove overwritten PATH", "read PATH", "list PATH"; "pieces of PATH", "make folder PATH",
+/// "make file PATH", "exchange PATH", "replace PATH", "lock PATH".
 class JournalingFileManager : public platform::linux_::LinuxFileManager {
  public:
   JournalingFileManager(platform::linux_::SecurityScopes& scopes, std::string scriptsFolder, Journal& journal)
@@ -27,8 +29,14 @@ class JournalingFileManager : public platform::linux_::LinuxFileManager {
 
   platform::Result<std::string> stringWithContentsOfFile(const std::string& path) const override;
   platform::Result<std::vector<std::string>> contentsOfDirectory(const std::string& path) const override;
+  platform::Result<std::unique_ptr<platform::ReadableFile>> readableFile(const std::string& path) const override;
   std::error_code removeItem(const std::string& path) override;
   std::error_code removeOverwrittenItem(const std::string& path) override;
+  std::error_code createFolder(const std::string& path) override;
+  std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override;
+  std::error_code exchangeItems(const std::string& path, const std::string& other) override;
+  std::error_code replaceItem(const std::string& path, const std::string& replacement) override;
+  platform::Result<std::unique_ptr<platform::FileLock>> lockFile(const std::string& path) override;
 
  private:
   Journal& journal_;

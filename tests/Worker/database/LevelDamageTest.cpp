@@ -3,6 +3,7 @@
 #include <leveldb/comparator.h>
 #include <sys/resource.h>
 
+#include "Worker/database/LevelLog.h"
 #include "tests/Worker/database/LevelDatabaseTest.h"
 
 namespace {
@@ -106,6 +107,7 @@ TEST_F(DamagedLevel, aFlippedBitOfATableIsNeverTakenForData) {
 
 TEST_F(DamagedLevel, aFlippedBitOfTheLogIsNeverTakenForData) {
   const std::size_t size = fs::file_size(pathOf(".log"));
+  std::size_t left = 0;
   for (std::size_t offset = 0; offset < size; ++offset) {
     restore();
     flip(pathOf(".log"), offset, static_cast<int>(offset % 8));
@@ -114,8 +116,10 @@ TEST_F(DamagedLevel, aFlippedBitOfTheLogIsNeverTakenForData) {
       ASSERT_EQ(inLibrary()->at("_http://kept.test\0\1a"s), kKept.at("_http://kept.test\0\1a"s));
     } else {
       ASSERT_EQ(outcome, Outcome::kLeft) << offset;
+      ++left;
     }
   }
+  EXPECT_GT(left, size * 3 / 4);
 }
 
 TEST_F(DamagedLevel, whatCannotBeRepairedGoesWhenNothingPreciousIsInIt) {
@@ -135,7 +139,7 @@ TEST_F(DamagedLevel, whatCannotBeRepairedStaysWhenSomethingPreciousIsInIt) {
 TEST_F(DamagedLevel, somethingPreciousIsSeenWhereverItStands) {
   // Across the places where a long file is cut for the search, in a table that no manifest names, in the messages.
   for (const std::size_t offset :
-       {std::size_t{0}, (std::size_t{1} << 20) - 3, std::size_t{1} << 20, std::size_t{3000000}}) {
+       {std::size_t{0}, (std::size_t{1} << 20) - 3, (std::size_t{17} << 16) - 3, std::size_t{3000000}}) {
     for (const std::string& name : {"000777.ldb"s, "LOG"s, "LOG.old"s, "000777.dbtmp"s, "lost/000003.ldb"s}) {
       restore();
       flip(pathOf(".ldb"), 10, 3);
@@ -181,20 +185,42 @@ TEST_F(DamagedLevel, aLogWithRoomAtItsEndIsWhole) {
 }
 
 TEST_F(DamagedLevel, leftoversOfLevelDbItselfAreCleanedUp) {
-  write(folder + "/000999.ldb", "half a table of gone.test");
-  write(folder + "/000001.log", "an old log of gone.test");
-  write(folder + "/MANIFEST-000001", "gone.test");
-  write(folder + "/000998.dbtmp", "gone.test");
-  write(folder + "/LOG.old", "gone.test");
-  write(folder + "/lost/000003.ldb", "gone.test");
-  EXPECT_EQ(keep("kept.test"), Outcome::kRewritten);
-  EXPECT_THAT(inLibrary(), Optional(kKept));
-  EXPECT_THAT(allBytes(), Not(HasSubstr("gone")));
-  const auto position = [this](const std::string& path) {
-    return std::find(removed.begin(), removed.end(), aside + path) - removed.begin();
+  for (const bool canExchange : {true, false}) {
+    restore();
+    removed.clear();
+    files.canExchange = canExchange;
+    for (const std::string& name :
+         {"000999.ldb"s, "000001.log"s, "MANIFEST-000001"s, "000998.dbtmp"s, "LOG.old"s, "lost/000003.ldb"s}) {
+      write(folder + "/" + name, "gone.test");
+    }
+    EXPECT_EQ(keep("kept.test"), Outcome::kRewritten);
+    EXPECT_THAT(inLibrary(), Optional(kKept));
+    EXPECT_THAT(allBytes(), Not(HasSubstr("gone")));
+    EXPECT_FALSE(isThere(folder + "/lost"));
+    const auto place = [&](const std::string& path) {
+      return std::find(removed.begin(), removed.end(), (canExchange ? aside : folder) + path) - removed.begin();
+    };
+    EXPECT_LT(place("/lost/000003.ldb"), place("/lost"));
+    EXPECT_LE(place("/lost"), place(""));
+  }
+}
+
+TEST_F(DamagedLevel, ofSeveralLogsTheYoungestEntryCounts) {
+  fs::remove_all(folder);
+  const auto logWith = [](std::uint64_t sequence, const std::string& value) {
+    std::string batch, log;
+    tidewell::appendLevelFixedNumber(batch, sequence, 8);
+    tidewell::appendLevelFixedNumber(batch, 1, 4);
+    batch += '\1';
+    tidewell::appendLevelText(batch, "kept.test");
+    tidewell::appendLevelText(batch, value);
+    tidewell::appendLevelRecord(log, batch);
+    return log;
   };
-  EXPECT_LT(position("/lost/000003.ldb"), position("/lost"));
-  EXPECT_LT(position("/lost"), position(""));
+  write(folder + "/000005.log", logWith(10, "new"));
+  write(folder + "/000006.log", logWith(7, "old"));
+  EXPECT_EQ(keep("kept.test"), Outcome::kRewritten);
+  EXPECT_THAT(inLibrary(), Optional(Entries{{"kept.test", "new"}}));
 }
 
 TEST_F(DamagedLevel, somethingElseInTheFolderMeansThatItIsLeft) {
@@ -231,25 +257,36 @@ TEST_F(DamagedLevel, aLinkInsteadOfTheFolderIsNotFollowed) {
   EXPECT_EQ(platform.home.tree(), before);
 }
 
+/// An order under a name of its own: that of bytes, or its reverse.
+struct OtherOrder : leveldb::Comparator {
+  explicit OtherOrder(bool reverse) : isReverse(reverse) {}
+  int Compare(const leveldb::Slice& one, const leveldb::Slice& other) const override {
+    return isReverse ? other.compare(one) : one.compare(other);
+  }
+  const char* Name() const override { return "idb_cmp1"; }
+  void FindShortestSeparator(std::string*, const leveldb::Slice&) const override {}
+  void FindShortSuccessor(std::string*) const override {}
+
+  const bool isReverse;
+};
+
 TEST_F(DamagedLevel, databasesInAnotherOrderAreLeft) {
-  struct Reverse : leveldb::Comparator {
-    int Compare(const leveldb::Slice& one, const leveldb::Slice& other) const override { return other.compare(one); }
-    const char* Name() const override { return "idb_cmp1"; }
-    void FindShortestSeparator(std::string*, const leveldb::Slice&) const override {}
-    void FindShortSuccessor(std::string*) const override {}
-  };
-  fs::remove_all(folder);
-  const Reverse reverse;
-  leveldb::Options options;
-  options.comparator = &reverse;
-  put(kFirst, options);
-  open([](leveldb::DB& database) { database.CompactRange(nullptr, nullptr); }, options);
-  for (const auto& damage : std::vector<std::function<void()>>{[] {}, [&] { write(folder + "/CURRENT", "x"); },
-                                                               [&] { fs::remove(pathOf("MANIFEST-")); }}) {
-    damage();
-    EXPECT_EQ(LevelDatabase::entries(folder), std::nullopt);
-    EXPECT_EQ(keep("kept.test"), Outcome::kLeft);
-    EXPECT_EQ(keep("nobody"), Outcome::kLeft);
+  for (const bool isReverse : {false, true}) {
+    fs::remove_all(folder);
+    const OtherOrder order(isReverse);
+    leveldb::Options options;
+    options.comparator = &order;
+    put(kFirst, options);
+    open([](leveldb::DB& database) { database.CompactRange(nullptr, nullptr); }, options);
+    std::vector<std::function<void()>> damages = {[] {}, [&] { write(folder + "/CURRENT", "x"); }};
+    // Without the manifest nothing tells of the name, but the order of the keys in the table does.
+    if (isReverse) damages.emplace_back([&] { fs::remove(pathOf("MANIFEST-")); });
+    for (const auto& damage : damages) {
+      damage();
+      EXPECT_EQ(LevelDatabase::entries(folder), std::nullopt);
+      EXPECT_EQ(keep("kept.test"), Outcome::kLeft);
+      EXPECT_EQ(keep("nobody"), Outcome::kLeft);
+    }
   }
 }
 

@@ -158,6 +158,33 @@ TEST_F(Level, aSecondTimeNothingIsTouched) {
   EXPECT_EQ(platform.home.tree(), before);
 }
 
+TEST_F(Level, whatOnlyLooksFreshIsRewritten) {
+  const auto removeMessagesAndLogs = [this] {
+    for (const std::string& name : names()) {
+      if (name.starts_with("LOG") || name.ends_with(".log")) std::filesystem::remove(folder + "/" + name);
+    }
+  };
+  put(kSites);
+  keep("");
+  open([](leveldb::DB& database) { ASSERT_TRUE(database.Delete({}, "META:http://gone.test").ok()); });
+  open([](leveldb::DB&) {});  // makes a table of the log
+  removeMessagesAndLogs();
+  EXPECT_EQ(keep(""), Outcome::kRewritten);
+  EXPECT_THAT(allBytes(), Not(HasSubstr("META:http://gone.test")));  // but for the entry that is deleted it was fresh
+
+  for (const char* key : {"_http://gone.test at the end", "_http://gone.test, too"}) put({{key, ""}});
+  compact();
+  open([](leveldb::DB& database) {
+    for (const char* key : {"_http://gone.test at the end", "_http://gone.test, too"}) {
+      ASSERT_TRUE(database.Delete({}, key).ok());
+    }
+    database.CompactRange(nullptr, nullptr);
+  });
+  removeMessagesAndLogs();
+  EXPECT_EQ(keep(""), Outcome::kRewritten);
+  EXPECT_THAT(allBytes(), Not(HasSubstr("at the end")));  // but for the manifest's history it was
+}
+
 TEST_F(Level, afterTheBrowserHasUsedItAgainItIsRewrittenAgain) {
   put(kSites);
   keep("kept.test");

@@ -120,6 +120,22 @@ TEST_F(HinderedLevel, noProcessCanOpenItWhileItIsRewritten) {
   EXPECT_EQ(refusals, static_cast<int>(all.size()));
 }
 
+TEST_F(HinderedLevel, theLockIsHeldUntilOnlyItIsLeft) {
+  for (const std::string& wanted : {"kept.test"s, "nobody"s}) {
+    make();
+    const std::string place = wanted == "nobody" ? folder : aside;
+    std::vector<bool> isFree;
+    onRemove = [&](const std::string& path) {
+      if (path != place) isFree.push_back(static_cast<bool>(files.lockFile(place + "/LOCK")));
+    };
+    keep(wanted);
+    ASSERT_GT(isFree.size(), 3U);
+    EXPECT_TRUE(isFree.back());  // removing it may open it
+    isFree.pop_back();
+    EXPECT_THAT(isFree, testing::Each(false));
+  }
+}
+
 TEST_F(HinderedLevel, afterwardsTheLockIsFree) {
   for (const std::string& wanted : {"kept.test"s, "nobody"s}) {
     make();

@@ -2,7 +2,7 @@
 
 #include <snappy.h>
 
-#include "Worker/database/LevelFormat.h"
+#include "Worker/database/LevelLog.h"
 #include "tests/Worker/database/LevelDatabaseTest.h"
 
 namespace {
@@ -143,6 +143,22 @@ TEST_F(OversizedLevel, aRecordBeyondTheBoundIsLeftAlone) {
   put({{"kept", std::string(65 << 20, 'x')}});
   EXPECT_EQ(keep("nobody"), Outcome::kLeft);
   EXPECT_EQ(LevelDatabase::entries(folder), std::nullopt);
+}
+
+TEST_F(OversizedLevel, aLogOfTooManyEntriesIsLeftAlone) {
+  constexpr std::uint64_t kCount = 2'000'000;
+  std::string batch;
+  appendLevelFixedNumber(batch, 1, 8);
+  appendLevelFixedNumber(batch, kCount, 4);
+  for (std::uint64_t index = 0; index < kCount; ++index) {
+    batch += '\1';
+    appendLevelText(batch, std::to_string(index));
+    appendLevelText(batch, "");
+  }
+  std::string log;
+  tidewell::appendLevelRecord(log, batch);
+  write(folder + "/000005.log", log);
+  EXPECT_EQ(keep("kept"), Outcome::kLeft);
 }
 
 }  // namespace

@@ -1,0 +1,268 @@
+// How homes are laid out, and where in them each browser is found.
+
+#include "Worker/Home.h"
+#include "tests/support/LinuxHomeTest.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using testing_support::LinuxHomeTest;
+using testing_support::ScratchFolder;
+using tidewell::Home;
+using tidewell::HomeLayout;
+using tidewell::Installation;
+using Kind = tidewell::Installation::Kind;
+using Texts = std::vector<std::string>;
+
+class HomeTest : public LinuxHomeTest {
+ protected:
+  HomeTest() { platform.grant(platform.home.path()); }
+
+  void set(const char* key, const platform::Value& value) { platform.shared().insert_or_assign(key, value); }
+
+  std::vector<Installation> installations(std::string_view name) const {
+    return Home::current().installationsOf(browser(name));
+  }
+  Installation whole(const std::string& data, const Texts& caches = {}) const {
+    Installation installation{home(data), {}, Kind::kWhole};
+    for (const std::string& folder : caches) installation.cacheFolders.push_back(home(folder));
+    return installation;
+  }
+  Texts needed(std::string_view name) const {
+    Texts folders = Home::current().foldersNeededBy(browser(name));
+    for (std::string& folder : folders) folder.erase(0, platform.home.path().size() + 1);
+    return folders;
+  }
+};
+
+// The layout.
+
+TEST_F(HomeTest, isLaidOutByWhetherItHasALibrary) {
+  EXPECT_EQ(Home::current().layout, HomeLayout::kXDG);
+  platform.home.folder("Library");
+  EXPECT_EQ(Home::current().layout, HomeLayout::kLibrary);
+}
+
+TEST_F(HomeTest, withAFileInPlaceOfTheLibraryHasNone) {
+  platform.home.file("Library");
+  EXPECT_EQ(Home::current().layout, HomeLayout::kXDG);
+}
+
+TEST_F(HomeTest, withALinkToAFolderAsLibraryHasOne) {
+  platform.home.folder("Disk");
+  platform.home.link("Library", "Disk");
+  EXPECT_EQ(Home::current().layout, HomeLayout::kLibrary);
+}
+
+TEST_F(HomeTest, isLaidOutAsTheSettingNamesIt) {
+  set("homeLayout", "Library");
+  EXPECT_EQ(Home::current().layout, HomeLayout::kLibrary);
+  platform.home.folder("Library");
+  set("homeLayout", "XDG");
+  EXPECT_EQ(Home::current().layout, HomeLayout::kXDG);
+}
+
+TEST_F(HomeTest, isLaidOutAsFoundWhenTheSettingNamesNoLayout) {
+  for (const platform::Value& value :
+       {platform::Value(""), platform::Value("xdg"), platform::Value("library"), platform::Value("Library "),
+        platform::Value(1), platform::Value(true), platform::Value(platform::Value::Array{"Library"})}) {
+    set("homeLayout", value);
+    EXPECT_EQ(Home::current().layout, HomeLayout::kXDG) << value.description();
+  }
+}
+
+TEST_F(HomeTest, hasCurrentStoresCleanedByItsLayoutUnlessTheSettingSaysSo) {
+  EXPECT_TRUE(Home::current().cleansCurrentStores);
+  set("currentStores", false);
+  EXPECT_FALSE(Home::current().cleansCurrentStores);
+  platform.home.folder("Library");
+  EXPECT_FALSE(Home::current().cleansCurrentStores);
+  set("currentStores", true);
+  EXPECT_TRUE(Home::current().cleansCurrentStores);
+}
+
+TEST_F(HomeTest, takesNothingButABooleanForCurrentStores) {
+  for (const platform::Value& value :
+       {platform::Value("NO"), platform::Value(0), platform::Value(1), platform::Value(platform::Value::Array{})}) {
+    set("currentStores", value);
+    std::filesystem::remove(home("Library"));
+    EXPECT_TRUE(Home::current().cleansCurrentStores) << value.description();
+    platform.home.folder("Library");
+    EXPECT_FALSE(Home::current().cleansCurrentStores) << value.description();
+  }
+}
+
+TEST_F(HomeTest, isThatOfThePasswordDatabaseWhenNoneIsSet) {
+  platform.shared().clear();
+  EXPECT_EQ(Home::current().folder, platform.home.path());
+  set("userFolder", 7);
+  EXPECT_EQ(Home::current().folder, platform.home.path());
+}
+
+TEST_F(HomeTest, ofNobodyHoldsNothing) {
+  platform.shared().clear();
+  platform.system.homeFolder.reset();
+  for (const char* name : {"Safari", "Firefox", "Google Chrome", "Chromium", "Opera"}) {
+    EXPECT_THAT(installations(name), IsEmpty());
+    EXPECT_THAT(Home::current().foldersNeededBy(browser(name)), IsEmpty());
+  }
+}
+
+TEST_F(HomeTest, withALibraryHasEveryBrowserInTheOnePlaceOfTheTable) {
+  platform.home.folder("Library");
+  platform.home.folder(".config/chromium");
+  platform.system.movedConfiguration = home(".config");
+  set("startedWith", platform::Value::Array{platform::Value::Array{"org.chromium.Chromium", home(".config/chromium")}});
+  for (const tidewell::Browser& each : tidewell::browsers()) {
+    EXPECT_THAT(Home::current().installationsOf(each),
+                ElementsAre(Installation{std::string(each.dataFolder), {std::string(each.cacheFolder)}, Kind::kWhole}));
+    EXPECT_TRUE(Home::current().mayHave(each.name));
+  }
+  EXPECT_THAT(Home::current().pluginFolders(), IsEmpty());
+}
+
+// The places.
+
+struct Place {
+  const char* browser;
+  const char* data;
+  const char* caches;
+};
+
+class PlaceOf : public HomeTest, public ::testing::WithParamInterface<Place> {};
+
+TEST_P(PlaceOf, isUsedAloneWhenNothingElseIsThere) {
+  const auto& [name, data, caches] = GetParam();
+  platform.home.folder(data);
+  EXPECT_THAT(installations(name), ElementsAre(whole(data)));
+  EXPECT_THAT(needed(name), ElementsAre(data));
+  platform.home.folder(caches);
+  EXPECT_THAT(installations(name), ElementsAre(whole(data, {caches})));
+  EXPECT_THAT(needed(name), ElementsAre(data, caches));
+  for (const char* other : {"Safari", "Firefox", "Google Chrome", "Chromium", "Opera"}) {
+    if (other == std::string_view(name)) continue;
+    EXPECT_THAT(installations(other), IsEmpty()) << other;
+  }
+}
+
+TEST_P(PlaceOf, isNoneWithoutItsDataFolder) {
+  const auto& [name, data, caches] = GetParam();
+  platform.home.folder(caches);
+  platform.home.file(data);  // a file is none
+  EXPECT_THAT(installations(name), IsEmpty());
+  EXPECT_THAT(needed(name), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Browsers, PlaceOf,
+    ::testing::Values(Place{"Chromium", ".config/chromium", ".cache/chromium"},
+                      Place{"Chromium", ".var/app/org.chromium.Chromium/config/chromium",
+                            ".var/app/org.chromium.Chromium/cache/chromium"},
+                      Place{"Chromium", "snap/chromium/common/chromium", "snap/chromium/common/.cache/chromium"},
+                      Place{"Google Chrome", ".config/google-chrome", ".cache/google-chrome"},
+                      Place{"Google Chrome", ".config/google-chrome-beta", ".cache/google-chrome-beta"},
+                      Place{"Google Chrome", ".config/google-chrome-unstable", ".cache/google-chrome-unstable"},
+                      Place{"Google Chrome", ".var/app/com.google.Chrome/config/google-chrome",
+                            ".var/app/com.google.Chrome/cache/google-chrome"},
+                      Place{"Firefox", ".config/mozilla/firefox", ".cache/mozilla/firefox"},
+                      Place{"Firefox", ".mozilla/firefox", ".cache/mozilla/firefox"},
+                      Place{"Firefox", ".var/app/org.mozilla.firefox/.mozilla/firefox",
+                            ".var/app/org.mozilla.firefox/cache/mozilla/firefox"},
+                      Place{"Firefox", ".var/app/org.mozilla.firefox/config/mozilla/firefox",
+                            ".var/app/org.mozilla.firefox/cache/mozilla/firefox"},
+                      Place{"Firefox", "snap/firefox/common/.mozilla/firefox",
+                            "snap/firefox/common/.cache/mozilla/firefox"},
+                      Place{"Opera", ".config/opera", ".cache/opera"},
+                      Place{"Opera", ".var/app/com.opera.Opera/config/opera", ".var/app/com.opera.Opera/cache/opera"},
+                      Place{"Opera", "snap/opera/common/.config/opera", "snap/opera/common/.cache/opera"}));
+
+TEST_F(HomeTest, canHoldSeveralInstallations) {
+  for (const char* folder : {".mozilla/firefox", ".config/mozilla/firefox", ".cache/mozilla/firefox",
+                             "snap/firefox/common/.mozilla/firefox", "snap/firefox/common/.cache/mozilla/firefox"}) {
+    platform.home.folder(folder);
+  }
+  EXPECT_THAT(installations("Firefox"), ElementsAre(whole(".config/mozilla/firefox", {".cache/mozilla/firefox"}),
+                                                    whole(".mozilla/firefox", {".cache/mozilla/firefox"}),
+                                                    whole("snap/firefox/common/.mozilla/firefox",
+                                                          {"snap/firefox/common/.cache/mozilla/firefox"})));
+  EXPECT_THAT(needed("Firefox"),
+              ElementsAre(".config/mozilla/firefox", ".cache/mozilla/firefox", ".mozilla/firefox",
+                          "snap/firefox/common/.mozilla/firefox", "snap/firefox/common/.cache/mozilla/firefox"));
+}
+
+TEST_F(HomeTest, needsPluginFoldersWhereThereAreAny) {
+  platform.home.folder(".config/opera");
+  platform.home.folder(".adobe");
+  EXPECT_THAT(needed("Opera"), ElementsAre(".config/opera", ".adobe"));
+  platform.home.folder(".macromedia");
+  EXPECT_THAT(needed("Opera"), ElementsAre(".config/opera", ".macromedia", ".adobe"));
+}
+
+TEST_F(HomeTest, withoutALibraryHasNoSafari) {
+  platform.home.folder(".adobe");
+  EXPECT_FALSE(Home::current().mayHave("Safari"));
+  EXPECT_THAT(needed("Safari"), IsEmpty());
+}
+
+TEST_F(HomeTest, canHaveLinksInPlaceOfFolders) {
+  platform.home.folder("Disk/data");
+  platform.home.folder("Disk/caches");
+  platform.home.link(".config/chromium", "../Disk/data");
+  platform.home.link(".cache", "Disk");
+  platform.home.link("Disk/chromium", "caches");
+  platform.home.link(".config/opera", "nowhere");
+  EXPECT_THAT(installations("Chromium"), ElementsAre(whole(".config/chromium", {".cache/chromium"})));
+  EXPECT_THAT(installations("Opera"), IsEmpty());
+}
+
+// Folders that the session has moved.
+
+TEST_F(HomeTest, hasItsFoldersAlsoWhereTheSessionHasMovedThem) {
+  const ScratchFolder moved;
+  platform.system.movedConfiguration = moved.path("settings");
+  platform.system.movedCaches = moved.path("caches");
+  moved.folder("settings/chromium");
+  moved.folder("caches/chromium");
+  const Installation there{moved.path("settings/chromium"), {moved.path("caches/chromium")}, Kind::kWhole};
+  EXPECT_THAT(installations("Chromium"), ElementsAre(there));
+  // What doesn't know of it has them where they usually are.
+  platform.home.folder(".config/chromium");
+  platform.home.folder(".cache/chromium");
+  EXPECT_THAT(
+      installations("Chromium"),
+      ElementsAre(
+          Installation{
+              moved.path("settings/chromium"), {moved.path("caches/chromium"), home(".cache/chromium")}, Kind::kWhole},
+          Installation{
+              home(".config/chromium"), {moved.path("caches/chromium"), home(".cache/chromium")}, Kind::kWhole}));
+  // Other places don't move with them.
+  moved.folder("settings/.mozilla/firefox");
+  EXPECT_THAT(installations("Firefox"), IsEmpty());
+  moved.folder("settings/mozilla/firefox");
+  EXPECT_THAT(installations("Firefox"),
+              ElementsAre(Installation{moved.path("settings/mozilla/firefox"), {}, Kind::kWhole}));
+}
+
+TEST_F(HomeTest, hasItsFoldersOnceWhenTheyWereMovedToWhereTheyUsuallyAre) {
+  platform.system.movedConfiguration = home(".config");
+  platform.system.movedCaches = home(".cache");
+  platform.home.folder(".config/google-chrome");
+  platform.home.folder(".cache/google-chrome");
+  EXPECT_THAT(installations("Google Chrome"), ElementsAre(whole(".config/google-chrome", {".cache/google-chrome"})));
+}
+
+TEST_F(HomeTest, hasNoCachesThatAreItsDataOrInThem) {
+  platform.home.folder("all/chromium");
+  platform.system.movedConfiguration = platform.system.movedCaches = home("all");
+  EXPECT_THAT(installations("Chromium"), ElementsAre(whole("all/chromium")));
+  platform.home.folder("all/chromium/caches/chromium");
+  platform.system.movedCaches = home("all/chromium/caches");
+  EXPECT_THAT(installations("Chromium"), ElementsAre(whole("all/chromium")));
+  platform.home.folder("caches/chromium/settings/chromium");  // and the other way round
+  platform.system.movedConfiguration = home("caches/chromium/settings");
+  platform.system.movedCaches = home("caches");
+  EXPECT_THAT(installations("Chromium"), ElementsAre(whole("caches/chromium/settings/chromium")));
+}
+
+}  // namespace

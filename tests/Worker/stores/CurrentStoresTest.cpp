@@ -1,0 +1,85 @@
+// The tables of today's stores, and the page for people that lists them.
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <string>
+
+#include "Platform/Path.h"
+#include "Worker/stores/CurrentStores.h"
+
+namespace {
+
+using tidewell::Store;
+
+constexpr char kPage[] = TIDEWELL_DOCS "/what-is-removed.md";
+
+struct Table {
+  std::string heading;  // of its part of the page
+  std::span<const Store> stores;
+};
+
+std::vector<Table> tables() {
+  return {{"### In each profile of Chromium, Google Chrome and Opera", tidewell::chromeProfileStores()},
+          {"### In the data folder of Chromium, Google Chrome and Opera", tidewell::chromeDataStores()},
+          {"### In each profile of Firefox", tidewell::firefoxProfileStores()},
+          {"### In the data folder of Firefox", tidewell::firefoxDataStores()},
+          {"### In the cache folder of Firefox", tidewell::firefoxCacheStores()}};
+}
+
+/// What stands below a heading, down to the next one; "" when there is no such heading.
+std::string partOfThePage(const std::string& heading) {
+  std::ifstream file(kPage);
+  const std::string page(std::istreambuf_iterator<char>(file), {});
+  const std::size_t at = page.find("\n" + heading + "\n");
+  if (at == std::string::npos) return "";
+  const std::size_t begin = at + heading.size() + 2;
+  return page.substr(begin, page.find("\n#", begin) - begin);
+}
+
+TEST(CurrentStores, everyOneIsAtTheBeginningOfALineInThePageForPeople) {
+  for (const auto& [heading, stores] : tables()) {
+    const std::string part = partOfThePage(heading);
+    ASSERT_NE(part, "") << heading;
+    for (const Store& store : stores) {
+      EXPECT_THAT(part, testing::HasSubstr("\n| `" + std::string(store.path) + "` | ")) << heading;
+    }
+  }
+}
+
+TEST(CurrentStores, thePathsAreRelativeAndPlain) {
+  for (const auto& [heading, stores] : tables()) {
+    EXPECT_FALSE(stores.empty()) << heading;
+    for (const Store& store : stores) {
+      std::string_view rest = store.path;
+      while (true) {
+        const std::size_t slash = rest.find('/');
+        EXPECT_TRUE(platform::isPlainName(rest.substr(0, slash))) << heading << ": " << store.path;
+        if (slash == std::string_view::npos) break;
+        rest.remove_prefix(slash + 1);
+      }
+    }
+  }
+}
+
+TEST(CurrentStores, noneIsTwiceInATable) {
+  for (const auto& [heading, stores] : tables()) {
+    std::set<std::string_view> paths;
+    for (const Store& store : stores) EXPECT_TRUE(paths.insert(store.path).second) << heading << ": " << store.path;
+  }
+}
+
+TEST(CurrentStores, everyLineSaysWhatTheStoreHoldsAndWhatBecomesOfIt) {
+  for (const auto& [heading, stores] : tables()) {
+    // "The same" is as the line above.
+    EXPECT_THAT(std::string(stores.front().holds), testing::Not(testing::HasSubstr("the same"))) << heading;
+    for (const Store& store : stores) {
+      EXPECT_NE(store.holds, "") << heading << ": " << store.path;
+      EXPECT_NE(store.treatment, nullptr) << heading << ": " << store.path;
+    }
+  }
+}
+
+}  // namespace

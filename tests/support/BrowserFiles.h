@@ -1,0 +1,25 @@
+// Files in the formats of today's browsers, for tests.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+
+namespace testing_support {
+
+using LevelEntries = std::map<std::string, std::string>;
+
+/// Writes entries into a LevelDB database, which is made when it is missing, with the folders above it.
+void putInLevelDatabase(const std::string& folder, const LevelEntries& entries);
+
+/// What LevelDB finds in it, with all of its checks; absent when it can't be opened. Looks at a copy.
+std::optional<LevelEntries> levelEntriesOf(const std::string& folder);
+
+/// A file of Firefox's session, of JSON text; and the text of such a file, "" for any other.
+std::string packedSession(const std::string& text);
+std::string unpackedSession(const std::string& file);
+
+/// The index of one origin's caches in a Chromium.
+std::string cacheStorageIndexOf(const std::string& origin);
+
+}  // namespace testing_support

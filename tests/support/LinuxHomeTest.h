@@ -1,0 +1,47 @@
+// The fixture of tests on a home without a Library: nothing is in it, and nothing is granted.
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+
+#include "Worker/Browsers.h"
+#include "tests/support/HomeContents.h"
+#include "tests/support/LinuxSampleHome.h"
+#include "tests/support/WorkerTest.h"
+
+namespace testing_support {
+
+class LinuxHomeTest : public WorkerTest {
+ protected:
+  LinuxHomeTest() {
+    std::filesystem::remove(home("Library"));
+    useHome();
+  }
+
+  static const tidewell::Browser& browser(std::string_view name) { return *tidewell::browserNamed(name); }
+
+  /// Grants what a request for that browser asks for in the sample home, and nothing else.
+  void grantSampleHome(const std::string& browserName) {
+    for (const std::string& folder : foldersOfLinuxSampleHome(browserName)) platform.grant(home(folder));
+  }
+
+  /// The browser alone is enabled and quits; both runs go by.
+  void quit(std::string_view name, std::vector<platform::Arguments> processes = {}) {
+    const std::string identifier(browser(name).bundleIdentifier);
+    enable({identifier});
+    platform.workspace.quit(std::string(name), identifier, std::move(processes));
+    platform.dispatch.advance(std::chrono::seconds(60));
+  }
+
+  /// The folders of the panels so far, below the home folder.
+  std::vector<std::string> panels() const {
+    std::vector<std::string> folders;
+    for (const std::string& path : platform.journal.entriesAfter("panel ")) {
+      const bool isInHome = path.starts_with(platform.home.path() + "/");
+      folders.push_back(isInHome ? path.substr(platform.home.path().size() + 1) : path);
+    }
+    return folders;
+  }
+};
+
+}  // namespace testing_support
