@@ -57,7 +57,8 @@ int Commands::preview(const std::string& name) {
   }
   for (const PreviewedRewriting& rewriting : preview.rewritings) {
     bytes += rewriting.bytes;
-    state["rewritten"].push_back({{"path", rewriting.path}, {"bytes", rewriting.bytes}});
+    state["rewritten"].push_back(
+        {{"path", rewriting.path}, {"bytes", rewriting.bytes}, {"allowed", settings_.isGranted(rewriting.path)}});
   }
   state["total"] = {{"files", files}, {"bytes", bytes}, {"rows", rows}};
   if (options_.json) {
@@ -72,7 +73,8 @@ int Commands::preview(const std::string& name) {
     output_ << table.database << ": " << counted(table.rows, "row", "rows") << " of " << table.table << '\n';
   }
   for (const PreviewedRewriting& rewriting : preview.rewritings) {
-    output_ << rewriting.path << ": " << readable(rewriting.bytes) << " of what sites have left in it\n";
+    output_ << rewriting.path << ": " << readable(rewriting.bytes) << " of what sites have left in it"
+            << (settings_.isGranted(rewriting.path) ? "" : " (not allowed yet)") << '\n';
   }
   output_ << "A cleaning of " << found[0]->name << " would remove " << counted(files, "file", "files") << " ("
           << readable(bytes) << ") and " << counted(rows, "row", "rows") << ".\n";

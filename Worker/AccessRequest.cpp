@@ -26,15 +26,20 @@ std::string withoutLinks(const std::string& folder) {
   return Platform::current().fileManager.urlByResolvingSymlinks(platform::FileURL(folder, true)).path();
 }
 
-/// Asks for the folders that there are, each by itself and once. A list in one that was granted may name more.
-void askForFolders(const Browser& browser, Home home) {
+}  // namespace
+
+void WorkerAppDelegate::askForFolders(const std::string& browserName) {
+  const Browser* browser = browserNamed(browserName);
+  Home home = Home::whole();
+  if (browser == nullptr || home.layout == HomeLayout::kLibrary) return;
   std::map<std::string, bool> isGranted;
   const auto ask = [&] {
-    for (const std::string& folder : home.foldersNeededBy(browser)) {
+    for (const std::string& folder : home.foldersNeededBy(*browser)) {
       const std::string place = withoutLinks(folder);
       if (!isGranted.contains(place)) isGranted[place] = Sandbox::accessFolder(folder);
     }
   };
+  // A list in a folder that was granted may name more of them.
   home.contentsOf = [](const std::string&) { return std::nullopt; };
   ask();
   home.contentsOf = [&isGranted](const std::string& path) {
@@ -44,8 +49,6 @@ void askForFolders(const Browser& browser, Home home) {
   ask();
 }
 
-}  // namespace
-
 void WorkerAppDelegate::answerFrom_reply(const std::string& bundleIdentifier, Reply reply) {
   const Browser* browser = browserWithIdentifier(bundleIdentifier);
   if (browser == nullptr) return;  // the reply goes with this call: such a caller is never answered
@@ -54,8 +57,7 @@ void WorkerAppDelegate::answerFrom_reply(const std::string& bundleIdentifier, Re
     platform::BlockOperation request;
     // Whether a grant could be obtained is not looked at: the answer says that the request was processed.
     request.block = [browser] {
-      Home home = Home::current();
-      if (home.layout == HomeLayout::kXDG) return askForFolders(*browser, std::move(home));
+      if (Home::whole().layout == HomeLayout::kXDG) return askForFolders(std::string(browser->name));
       Sandbox::access(std::string(browser->dataFolder));
       if (browser->name == kSafari) {
         Sandbox::access(kSafariFolder);

@@ -72,7 +72,7 @@ void WorkerAppDelegate::removeBrowserCache(const std::string& browserName) {
     for (const char* cache : kPluginCaches) Sandbox::remove(cache);
   }
   for (const std::string& folder : home.pluginFolders()) {
-    Sandbox::remove(appendingPathComponent(folder, kPluginCacheInFolder));
+    removeFolder(home, appendingPathComponent(folder, kPluginCacheInFolder));
   }
 }
 
@@ -87,7 +87,7 @@ void WorkerAppDelegate::clearChromeCache(const std::string& browserName) {
   if (browserName == kOpera) {
     // Removed twice for Opera, whose profile is the data folder itself: the second time there is nothing. Meant.
     for (const Installation& installation : home.installationsOf(*browserNamed(kOpera))) {
-      Sandbox::remove(appendingPathComponent(installation.dataFolder, kGPUCache));
+      removeFolder(home, appendingPathComponent(installation.dataFolder, kGPUCache));
     }
   }
   for (const ProfilePlaces& profile : profiles) {
@@ -95,15 +95,15 @@ void WorkerAppDelegate::clearChromeCache(const std::string& browserName) {
       // The folder itself may be all that was granted there.
       home.layout == HomeLayout::kLibrary ? Sandbox::remove(caches) : Sandbox::removeContentsOf(caches);
     }
-    for (const char* cache : kChromeProfileCaches) Sandbox::remove(appendingPathComponent(profile.folder, cache));
+    for (const char* cache : kChromeProfileCaches) removeFolder(home, appendingPathComponent(profile.folder, cache));
   }
 }
 
 void WorkerAppDelegate::clearFireFoxCache() {
-  const bool isLibrary = Home::current().layout == HomeLayout::kLibrary;
+  const Home home = Home::current();
   for (const std::string& profile : firefoxCaches()) {
-    if (isLibrary && !isDirectory(profile)) continue;
-    for (const char* cache : kFirefoxProfileCaches) Sandbox::remove(appendingPathComponent(profile, cache));
+    if (home.layout == HomeLayout::kLibrary && !isDirectory(profile)) continue;
+    for (const char* cache : kFirefoxProfileCaches) removeFolder(home, appendingPathComponent(profile, cache));
   }
   for (const std::string& profile : firefoxProfiles()) {
     // What is no profile has no such file, and then nothing is removed.

@@ -29,14 +29,15 @@ void WorkerAppDelegate::removeFlash(const std::string& browserName) {
     Sandbox::remove(kFlashPlayerFolder);
   } else {
     for (const std::string& folder : home.pluginFolders()) {
-      Sandbox::remove(platform::appendingPathComponent(folder, kFlashPlayerInFolder));
+      removeFolder(home, platform::appendingPathComponent(folder, kFlashPlayerInFolder));
     }
   }
 }
 
 void WorkerAppDelegate::clearChromeFlash(const std::string& browserName) {
   if (!hasFlashOfItsOwn(browserName)) return;
-  for (const ProfilePlaces& profile : profilesOf(browserName)) Sandbox::remove(profile.folder + kPepperData);
+  const Home home = Home::current();
+  for (const ProfilePlaces& profile : profilesOf(browserName)) removeFolder(home, profile.folder + kPepperData);
 }
 
 }  // namespace tidewell

@@ -58,12 +58,21 @@ constexpr Place kPlaces[] = {
 
 constexpr std::string_view kPluginFolders[] = {"~/.macromedia", "~/.adobe"};
 
+bool isExistingFolder(const std::string& path) {
+  bool isDirectory = false;
+  return Platform::current().fileManager.fileExists(path, isDirectory) && isDirectory;
+}
+
 void appendOnce(std::vector<std::string>& folders, const std::string& folder) {
   if (folder.empty() || std::find(folders.begin(), folders.end(), folder) != folders.end()) return;
   folders.push_back(folder);
 }
 
 }  // namespace
+
+void removeFolder(const Home& home, const std::string& path) {
+  home.layout == HomeLayout::kLibrary ? Sandbox::remove(path) : Sandbox::removeTree(path);
+}
 
 std::optional<HomeLayout> homeLayoutNamed(std::string_view name) {
   if (name == "Library") return HomeLayout::kLibrary;
@@ -72,13 +81,17 @@ std::optional<HomeLayout> homeLayoutNamed(std::string_view name) {
 }
 
 Home Home::current() {
-  const auto isFolder = [](const std::string& path) {
-    bool isDirectory = false;
-    return Platform::current().fileManager.fileExists(path, isDirectory) && isDirectory;
-  };
+  Home home = whole();
+  if (home.layout == HomeLayout::kXDG) {
+    home.isFolder = [](const std::string& path) { return isExistingFolder(path) && Sandbox::isGranted(path); };
+  }
+  return home;
+}
+
+Home Home::whole() {
   const auto contentsOf = [](const std::string& path) { return Sandbox::contentsOf(path); };
   const auto shared = Platform::current().userDefaults.suite(kSharedSuite);
-  return of(*shared, Platform::current().system, isFolder, contentsOf);
+  return of(*shared, Platform::current().system, isExistingFolder, contentsOf);
 }
 
 Home Home::of(const platform::UserDefaults& shared, const platform::System& system, Test isFolder, Reader contentsOf) {

@@ -59,7 +59,11 @@ struct Home {
   Test isFolder;
   Reader contentsOf;  // of a file inside a folder that may have to be granted
 
-  /// The home as the worker sees it now, with the settings, files and grants of the installed platform. Any thread.
+  /// The home as it is now, by the settings and files of the installed platform. Any thread.
+  static Home whole();
+
+  /// Likewise for the cleaners: on a home without a Library a folder that was not granted is not there. What is to be
+  /// cleaned is asked for as a whole, once, and not at every step.
   static Home current();
 
   /// The home of the person with these settings.
@@ -85,6 +89,10 @@ struct Home {
   std::vector<std::string> cachesFor(const std::string& dataFolder) const;
   void appendInstallation(std::vector<Installation>& found, Installation installation) const;
 };
+
+/// Removes a folder as the layout wants it: on a home with a Library as Sandbox::remove() does, on any other as
+/// Sandbox::removeTree() does.
+void removeFolder(const Home& home, const std::string& path);
 
 /// The layout that a setting names; absent for anything but the name of one.
 std::optional<HomeLayout> homeLayoutNamed(std::string_view name);

@@ -82,7 +82,7 @@ std::vector<StartedWith> startedWithFrom(const std::optional<Value::Array>& sett
 }
 
 void rememberFolders(const Browser& browser, const std::vector<platform::Arguments>& processes) {
-  Home home = Home::current();
+  Home home = Home::whole();
   if (home.layout == HomeLayout::kLibrary) return;
   // Nobody is asked for a list of profiles here: what is remembered although it is in one does no harm.
   home.contentsOf = [](const std::string&) { return std::nullopt; };

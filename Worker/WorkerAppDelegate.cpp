@@ -101,6 +101,7 @@ void WorkerAppDelegate::clearData_andNotify(const std::string& browserName, bool
   Platform::current().dispatch.mainQueue().async([self = shared_from_this(), browserName, notify] {
     platform::BlockOperation run;
     run.block = [self, browserName] {
+      askForFolders(browserName);
       self->removeCookies(browserName);
       self->removeNonFavLocalStorage(browserName);
       self->removeFlash(browserName);

@@ -53,6 +53,10 @@ class WorkerAppDelegate : public Agent,
 
   void answerFrom_reply(const std::string& bundleIdentifier, Reply reply) override;
 
+  /// On a home without a Library: obtains grants for the folders of a browser that there are, each by itself, once.
+  /// Does nothing on any other.
+  static void askForFolders(const std::string& browserName);
+
   // Cleaning run.
 
   /// An application has quit. For a browser that is enabled: a run now, and a second one, which notifies, in 8 seconds.

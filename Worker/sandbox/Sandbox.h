@@ -69,6 +69,9 @@ class Sandbox {
   /// Obtains a grant for the folder itself, ahead of time. Answers whether there is one now.
   static bool accessFolder(const Path& path);
 
+  /// Whether there is a grant for the folder, or for one above it. Nobody is asked.
+  static bool isGranted(const std::string& path);
+
   /// As folderContentsOf(), under the grant of the folder itself.
   static std::vector<std::string> entriesOf(const Path& path);
 

@@ -5,6 +5,7 @@
 
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
+#include "Worker/sandbox/AppSandboxFileAccessPersist.h"
 #include "Worker/sandbox/Operation.h"
 #include "Worker/sandbox/SecureDelete.h"
 
@@ -95,6 +96,14 @@ void removeTreeInsideGrant(const std::string& path, bool overwrites) {
 
 bool Sandbox::accessFolder(const Path& path) {
   return path && Operation::onFolder(*path).run([] {});
+}
+
+bool Sandbox::isGranted(const std::string& path) {
+  const platform::FileManager& fileManager = Platform::current().fileManager;
+  const platform::FileURL url = fileManager.fileURLWithPath(*checkForUserDirectory(path));
+  const auto stored = AppSandboxFileAccessPersist::bookmarkDataForURL(
+      fileManager.urlByResolvingSymlinks(fileManager.standardizedURL(url)));
+  return stored && Platform::current().securityScopedResources.resolveBookmarkData(*stored).url.has_value();
 }
 
 std::vector<std::string> Sandbox::entriesOf(const Path& path) {

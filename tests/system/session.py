@@ -155,7 +155,7 @@ class Worker:
 
 
 class Session:
-    """Everything together, in a scratch folder; gone with the end of a `with`. With `user`, where the tests run as root,
+    """Everything together, in a scratch folder; gone with the end of a `with`. With `user`, where the tests run as root
     it is the session of that ordinary user: the home folder, the bus and all programs are theirs."""
 
     account = None  # of another user than the one who runs the tests

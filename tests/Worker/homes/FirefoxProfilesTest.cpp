@@ -73,7 +73,7 @@ class ProfilesOfFirefox : public LinuxHomeTest {
 TEST_F(ProfilesOfFirefox, areTheFoldersBesideTheListAndThoseThatItPlacesElsewhere) {
   platform.home.folder(".mozilla/firefox/ann.default");
   platform.home.folder(".mozilla/firefox/Deeper/ann.work");
-  platform.home.folder("Disk/ann.apart");
+  platform.grant(platform.home.folder("Disk/ann.apart"));
   platform.home.file(".mozilla/firefox/installs.ini");
   platform.home.file(".mozilla/firefox/profiles.ini",
                      list("ann.default", "1") + list(home("Disk/ann.apart")) + list("Deeper/ann.work", "1") +

@@ -22,7 +22,7 @@ class HomeTest : public LinuxHomeTest {
   void set(const char* key, const platform::Value& value) { platform.shared().insert_or_assign(key, value); }
 
   std::vector<Installation> installations(std::string_view name) const {
-    return Home::current().installationsOf(browser(name));
+    return Home::whole().installationsOf(browser(name));
   }
   Installation whole(const std::string& data, const Texts& caches = {}) const {
     Installation installation{home(data), {}, Kind::kWhole};
@@ -30,7 +30,7 @@ class HomeTest : public LinuxHomeTest {
     return installation;
   }
   Texts needed(std::string_view name) const {
-    Texts folders = Home::current().foldersNeededBy(browser(name));
+    Texts folders = Home::whole().foldersNeededBy(browser(name));
     for (std::string& folder : folders) folder.erase(0, platform.home.path().size() + 1);
     return folders;
   }
@@ -39,28 +39,28 @@ class HomeTest : public LinuxHomeTest {
 // The layout.
 
 TEST_F(HomeTest, isLaidOutByWhetherItHasALibrary) {
-  EXPECT_EQ(Home::current().layout, HomeLayout::kXDG);
+  EXPECT_EQ(Home::whole().layout, HomeLayout::kXDG);
   platform.home.folder("Library");
-  EXPECT_EQ(Home::current().layout, HomeLayout::kLibrary);
+  EXPECT_EQ(Home::whole().layout, HomeLayout::kLibrary);
 }
 
 TEST_F(HomeTest, withAFileInPlaceOfTheLibraryHasNone) {
   platform.home.file("Library");
-  EXPECT_EQ(Home::current().layout, HomeLayout::kXDG);
+  EXPECT_EQ(Home::whole().layout, HomeLayout::kXDG);
 }
 
 TEST_F(HomeTest, withALinkToAFolderAsLibraryHasOne) {
   platform.home.folder("Disk");
   platform.home.link("Library", "Disk");
-  EXPECT_EQ(Home::current().layout, HomeLayout::kLibrary);
+  EXPECT_EQ(Home::whole().layout, HomeLayout::kLibrary);
 }
 
 TEST_F(HomeTest, isLaidOutAsTheSettingNamesIt) {
   set("homeLayout", "Library");
-  EXPECT_EQ(Home::current().layout, HomeLayout::kLibrary);
+  EXPECT_EQ(Home::whole().layout, HomeLayout::kLibrary);
   platform.home.folder("Library");
   set("homeLayout", "XDG");
-  EXPECT_EQ(Home::current().layout, HomeLayout::kXDG);
+  EXPECT_EQ(Home::whole().layout, HomeLayout::kXDG);
 }
 
 TEST_F(HomeTest, isLaidOutAsFoundWhenTheSettingNamesNoLayout) {
@@ -68,18 +68,18 @@ TEST_F(HomeTest, isLaidOutAsFoundWhenTheSettingNamesNoLayout) {
        {platform::Value(""), platform::Value("xdg"), platform::Value("library"), platform::Value("Library "),
         platform::Value(1), platform::Value(true), platform::Value(platform::Value::Array{"Library"})}) {
     set("homeLayout", value);
-    EXPECT_EQ(Home::current().layout, HomeLayout::kXDG) << value.description();
+    EXPECT_EQ(Home::whole().layout, HomeLayout::kXDG) << value.description();
   }
 }
 
 TEST_F(HomeTest, hasCurrentStoresCleanedByItsLayoutUnlessTheSettingSaysSo) {
-  EXPECT_TRUE(Home::current().cleansCurrentStores);
+  EXPECT_TRUE(Home::whole().cleansCurrentStores);
   set("currentStores", false);
-  EXPECT_FALSE(Home::current().cleansCurrentStores);
+  EXPECT_FALSE(Home::whole().cleansCurrentStores);
   platform.home.folder("Library");
-  EXPECT_FALSE(Home::current().cleansCurrentStores);
+  EXPECT_FALSE(Home::whole().cleansCurrentStores);
   set("currentStores", true);
-  EXPECT_TRUE(Home::current().cleansCurrentStores);
+  EXPECT_TRUE(Home::whole().cleansCurrentStores);
 }
 
 TEST_F(HomeTest, takesNothingButABooleanForCurrentStores) {
@@ -87,17 +87,17 @@ TEST_F(HomeTest, takesNothingButABooleanForCurrentStores) {
        {platform::Value("NO"), platform::Value(0), platform::Value(1), platform::Value(platform::Value::Array{})}) {
     set("currentStores", value);
     std::filesystem::remove(home("Library"));
-    EXPECT_TRUE(Home::current().cleansCurrentStores) << value.description();
+    EXPECT_TRUE(Home::whole().cleansCurrentStores) << value.description();
     platform.home.folder("Library");
-    EXPECT_FALSE(Home::current().cleansCurrentStores) << value.description();
+    EXPECT_FALSE(Home::whole().cleansCurrentStores) << value.description();
   }
 }
 
 TEST_F(HomeTest, isThatOfThePasswordDatabaseWhenNoneIsSet) {
   platform.shared().clear();
-  EXPECT_EQ(Home::current().folder, platform.home.path());
+  EXPECT_EQ(Home::whole().folder, platform.home.path());
   set("userFolder", 7);
-  EXPECT_EQ(Home::current().folder, platform.home.path());
+  EXPECT_EQ(Home::whole().folder, platform.home.path());
 }
 
 TEST_F(HomeTest, ofNobodyHoldsNothing) {
@@ -105,7 +105,7 @@ TEST_F(HomeTest, ofNobodyHoldsNothing) {
   platform.system.homeFolder.reset();
   for (const char* name : {"Safari", "Firefox", "Google Chrome", "Chromium", "Opera"}) {
     EXPECT_THAT(installations(name), IsEmpty());
-    EXPECT_THAT(Home::current().foldersNeededBy(browser(name)), IsEmpty());
+    EXPECT_THAT(Home::whole().foldersNeededBy(browser(name)), IsEmpty());
   }
 }
 
@@ -115,11 +115,11 @@ TEST_F(HomeTest, withALibraryHasEveryBrowserInTheOnePlaceOfTheTable) {
   platform.system.movedConfiguration = home(".config");
   set("startedWith", platform::Value::Array{platform::Value::Array{"org.chromium.Chromium", home(".config/chromium")}});
   for (const tidewell::Browser& each : tidewell::browsers()) {
-    EXPECT_THAT(Home::current().installationsOf(each),
+    EXPECT_THAT(Home::whole().installationsOf(each),
                 ElementsAre(Installation{std::string(each.dataFolder), {std::string(each.cacheFolder)}, Kind::kWhole}));
-    EXPECT_TRUE(Home::current().mayHave(each.name));
+    EXPECT_TRUE(Home::whole().mayHave(each.name));
   }
-  EXPECT_THAT(Home::current().pluginFolders(), IsEmpty());
+  EXPECT_THAT(Home::whole().pluginFolders(), IsEmpty());
 }
 
 // The places.
@@ -201,7 +201,7 @@ TEST_F(HomeTest, needsPluginFoldersWhereThereAreAny) {
 
 TEST_F(HomeTest, withoutALibraryHasNoSafari) {
   platform.home.folder(".adobe");
-  EXPECT_FALSE(Home::current().mayHave("Safari"));
+  EXPECT_FALSE(Home::whole().mayHave("Safari"));
   EXPECT_THAT(needed("Safari"), IsEmpty());
 }
 

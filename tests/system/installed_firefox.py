@@ -1,0 +1,121 @@
+"""Firefox, as an ordinary user has it."""
+
+import configparser
+import json
+import os
+
+from installed_browser import TABS, TITLES, Browser
+from marionette import Marionette
+
+
+class Firefox(Browser):
+    name = "Firefox"
+    identifier = "org.mozilla.firefox"
+    command = "firefox-esr"
+    data = ".config/mozilla/firefox"
+    cache = ".cache/mozilla/firefox"
+    other_places = {
+        "an earlier version": (".mozilla/firefox", ".cache/mozilla/firefox"),
+        "Flatpak": (".var/app/org.mozilla.firefox/.mozilla/firefox",
+                    ".var/app/org.mozilla.firefox/cache/mozilla/firefox"),
+        "Snap": ("snap/firefox/common/.mozilla/firefox", "snap/firefox/common/.cache/mozilla/firefox"),
+    }
+    quit_keys = ["ctrl+q"]
+    manifest = {"manifest_version": 2, "name": "Keeper", "version": "1.0",
+                "permissions": ["storage", "unlimitedStorage", "http://127.0.0.1/*"],
+                "background": {"scripts": ["background.js"]},
+                "browser_specific_settings": {"gecko": {"id": "keeper@example.org"}}}
+    spared = {
+        r"[^/]+/(places|favicons)\.sqlite": TITLES,
+        r"[^/]+/(logins|key4|bookmarkbackups)": TITLES,
+        r"[^/]+/sessionstore": TABS,
+    }
+    stores = {
+        r"[^/]+/cookies\.sqlite": "cookies",
+        r"[^/]+/storage/default/http[^/]*(/(\.metadata.*))?$": "folders of sites",
+        r"[^/]+/storage/default/http[^/]*/ls/": "local storage",
+        r"[^/]+/storage/default/http[^/]*/idb/": "IndexedDB",
+        r"[^/]+/storage/default/http[^/]*/cache/": "CacheStorage and service workers' scripts",
+        r"[^/]+/storage/default/http[^/]*/fs/": "private file systems",
+        r"[^/]+/storage/": "other storage",
+        r"[^/]+/storage\.sqlite": "list of storages",
+        r"[^/]+/serviceworker\.txt": "service workers",
+        r"[^/]+/cache2/": "HTTP cache, with compiled scripts",
+        r"[^/]+/permissions\.sqlite": "permissions",
+        r"[^/]+/content-prefs\.sqlite": "zoom",
+        r"[^/]+/bounce-tracking-protection\.sqlite": "bounce tracking",
+        r"[^/]+/AlternateServices\.": "alternative services",
+        r"[^/]+/(places|favicons)\.sqlite": "history, bookmarks and icons",
+        r"[^/]+/(logins|key4)": "passwords",
+        r"[^/]+/sessionstore": "open tabs (what pages stored in them is removed)",
+        r"(Crash Reports|[^/]+/(crashes|minidumps))/": "crash reports",
+    }
+    fills_at_once = ("cookies", "folders of sites", "local storage", "IndexedDB", "private file systems", "zoom",
+                     "CacheStorage and service workers' scripts", "service workers",
+                     "HTTP cache, with compiled scripts", "history, bookmarks and icons")
+    read_back = {"first: httpOnlyCookie", "first: partitionedHttpOnlyCookie", "first: permission", "first: zoom",
+                 "first: cached /cached", "third: cached /large.js", "third: httpOnlyCookie", "secure: httpOnlyCookie",
+                 "secure: cached /cached", "secure: partitionedHttpOnlyCookie", "third: partitionedHttpOnlyCookie"}
+
+    def profile(self, name="default-esr", data=None):
+        profiles = configparser.ConfigParser()
+        profiles.read(self.path(data or self.data, "profiles.ini"))
+        return next(self.path(data or self.data, section["Path"]) for section in profiles.values()
+                    if section.get("Name") == name)
+
+    def prepare(self):
+        """Its owner trusts an authority, installs an extension that nobody has signed, keeps a bookmark and a password,
+        and lets a site notify."""
+        self.site.extension(os.path.join(self.desk.root, "extension"), self.manifest)
+        self.start(*Marionette.arguments)
+        firefox = Marionette()
+        try:
+            firefox.run("""
+                const modules = "resource://gre/modules/";
+                const {AddonManager} = ChromeUtils.importESModule(modules + "AddonManager.sys.mjs");
+                const {FileUtils} = ChromeUtils.importESModule(modules + "FileUtils.sys.mjs");
+                const {PlacesUtils} = ChromeUtils.importESModule(modules + "PlacesUtils.sys.mjs");
+                const [authority, extension, address] = given;
+                Cc["@mozilla.org/security/x509certdb;1"].getService(Ci.nsIX509CertDB)
+                    .addCertFromBase64(authority, "C,,");
+                Services.prefs.setBoolPref("xpinstall.signatures.required", false);
+                await (await AddonManager.getInstallForFile(new FileUtils.File(extension))).install();
+                await PlacesUtils.bookmarks.insert(
+                    {parentGuid: PlacesUtils.bookmarks.toolbarGuid, url: address, title: "Quokkas"});
+                const login = Cc["@mozilla.org/login-manager/loginInfo;1"].createInstance(Ci.nsILoginInfo);
+                login.init(new URL(address).origin, address, null, "ann", "a password", "", "");
+                await Services.logins.addLoginAsync(login);
+                Services.perms.addFromPrincipal(
+                    Services.scriptSecurityManager.createContentPrincipalFromOrigin(new URL(address).origin),
+                    "desktop-notification", Services.perms.ALLOW_ACTION);
+                """, self.site.authority.base64(), os.path.join(self.desk.root, "extension.xpi"),
+                        self.site.address("first"))
+        finally:
+            firefox.close()
+        self.desk.wait(lambda: self.site.extension_told, 20, "the extension's page")
+        self.end("quitting by the menu or its key")
+
+    def see_to_what_it_asks(self):
+        """After a crash a window of another program asks for a report: its button to quit."""
+        for number in self.screen.windows("Crash Reporter"):
+            self.screen.click(number, 340, 372)
+            self.desk.wait(lambda: not self.screen.windows("Crash Reporter"), 20, "the end of the crash reporter")
+
+    def owned(self, data=None):
+        folder = self.profile(data=data)
+        with open(folder + "/logins.json") as file:
+            passwords = json.load(file)["logins"]
+        places = folder + "/places.sqlite"
+        return {"bookmarks": self.rows(places, "SELECT moz_bookmarks.title, url FROM moz_bookmarks "
+                                               "JOIN moz_places ON fk = moz_places.id"),
+                "passwords": passwords,
+                "history": self.rows(places, "SELECT url, title, visit_count FROM moz_places"),
+                "visits": self.rows(places, "SELECT place_id, visit_date FROM moz_historyvisits"),
+                "icons": self.rows(folder + "/favicons.sqlite", "SELECT page_url FROM moz_pages_w_icons")}
+
+    def start_second_profile(self, address):
+        making = self.run("-CreateProfile", "second")
+        self.desk.wait(lambda: making.poll() is not None, 20, "the second profile")
+        self.site.authority.trust_in(self.profile("second"))
+        self.desk.give(self.profile("second"))
+        self.processes.append(self.run("-P", "second", "-new-instance", address))

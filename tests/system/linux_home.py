@@ -1,0 +1,255 @@
+"""Browsers in the home of an ordinary user: sites fill all that they can, the browser ends, the worker cleans, and
+nothing of any site is left, while all that belongs to the user is whole. Each browser's tests derive from LinuxHome."""
+
+import contextlib
+import os
+import shutil
+import signal
+import unittest
+
+import local_site
+import screen
+import session
+import stores_table
+import traces
+from test_worker import PROGRAMS
+
+FORM_TEXT = "zqfirst-formText."
+
+
+class Desk(session.Session):
+    """The session of an ordinary user, whose worker cleans after one browser."""
+
+    def __init__(self):
+        super().__init__(PROGRAMS, user="nobody")
+        self.screen = screen.Screen(self, "1280x1024")
+        self.panel = session.OpenPanel(self.connection)
+        self.notifications = session.NotificationService(self.connection)
+
+    def close(self):
+        for browser in self.browsers:
+            with contextlib.suppress(ProcessLookupError):
+                browser.kill()
+            browser.wait()
+        self.screen.close()
+        super().close()
+
+    def enable(self, browser):
+        """All that is ever set, and where the home of this session is: the account of its user names another."""
+        self.defaults("write", session.SHARED, "userFolder", "-string", self.home)
+        self.start_worker()
+        self.tidewell("notifications", "on")
+        self.tidewell("enable", browser.command.removesuffix("-esr"))
+
+    @contextlib.contextmanager
+    def worker_held_up(self):
+        """What happens meanwhile it sees afterwards."""
+        self.worker.process.send_signal(signal.SIGSTOP)
+        try:
+            yield
+        finally:
+            self.worker.process.send_signal(signal.SIGCONT)
+
+
+class LinuxHome(unittest.TestCase):
+    browser_class = None
+
+    @classmethod
+    def setUpClass(cls):
+        """A home whose browser has an extension, a bookmark, a password, and all that one visit leaves; nothing has
+        been cleaned."""
+        cls.template = session.tempfile.mkdtemp(prefix="tidewell-", dir="/tmp")
+        cls.addClassCleanup(shutil.rmtree, cls.template, ignore_errors=True)
+        cls.site = local_site.Site(cls.template + "/site")
+        cls.addClassCleanup(cls.site.close)
+        with contextlib.closing(Desk()) as desk:
+            browser = cls.browser_class(desk, desk.screen, cls.site)
+            browser.prepare()
+            cls.use(browser)
+            browser.wait_until_filled()
+            browser.end("quitting by the menu or its key")
+            shutil.copytree(desk.home, cls.template + "/home", symlinks=True)
+
+    def setUp(self):
+        self.maxDiff = None
+        self.desk = Desk()
+        self.addCleanup(self.desk.close)
+        self.browser = self.browser_class(self.desk, self.desk.screen, self.site)
+
+    def take_over(self, *folders):
+        """Folders of the filled home: (which, and where it shall lie)."""
+        for folder, place in folders:
+            shutil.copytree(os.path.join(self.template, "home", folder), os.path.join(self.desk.home, place),
+                            symlinks=True, dirs_exist_ok=True)
+        self.desk.give(self.desk.home)
+
+    @classmethod
+    def use(cls, browser):
+        """A visit, with all that it takes to fill every store; answers what was told."""
+        address, visit = cls.site.next_visit()
+        browser.start(address)
+        cls.wait_for(browser, visit)
+        cls.type_and_zoom(browser, visit)
+        return visit
+
+    @staticmethod
+    def wait_for(browser, visit, extension=True):
+        browser.desk.wait(lambda: visit.complete() and (visit.extension or not extension) or browser.has_ended(), 60,
+                          "the report of the pages")
+        if browser.has_ended():
+            raise AssertionError("the browser ended by itself")
+
+    @staticmethod
+    def type_and_zoom(browser, visit):
+        browser.screen.xdotool("type", FORM_TEXT)
+        browser.desk.wait(lambda: FORM_TEXT in visit.typed, 10, "the typed text")
+        browser.screen.press("ctrl+plus")
+        browser.desk.wait(lambda: visit.zoomed, 10, "the zoom")
+
+    # What is looked at.
+
+    def check_works(self, visit):
+        """Whatever was there before, every store can be used."""
+        for place, page in visit.pages.items():
+            self.assertNotIn("error", page, place)
+            self.assertEqual(page["failed"], {}, place)
+            self.assertEqual({name: value for name, value in page["works"].items()
+                              if value not in (None, f"zq{place}-{name}.")}, {}, place)
+        for name in ("localStorage", "cookie", "indexedDatabase", "serviceWorker"):
+            self.assertIsNotNone(visit.pages["first"]["works"][name], name)
+
+    @staticmethod
+    def written(visit):
+        """What the next visit must find, when nothing is cleaned."""
+        return {f"{place}: {name}" for place, page in visit.pages.items() for name, value in page["works"].items()
+                if value is not None and name != "sessionStorage"}
+
+    def check_extension(self, visit):
+        """It has all that it ever kept."""
+        told = visit.extension
+        self.assertEqual(told["failed"], {})
+        self.assertEqual(told["found"], told["works"])
+        self.assertEqual(set(told["found"].values()), {f"zqextension-{name}." for name in told["found"]})
+
+    def traces(self):
+        return traces.below(self.desk.home)
+
+    def check_nothing_is_left(self, found):
+        stores = {}
+        for path, words in self.browser.must_go(found).items():
+            stores.setdefault(self.browser.store_of(path), []).append(f"{path}: {' '.join(sorted(words))}")
+        if stores:
+            self.fail("".join(f"\n{store}, {len(lines)} times, such as\n  {lines[0]}"
+                              for store, lines in stores.items()))
+
+    def wait_for_cleaning(self, count):
+        self.desk.wait(lambda: len(self.desk.notifications.posted) >= count, 25, "the notification")
+        # It is posted when the second run is through, and there is no other run.
+        self.assertEqual(self.desk.notifications.posted[-1]["body"],
+                         f"Cookies, Databases, Flash, Silverlight, and Cache removed from {self.browser.name}")
+        self.assertEqual(len(self.desk.notifications.posted), count)
+
+    # Tests.
+
+    def test_every_way_to_end(self):
+        self.take_over((".", "."))
+        table = stores_table.Table(self.browser)
+        visit = self.use(self.browser)
+        self.check_works(visit)
+        self.check_extension(visit)
+        found = visit.found()
+        wanted = self.written(visit) | self.browser.read_back
+        self.assertEqual(wanted - set(found), set(), "not found again, where nothing was cleaned")
+        table.found_before(found)
+
+        self.desk.enable(self.browser)
+        for count, way in enumerate(self.browser.ways, 1):
+            with self.subTest(way):
+                self.browser.wait_until_filled()
+                with self.desk.worker_held_up():
+                    self.browser.end(way)
+                    before = self.traces()
+                    owned = self.browser.owned()
+                self.wait_for_cleaning(count)
+                self.browser.see_to_what_it_asks()
+                after = self.traces()
+                table.ended(way, before, after)
+                self.check_nothing_is_left(after)
+                self.assertEqual(self.browser.owned(), owned)
+                self.assertEqual(self.desk.worker.log, [])
+            visit = self.use(self.browser)
+            with self.subTest("the visit after " + way):
+                table.found_after(way, visit.found())
+                self.assertEqual(visit.found(), {})
+                self.check_works(visit)
+            with self.subTest("what else there is after " + way):
+                self.check_extension(visit)
+                self.assertEqual([tab for tab in visit.again if tab["sessionStorage"]], [])
+                self.assertEqual(self.browser.complaints(), [])
+        self.browser.end("quitting by the menu or its key")
+        table.write()
+
+    def test_started_again_at_once(self):
+        """The second run comes when the browser is in use again: it takes nothing from under it."""
+        self.take_over((".", "."))
+        self.desk.enable(self.browser)
+        self.use(self.browser)
+        self.browser.wait_until_filled()
+        self.browser.end("quitting by the menu or its key")
+        self.desk.wait(lambda: not self.browser.must_go(self.traces()), 5, "the first run")
+        visit = self.use(self.browser)
+        self.assertEqual(visit.found(), {})
+        self.check_works(visit)
+        written = self.written(visit)
+        self.desk.settle(10)
+        visit.pages.clear()
+        self.desk.screen.press("F5")
+        self.wait_for(self.browser, visit)
+        self.check_works(visit)
+        self.assertEqual(written - set(visit.found()), set(), "gone while the browser was in use")
+        self.check_extension(visit)
+        self.browser.end("quitting by the menu or its key")
+        self.desk.wait(lambda: not self.browser.must_go(self.traces()), 20, "the cleaning after the second end")
+
+    def test_two_profiles_killed(self):
+        """With nothing that holds the worker up: it cleans while the last processes go."""
+        self.take_over((".", "."))
+        self.desk.enable(self.browser)
+        first = self.use(self.browser)
+        address, second = self.site.next_visit()
+        self.browser.start_second_profile(address)
+        self.wait_for(self.browser, second, extension=False)
+        self.check_works(second)
+        self.assertEqual(second.found(), {})
+        self.browser.wait_until_filled()
+        self.assertIsNotNone(first.extension)
+        self.browser.end("SIGKILL")
+        self.wait_for_cleaning(1)
+        self.check_nothing_is_left(self.traces())
+        visit = self.use(self.browser)
+        self.assertEqual(visit.found(), {})
+        self.check_extension(visit)
+        address, visit = self.site.next_visit()
+        self.browser.start_second_profile(address)
+        self.wait_for(self.browser, visit, extension=False)
+        self.assertEqual(visit.found(), {})
+
+    def test_where_other_installations_keep_their_data(self):
+        self.take_over(*(
+            (folder, place) for places in self.browser.other_places.values()
+            for folder, place in zip((self.browser.data, self.browser.cache), places)))
+        owned = {}
+        for name, (data, cache) in self.browser.other_places.items():
+            found = self.browser.stores_in(self.traces(), data, cache)
+            self.assertEqual(set(self.browser.fills_at_once) - found, set(), name)
+            owned[name] = self.browser.owned(data)
+        self.desk.enable(self.browser)
+        self.desk.tidewell("quit-of", self.browser.command.removesuffix("-esr"))
+        self.wait_for_cleaning(1)
+        left = self.traces()
+        for data, _ in self.browser.other_places.values():
+            left = self.browser.must_go(left, data)
+        self.check_nothing_is_left(left)
+        for name, (data, _) in self.browser.other_places.items():
+            self.assertEqual(self.browser.owned(data), owned[name], name)
+        self.assertEqual(self.desk.worker.log, [])

@@ -1,0 +1,67 @@
+// What a visit does: tells what it finds in every store, fills them, and reads them back. The document has set `place`
+// (which of the sites this is), `visit` (its number) and `other` (the address of the same server over plain HTTP, for a
+// site that has asked for secure connections).
+"use strict";
+
+const all = {...stores, ...storesOfSites};
+const markOf = name => `zq${place}-${name}.`;
+const tell = (what, answer) => report(`/report/${what}?visit=${visit}`, answer);
+const times = window.devicePixelRatio;
+
+// Loaded a few times, a large script is kept compiled.
+const runTheLargeScriptAgain = async () => {
+  for (let count = 0; count < 3; ++count) {
+    const frame = document.createElement("iframe");
+    frame.src = "/runs-the-large-script";
+    await new Promise(done => {
+      frame.onload = done;
+      document.body.append(frame);
+    });
+    await new Promise(done => setTimeout(done, 200));
+    frame.remove();
+  }
+};
+
+const ofThisTab = () => ({
+  windowName: window.name || null,
+  historyState: history.state,
+  formText: document.getElementById("text").value || null,
+  sessionStorage: sessionStorage.getItem("kept"),
+});
+
+const read = async () => ({
+  ...await readAll(all),
+  ...ofThisTab(),
+  zoom: times === 1 ? null : String(times),
+  permission: Notification.permission === "granted" ? "granted" : null,
+  secureOnly: place === "first" ? await fetch(other).then(() => null, () => "yes") : null,
+});
+
+const visitTheSite = async () => {
+  const found = await read();
+  for (const path of ["/cached", "/with-dictionary", "/dictionary", "/with-dictionary"])
+    await (await fetch(path)).text();
+  const failed = await writeAll(all, found, markOf);
+  window.name = markOf("windowName");
+  history.replaceState(markOf("historyState"), "");
+  if (navigator.mediaDevices) await navigator.mediaDevices.enumerateDevices();
+  const works = await readAll(all);
+  await runTheLargeScriptAgain();
+  await tell(place, {found, failed, works});
+};
+
+const start = async () => {
+  const text = document.getElementById("text");
+  if (window === top) text.focus();
+  text.addEventListener("input", () => tell("typed", text.value));
+  window.addEventListener("resize", () => window.devicePixelRatio === times || tell("zoomed", devicePixelRatio));
+  try {
+    await visitTheSite();
+  } catch (error) {
+    await tell(place, {error: String(error)});
+  }
+};
+
+// A tab of an earlier visit that the browser opened again only tells what it still has.
+if (past) tell("again", ofThisTab());
+else start();
