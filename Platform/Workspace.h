@@ -31,6 +31,9 @@ class Workspace {
   virtual ObserverToken addDidTerminateApplicationObserver(Observer observer) = 0;
 
   virtual void removeObserver(ObserverToken token) = 0;
+
+  /// Whether the application of that bundle identifier runs at this moment, as far as its processes can be seen.
+  virtual bool isRunning(const std::string& bundleIdentifier) const = 0;
 };
 
 }  // namespace platform

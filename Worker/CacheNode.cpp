@@ -84,10 +84,10 @@ void WorkerAppDelegate::clearChromeCache(const std::string& browserName) {
   if (!isOfChromeFamily(browserName)) return;
   const Home home = Home::current();
   const std::vector<ProfilePlaces> profiles = profilesOf(browserName);
-  if (browserName == kOpera) {
+  if (browserName == kOpera && home.layout == HomeLayout::kLibrary) {
     // Removed twice for Opera, whose profile is the data folder itself: the second time there is nothing. Meant.
     for (const Installation& installation : home.installationsOf(*browserNamed(kOpera))) {
-      removeFolder(home, appendingPathComponent(installation.dataFolder, kGPUCache));
+      Sandbox::remove(appendingPathComponent(installation.dataFolder, kGPUCache));
     }
   }
   for (const ProfilePlaces& profile : profiles) {

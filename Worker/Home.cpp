@@ -91,7 +91,11 @@ Home Home::current() {
 Home Home::whole() {
   const auto contentsOf = [](const std::string& path) { return Sandbox::contentsOf(path); };
   const auto shared = Platform::current().userDefaults.suite(kSharedSuite);
-  return of(*shared, Platform::current().system, isExistingFolder, contentsOf);
+  Home home = of(*shared, Platform::current().system, isExistingFolder, contentsOf);
+  home.withoutLinks = [](const std::string& path) {
+    return Platform::current().fileManager.urlByResolvingSymlinks(platform::FileURL(path, true)).path();
+  };
+  return home;
 }
 
 Home Home::of(const platform::UserDefaults& shared, const platform::System& system, Test isFolder, Reader contentsOf) {
@@ -137,6 +141,7 @@ std::vector<Installation> Home::installationsOf(const Browser& browser) const {
     const bool isWhole = kind == Installation::Kind::kWhole;
     appendInstallation(found, {started.folder, isWhole ? cachesFor(started.folder) : std::vector<std::string>(), kind});
   }
+  dropCachesAmongData(found);
   return found;
 }
 
@@ -158,11 +163,22 @@ void Home::appendInstallation(std::vector<Installation>& found, Installation ins
     return platform::isPathInside(dataFolder, other.dataFolder);
   });
   if (isKnown || !isFolder(dataFolder)) return;
-  // Caches in the data folder are the profiles' own affair: removing them as a whole would remove the profiles.
-  std::erase_if(installation.cacheFolders, [&](const std::string& caches) {
-    return platform::isPathInside(dataFolder, caches) || platform::isPathInside(caches, dataFolder);
-  });
   found.push_back(std::move(installation));
+}
+
+/// Caches in a data folder are the profiles' own affair: removing them as a whole would remove the profiles.
+void Home::dropCachesAmongData(std::vector<Installation>& found) const {
+  const auto place = [this](const std::string& path) { return withoutLinks ? withoutLinks(path) : path; };
+  std::vector<std::string> dataFolders;
+  for (const Installation& installation : found) dataFolders.push_back(place(installation.dataFolder));
+  for (Installation& installation : found) {
+    std::erase_if(installation.cacheFolders, [&](const std::string& cacheFolder) {
+      const std::string caches = place(cacheFolder);
+      return std::any_of(dataFolders.begin(), dataFolders.end(), [&caches](const std::string& data) {
+        return platform::isPathInside(data, caches) || platform::isPathInside(caches, data);
+      });
+    });
+  }
 }
 
 /// The place where the session has moved it, and where it usually is: what runs a browser may not know of the move.

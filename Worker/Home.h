@@ -58,6 +58,7 @@ struct Home {
   using Reader = std::function<std::optional<std::string>(const std::string& path)>;
   Test isFolder;
   Reader contentsOf;  // of a file inside a folder that may have to be granted
+  std::function<std::string(const std::string& path)> withoutLinks;  // where a path leads; may be empty
 
   /// The home as it is now, by the settings and files of the installed platform. Any thread.
   static Home whole();
@@ -88,6 +89,7 @@ struct Home {
   std::vector<std::string> existing(std::string_view place) const;
   std::vector<std::string> cachesFor(const std::string& dataFolder) const;
   void appendInstallation(std::vector<Installation>& found, Installation installation) const;
+  void dropCachesAmongData(std::vector<Installation>& found) const;
 };
 
 /// Removes a folder as the layout wants it: on a home with a Library as Sandbox::remove() does, on any other as

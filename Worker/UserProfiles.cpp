@@ -1,6 +1,8 @@
 // Finds the profiles: of Google Chrome and Chromium in the file "Local State", of Firefox as the folders that there
 // are.
 
+#include <algorithm>
+#include <iterator>
 #include <nlohmann/json.hpp>
 
 #include "Platform/Path.h"
@@ -18,7 +20,9 @@ using nlohmann::json;
 using platform::appendingPathComponent;
 
 constexpr char kLocalState[] = "Local State";
-constexpr char kPreferences[] = "Preferences";  // every profile has one
+// Something of it is in every profile of the Chrome family, and in nothing that lies beside them.
+constexpr const char* kInProfiles[] = {"Preferences", "Secure Preferences", "History", "Local Storage",
+                                       "Service Worker"};
 
 /// The object member of that name; null when `object` is no object or has no such member.
 const json* member(const json* object, const char* name) {
@@ -42,40 +46,43 @@ ProfileMap profilesListedIn(const std::string& dataFolder) {
   return profiles;
 }
 
+/// Whether a folder is a profile that a browser of the Chrome family has filled, as far as it came to that.
+bool isProfile(const std::string& folder) {
+  const std::vector<std::string> names = Sandbox::entriesOf(folder);
+  return std::find_first_of(names.begin(), names.end(), std::begin(kInProfiles), std::end(kInProfiles)) != names.end();
+}
+
 /// The profiles on a home without a Library: those that are listed, and those that a browser has not come to list.
 ProfileMap profilesFoundIn(const std::string& dataFolder, std::string_view browserName) {
   ProfileMap profiles = profilesListedIn(dataFolder);
   std::erase_if(profiles, [](const auto& profile) { return !platform::isPlainName(profile.first); });
   for (const std::string& name : Sandbox::entriesOf(dataFolder)) {
     const std::string folder = appendingPathComponent(dataFolder, name);
-    if (isDirectory(folder) && Sandbox::fileExists(appendingPathComponent(folder, kPreferences))) {
-      profiles.emplace(name, name);
-    }
+    if (!profiles.contains(name) && isDirectory(folder) && isProfile(folder)) profiles.emplace(name, name);
   }
   // Opera keeps its one profile in the data folder itself, or in a folder in it.
   if (browserName == kOpera) profiles.emplace("", kOpera);
   return profiles;
 }
 
-/// Everything that lies in a folder of profiles, on a home without a Library only the folders: what is no profile has
-/// none of what one holds.
-void appendEntries(std::vector<std::string>& profiles, const std::string& folder, const Home& home) {
-  const bool isLibrary = home.layout == HomeLayout::kLibrary;
-  for (const std::string& name : isLibrary ? Sandbox::folderContentsOf(folder) : Sandbox::entriesOf(folder)) {
-    std::string entry = appendingPathComponent(folder, name);
-    if (isLibrary || isDirectory(entry)) profiles.push_back(std::move(entry));
-  }
+/// The names of what lies in a folder of profiles; on a home without a Library only of the folders, and also of those
+/// that Firefox's list places deeper.
+std::vector<std::string> namesOfFirefoxEntries(const std::string& folder, const std::string& dataFolder,
+                                               const Home& home) {
+  if (home.layout == HomeLayout::kLibrary) return Sandbox::folderContentsOf(folder);
+  std::vector<std::string> names = Sandbox::entriesOf(folder);
+  const auto list = home.contentsOf(appendingPathComponent(dataFolder, kFirefoxProfilesFile));
+  for (std::string& nested : nestedProfiles(list.value_or(""))) names.push_back(std::move(nested));
+  std::erase_if(names,
+                [&folder](const std::string& name) { return !isDirectory(appendingPathComponent(folder, name)); });
+  return names;
 }
 
-/// On a home without a Library: the same, and the profiles that Firefox's list places deeper.
+/// What lies in a folder of profiles, or of their caches: what is no profile has none of what one holds.
 void appendFirefoxEntries(std::vector<std::string>& profiles, const std::string& folder, const std::string& dataFolder,
                           const Home& home) {
-  appendEntries(profiles, folder, home);
-  if (home.layout == HomeLayout::kLibrary) return;
-  const auto list = home.contentsOf(appendingPathComponent(dataFolder, kFirefoxProfilesFile));
-  for (const std::string& nested : nestedProfiles(list.value_or(""))) {
-    std::string profile = appendingPathComponent(folder, nested);
-    if (isDirectory(profile)) profiles.push_back(std::move(profile));
+  for (const std::string& name : namesOfFirefoxEntries(folder, dataFolder, home)) {
+    profiles.push_back(appendingPathComponent(folder, name));
   }
 }
 

@@ -8,6 +8,7 @@
 #include "Platform/Format.h"
 #include "Platform/Platform.h"
 #include "Worker/Browsers.h"
+#include "Worker/Home.h"
 #include "Worker/Identity.h"
 #include "Worker/StartedWith.h"
 
@@ -30,6 +31,14 @@ std::string RealHomeDirectory() {
   const std::optional<std::string> pw = system.homeDirectoryFromPasswordDatabase(system.getuid());
   if (!pw) platform::assertionFailed("pw", "RealHomeDirectory", "Worker/WorkerAppDelegate", 32);
   return *pw;
+}
+
+/// Whether a browser has been started again since it quit, on a home without a Library: it must not lose what it has
+/// open. When it quits, it is cleaned anew.
+bool runsAgain(const std::string& browserName) {
+  const Browser* browser = browserNamed(browserName);
+  return browser != nullptr && Home::whole().layout == HomeLayout::kXDG &&
+         Platform::current().workspace.isRunning(std::string(browser->bundleIdentifier));
 }
 
 std::string asText(const std::optional<std::string>& text) {
@@ -100,7 +109,9 @@ bool WorkerAppDelegate::checkIfBrowserEnabled(const std::string& browserName) {
 void WorkerAppDelegate::clearData_andNotify(const std::string& browserName, bool notify) {
   Platform::current().dispatch.mainQueue().async([self = shared_from_this(), browserName, notify] {
     platform::BlockOperation run;
-    run.block = [self, browserName] {
+    const bool isSpared = notify && runsAgain(browserName);
+    run.block = [self, browserName, isSpared] {
+      if (isSpared) return;
       askForFolders(browserName);
       self->removeCookies(browserName);
       self->removeNonFavLocalStorage(browserName);

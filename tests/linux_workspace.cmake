@@ -12,6 +12,7 @@ tidewell_test(workspace_tests
     Platform/Linux/LinuxUserScriptsTest.cpp
     Platform/Linux/LinuxWorkspaceTest.cpp
     Platform/Linux/ProcessTableTest.cpp
+    Platform/Linux/QuitArgumentsTest.cpp
   LIBRARIES test_support bus_test_support process_test_support platform_linux_workspace
   LOCK browsers)  # processes of the same names are the same application
 add_dependencies(workspace_tests stand_in)

@@ -69,6 +69,7 @@ class NoQuits : public platform::Workspace {
  public:
   ObserverToken addDidTerminateApplicationObserver(Observer) override { return 0; }
   void removeObserver(ObserverToken) override {}
+  bool isRunning(const std::string&) const override { return false; }
 };
 
 std::optional<PreviewedItem> measured(const std::string& path) {

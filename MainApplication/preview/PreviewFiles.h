@@ -40,6 +40,11 @@ class PreviewFiles : public platform::linux_::LinuxFileManager {
   /// What would have taken the place of something, and its size in bytes.
   const std::map<std::string, std::uint64_t>& replacements() const { return replacements_; }
 
+  /// A browser that runs now does not run when it has quit.
+  platform::Result<std::unique_ptr<platform::FileLock>> lockFile(const std::string&) override {
+    return std::make_unique<platform::FileLock>();
+  }
+
   std::error_code createFolder(const std::string& path) override;
   std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override;
   std::error_code exchangeItems(const std::string& path, const std::string& other) override;

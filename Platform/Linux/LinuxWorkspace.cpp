@@ -22,10 +22,13 @@ constexpr std::array kScansAfterEnd = {milliseconds(10), milliseconds(30), milli
 constexpr std::array kScansAfterScript = {milliseconds(300), milliseconds(1000), milliseconds(3000)};
 constexpr milliseconds kScanSlot{2};
 
-/// Main programs start helpers under their own name, marked by an argument.
+/// Main programs start helpers under their own name, marked by an argument; some of these do a task on their own, such
+/// as the report of a crash, when the main program has gone.
 bool isHelper(const std::vector<std::string>& arguments) {
-  return std::any_of(arguments.begin(), arguments.end(), [](std::string_view argument) {
-    return argument.starts_with("--type=") || argument == "-contentproc" || argument == "--contentproc";
+  constexpr std::array<std::string_view, 4> kMarks = {"-contentproc", "--contentproc", "-backgroundtask",
+                                                      "--backgroundtask"};
+  return std::any_of(arguments.begin(), arguments.end(), [&](std::string_view argument) {
+    return argument.starts_with("--type=") || std::find(kMarks.begin(), kMarks.end(), argument) != kMarks.end();
   });
 }
 
@@ -232,6 +235,13 @@ void LinuxWorkspace::tell(const ApplicationNotification& notification) {
 Workspace::ObserverToken LinuxWorkspace::addDidTerminateApplicationObserver(Observer observer) {
   observers_.emplace(++lastToken_, std::move(observer));
   return lastToken_;
+}
+
+bool LinuxWorkspace::isRunning(const std::string& bundleIdentifier) const {
+  for (std::size_t index = 0; index < applications_.size(); ++index) {
+    if (applications_[index].bundleIdentifier == bundleIdentifier && running_[index]->isRunning()) return true;
+  }
+  return false;
 }
 
 void LinuxWorkspace::removeObserver(ObserverToken token) {

@@ -51,6 +51,7 @@ class LinuxWorkspace : public Workspace {
 
   ObserverToken addDidTerminateApplicationObserver(Observer observer) override;
   void removeObserver(ObserverToken token) override;
+  bool isRunning(const std::string& bundleIdentifier) const override;
 
  private:
   using Found = std::vector<RunningApplication::Processes>;

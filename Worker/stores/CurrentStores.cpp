@@ -39,6 +39,8 @@ constexpr Store kChromeProfile[] = {
     {kSiteStorage, "Site Characteristics Database", removeWhole, "how sites behave in the background"},
     {kSiteStorage, "PersistentOriginTrials", removeWhole, "sites that try out new functions"},
     {kSiteStorage, "BudgetDatabase", removeWhole, "how much sites may do in the background"},
+    {kSiteStorage, ".org.chromium.Chromium.*", removeBeginningSo, "files that the browser was about to put in place"},
+    {kSiteStorage, ".com.google.Chrome.*", removeBeginningSo, "the same"},
     {kSiteStorage, "blob_storage", removeWhole, "data of sites that did not fit in memory"},
 
     {kCaches, "Shared Dictionary", removeWhole, "dictionaries by which sites compress their pages"},
@@ -59,6 +61,8 @@ constexpr Store kChromeProfile[] = {
 
 constexpr Store kChromeData[] = {
     {kSiteStorage, "segmentation_platform", removeWhole, "what was derived from the use of sites"},
+    {kSiteStorage, ".org.chromium.Chromium.*", removeBeginningSo, "files that the browser was about to put in place"},
+    {kSiteStorage, ".com.google.Chrome.*", removeBeginningSo, "the same"},
     {kSiteStorage, "Crash Reports", removeWhole, "memory of a browser that crashed, with the pages in it"},
     {kCaches, "ShaderCache", removeWhole, "programs for the graphics processor"},
     {kCaches, "GrShaderCache", removeWhole, "the same"},

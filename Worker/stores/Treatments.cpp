@@ -56,6 +56,15 @@ void removeEntries(const std::string& path) {
   removeEntriesUnless(path, [](const std::string&) { return false; });
 }
 
+void removeBeginningSo(const std::string& path) {
+  const std::string folder = platform::deletingLastPathComponent(path);
+  std::string beginning = platform::lastPathComponent(path);
+  beginning.pop_back();  // the "*"
+  for (const std::string& name : Sandbox::entriesOf(folder)) {
+    if (name.starts_with(beginning)) Sandbox::removeTree(appendingPathComponent(folder, name));
+  }
+}
+
 void removeChromeSites(const std::string& path) {
   removeEntriesUnless(path, [](const std::string& name) { return name.starts_with(kChromeExtension); });
 }

@@ -14,6 +14,9 @@ void removeDatabase(const std::string& path);
 /// All that lies in a folder; the folder stays.
 void removeEntries(const std::string& path);
 
+/// In the path's folder everything whose name begins as the path does, up to its "*".
+void removeBeginningSo(const std::string& path);
+
 /// In a folder with an item for each site: all but those of extensions.
 void removeChromeSites(const std::string& path);   // "http_site.example_0..."
 void removeFirefoxSites(const std::string& path);  // "http+++site.example"

@@ -7,7 +7,9 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 #include <string_view>
 
@@ -43,24 +45,35 @@ class UnflushedFiles : public leveldb::EnvWrapper {
   }
 };
 
-/// A copy of a folder, without starting a program for it.
-class TemporaryCopy {
+class TemporaryFolder {
  public:
-  explicit TemporaryCopy(const std::string& folder) {
+  TemporaryFolder() {
     if (::mkdtemp(path_.data()) == nullptr) throw std::runtime_error("no scratch folder");
-    fs::copy(folder, path_, fs::copy_options::recursive);
   }
-  ~TemporaryCopy() {
+  ~TemporaryFolder() {
     std::error_code ignored;
     fs::remove_all(path_, ignored);
   }
-  TemporaryCopy(const TemporaryCopy&) = delete;
-  TemporaryCopy& operator=(const TemporaryCopy&) = delete;
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
   const std::string& path() const { return path_; }
 
  private:
-  std::string path_ = "/tmp/tidewell-copy-XXXXXX";
+  std::string path_ = "/tmp/tidewell-leveldb-XXXXXX";
 };
+
+using FilesOfFolder = std::map<std::string, std::string>;  // name to bytes
+
+FilesOfFolder filesIn(const std::string& folder) {
+  FilesOfFolder files;
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    std::ostringstream bytes;
+    if (entry.is_regular_file()) bytes << std::ifstream(entry.path(), std::ios::binary).rdbuf();
+    // What the library says of its work, with the time, says nothing of the database.
+    if (entry.is_regular_file() && entry.path().filename() != "LOG") files[entry.path().filename()] = bytes.str();
+  }
+  return files;
+}
 
 std::unique_ptr<leveldb::DB> opened(const std::string& folder, leveldb::Options options) {
   static UnflushedFiles files;
@@ -69,14 +82,7 @@ std::unique_ptr<leveldb::DB> opened(const std::string& folder, leveldb::Options 
   return leveldb::DB::Open(options, folder, &database).ok() ? std::unique_ptr<leveldb::DB>(database) : nullptr;
 }
 
-/// A field of a protocol buffer with a text of fewer than 128 bytes.
-std::string field(int number, const std::string& text) {
-  return {static_cast<char>(number << 3 | 2), static_cast<char>(text.size())};
-}
-
-}  // namespace
-
-void putInLevelDatabase(const std::string& folder, const LevelEntries& entries) {
+void writeWithLibrary(const std::string& folder, const LevelEntries& entries) {
   fs::create_directories(fs::path(folder).parent_path());
   leveldb::Options options;
   options.create_if_missing = true;
@@ -87,11 +93,10 @@ void putInLevelDatabase(const std::string& folder, const LevelEntries& entries) 
   if (!database->Write({}, &batch).ok()) throw std::runtime_error("can't write " + folder);
 }
 
-std::optional<LevelEntries> levelEntriesOf(const std::string& folder) {
-  const TemporaryCopy copy(folder);
+std::optional<LevelEntries> readWithLibrary(const std::string& folder) {
   leveldb::Options options;
   options.paranoid_checks = true;
-  const auto database = opened(copy.path(), options);
+  const auto database = opened(folder, options);
   if (!database) return std::nullopt;
   leveldb::ReadOptions checked;
   checked.verify_checksums = true;
@@ -101,6 +106,37 @@ std::optional<LevelEntries> levelEntriesOf(const std::string& folder) {
     entries.emplace(iterator->key().ToString(), iterator->value().ToString());
   }
   return iterator->status().ok() ? std::optional(entries) : std::nullopt;
+}
+
+/// A field of a protocol buffer with a text of fewer than 128 bytes.
+std::string field(int number, const std::string& text) {
+  return {static_cast<char>(number << 3 | 2), static_cast<char>(text.size())};
+}
+
+}  // namespace
+
+void putInLevelDatabase(const std::string& folder, const LevelEntries& entries) {
+  if (fs::exists(folder)) return writeWithLibrary(folder, entries);
+  // The same databases are wanted again and again.
+  static std::map<LevelEntries, FilesOfFolder> made;
+  FilesOfFolder& files = made[entries];
+  if (files.empty()) {
+    const TemporaryFolder scratch;
+    writeWithLibrary(scratch.path() + "/database", entries);
+    files = filesIn(scratch.path() + "/database");
+  }
+  fs::create_directories(folder);
+  for (const auto& [name, bytes] : files) std::ofstream(folder + "/" + name, std::ios::binary) << bytes;
+  std::ofstream(folder + "/LOG") << "2026/01/01-00:00:00.000001 1 Creating DB " << folder << " since it was missing.\n";
+}
+
+std::optional<LevelEntries> levelEntriesOf(const std::string& folder) {
+  static std::map<FilesOfFolder, std::optional<LevelEntries>> known;
+  const FilesOfFolder files = filesIn(folder);
+  if (const auto found = known.find(files); found != known.end()) return found->second;
+  const TemporaryFolder scratch;
+  for (const auto& [name, bytes] : files) std::ofstream(scratch.path() + "/" + name, std::ios::binary) << bytes;
+  return known[files] = readWithLibrary(scratch.path());
 }
 
 std::string packedSession(const std::string& text) {

@@ -24,6 +24,12 @@ int traceConnection(sqlite3* connection, const char**, const void*) {
 // As SQLite declares it for extensions.
 const auto kEntryPoint = reinterpret_cast<void (*)()>(traceConnection);
 
+int leaveUnflushed(sqlite3* connection, const char**, const void*) {
+  return sqlite3_exec(connection, "PRAGMA synchronous = OFF", nullptr, nullptr, nullptr);
+}
+
+const auto kUnflushedEntryPoint = reinterpret_cast<void (*)()>(leaveUnflushed);
+
 class Database {
  public:
   explicit Database(const std::string& path) {
@@ -70,6 +76,14 @@ StatementJournal::StatementJournal(Journal& journal) {
 StatementJournal::~StatementJournal() {
   sqlite3_cancel_auto_extension(kEntryPoint);
   currentJournal = nullptr;
+}
+
+UnflushedDatabases::UnflushedDatabases() {
+  sqlite3_auto_extension(kUnflushedEntryPoint);
+}
+
+UnflushedDatabases::~UnflushedDatabases() {
+  sqlite3_cancel_auto_extension(kUnflushedEntryPoint);
 }
 
 }  // namespace testing_support

@@ -23,4 +23,13 @@ class StatementJournal {
   StatementJournal& operator=(const StatementJournal&) = delete;
 };
 
+/// As long as it lives no database waits for the disk, which takes long, and tests survive no power failure.
+class UnflushedDatabases {
+ public:
+  UnflushedDatabases();
+  ~UnflushedDatabases();
+  UnflushedDatabases(const UnflushedDatabases&) = delete;
+  UnflushedDatabases& operator=(const UnflushedDatabases&) = delete;
+};
+
 }  // namespace testing_support

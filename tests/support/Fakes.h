@@ -114,6 +114,9 @@ class FakeWorkspace : public platform::Workspace {
 
   ObserverToken addDidTerminateApplicationObserver(Observer observer) override;
   void removeObserver(ObserverToken token) override { observers_.erase(token); }
+  bool isRunning(const std::string& bundleIdentifier) const override { return running.contains(bundleIdentifier); }
+
+  std::set<std::string> running;
 
  private:
   std::map<ObserverToken, Observer> observers_;

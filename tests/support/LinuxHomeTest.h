@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "Worker/Browsers.h"
+#include "tests/support/Databases.h"
 #include "tests/support/HomeContents.h"
 #include "tests/support/LinuxSampleHome.h"
 #include "tests/support/WorkerTest.h"
@@ -17,6 +18,8 @@ class LinuxHomeTest : public WorkerTest {
     std::filesystem::remove(home("Library"));
     useHome();
   }
+
+  const UnflushedDatabases unflushed;
 
   static const tidewell::Browser& browser(std::string_view name) { return *tidewell::browserNamed(name); }
 

@@ -16,9 +16,6 @@ using Texts = std::vector<std::string>;
 
 constexpr char kLocalState[] = R"({"profile": {"info_cache": {"Default": {"name": "Ann"}, "P 1": {"name": "Wörk"}}}})";
 
-// Waiting for the disk takes long, and tests survive no power failure.
-constexpr char kUnflushed[] = "PRAGMA synchronous = OFF; BEGIN;";
-
 struct ChromeInstallation {
   std::string browser;
   std::string data;
@@ -118,13 +115,13 @@ void SampleWriter::level(Owner owner, const std::string& folder, const LevelEntr
 }
 
 void SampleWriter::statements(Owner owner, const std::string& database, const std::string& statements) const {
-  if (has(owner)) runStatements(home_.path(database), kUnflushed + statements + "COMMIT;");
+  if (has(owner)) runStatements(home_.path(database), "BEGIN;" + statements + "COMMIT;");
 }
 
 void SampleWriter::databaseWithLog(Owner owner, const std::string& database) const {
   if (!has(owner)) return;
   const std::string path = home_.path(database);
-  runStatements(path, "PRAGMA synchronous = OFF; PRAGMA journal_mode = WAL; CREATE TABLE entries (text TEXT);");
+  runStatements(path, "PRAGMA journal_mode = WAL; CREATE TABLE entries (text TEXT);");
   sqlite3* handle = nullptr;
   const bool isOpen = sqlite3_open(path.c_str(), &handle) == SQLITE_OK;
   sqlite3_db_config(handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);

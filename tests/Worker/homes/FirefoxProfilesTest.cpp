@@ -97,6 +97,7 @@ TEST_F(ProfilesOfFirefox, thatLieDeeperAreCleanedWithTheirCaches) {
 
 TEST_F(ProfilesOfFirefox, canHaveTheirCachesInThemWhereASessionHasMovedBothToOnePlace) {
   platform.system.movedConfiguration = platform.system.movedCaches = home("all");
+  std::filesystem::remove_all(home(".mozilla"));
   platform.home.file("all/mozilla/firefox/ann/cache2/entries/1");
   platform.home.file("all/mozilla/firefox/ann/startupCache/1");
   platform.home.file("all/mozilla/firefox/ann/prefs.js");

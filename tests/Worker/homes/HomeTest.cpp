@@ -265,4 +265,19 @@ TEST_F(HomeTest, hasNoCachesThatAreItsDataOrInThem) {
   EXPECT_THAT(installations("Chromium"), ElementsAre(whole("caches/chromium/settings/chromium")));
 }
 
+TEST_F(HomeTest, hasNoCachesThatAreTheDataOfAnotherInstallation) {
+  platform.home.folder("all/chromium");
+  platform.home.folder(".config/chromium");
+  platform.home.folder(".cache/chromium");
+  platform.system.movedConfiguration = platform.system.movedCaches = home("all");
+  EXPECT_THAT(installations("Chromium"),
+              ElementsAre(whole("all/chromium", {".cache/chromium"}), whole(".config/chromium", {".cache/chromium"})));
+}
+
+TEST_F(HomeTest, hasNoCachesThatLinksMakeItsData) {
+  platform.home.folder(".config/chromium");
+  platform.home.link(".cache", ".config");
+  EXPECT_THAT(installations("Chromium"), ElementsAre(whole(".config/chromium")));
+}
+
 }  // namespace
