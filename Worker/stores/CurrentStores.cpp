@@ -84,6 +84,7 @@ constexpr Store kFirefoxProfile[] = {
     {kSiteStorage, "storage/to-be-removed", removeEntries, "what the browser was about to remove"},
     {kSiteStorage, "storage/private", removeEntries, "storage of private windows"},
     {kSiteStorage, "storage.sqlite", cleanStorageIndex, "which sites have storage"},
+    {kSiteStorage, "storage/ls-archive.sqlite", cleanStorageArchive, "local storage as earlier versions kept it"},
     {kSiteStorage, "serviceworker.txt", removeWhole, "which sites have service workers"},
     {kSiteStorage, "crashes/events", removeEntries, "on which page the browser crashed"},
     {kSiteStorage, "minidumps", removeEntries, "memory of a browser that crashed, with the pages in it"},

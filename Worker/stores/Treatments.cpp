@@ -149,6 +149,10 @@ void cleanStorageIndex(const std::string& path) {
   runStatements(path, "DELETE FROM origin WHERE origin NOT LIKE 'moz-extension://%';");
 }
 
+void cleanStorageArchive(const std::string& path) {
+  runStatements(path, "DELETE FROM webappsstore2 WHERE instr(scope, '.:') > 0;");  // behind the host of every site
+}
+
 void cleanContentPreferences(const std::string& path) {
   runStatements(path, "DELETE FROM prefs WHERE groupID IS NOT NULL;", "DELETE FROM groups;");
 }

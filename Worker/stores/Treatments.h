@@ -38,6 +38,7 @@ void cleanPreferences(const std::string& path);
 
 /// Firefox's databases, of which rows stay.
 void cleanStorageIndex(const std::string& path);
+void cleanStorageArchive(const std::string& path);
 void cleanContentPreferences(const std::string& path);
 
 /// A file of Firefox's tabs, or all such files in a folder: cookies and storage go, the tabs stay.

@@ -37,6 +37,12 @@ void writeDatabases(const SampleWriter& writer, const std::string& profile) {
       "CREATE TABLE webappsstore2 (scope TEXT, key TEXT); INSERT INTO webappsstore2 VALUES ('notes-extension', "
       "'kept');" +
           writer.textOf(kSite, "INSERT INTO webappsstore2 VALUES ('elpmaxe.detisiv.:https:443', 'visited.example');"));
+  writer.statements(
+      kPerson, profile + "storage/ls-archive.sqlite",
+      "CREATE TABLE webappsstore2 (scope TEXT, key TEXT); INSERT INTO webappsstore2 VALUES ('notes-extension', "
+      "'kept');" +
+          writer.textOf(kSiteInCurrentStore,
+                        "INSERT INTO webappsstore2 VALUES ('elpmaxe.detisiv.:https:443', 'visited.example');"));
   writer.statements(kPerson, profile + "storage.sqlite",
                     "CREATE TABLE database (cache_version INTEGER); INSERT INTO database VALUES (1);"
                     "CREATE TABLE origin (repository_id INTEGER, origin TEXT, PRIMARY KEY (repository_id, origin));"

@@ -29,7 +29,7 @@ bool mayBeRewritten(const std::string& path) {
                                "/WebStorage/QuotaManager", "/databases/Databases.db", "/Origin Bound Certs",
                                // Firefox's
                                "/sessionstore.jsonlz4", "/sessionstore-backups/", "/webappsstore.sqlite",
-                               "/storage.sqlite", "/content-prefs.sqlite"};
+                               "/storage.sqlite", "/ls-archive.sqlite", "/content-prefs.sqlite"};
   return std::any_of(kParts.begin(), kParts.end(),
                      [&](const std::string& part) { return path.find(part) != std::string::npos; });
 }
