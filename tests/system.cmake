@@ -15,3 +15,5 @@ system_test(settings_window)
 system_test(script)
 system_test(whole_run)
 system_test(commands)
+# Five ways to end, each with two starts of a real browser.
+set_tests_properties(system.linux_homes_chromium system.linux_homes_firefox PROPERTIES TIMEOUT 600)
