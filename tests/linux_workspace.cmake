@@ -18,4 +18,4 @@ tidewell_test(workspace_tests
 add_dependencies(workspace_tests stand_in)
 add_test(NAME workspace_tests_as_an_ordinary_user
   COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/system/as-ordinary-user $<TARGET_FILE:workspace_tests> $<TARGET_FILE:stand_in>)
-set_tests_properties(workspace_tests_as_an_ordinary_user PROPERTIES TIMEOUT 300)
+set_tests_properties(workspace_tests_as_an_ordinary_user PROPERTIES TIMEOUT 300 RESOURCE_LOCK browsers)
