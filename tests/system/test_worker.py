@@ -54,7 +54,7 @@ class Cleaning(SystemTest):
     def test_quit_of_an_enabled_browser_to_the_notification(self):
         self.start(["org.mozilla.firefox"])
         browser = self.desk.run_browser("firefox")
-        self.desk.settle(0.3)
+        self.desk.settle(1)
         quit_at = time.monotonic()
         self.desk.quit_browser(browser)
         self.desk.wait(lambda: not self.desk.exists(FLASH) and not self.desk.exists(SILVERLIGHT), 5)
