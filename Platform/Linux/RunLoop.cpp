@@ -44,7 +44,7 @@ RunLoop::RunLoop() {
 }
 
 RunLoop::~RunLoop() {
-  timers_.clear();
+  discardTasks();  // what they hold may belong to the loop
   sd_event_unref(event_);
   ::close(wakeDescriptor_);
 }
@@ -84,18 +84,15 @@ void RunLoop::sync(const Task& task) {
 }
 
 void RunLoop::after(std::chrono::nanoseconds delay, Task task) {
-  if (isMainThread()) {
-    addTimer(delay, std::move(task));
-    return;
-  }
-  // sd-event belongs to one thread; what the hand-over takes is taken off the delay.
   const auto due = std::chrono::steady_clock::now() + delay;
-  async([this, due, task = std::move(task)]() mutable {
-    addTimer(std::max(due - std::chrono::steady_clock::now(), std::chrono::nanoseconds::zero()), std::move(task));
-  });
+  if (isMainThread()) {
+    addTimer(due, std::move(task));
+  } else {
+    async([this, due, task = std::move(task)]() mutable { addTimer(due, std::move(task)); });
+  }
 }
 
-void RunLoop::addTimer(std::chrono::nanoseconds delay, Task task) {
+void RunLoop::addTimer(std::chrono::steady_clock::time_point due, Task task) {
   const auto fire = [](sd_event_source*, std::uint64_t, void* data) {
     const auto* timer = static_cast<const Timer*>(data);
     RunLoop* loop = timer->loop;
@@ -103,12 +100,13 @@ void RunLoop::addTimer(std::chrono::nanoseconds delay, Task task) {
     loop->async(std::move(fired.mapped()->task));
     return 0;
   };
-  const auto microseconds = static_cast<std::uint64_t>(
-      std::max<std::int64_t>(0, std::chrono::ceil<std::chrono::microseconds>(delay).count()));
+  // Absolute: sd-event counts relative times from when the loop woke last, which may be long ago.
+  const auto microseconds =
+      std::max<std::int64_t>(0, std::chrono::ceil<std::chrono::microseconds>(due.time_since_epoch()).count());
   auto timer = std::make_unique<Timer>(Timer{this, std::move(task), nullptr});
   sd_event_source* source = nullptr;
-  check(sd_event_add_time_relative(event_, &source, CLOCK_MONOTONIC, microseconds, kTimerAccuracyMicroseconds, fire,
-                                   timer.get()),
+  check(sd_event_add_time(event_, &source, CLOCK_MONOTONIC, static_cast<std::uint64_t>(microseconds),
+                          kTimerAccuracyMicroseconds, fire, timer.get()),
         "timer");
   timer->source.reset(source);
   const Timer* key = timer.get();

@@ -42,7 +42,7 @@ class RunLoop {
   /// the loop runs modally.
   void sync(const Task& task);
 
-  /// Runs the task on the main thread when `delay` has passed (CLOCK_MONOTONIC). From any thread.
+  /// Runs the task on the main thread when `delay` has passed since this call (CLOCK_MONOTONIC). From any thread.
   void after(std::chrono::nanoseconds delay, Task task);
 
   /// Runs until stop() is called; answers the status that it was given. May be called again.
@@ -72,7 +72,7 @@ class RunLoop {
   bool hasRunnableTask();
   bool runOneTask();
   void wake() const;
-  void addTimer(std::chrono::nanoseconds delay, Task task);
+  void addTimer(std::chrono::steady_clock::time_point due, Task task);
 
   const std::thread::id mainThread_ = std::this_thread::get_id();
   sd_event* event_ = nullptr;

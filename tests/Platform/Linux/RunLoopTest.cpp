@@ -52,6 +52,46 @@ TEST_F(Loop, letsAnotherThreadWaitForItsTask) {
   other.join();
 }
 
+/// Keeps the thread busy, as a long task does.
+void workFor(std::chrono::milliseconds duration) {
+  const auto end = std::chrono::steady_clock::now() + duration;
+  while (std::chrono::steady_clock::now() < end) {
+  }
+}
+
+TEST_F(Loop, countsADelayFromTheMomentAtWhichItIsAskedFor) {
+  std::chrono::steady_clock::time_point asked;
+  std::chrono::steady_clock::time_point ran;
+  loop.async([&] {
+    workFor(40ms);
+    asked = std::chrono::steady_clock::now();
+    loop.after(30ms, [&] {
+      ran = std::chrono::steady_clock::now();
+      loop.stop(0);
+    });
+  });
+  loop.run();
+  EXPECT_GE(ran - asked, 30ms);
+}
+
+TEST_F(Loop, countsADelayFromTheMomentAtWhichAnotherThreadAsksForIt) {
+  std::chrono::steady_clock::time_point asked;
+  std::chrono::steady_clock::time_point ran;
+  loop.async([&] {
+    std::thread other([&] {
+      workFor(40ms);
+      asked = std::chrono::steady_clock::now();
+      loop.after(30ms, [&] {
+        ran = std::chrono::steady_clock::now();
+        loop.stop(0);
+      });
+    });
+    other.join();
+  });
+  loop.run();
+  EXPECT_GE(ran - asked, 30ms);
+}
+
 TEST_F(Loop, runsDelayedTasksInTheOrderOfTheirTimes) {
   std::vector<int> order;
   loop.after(20ms, [&] { order.push_back(2); });
