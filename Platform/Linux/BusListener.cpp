@@ -7,28 +7,28 @@
 namespace platform::linux_ {
 namespace {
 
-/// A call that can still be answered. Goes, wherever its last owner goes, on the main thread, as sd-bus wants it.
+using Message = std::shared_ptr<sd_bus_message>;
+
+/// A call that can still be answered. Wherever its last owner goes, the message goes on the main thread, as sd-bus
+/// wants it; at the latest with the tasks that the loop never came to.
 class PendingCall {
  public:
-  PendingCall(RunLoop& loop, sd_bus_message* message) : loop_(loop), message_(sd_bus_message_ref(message)) {}
+  PendingCall(RunLoop& loop, sd_bus_message* message)
+      : loop_(loop), message_(sd_bus_message_ref(message), MessageUnref()) {}
   ~PendingCall() {
-    if (loop_.isMainThread()) {
-      sd_bus_message_unref(message_);
-    } else {
-      loop_.async([message = message_] { sd_bus_message_unref(message); });
-    }
+    if (!loop_.isMainThread()) loop_.async([message = std::move(message_)] {});
   }
   PendingCall(const PendingCall&) = delete;
   PendingCall& operator=(const PendingCall&) = delete;
 
   /// A caller that has gone meanwhile is no error.
-  void answer(const std::string& text) { sd_bus_reply_method_return(message_, "s", text.c_str()); }
+  void answer(const std::string& text) { sd_bus_reply_method_return(message_.get(), "s", text.c_str()); }
 
   RunLoop& loop() { return loop_; }
 
  private:
   RunLoop& loop_;
-  sd_bus_message* const message_;
+  Message message_;
 };
 
 class BusConnection : public RemoteConnection {
@@ -84,9 +84,8 @@ void BusListener::resume() {
 
 int BusListener::received(sd_bus_message* message, void* data, sd_bus_error*) {
   auto* self = static_cast<BusListener*>(data);
-  self->bus_.loop().async([self, call = std::shared_ptr<sd_bus_message>(sd_bus_message_ref(message), MessageUnref())] {
-    self->deliver(call.get());
-  });
+  self->bus_.loop().async(
+      [self, call = Message(sd_bus_message_ref(message), MessageUnref())] { self->deliver(call.get()); });
   return 1;  // taken; the answer comes later, or never
 }
 

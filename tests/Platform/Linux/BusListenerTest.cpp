@@ -91,6 +91,15 @@ TEST_F(Listener, takesAnAnswerLaterAndFromAnotherThread) {
   EXPECT_EQ(answers[0], "late");
 }
 
+// What is not let go of is found by the address sanitizer at the end of the program.
+TEST_F(Listener, letsGoOfACallWhoseReplyIsDroppedByAnotherThreadWhenTheLoopHasEnded) {
+  platform::Reply kept;
+  delegate.call = [&](const std::string&, platform::Reply reply) { kept = std::move(reply); };
+  ask("x");
+  ASSERT_TRUE(runUntil(loop, [&] { return static_cast<bool>(kept); }));
+  std::thread([reply = std::exchange(kept, nullptr)] {}).join();
+}
+
 TEST_F(Listener, neverAnswersWhenTheReplyIsDropped) {
   int dropped = 0;
   delegate.call = [&](const std::string& argument, const platform::Reply& reply) {
