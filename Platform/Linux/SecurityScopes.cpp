@@ -155,26 +155,28 @@ ResolvedBookmark SecurityScopes::resolveBookmarkData(const Data& data) {
 }
 
 bool SecurityScopes::startAccessing(const FileURL& url) {
-  auto pinned = std::dynamic_pointer_cast<const PinnedFile>(url.securityScope());
+  const auto pinned = std::dynamic_pointer_cast<const PinnedFile>(url.securityScope());
   if (!pinned || !pinned->isInPlace()) return false;
   const std::unique_lock lock(mutex_);
   OpenScope& scope = scopes_[pinned->path()];
   // A scope that was opened for what stood here before is taken over by what was resolved last.
-  if (!scope.file || scope.file->identity() != pinned->identity()) scope = {std::move(pinned), 0, false};
-  ++scope.count;
+  if (!scope.file || scope.file->identity() != pinned->identity()) scope = {pinned, false, {}};
+  ++scope.starts[pinned];
   return true;
 }
 
 void SecurityScopes::stopAccessing(const FileURL& url) {
-  const auto* pinned = dynamic_cast<const PinnedFile*>(url.securityScope().get());
-  if (pinned == nullptr) return;
+  const auto pinned = std::dynamic_pointer_cast<const PinnedFile>(url.securityScope());
+  if (!pinned) return;
   const std::unique_lock lock(mutex_);
-  const auto found = scopes_.find(pinned->path());
-  if (found == scopes_.end() || found->second.count == 0) return;
-  // What was started for a folder that stood here before ended when another one took its place.
-  if (found->second.file->identity() != pinned->identity()) return;
-  --found->second.count;
-  if (found->second.count == 0 && !found->second.forProcess) scopes_.erase(found);
+  const auto scope = scopes_.find(pinned->path());
+  if (scope == scopes_.end()) return;
+  auto& starts = scope->second.starts;
+  const auto own = starts.find(pinned);
+  // Its start failed, or ended when another folder took the place of the one it was for.
+  if (own == starts.end()) return;
+  if (--own->second == 0) starts.erase(own);
+  if (starts.empty() && !scope->second.forProcess) scopes_.erase(scope);
 }
 
 /// The nearest open scope at or above a path without dots; null when there is none, or when it is not in place.

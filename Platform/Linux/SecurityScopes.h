@@ -79,8 +79,9 @@ class SecurityScopes : public SecurityScopedResources {
  private:
   struct OpenScope {
     std::shared_ptr<const PinnedFile> file;
-    unsigned count = 0;
     bool forProcess = false;
+    /// How often each resolved grant has started and not stopped: a stop closes nothing but its own grant's start.
+    std::map<std::shared_ptr<const PinnedFile>, unsigned> starts;
   };
 
   std::shared_ptr<const PinnedFile> scopeContaining(const std::string& path) const;

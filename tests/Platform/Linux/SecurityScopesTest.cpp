@@ -227,6 +227,41 @@ TEST_F(Grants, ofAFolderThatTookThePlaceAreNotClosedByAnOlderAccess) {
   EXPECT_FALSE(canReach(granted.path("sub/a")));
 }
 
+TEST_F(Grants, areNotClosedByTheStopOfAStartThatFailed) {
+  granted.file("sub/a");
+  const Data data = earlierGrant(granted.path("sub"));
+  const auto somebodys = *scopes.resolveBookmarkData(data).url;
+  const auto failing = *scopes.resolveBookmarkData(data).url;
+  EXPECT_TRUE(scopes.startAccessing(somebodys));
+  fs::rename(granted.path("sub"), granted.path("moved"));
+  EXPECT_FALSE(scopes.startAccessing(failing));
+  fs::rename(granted.path("moved"), granted.path("sub"));
+  scopes.stopAccessing(failing);
+  EXPECT_TRUE(canReach(granted.path("sub/a")));
+  scopes.stopAccessing(somebodys);
+  EXPECT_FALSE(canReach(granted.path("sub/a")));
+}
+
+TEST_F(Grants, areNotClosedByAnAccessThatEndedWhenAnotherFolderTookThePlace) {
+  granted.file("sub/a");
+  const Data data = earlierGrant(granted.path("sub"));
+  const auto older = *scopes.resolveBookmarkData(data).url;
+  scopes.startAccessing(older);
+  fs::rename(granted.path("sub"), granted.path("first"));
+  granted.folder("sub");
+  const auto between = *scopes.resolveBookmarkData(earlierGrant(granted.path("sub"))).url;
+  scopes.startAccessing(between);  // takes the scope over
+  fs::rename(granted.path("sub"), granted.path("second"));
+  fs::rename(granted.path("first"), granted.path("sub"));
+  const auto newer = *scopes.resolveBookmarkData(data).url;
+  scopes.startAccessing(newer);
+  scopes.stopAccessing(older);
+  scopes.stopAccessing(between);
+  EXPECT_TRUE(canReach(granted.path("sub/a")));
+  scopes.stopAccessing(newer);
+  EXPECT_FALSE(canReach(granted.path("sub/a")));
+}
+
 TEST_F(Grants, areNotCarriedByAUrlThatWasMadeByHand) {
   EXPECT_FALSE(scopes.startAccessing(FileURL(granted.path(), true)));
   EXPECT_FALSE(canReach(granted.path()));
