@@ -131,10 +131,11 @@ int Sqlite::untilNotBusy(const Call& call) {
 }
 
 bool Sqlite::open(const std::string& path) {
+  const std::string opened = path;  // it may be our own filePath(), which close() takes away
   close();
   refuseSuperJournals();
-  if (sqlite3_open(path.c_str(), &_db_) != SQLITE_OK) return false;
-  filePath_ = path;
+  if (sqlite3_open(opened.c_str(), &_db_) != SQLITE_OK) return false;
+  filePath_ = opened;
   return true;
 }
 

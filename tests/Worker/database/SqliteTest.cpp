@@ -63,6 +63,13 @@ TEST_F(SqliteConnection, openedTwiceClosesTheFirstBeforeTheSecond) {
   EXPECT_EQ(testing_support::runDirectly(path, "INSERT INTO t VALUES (1)"), SQLITE_OK);
 }
 
+TEST_F(SqliteConnection, opensItsOwnFilePathAgain) {
+  make("CREATE TABLE t (a); INSERT INTO t VALUES ('x')");
+  EXPECT_TRUE(sqlite.open(*sqlite.filePath()));
+  EXPECT_EQ(sqlite.filePath(), path);
+  EXPECT_THAT(texts("SELECT a FROM t", "a"), ElementsAre("x"));
+}
+
 TEST_F(SqliteConnection, thatFailsToOpenAnotherFileHasClosedTheFirst) {
   make("CREATE TABLE t (a)");
   EXPECT_FALSE(sqlite.open(folder.path("missing/db.sqlite")));
