@@ -25,6 +25,7 @@ PanelRequest PanelRequest::fromVariant(const Glib::VariantBase& panel) {
   request.title = valueOf<Glib::ustring>(dictionary, "title");
   request.message = valueOf<Glib::ustring>(dictionary, "message");
   request.prompt = valueOf<Glib::ustring>(dictionary, "prompt");
+  request.comesToTheFront = valueOf<bool>(dictionary, "activateIgnoringOtherApps");
   for (const Glib::ustring& url : valueOf<std::vector<Glib::ustring>>(dictionary, "enabled")) {
     const auto file = Gio::File::create_for_uri(url);
     const bool exists = file->query_file_type() == Gio::FileType::DIRECTORY;

@@ -19,6 +19,7 @@ struct PanelRequest {
   std::string title;
   std::string message;
   std::string prompt;
+  bool comesToTheFront = false;      // of whatever the person has open
   std::vector<PanelChoice> choices;  // the folder that is asked for first, then each above it
 
   /// Reads the dictionary that comes over the bus; what is missing in it stays empty.

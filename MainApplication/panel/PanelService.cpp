@@ -50,7 +50,11 @@ void PanelService::showNext() {
   if (calls_.empty()) return;
   window_ = std::make_unique<PanelWindow>(calls_.front().request, [this](const std::string& url) { answer(url); });
   application_.add_window(*window_);
-  window_->present();
+  if (calls_.front().request.comesToTheFront) {
+    window_->presentInFront();
+  } else {
+    window_->set_visible(true);
+  }
 }
 
 void PanelService::answer(const std::string& url) {

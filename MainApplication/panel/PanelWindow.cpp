@@ -1,6 +1,10 @@
 #include "MainApplication/panel/PanelWindow.h"
 
+#include <gdk/gdk.h>
 #include <libintl.h>
+#ifdef GDK_WINDOWING_X11
+#include <gdk/x11/gdkx.h>
+#endif
 
 #include <utility>
 
@@ -43,6 +47,17 @@ PanelWindow::PanelWindow(const PanelRequest& request, Answer answer) : answer_(s
         return true;
       },
       false);
+}
+
+void PanelWindow::presentInFront() {
+  set_visible(true);
+  GdkSurface* surface = gtk_native_get_surface(GTK_NATIVE(gobj()));
+  guint32 now = GDK_CURRENT_TIME;
+#ifdef GDK_WINDOWING_X11
+  // A time of its own counts as the person's; without one the window would be taken for one that nobody asked for.
+  if (GDK_IS_X11_SURFACE(surface)) now = gdk_x11_get_server_time(surface);
+#endif
+  gtk_window_present_with_time(GTK_WINDOW(gobj()), now);
 }
 
 void PanelWindow::addChoices(const PanelRequest& request) {

@@ -20,6 +20,10 @@ class PanelWindow : public Gtk::Window {
 
   PanelWindow(const PanelRequest& request, Answer answer);
 
+  /// Shows the window in front of whatever the person has open, also where window managers keep back new windows of
+  /// programs that nobody clicked.
+  void presentInFront();
+
  private:
   void addChoices(const PanelRequest& request);
   void addButtons(const std::string& prompt);

@@ -68,7 +68,7 @@ void appendEnabled(sd_bus_message* message, const std::vector<std::string>& urls
   for (int container = 0; container < 3; ++container) sd_bus_message_close_container(message);
 }
 
-BusMessage callFor(sd_bus* bus, const OpenPanelSettings& panel) {
+BusMessage callFor(sd_bus* bus, const OpenPanelSettings& panel, bool activates) {
   sd_bus_message* call = nullptr;
   if (sd_bus_message_new_method_call(bus, &call, kName, kObject, kName, "RunModal") < 0) return nullptr;
   BusMessage owned(call);
@@ -83,6 +83,7 @@ BusMessage callFor(sd_bus* bus, const OpenPanelSettings& panel) {
   append(call, "allowsMultipleSelection", panel.allowsMultipleSelection);
   append(call, "showsHiddenFiles", panel.showsHiddenFiles);
   append(call, "extensionHidden", panel.extensionHidden);
+  append(call, "activateIgnoringOtherApps", activates);
   appendEnabled(call, enabledURLs(panel));
   sd_bus_message_close_container(call);
   return owned;
@@ -93,11 +94,10 @@ BusMessage callFor(sd_bus* bus, const OpenPanelSettings& panel) {
 BusOpenPanel::BusOpenPanel(SessionBus& bus, const FileManager& fileManager, Grant grant)
     : bus_(bus), fileManager_(fileManager), grant_(std::move(grant)) {}
 
-void BusOpenPanel::activateIgnoringOtherApps(bool) {}
-
 OpenPanelAnswer BusOpenPanel::runModal(const OpenPanelSettings& panel) {
+  const bool activates = std::exchange(activates_, false);
   for (int wrongAnswers = 0; wrongAnswers < kMostWrongAnswers; ++wrongAnswers) {
-    OpenPanelAnswer answer = ask(panel);
+    OpenPanelAnswer answer = ask(panel, activates);
     if (answer.response != ModalResponse::ok) return answer;
     if (panel.delegate != nullptr && !panel.delegate->panel_shouldEnableURL(panel, answer.url)) continue;
     grant_(*answer.url);
@@ -107,9 +107,9 @@ OpenPanelAnswer BusOpenPanel::runModal(const OpenPanelSettings& panel) {
 }
 
 /// Shows the panel once; the answer is what was picked, whether or not that could be clicked.
-OpenPanelAnswer BusOpenPanel::ask(const OpenPanelSettings& panel) {
+OpenPanelAnswer BusOpenPanel::ask(const OpenPanelSettings& panel, bool activates) {
   PendingPanel pending{bus_.loop(), {}};
-  const BusMessage call = callFor(bus_.get(), panel);
+  const BusMessage call = callFor(bus_.get(), panel, activates);
   sd_bus_slot* slot = nullptr;
   if (!call || sd_bus_call_async(bus_.get(), &slot, call.get(), received, &pending, kNoTimeout) < 0) return {};
   const BusSlot waiting(slot);

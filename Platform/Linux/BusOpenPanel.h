@@ -19,17 +19,18 @@ class BusOpenPanel : public OpenPanel {
   /// `grant` is called for every folder that a person chose. Bus and file manager must outlive the object.
   BusOpenPanel(SessionBus& bus, const FileManager& fileManager, Grant grant);
 
-  /// Nothing to do here: the windows are the other program's, which brings each to the front as it opens it.
-  void activateIgnoringOtherApps(bool ignoringOtherApps) override;
+  /// The windows are the other program's: it is told with the next panel.
+  void activateIgnoringOtherApps(bool ignoringOtherApps) override { activates_ = ignoringOtherApps; }
 
   OpenPanelAnswer runModal(const OpenPanelSettings& panel) override;
 
  private:
-  OpenPanelAnswer ask(const OpenPanelSettings& panel);
+  OpenPanelAnswer ask(const OpenPanelSettings& panel, bool activates);
 
   SessionBus& bus_;
   const FileManager& fileManager_;
   const Grant grant_;
+  bool activates_ = false;
 };
 
 }  // namespace platform::linux_

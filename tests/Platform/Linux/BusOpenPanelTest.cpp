@@ -112,10 +112,28 @@ TEST_F(PanelOverTheBus, sendsAllThatAPanelNeeds) {
   panel.runModal(settings);
   EXPECT_THAT(texts, ElementsAre(std::pair("directory", "file:///tmp/"), std::pair("message", "Message"),
                                  std::pair("prompt", "Prompt"), std::pair("title", "Title")));
-  EXPECT_THAT(flags, ElementsAre(std::pair("allowsMultipleSelection", false), std::pair("canChooseDirectories", true),
+  EXPECT_THAT(flags, ElementsAre(std::pair("activateIgnoringOtherApps", false),
+                                 std::pair("allowsMultipleSelection", false), std::pair("canChooseDirectories", true),
                                  std::pair("canChooseFiles", true), std::pair("canCreateDirectories", false),
                                  std::pair("extensionHidden", false), std::pair("showsHiddenFiles", false)));
   EXPECT_THAT(enabled, ElementsAre("file:///tmp/a%20b/", "file:///tmp/"));
+}
+
+TEST_F(PanelOverTheBus, isToldToComeToTheFrontOnce) {
+  const auto shown = program({{0, ""}, {0, ""}});
+  panel.activateIgnoringOtherApps(true);
+  panel.runModal(settings);
+  EXPECT_TRUE(flags["activateIgnoringOtherApps"]);
+  panel.runModal(settings);
+  EXPECT_FALSE(flags["activateIgnoringOtherApps"]);
+}
+
+TEST_F(PanelOverTheBus, isStillToldToComeToTheFrontWhenItIsShownAgain) {
+  const auto shown = program({{1, "file:///etc/"}, {0, ""}});
+  panel.activateIgnoringOtherApps(true);
+  panel.runModal(settings);
+  EXPECT_EQ(asked, 2);
+  EXPECT_TRUE(flags["activateIgnoringOtherApps"]);
 }
 
 TEST_F(PanelOverTheBus, grantsWhatWasChosen) {
