@@ -40,8 +40,9 @@ void WorkerAppDelegate::removeCookies(const std::string& browserName) {
       Sandbox::remove(appendingPathComponent(profile, kFirefoxPermissions));  // what sites were allowed goes too
     }
   } else if (isOfChromeFamily(browserName)) {
+    const std::vector<ProfilePlaces> profiles = profilesOf(browserName);
     deleteChromeChannelID(browserName);
-    for (const ProfilePlaces& profile : profilesOf(browserName)) {
+    for (const ProfilePlaces& profile : profiles) {
       Sandbox::remove(appendingPathComponent(profile.folder, kChromeCookies));
     }
   }

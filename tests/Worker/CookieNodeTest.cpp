@@ -111,6 +111,18 @@ TEST_F(Cookies, ofChromeGoAfterTheChannelIDs) {
   EXPECT_TRUE(platform.home.exists(std::string(kChrome) + "/P/Cookies-journal"));
 }
 
+TEST_F(Cookies, ofChromeAreThoseOfTheProfilesThatWereListedBeforeTheChannelIDs) {
+  listProfiles(kChrome);
+  worker->removeCookies("Google Chrome");
+  std::vector<std::string> order;
+  for (const std::string& entry : platform.journal.entries()) {
+    if (entry.starts_with("read ")) order.emplace_back("list");
+    if (entry.starts_with("queue ")) order.emplace_back("queue");
+  }
+  // Each call of the facade makes a queue: for the two lists, two statements and two removals.
+  EXPECT_THAT(order, ElementsAre("queue", "list", "queue", "list", "queue", "queue", "queue", "queue"));
+}
+
 TEST_F(Cookies, ofChromeWithoutProfilesStay) {
   platform.home.file(std::string(kChrome) + "/Default/Cookies");
   removeCookies("Google Chrome");

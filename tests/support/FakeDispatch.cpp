@@ -104,6 +104,7 @@ void FakeDispatch::asBackgroundThread(const Task& task) {
 }
 
 std::unique_ptr<platform::DispatchQueue> FakeDispatch::makeSerialQueue(std::string label) {
+  journal_.add("queue " + label);
   labels_.push_back(label);
   return std::make_unique<BackgroundQueue>(*this, std::move(label));
 }
