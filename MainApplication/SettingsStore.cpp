@@ -69,11 +69,17 @@ Home SettingsStore::home() const {
     std::error_code ignored;
     return std::filesystem::is_directory(path, ignored);
   };
+  const auto mayBeFolder = [](const std::string& path) {
+    std::error_code error;
+    const bool isDirectory = std::filesystem::is_directory(path, error);
+    return isDirectory ||
+           (error && error != std::errc::no_such_file_or_directory && error != std::errc::not_a_directory);
+  };
   const auto contentsOf = [](const std::string& path) -> std::optional<std::string> {
     std::ifstream file(path);
     return std::string(std::istreambuf_iterator<char>(file), {});
   };
-  return Home::of(*domains_.suite(kSharedSuite), system, isFolder, contentsOf);
+  return Home::of(*domains_.suite(kSharedSuite), system, isFolder, mayBeFolder, contentsOf);
 }
 
 std::vector<std::string> SettingsStore::grants() const {

@@ -84,6 +84,9 @@ class FileLock {
 /// Asked when an item of a walk can't be read; answers whether the walk goes on.
 using EnumerationErrorHandler = std::function<bool(const FileURL& url, std::error_code error)>;
 
+/// What becomes of an overwritten file whose new bytes can't be brought to the disk.
+enum class UnflushedFile { isRemoved, stays };
+
 /// All operations may be called from any thread.
 class FileManager {
  public:
@@ -105,6 +108,9 @@ class FileManager {
   virtual bool fileExists(const std::string& path) const = 0;
   /// `isDirectory` is set only when the item exists.
   virtual bool fileExists(const std::string& path, bool& isDirectory) const = 0;
+
+  /// Why the item can't be looked at; no error when it can. std::errc::no_such_file_or_directory when there is none.
+  virtual std::error_code checkResourceIsReachable(const std::string& path) const = 0;
 
   // Reading.
 
@@ -133,9 +139,9 @@ class FileManager {
 
   /// As removeItem(), for an item whose contents were overwritten just now: the data of a regular file is flushed to
   /// the disk once before the file goes, since the file system may otherwise drop the overwritten pages together with
-  /// the file, and the old bytes stay readable on the disk. A file that can't be flushed stays. A folder is not
-  /// flushed.
-  virtual std::error_code removeOverwrittenItem(const std::string& path) = 0;
+  /// the file, and the old bytes stay readable on the disk. A folder is not flushed. Answers why the file could not be
+  /// flushed, when it stays for that.
+  virtual std::error_code removeOverwrittenItem(const std::string& path, UnflushedFile unflushed) = 0;
 
   // Replacing.
 

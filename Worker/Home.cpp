@@ -63,6 +63,12 @@ bool isExistingFolder(const std::string& path) {
   return Platform::current().fileManager.fileExists(path, isDirectory) && isDirectory;
 }
 
+/// Also when something is in the way of looking: only what is known to be none is none.
+bool mayBeFolder(const std::string& path) {
+  const std::error_code error = Platform::current().fileManager.checkResourceIsReachable(path);
+  return error ? error != std::errc::no_such_file_or_directory : isExistingFolder(path);
+}
+
 void appendOnce(std::vector<std::string>& folders, const std::string& folder) {
   if (folder.empty() || std::find(folders.begin(), folders.end(), folder) != folders.end()) return;
   folders.push_back(folder);
@@ -91,14 +97,15 @@ Home Home::current() {
 Home Home::whole() {
   const auto contentsOf = [](const std::string& path) { return Sandbox::contentsOf(path); };
   const auto shared = Platform::current().userDefaults.suite(kSharedSuite);
-  Home home = of(*shared, Platform::current().system, isExistingFolder, contentsOf);
+  Home home = of(*shared, Platform::current().system, isExistingFolder, mayBeFolder, contentsOf);
   home.withoutLinks = [](const std::string& path) {
     return Platform::current().fileManager.urlByResolvingSymlinks(platform::FileURL(path, true)).path();
   };
   return home;
 }
 
-Home Home::of(const platform::UserDefaults& shared, const platform::System& system, Test isFolder, Reader contentsOf) {
+Home Home::of(const platform::UserDefaults& shared, const platform::System& system, Test isFolder,
+              const Test& mayBeFolder, Reader contentsOf) {
   Home home;
   home.isFolder = std::move(isFolder);
   home.contentsOf = std::move(contentsOf);
@@ -106,7 +113,7 @@ Home Home::of(const platform::UserDefaults& shared, const platform::System& syst
   home.folder = folder ? *folder : system.homeDirectoryFromPasswordDatabase(system.getuid()).value_or("");
 
   const auto named = homeLayoutNamed(shared.stringForKey(kHomeLayoutKey).value_or(""));
-  home.layout = named ? *named : home.isFolder(home.folder + kLibrary) ? HomeLayout::kLibrary : HomeLayout::kXDG;
+  home.layout = named ? *named : mayBeFolder(home.folder + kLibrary) ? HomeLayout::kLibrary : HomeLayout::kXDG;
   const auto currentStores = shared.objectForKey(kCurrentStoresKey);
   const bool* isSet = currentStores ? currentStores->as<bool>() : nullptr;
   home.cleansCurrentStores = isSet != nullptr ? *isSet : home.layout == HomeLayout::kXDG;

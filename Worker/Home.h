@@ -67,9 +67,9 @@ struct Home {
   /// cleaned is asked for as a whole, once, and not at every step.
   static Home current();
 
-  /// The home of the person with these settings.
+  /// The home of the person with these settings. `mayBeFolder` also holds for what can't be looked at.
   static Home of(const platform::UserDefaults& shared, const platform::System& system, Test isFolder,
-                 Reader contentsOf);
+                 const Test& mayBeFolder, Reader contentsOf);
 
   /// The installations of a browser: on a home with a Library always the one place of the table, on any other those
   /// that exist.

@@ -71,7 +71,7 @@ std::error_code PreviewFiles::removeItem(const std::string& path) {
   return {};
 }
 
-std::error_code PreviewFiles::removeOverwrittenItem(const std::string& path) {
+std::error_code PreviewFiles::removeOverwrittenItem(const std::string& path, platform::UnflushedFile) {
   return removeItem(path);
 }
 

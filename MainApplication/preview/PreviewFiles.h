@@ -50,7 +50,7 @@ class PreviewFiles : public platform::linux_::LinuxFileManager {
   std::error_code exchangeItems(const std::string& path, const std::string& other) override;
   std::error_code replaceItem(const std::string& path, const std::string& replacement) override;
   std::error_code removeItem(const std::string& path) override;
-  std::error_code removeOverwrittenItem(const std::string& path) override;
+  std::error_code removeOverwrittenItem(const std::string& path, platform::UnflushedFile unflushed) override;
   std::error_code copyItem(const platform::FileURL& source, const platform::FileURL& destination) override;
   platform::Result<std::unique_ptr<platform::PinnedRegularFile>> pinnedFile(const std::string& path) const override;
   platform::Result<platform::FileURL> applicationScriptsDirectory(bool create) override;

@@ -186,6 +186,14 @@ bool LinuxFileManager::fileExists(const std::string& path, bool& isDirectory) co
   return true;
 }
 
+std::error_code LinuxFileManager::checkResourceIsReachable(const std::string& path) const {
+  struct stat status {};
+  if (isNoPath(path)) return std::make_error_code(std::errc::invalid_argument);
+  if (::stat(fromRoot(path).c_str(), &status) == 0) return {};
+  // A file in place of a folder on the way leaves no place for the item either.
+  return errno == ENOTDIR ? std::make_error_code(std::errc::no_such_file_or_directory) : lastError();
+}
+
 Result<std::string> LinuxFileManager::stringWithContentsOfFile(const std::string& path) const {
   const Result<FileDescriptor> file = scopes_.open(path, kReadFlags);
   if (!file) return file.error();
@@ -237,13 +245,14 @@ std::error_code LinuxFileManager::removeItem(const std::string& path) {
   return item ? removeAt(*item) : item.error();
 }
 
-std::error_code LinuxFileManager::removeOverwrittenItem(const std::string& path) {
+std::error_code LinuxFileManager::removeOverwrittenItem(const std::string& path, UnflushedFile unflushed) {
   const Result<ItemLocation> item = scopes_.locate(path);
   if (!item) return item.error();
   const FileDescriptor file(::openat(item->folder.get(), item->name.c_str(), kReadFlags | O_NOFOLLOW | O_CLOEXEC));
   struct stat status {};
   // A link or a socket can't be opened so, and has no data of its own to flush.
-  if (file && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) && ::fdatasync(file.get()) != 0) {
+  if (file && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) && ::fdatasync(file.get()) != 0 &&
+      unflushed == UnflushedFile::stays) {
     return lastError();
   }
   return removeAt(*item);

@@ -25,6 +25,7 @@ class LinuxFileManager : public FileManager {
 
   bool fileExists(const std::string& path) const override;
   bool fileExists(const std::string& path, bool& isDirectory) const override;
+  std::error_code checkResourceIsReachable(const std::string& path) const override;
 
   Result<std::string> stringWithContentsOfFile(const std::string& path) const override;
   Result<std::unique_ptr<ReadableFile>> readableFile(const std::string& path) const override;
@@ -34,7 +35,7 @@ class LinuxFileManager : public FileManager {
                                                        EnumerationErrorHandler errorHandler) const override;
 
   std::error_code removeItem(const std::string& path) override;
-  std::error_code removeOverwrittenItem(const std::string& path) override;
+  std::error_code removeOverwrittenItem(const std::string& path, UnflushedFile unflushed) override;
 
   std::error_code createFolder(const std::string& path) override;
   std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override;

@@ -54,12 +54,12 @@ bool overwritesFirst() {
   return Platform::current().userDefaults.suite(kSharedSuite)->boolForKey(kSecureDeleteDataKey);
 }
 
-void removeInsideGrant(const std::string& path, bool overwrites) {
+void removeInsideGrant(const std::string& path, bool overwrites, platform::UnflushedFile unflushed) {
   platform::FileManager& fileManager = Platform::current().fileManager;
   if (!overwrites) {
     fileManager.removeItem(path);  // a missing item or any failure is ignored
   } else if (SecureDelete::wipe(path)) {
-    fileManager.removeOverwrittenItem(path);  // likewise
+    fileManager.removeOverwrittenItem(path, unflushed);  // likewise
   }
 }
 

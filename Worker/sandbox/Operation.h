@@ -8,6 +8,7 @@
 #include <string>
 
 #include "Platform/Dispatch.h"
+#include "Platform/FileManager.h"
 #include "Worker/sandbox/AppSandboxFileAccess.h"
 #include "Worker/sandbox/Sandbox.h"
 
@@ -63,8 +64,8 @@ T read(const Sandbox::Path& path, T empty, const std::function<T(const std::stri
 /// Whether the person wants files to be overwritten before they are removed, at this moment.
 bool overwritesFirst();
 
-/// Removes an item inside a grant that is held, as Sandbox::remove() says.
-void removeInsideGrant(const std::string& path, bool overwrites);
+/// Removes an item inside a grant that is held, as Sandbox::remove() says. `unflushed` is for what was overwritten.
+void removeInsideGrant(const std::string& path, bool overwrites, platform::UnflushedFile unflushed);
 
 /// One at a time works on one file: what is turned away because of another would be lost.
 std::mutex& turnOf(const std::string& path);

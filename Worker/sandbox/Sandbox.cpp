@@ -58,8 +58,11 @@ void Sandbox::remove(const Path& path) {
   // Read now: a change of the setting before the task runs makes no difference.
   const bool overwrites = overwritesFirst();
   const auto operation = std::make_shared<const Operation>(*path);
-  makeTaskQueue()->async(
-      [operation, overwrites] { operation->run([&] { removeInsideGrant(operation->fullPath(), overwrites); }); });
+  // What was overwritten goes, whether or not the disk took the new bytes.
+  constexpr auto kUnflushed = platform::UnflushedFile::isRemoved;
+  makeTaskQueue()->async([operation, overwrites] {
+    operation->run([&] { removeInsideGrant(operation->fullPath(), overwrites, kUnflushed); });
+  });
 }
 
 void Sandbox::removeFiles(const std::optional<std::vector<std::string>>& paths) {

@@ -46,7 +46,7 @@ void removeItemInsideGrant(const std::string& path, bool overwrites) {
     const auto rest = Platform::current().fileManager.contentsOfDirectory(path);
     if (!rest || !rest->empty()) return;
   }
-  removeInsideGrant(path, overwrites && isFileOfType(path, platform::kFileTypeRegular));
+  removeInsideGrant(path, overwrites && isFileOfType(path, platform::kFileTypeRegular), platform::UnflushedFile::stays);
 }
 
 /// The new contents are whole on the disk before they take the old ones' place.
@@ -79,7 +79,7 @@ bool emptyInsideGrant(const std::string& folder) {
     if (isFileOfType(item->path(), platform::kFileTypeRegular)) files.push_back(item->path());
   }
   for (const std::string& file : files) {
-    isEmpty &= SecureDelete::wipe(file) && !fileManager.removeOverwrittenItem(file);
+    isEmpty &= SecureDelete::wipe(file) && !fileManager.removeOverwrittenItem(file, platform::UnflushedFile::stays);
   }
   return isEmpty;
 }

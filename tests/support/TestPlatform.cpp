@@ -22,9 +22,10 @@ std::error_code JournalingFileManager::removeItem(const std::string& path) {
   return LinuxFileManager::removeItem(path);
 }
 
-std::error_code JournalingFileManager::removeOverwrittenItem(const std::string& path) {
+std::error_code JournalingFileManager::removeOverwrittenItem(const std::string& path,
+                                                             platform::UnflushedFile unflushed) {
   journal_.add("remove overwritten " + path);
-  return LinuxFileManager::removeOverwrittenItem(path);
+  return LinuxFileManager::removeOverwrittenItem(path, unflushed);
 }
 
 platform::Result<std::unique_ptr<platform::ReadableFile>> JournalingFileManager::readableFile(

@@ -31,7 +31,7 @@ class JournalingFileManager : public platform::linux_::LinuxFileManager {
   platform::Result<std::vector<std::string>> contentsOfDirectory(const std::string& path) const override;
   platform::Result<std::unique_ptr<platform::ReadableFile>> readableFile(const std::string& path) const override;
   std::error_code removeItem(const std::string& path) override;
-  std::error_code removeOverwrittenItem(const std::string& path) override;
+  std::error_code removeOverwrittenItem(const std::string& path, platform::UnflushedFile unflushed) override;
   std::error_code createFolder(const std::string& path) override;
   std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override;
   std::error_code exchangeItems(const std::string& path, const std::string& other) override;

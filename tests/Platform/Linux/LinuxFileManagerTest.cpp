@@ -14,6 +14,7 @@
 namespace {
 
 using platform::FileURL;
+using platform::UnflushedFile;
 using platform::linux_::LinuxFileManager;
 using platform::linux_::SecurityScopes;
 using ::testing::ElementsAre;
@@ -49,7 +50,7 @@ TEST_F(Files, outsideEveryGrantCanBeAskedForButNotTouched) {
   EXPECT_EQ(files.attributesOfItem(path + "/a").error(), std::errc::operation_not_permitted);
   EXPECT_EQ(files.removeItem(path), std::errc::operation_not_permitted);
   EXPECT_EQ(files.removeItem(path + "/a"), std::errc::operation_not_permitted);
-  EXPECT_EQ(files.removeOverwrittenItem(path + "/a"), std::errc::operation_not_permitted);
+  EXPECT_EQ(files.removeOverwrittenItem(path + "/a", UnflushedFile::stays), std::errc::operation_not_permitted);
   EXPECT_FALSE(files.enumeratorAtURL(FileURL(path, true), nullptr)->nextObject());
   EXPECT_TRUE(elsewhere.exists("folder/a"));
 }
@@ -177,10 +178,10 @@ TEST_F(Files, removedAfterOverwritingAreFlushedUnlessTheyAreFolders) {
   granted.file("a");
   granted.file("folder/b");
   granted.link("link", "folder");
-  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("a")));
-  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("folder/b")));
-  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("link")));
-  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("folder")));
+  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("a"), UnflushedFile::stays));
+  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("folder/b"), UnflushedFile::stays));
+  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("link"), UnflushedFile::stays));
+  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("folder"), UnflushedFile::stays));
   EXPECT_TRUE(granted.tree().empty());
 }
 

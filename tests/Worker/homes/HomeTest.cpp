@@ -49,6 +49,19 @@ TEST_F(HomeTest, withAFileInPlaceOfTheLibraryHasNone) {
   EXPECT_EQ(Home::whole().layout, HomeLayout::kXDG);
 }
 
+TEST_F(HomeTest, withALibraryThatCanNotBeLookedAtHasOne) {
+  platform.home.link("Library", "Library");  // leads round in a circle
+  EXPECT_EQ(Home::whole().layout, HomeLayout::kLibrary);
+}
+
+TEST_F(HomeTest, withALibraryThatLeadsNowhereHasNone) {
+  platform.home.link("Library", "missing");
+  EXPECT_EQ(Home::whole().layout, HomeLayout::kXDG);
+  platform.home.file("file");
+  set("userFolder", home("file"));
+  EXPECT_EQ(Home::whole().layout, HomeLayout::kXDG);
+}
+
 TEST_F(HomeTest, withALinkToAFolderAsLibraryHasOne) {
   platform.home.folder("Disk");
   platform.home.link("Library", "Disk");
