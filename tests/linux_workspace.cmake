@@ -3,7 +3,7 @@ add_executable(stand_in support/stand_in.cpp)
 target_link_libraries(stand_in PRIVATE Threads::Threads)
 target_link_options(stand_in PRIVATE -static)
 
-add_library(process_test_support STATIC support/Processes.cpp)
+add_library(process_test_support STATIC support/HeldStart.cpp support/Processes.cpp support/WatchMoments.cpp)
 target_link_libraries(process_test_support PUBLIC tidewell_settings)
 
 tidewell_test(workspace_tests
@@ -13,9 +13,15 @@ tidewell_test(workspace_tests
     Platform/Linux/LinuxWorkspaceTest.cpp
     Platform/Linux/ProcessTableTest.cpp
     Platform/Linux/QuitArgumentsTest.cpp
+    Platform/Linux/StartsAtOnceTest.cpp
   LIBRARIES test_support bus_test_support process_test_support platform_linux_workspace
   LOCK browsers)  # processes of the same names are the same application
 add_dependencies(workspace_tests stand_in)
 add_test(NAME workspace_tests_as_an_ordinary_user
   COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/system/as-ordinary-user $<TARGET_FILE:workspace_tests> $<TARGET_FILE:stand_in>)
 set_tests_properties(workspace_tests_as_an_ordinary_user PROPERTIES TIMEOUT 300 RESOURCE_LOCK browsers)
+
+# For tests/system/starts_at_once.py, which runs by hand.
+add_library(slow_watch SHARED support/slow_watch.cpp)
+target_link_libraries(slow_watch PRIVATE tidewell_settings ${CMAKE_DL_LIBS})
+set_target_properties(slow_watch PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)

@@ -25,6 +25,7 @@ namespace {
 constexpr std::string_view kMachineProgram =
     "\x7f"
     "ELF";
+constexpr std::string_view kScript = "#!";
 
 std::vector<std::string> split(std::string_view text, char separator) {
   std::vector<std::string> parts;
@@ -104,23 +105,31 @@ class Finder {
     if (::realpath(path.c_str(), resolved.data()) == nullptr) return;
     const std::string file = resolved.data();
     struct stat status {};
-    if (::stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || (status.st_mode & 0111) == 0) return;
+    if (::stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return;
     if (file != path) appearing_.addAppearing(file);
     if (!application_.hasName(file) && !application_.hasPlace(file) && isSharedFolder(deletingLastPathComponent(file)))
       return;
-    (isMachineProgram(file) ? found_.programs : found_.scripts).insert(file);
+    // Some installers write a program first, and make it one that may be run afterwards.
+    const FileKind kind = kindOf(file);
+    const bool mayBeRun = (status.st_mode & 0111) != 0;
+    if (!mayBeRun || kind == FileKind::unknown) appearing_.unfinished.insert(file);
+    if (mayBeRun) (kind == FileKind::program ? found_.programs : found_.scripts).insert(file);
   }
 
   FoundExecutables take() { return std::move(found_); }
 
  private:
-  static bool isMachineProgram(const std::string& file) {
+  enum class FileKind { program, script, unknown };
+
+  static FileKind kindOf(const std::string& file) {
     const FileDescriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
-    std::array<char, kMachineProgram.size()> start{};
     // One that may be run but not read is a program: scripts must be readable.
-    if (!descriptor) return true;
-    return ::read(descriptor.get(), start.data(), start.size()) == static_cast<ssize_t>(start.size()) &&
-           std::string_view(start.data(), start.size()) == kMachineProgram;
+    if (!descriptor) return FileKind::program;
+    std::array<char, kMachineProgram.size()> buffer{};
+    const ssize_t count = ::read(descriptor.get(), buffer.data(), buffer.size());
+    const std::string_view start(buffer.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+    if (start == kMachineProgram) return FileKind::program;
+    return start.starts_with(kScript) ? FileKind::script : FileKind::unknown;
   }
 
   const WatchedApplication& application_;

@@ -35,6 +35,8 @@ struct SearchPlaces {
 struct FoundExecutables {
   std::set<std::string> programs;  // machine programs, links resolved
   std::set<std::string> scripts;   // wrappers: a program that they start in the end runs the application
+
+  bool operator==(const FoundExecutables&) const = default;
 };
 
 /// Looks for each application. `appearing` receives all that has to be watched to notice one that is installed,

@@ -16,11 +16,14 @@ using std::chrono::milliseconds;
 
 // A file is opened before the process has become its program (on a machine with too much to do, long before), and a
 // wrapper script works for a while before it starts the program that it is for.
-constexpr std::array kScansAfterOpening = {milliseconds(2),   milliseconds(10),  milliseconds(30),
-                                           milliseconds(100), milliseconds(400), milliseconds(1500)};
-constexpr std::array kScansAfterEnd = {milliseconds(10), milliseconds(30), milliseconds(100)};
-constexpr std::array kScansAfterScript = {milliseconds(300), milliseconds(1000), milliseconds(3000)};
+constexpr std::array kScansAfterOpening = {milliseconds(2),    milliseconds(10),  milliseconds(30),  milliseconds(60),
+                                           milliseconds(100),  milliseconds(200), milliseconds(400), milliseconds(800),
+                                           milliseconds(1500), milliseconds(3000)};
 constexpr milliseconds kScanSlot{2};
+
+// Each look at the places of programs that finds something new is followed by another. Who changes them faster than we
+// look is told of by the watches that are set already.
+constexpr int kMostLooks = 8;
 
 /// Main programs start helpers under their own name, marked by an argument; some of these do a task on their own, such
 /// as the report of a crash, when the main program has gone.
@@ -62,7 +65,7 @@ LinuxWorkspace::LinuxWorkspace(RunLoop& loop, std::vector<WatchedApplication> ap
               return RunningApplication::Identity{process->executable, isApplication, std::move(process->arguments)};
             },
             [this, index](std::vector<Arguments> processes) { quit(index, std::move(processes)); },
-            [this] { scanSeveralTimes(true); },
+            [this] { scanSeveralTimes(); },
         }));
   }
 }
@@ -74,6 +77,7 @@ void LinuxWorkspace::start(Options options) {
   watch_ = std::make_unique<PathWatch>(loop_, [this](const PathWatch::Events& events) { happened(events); });
   watch();
   scan();
+  scanSeveralTimes();  // one that is being started at this moment was opened before the watch was set
 }
 
 // Which processes are whose.
@@ -135,17 +139,8 @@ void LinuxWorkspace::scanIn(milliseconds delay) {
   });
 }
 
-void LinuxWorkspace::scanSeveralTimes(bool throughScripts) {
+void LinuxWorkspace::scanSeveralTimes() {
   for (const milliseconds delay : kScansAfterOpening) scanIn(delay);
-  if (!throughScripts) return;
-  for (const milliseconds delay : kScansAfterScript) scanIn(delay);
-}
-
-/// One that is being started at this very moment does not show yet.
-void LinuxWorkspace::scanAfterEnd(std::size_t index) {
-  for (const milliseconds delay : kScansAfterEnd) scanIn(delay);
-  if (executables_[index].scripts.empty()) return;
-  for (const milliseconds delay : kScansAfterScript) scanIn(delay);
 }
 
 void LinuxWorkspace::started(pid_t pid) {
@@ -157,17 +152,13 @@ void LinuxWorkspace::started(pid_t pid) {
 
 // Watching.
 
-void LinuxWorkspace::watch() {
+/// Looks once, and watches what was found. Answers whether that is what was watched before already.
+bool LinuxWorkspace::lookForPrograms() {
   PathWatch::Interests interests;
-  executables_ = findExecutables(applications_, options_.places, interests);
-  programs_.clear();
-  for (std::size_t index = 0; index < executables_.size(); ++index) {
-    for (const std::string& program : executables_[index].programs) {
-      programs_.emplace(program, index);
-      baseNames_.insert(lastPathComponent(program));
-      interests.opened.insert(program);
-    }
-    interests.opened.insert(executables_[index].scripts.begin(), executables_[index].scripts.end());
+  std::vector<FoundExecutables> found = findExecutables(applications_, options_.places, interests);
+  for (const FoundExecutables& executables : found) {
+    interests.opened.insert(executables.programs.begin(), executables.programs.end());
+    interests.opened.insert(executables.scripts.begin(), executables.scripts.end());
   }
   if (!options_.wantedFile.empty()) {
     const std::string writeAheadLog = options_.wantedFile + "-wal";
@@ -175,7 +166,26 @@ void LinuxWorkspace::watch() {
     interests.addAppearing(options_.wantedFile);
     interests.addAppearing(writeAheadLog);
   }
+  const bool isSame = interests == interests_ && found == executables_;
+  // Set anew all the same: another file may have taken the place of one.
   watchesAll_ = watch_->replace(interests);
+  executables_ = std::move(found);
+  interests_ = std::move(interests);
+  return isSame;
+}
+
+void LinuxWorkspace::watch() {
+  // What appears between the look and the watch is not told of. So it is looked again after the watches are set, until
+  // that finds nothing new: then everything that there was had been watched before it was looked at.
+  for (int looks = 0; looks < kMostLooks && (!lookForPrograms() || looks == 0); ++looks) {
+  }
+  programs_.clear();
+  for (std::size_t index = 0; index < executables_.size(); ++index) {
+    for (const std::string& program : executables_[index].programs) {
+      programs_.emplace(program, index);
+      baseNames_.insert(lastPathComponent(program));
+    }
+  }
   updateConnector();
 }
 
@@ -187,18 +197,15 @@ void LinuxWorkspace::happened(const PathWatch::Events& events) {
   }
   // One that runs is looked for again when it ends.
   bool isNews = events.appeared;
-  bool throughScripts = events.appeared;
   for (std::size_t index = 0; index < executables_.size(); ++index) {
     if (running_[index]->isRunning()) continue;
     for (const std::string& file : events.opened) {
-      const bool isScript = executables_[index].scripts.contains(file);
-      isNews |= isScript || executables_[index].programs.contains(file);
-      throughScripts |= isScript;
+      isNews |= executables_[index].scripts.contains(file) || executables_[index].programs.contains(file);
     }
   }
   if (!isNews) return;
   scan();
-  scanSeveralTimes(throughScripts);
+  scanSeveralTimes();
 }
 
 void LinuxWorkspace::updateConnector() {
@@ -219,7 +226,7 @@ void LinuxWorkspace::updateConnector() {
 // Telling.
 
 void LinuxWorkspace::quit(std::size_t index, std::vector<Arguments> processes) {
-  scanAfterEnd(index);
+  scanSeveralTimes();  // one that is being started at this very moment does not show yet
   tell({applications_[index].applicationName, applications_[index].bundleIdentifier, std::move(processes)});
 }
 

@@ -61,9 +61,9 @@ class LinuxWorkspace : public Workspace {
   Found lookAtProcesses() const;
   void scan();
   void scanIn(std::chrono::milliseconds delay);
-  void scanSeveralTimes(bool throughScripts);
-  void scanAfterEnd(std::size_t index);
+  void scanSeveralTimes();
   void started(pid_t pid);
+  bool lookForPrograms();
   void watch();
   void happened(const PathWatch::Events& events);
   void updateConnector();
@@ -75,6 +75,7 @@ class LinuxWorkspace : public Workspace {
   Options options_;
   std::vector<std::unique_ptr<RunningApplication>> running_;
   std::vector<FoundExecutables> executables_;
+  PathWatch::Interests interests_;                // what is watched
   std::map<std::string, std::size_t> programs_;   // files that were found, and whose application each is
   std::set<std::string, std::less<>> baseNames_;  // the file names that any application's program can have
   std::set<std::int64_t> scheduledScans_;         // coalesced in slots of a few milliseconds

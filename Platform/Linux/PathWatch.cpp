@@ -65,6 +65,9 @@ bool PathWatch::replace(const Interests& interests) {
   for (const std::string& file : interests.modified) {
     isComplete &= add(file, IN_MODIFY, watched, [](Watched& entry) { entry.modified = true; });
   }
+  for (const std::string& file : interests.unfinished) {
+    isComplete &= add(file, IN_ATTRIB | IN_CLOSE_WRITE, watched, [](Watched& entry) { entry.unfinished = true; });
+  }
   for (const auto& [folder, names] : interests.appearing) {
     isComplete &= add(folder, kAppearing, watched, [&names = names](Watched& entry) {
       entry.isFolder = true;
@@ -109,6 +112,7 @@ void PathWatch::take(int watch, unsigned mask, const std::string& name) {
   const Watched& entry = found->second;
   if ((mask & IN_OPEN) != 0) events_.opened.insert(entry.opened.begin(), entry.opened.end());
   if ((mask & IN_MODIFY) != 0) events_.modified |= entry.modified;
+  if ((mask & (IN_ATTRIB | IN_CLOSE_WRITE)) != 0) events_.appeared |= entry.unfinished;
   if ((mask & (IN_DELETE_SELF | IN_MOVE_SELF)) != 0 && entry.isFolder) events_.appeared = true;
   if ((mask & (IN_CREATE | IN_MOVED_TO)) != 0) {
     events_.appeared |=

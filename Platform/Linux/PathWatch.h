@@ -17,21 +17,24 @@ namespace platform::linux_ {
 class PathWatch {
  public:
   struct Interests {
-    std::set<std::string> opened;    // files
-    std::set<std::string> modified;  // files
+    std::set<std::string> opened;      // files
+    std::set<std::string> modified;    // files
+    std::set<std::string> unfinished;  // files that are there, and of interest once they are written or may be run
     /// Folders, with the names (patterns of fnmatch(3)) whose appearance is of interest.
     std::map<std::string, std::set<std::string>> appearing;
 
     /// Adds the wish to hear of it when something appears at `path`, which need not exist: the nearest folder above it
     /// that does exist is watched for the next name on the way.
     void addAppearing(const std::string& path);
+
+    bool operator==(const Interests&) const = default;
   };
 
   /// What happened since it was told last.
   struct Events {
     std::set<std::string> opened;
     bool modified = false;
-    bool appeared = false;  // also when a watched folder went away, or events were lost
+    bool appeared = false;  // or was finished; also when a watched folder went away, or events were lost
   };
   using Handler = std::function<void(const Events& events)>;
 
@@ -40,13 +43,14 @@ class PathWatch {
   PathWatch(RunLoop& loop, Handler handler);
 
   /// Watches these and nothing else. What does not exist is left out. False when the person's limits leave something
-  /// else out too.
+  /// else out too. What happens from its return on is told; what happened before it may not be.
   bool replace(const Interests& interests);
 
  private:
   struct Watched {
     std::set<std::string> opened;
     bool modified = false;
+    bool unfinished = false;
     std::set<std::string> appearing;
     bool isFolder = false;
   };

@@ -1,0 +1,47 @@
+// A program that is held between being opened and running: the kernel has told of the opening, and the process still is
+// what it was before.
+#pragma once
+
+#include <sys/types.h>
+
+#include <future>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace testing_support {
+
+/// Holds the start of one process until release(); others may read the program meanwhile. Needs root (fanotify(7)).
+class HeldStart {
+ public:
+  static bool isAllowed();
+
+  /// Starts the program in a child and returns when it is held.
+  explicit HeldStart(const std::string& program);
+  /// Ends the child.
+  ~HeldStart();
+  HeldStart(const HeldStart&) = delete;
+  HeldStart& operator=(const HeldStart&) = delete;
+
+  pid_t pid() const { return pid_; }
+
+  /// Lets it run.
+  void release();
+  /// Ends the child, which must have been released.
+  void end();
+
+ private:
+  void answerReaders();
+  void allow(int file) const;
+
+  int events_ = -1;
+  int ended_ = -1;  // an eventfd: the object goes
+  pid_t pid_ = 0;
+  std::promise<void> isHeld_;
+  std::mutex mutex_;
+  bool isReleased_ = false;  // guarded by mutex_
+  int held_ = -1;            // the event that was not answered; guarded by mutex_
+  std::thread answering_;
+};
+
+}  // namespace testing_support
