@@ -90,10 +90,10 @@ void HeldStart::answerReaders() {
 }
 
 void HeldStart::end() {
-  if (pid_ == 0) return;
+  if (hasEnded_) return;
   ::kill(pid_, SIGKILL);
   ::waitpid(pid_, nullptr, 0);
-  pid_ = 0;
+  hasEnded_ = true;
 }
 
 }  // namespace testing_support

@@ -36,7 +36,8 @@ class HeldStart {
 
   int events_ = -1;
   int ended_ = -1;  // an eventfd: the object goes
-  pid_t pid_ = 0;
+  pid_t pid_ = 0;  // of the child; set before another thread runs
+  bool hasEnded_ = false;
   std::promise<void> isHeld_;
   std::mutex mutex_;
   bool isReleased_ = false;  // guarded by mutex_
