@@ -97,7 +97,7 @@ class Browser:
 
     def end(self, way):
         self.ways[way](self)
-        self.desk.wait(self.has_ended, 30, "the browser's end by " + way)
+        self.desk.wait(self.has_ended, what="the browser's end by " + way)
 
     def see_to_what_it_asks(self):
         """What its owner does after the end, where it has left a window."""
@@ -129,7 +129,7 @@ class Browser:
             return not missing
 
         try:
-            self.desk.wait(filled, 20)
+            self.desk.wait(filled)
         except TimeoutError:
             raise AssertionError(f"not on the disk: {missing}") from None
 

@@ -154,7 +154,8 @@ class RealBrowser(unittest.TestCase):
         browser = subprocess.Popen([*self.command(), self.site.url], env=self.environment(),
                                    stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         self.desk.browsers.append(browser)
-        self.desk.wait(lambda: len(self.site.reports) > count or browser.poll() is not None, 60, "the page's report")
+        self.desk.wait(lambda: len(self.site.reports) > count or browser.poll() is not None, 2 * session.BOUND,
+                       "the page's report")
         self.assertIsNone(browser.poll(), "the browser ended by itself")
         report = self.site.reports[-1]
         self.assertNotIn("error", report)
@@ -163,7 +164,7 @@ class RealBrowser(unittest.TestCase):
         return browser, report["found"]
 
     def ended(self, browser):
-        self.desk.wait(lambda: browser.poll() is not None, 30, "the browser's end")
+        self.desk.wait(lambda: browser.poll() is not None, what="the browser's end")
 
     def gone(self):
         return not any(self.desk.exists(path) for path in self.covered)
@@ -186,6 +187,7 @@ class RealBrowser(unittest.TestCase):
         self.assertIn("server=kept", found.pop("cookies").split("; "))
         self.assertEqual(found, {"local": "kept", "indexed": "kept", "cached": "1"})
         self.desk.defaults("write", session.SHARED, "enabledBrowsers", "-array", self.identifier)
+        self.desk.wait(lambda: self.desk.is_noticed(browser), what="the worker's notice of the browser")
         self.desk.settle(2)
         for path in self.covered + self.spared:
             self.assertTrue(self.desk.exists(path), path)
@@ -194,11 +196,11 @@ class RealBrowser(unittest.TestCase):
         # Nobody announces the quit.
         end(browser)
         self.ended(browser)
-        self.desk.wait(self.gone, 5, "the first run")
+        self.desk.wait(self.gone, session.FIRST_RUN, "the first run")
         for path in self.covered:
             self.desk.file(path)
-        self.desk.wait(lambda: self.notifications.posted, 20, "the notification")
-        self.desk.wait(self.gone, 5, "the second run")
+        self.desk.wait(lambda: self.notifications.posted, what="the notification")
+        self.desk.wait(self.gone, what="the second run")
         for path in self.spared:
             self.assertTrue(self.desk.exists(path), path)
         self.desk.settle(1)
