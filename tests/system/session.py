@@ -234,6 +234,16 @@ class Session:
         self.address = self.daemon.stdout.readline().strip()
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = self.address
 
+    def let_bus_start(self, name, program):
+        """As when it is installed: the bus starts the program of that name when it is called."""
+        variables = " ".join(f"{key}={value}" for key, value in self.environment.items())
+        folder = os.path.join(self.root, "services")
+        os.makedirs(folder, exist_ok=True)
+        with open(f"{folder}/{name}.service", "w") as file:
+            file.write(f"[D-BUS Service]\nName={name}\nExec=/usr/bin/env -i {variables} {self.program(program)}\n")
+        self.connection.call_blocking("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                      "ReloadConfig", "", ())
+
     def stop_bus(self):
         if self.daemon.poll() is None:
             self.daemon.terminate()

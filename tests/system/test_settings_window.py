@@ -36,8 +36,8 @@ class SettingsWindow(unittest.TestCase):
         return number
 
     def start_panels(self):
-        self.screen.start([self.desk.program("tidewell-open-panel")])
-        self.desk.wait(lambda: self.desk.connection.name_has_owner(session.PANEL))
+        # It ends when nobody has called it for a while, and is started anew.
+        self.desk.let_bus_start(session.PANEL, "tidewell-open-panel")
 
     def wait_for_text(self, text):
         self.desk.wait(lambda: self.reader.says(text), what=f"the text {text}")
