@@ -31,7 +31,7 @@ endif()
 
 if(TIDEWELL_SANITIZE)
   target_compile_options(tidewell_settings INTERFACE
-    -fsanitize=${TIDEWELL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
+    -fsanitize=${TIDEWELL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1 -g1)  # g1: lines for traces
   target_link_options(tidewell_settings INTERFACE -fsanitize=${TIDEWELL_SANITIZE})
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # g++ 12 reports false positives of these two when it instruments the standard library's own code.

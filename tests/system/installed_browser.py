@@ -26,6 +26,7 @@ class Browser:
     name = identifier = command = data = cache = ""
     other_places = {}   # of sandboxed installations: the folders for data and cache
     arguments = []
+    first_profile = []  # what to say to get the first one, where the browser opens the one that was used last
     quit_keys = []
     manifest = {}       # of the extension
     spared = {}         # what may go on naming sites, as expressions for paths in `data`: marks that may be there

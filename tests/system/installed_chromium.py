@@ -22,6 +22,7 @@ class Chromium(Browser):
         "Snap": ("snap/chromium/common/chromium", "snap/chromium/common/.cache/chromium"),
     }
     arguments = ["--no-first-run"]
+    first_profile = ["--profile-directory=Default"]
     quit_keys = ["alt+f", "x"]
     manifest = {"manifest_version": 3, "name": "Keeper", "version": "1.0",
                 "permissions": ["storage", "unlimitedStorage"], "host_permissions": ["http://127.0.0.1/*"],

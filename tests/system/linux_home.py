@@ -84,10 +84,10 @@ class LinuxHome(unittest.TestCase):
         self.desk.give(self.desk.home)
 
     @classmethod
-    def use(cls, browser):
+    def use(cls, browser, *arguments):
         """A visit, with all that it takes to fill every store; answers what was told."""
         address, visit = cls.site.next_visit()
-        browser.start(address)
+        browser.start(*arguments, address)
         cls.wait_for(browser, visit)
         cls.type_and_zoom(browser, visit)
         return visit
@@ -226,7 +226,7 @@ class LinuxHome(unittest.TestCase):
         self.browser.end("SIGKILL")
         self.wait_for_cleaning(1)
         self.check_nothing_is_left(self.traces())
-        visit = self.use(self.browser)
+        visit = self.use(self.browser, *self.browser.first_profile)
         self.assertEqual(visit.found(), {})
         self.check_extension(visit)
         address, visit = self.site.next_visit()
