@@ -20,8 +20,9 @@ namespace {
 using platform::FileURL;
 using platform::linux_::RunLoop;
 
-constexpr std::chrono::seconds kPatience{3600};      // a person at a panel
-constexpr std::chrono::seconds kPatienceForYes{30};  // when nobody is asked
+// A worker that has stopped is noticed much sooner, by its silence.
+constexpr std::chrono::seconds kPatience{3600};       // a person at a panel
+constexpr std::chrono::seconds kPatienceForYes{120};  // when nobody is asked; a disk may be busy with other things
 
 std::string lowerCase(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });

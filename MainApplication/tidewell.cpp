@@ -48,7 +48,7 @@ int main(int argc, char** argv) {
   for (const auto& [name, key, what] :
        {std::tuple("notifications", tidewell::kDisplayNotificationsKey, "Say when a browser was cleaned"),
         std::tuple("overwrite", tidewell::kSecureDeleteDataKey, "Overwrite files before they are removed")}) {
-    add(app, name, what, [&word, key = key](Commands& c) { return c.setFlag(key, word); })
+    add(app, name, what, [&word, setting = key](Commands& c) { return c.setFlag(setting, word); })
         ->add_option("on|off", word)
         ->required();
   }

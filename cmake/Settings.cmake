@@ -8,7 +8,11 @@ endif()
 add_library(tidewell_settings INTERFACE)
 target_include_directories(tidewell_settings INTERFACE ${CMAKE_SOURCE_DIR})
 target_compile_options(tidewell_settings INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Werror)
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align)
+if(TIDEWELL_WERROR)
+  # Where the project is checked, with the compilers that it is checked with: another one may warn of other things.
+  target_compile_options(tidewell_settings INTERFACE -Werror)
+endif()
 target_compile_definitions(tidewell_settings INTERFACE _GNU_SOURCE)
 
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
@@ -27,7 +31,7 @@ endif()
 
 if(TIDEWELL_SANITIZE)
   target_compile_options(tidewell_settings INTERFACE
-    -fsanitize=${TIDEWELL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
+    -fsanitize=${TIDEWELL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1 -g1)  # g1: lines for traces
   target_link_options(tidewell_settings INTERFACE -fsanitize=${TIDEWELL_SANITIZE})
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # g++ 12 reports false positives of these two when it instruments the standard library's own code.

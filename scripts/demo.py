@@ -1,190 +1,170 @@
-"""The demo: a sample home, a session of its own, five browsers that quit. See scripts/demo."""
+"""The demo: an ordinary Linux home, and browsers that quit in it. See scripts/demo."""
 
+import ctypes
 import os
+import struct
 import sys
-import textwrap
+import threading
 import time
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "system"))
-import sample_home  # noqa: E402
+import linux_sample  # noqa: E402
+import real_chromium  # noqa: E402
 import session  # noqa: E402
+from demo_show import BOLD, CYAN, DIM, GREEN, RED, say, say_command, show, size, table  # noqa: E402
 
-BOLD, DIM, RED, GREEN, CYAN, END = ("\033[1m", "\033[2m", "\033[31m", "\033[32m", "\033[36m", "\033[0m")
-if not sys.stdout.isatty():
-    BOLD = DIM = RED = GREEN = CYAN = END = ""
-
-MARGIN = "         "
-WIDTH = 118
-
-start = time.monotonic()
+IN_MOVED_FROM, IN_DELETE = 0x40, 0x200
+IDLE_SECONDS = 3
 
 
-def say(text="", colour=""):
-    print(f"{DIM}{time.monotonic() - start:5.1f} s{END}  {colour}{text}{END}", flush=True)
+class FirstRemoval:
+    """Notes when the first entry of some folders goes, at the moment at which the kernel tells of it."""
+
+    def __init__(self, folders):
+        self.at = None
+        libc = ctypes.CDLL(None, use_errno=True)
+        self.watch = libc.inotify_init()
+        for folder in folders:
+            libc.inotify_add_watch(self.watch, os.fsencode(folder), IN_MOVED_FROM | IN_DELETE)
+        threading.Thread(target=self._wait, daemon=True).start()
+
+    def _wait(self):
+        events = os.read(self.watch, 4096)
+        if struct.unpack_from("iIII", events)[1] & (IN_MOVED_FROM | IN_DELETE):
+            self.at = time.monotonic()
 
 
-def show(text="", colour=""):
-    print(f"{MARGIN}{colour}{text}{END}" if text else "", flush=True)
-
-
-def table(header, rows):
-    """Numbers to the right, everything else to the left."""
-    widths = [max(len(str(row[column])) for row in [header, *rows]) for column in range(len(header))]
-    numeric = [all(isinstance(row[column], int) for row in rows) for column in range(len(header))]
-    for row in [header, *rows]:
-        cells = [str(cell).rjust(width) if number else str(cell).ljust(width)
-                 for cell, width, number in zip(row, widths, numeric)]
-        show("   ".join(cells).rstrip(), BOLD if row is header else "")
+def show_home(browsers):
+    sizes = [browser.size() for browser in browsers]
+    say("An ordinary home folder. Its owner has been on the web for a few days.", BOLD)
     show()
+    table(["", "files", "", "where"],
+          [[browser.name, count, size(of), "   ".join("~/" + folder for folder in browser.folders)]
+           for browser, (count, of) in zip(browsers, sizes)])
+    return sum(count for count, _ in sizes), sum(of for _, of in sizes)
 
 
-class Person:
-    """The person at the panel: reads it, and clicks the confirm button, or cancels."""
-
-    def __init__(self, home):
-        self.home = home
-        self.declines = False
-        self.has_read = set()
-
-    def short(self, text):
-        return str(text).replace(self.home, "~")
-
-    def __call__(self, panel):
-        title = panel["title"]
-        if title not in self.has_read:
-            self.has_read.add(title)
-            say(f"panel “{title}”: “{self.short(panel['message'])}”", CYAN)
-        if self.declines:
-            say(f"panel “{title}”: the person cancels", CYAN)
-            return (0, "")
-        response, url = session.OpenPanel.agree(panel)
-        say(f"panel “{title}”: the person chooses {self.short(session.path_of(url))} and clicks “{panel['prompt']}”",
-            CYAN)
-        return response, url
-
-
-def listing(mark, colour, paths):
-    """The paths, as many in a line as fit."""
-    text = "  ".join(path.replace(" ", "\0") for path in paths)
-    for number, line in enumerate(textwrap.wrap(text, WIDTH - 14, break_long_words=False, break_on_hyphens=False)):
-        show(f"    {mark if number == 0 else ' '} {line}".replace("\0", " "), colour)
-
-
-def what_became_of(desk, browser):
-    """A browser's folders: what went, what was spared. Profiles that fared alike are named together."""
-    fates = {}
-    for folder, goes, stays in browser.groups:
-        there = [item for item in goes + stays if desk.exists(folder + item)]
-        gone = [item + "/" * bool(browser.goes.get(folder + item)) for item in goes + stays if item not in there]
-        parent, name = os.path.split(folder.rstrip("/"))
-        fates.setdefault((parent, tuple(gone), tuple(there)), []).append(name)
-    show(browser.name, BOLD)
-    for (parent, gone, there), (first, *others) in fates.items():
-        show(f"  ~/{parent}/{first}/" + "".join(f", and the same in {other}/" for other in others), DIM)
-        listing("✗", RED, gone)
-        listing("✓", GREEN, there)
-
-
-def ask_for_grants(desk, browsers, person):
-    """The main application's part; the person hesitates at the third browser."""
-    for browser in browsers:
-        if browser is browsers[2]:
-            person.declines = True
-            say(f"The main application asks for the grants of {browser.name}, and the person hesitates…", BOLD)
-            desk.request(browser.identifier)
-            person.declines = False
-            say("…and agrees when it asks once more.", BOLD)
-        else:
-            say(f"The main application asks for the grants of {browser.name}.", BOLD)
-        say(f"      the worker answers “{desk.request(browser.identifier)}”")
-
-
-def run_and_quit(desk, browsers):
-    running = [desk.run_browser(browser.program) for browser in browsers if browser.program]
-    desk.settle(0.5)
-    say("All five are running… and now they quit.", BOLD)
+def quit_all(desk, browsers):
+    """All quit; answers how long the first removal took."""
+    running = [desk.run_browser(browser.program) for browser in browsers]
+    say(" and ".join(browser.name for browser in browsers) + " run. The worker has noticed them, and sleeps.")
+    desk.settle(1)
+    removal = FirstRemoval([where for browser in browsers for folder in browser.folders
+                            for where, _, _ in os.walk(os.path.join(desk.home, folder))])
+    say("They quit.", BOLD)
+    quit_at = time.monotonic()
     for process in running:
         desk.quit_browser(process)
+    desk.wait(lambda: removal.at is not None, what="the first removal")
+    milliseconds = 1000 * (removal.at - quit_at)
+    say(f"The first file is gone, {milliseconds:.0f} ms after the first of them was told to quit.")
+    desk.settle(1)
     for browser in browsers:
-        if not browser.program:
-            desk.announce_quit(browser.name, browser.identifier)
-    desk.settle(2)
-    say("The first runs are over. A second one of each, which also says so, follows eight seconds after the quit.")
+        desk.file(browser.late, "cookies, written late\n")
+        desk.give(os.path.join(desk.home, browser.late))
+    say("While they go down, both write their cookies once more. So the worker comes again, eight seconds after a quit.")
+    return milliseconds
 
 
-def show_rows(desk, browsers, rows_before):
-    """The databases' rows before and after; whether those of sites are gone and all others are there."""
-    rows = []
+def show_outcome(browser, before):
+    """Each content before and after; whether all is as it should be."""
     right = True
-    for browser in browsers:
-        root = os.path.commonpath([os.path.dirname(each.path) for each in browser.tables])
-        for each in browser.tables:
-            left = each.rows(desk.home)
-            right = right and left == each.stays
-            rows.append(["" if each is not browser.tables[0] else browser.name,
-                         os.path.relpath(each.path, root), each.name, len(rows_before[each.path, each.name]),
-                         len(left), ", ".join(left) or "nothing"])
-    table(["", "database", "table", "before", "after", "rows that are left"], rows)
+    rows, colours = [], []
+    for content, was in zip(browser.contents, before):
+        now = content.count()
+        expected = 0 if content.goes else was
+        right = right and now == expected
+        mark, colour = ("!", BOLD) if now != expected else ("✗", RED) if content.goes else ("✓", GREEN)
+        rows.append([mark, content.what, was, now, content.place])
+        colours.append(colour)
+    table(["", browser.name, "before", "after", "where"], rows, colours)
     return right
 
 
-def peak_memory(pid):
-    with open(f"/proc/{pid}/status") as status:
-        return next(int(line.split()[1]) / 1024 for line in status if line.startswith("VmHWM"))
+def switches(pid):
+    """How often each of its threads has been woken up so far."""
+    counts = {}
+    for thread in os.listdir(f"/proc/{pid}/task"):
+        with open(f"/proc/{pid}/task/{thread}/status") as status:
+            counts[thread] = sum(int(line.split()[1]) for line in status if line.startswith("voluntary_ctxt_switches"))
+    return counts
 
 
-def main():
-    with session.Session(sys.argv[1]) as desk:
-        browsers = sample_home.fill(desk)
-        before = sample_home.contents(desk.home)
-        files_before = [path for path, content in before.items() if content is not None]
-        rows_before = {(table.path, table.name): table.rows(desk.home)
-                       for browser in browsers for table in browser.tables}
-        say(f"A home folder with what five browsers keep: {len(files_before)} files.", BOLD)
-        show()
-        table(["", "left by sites", "the person's own", "rows of sites", "rows of extensions"],
-              [[browser.name, len(browser.goes), len(browser.stays), sum(len(each.goes) for each in browser.tables),
-                sum(len(each.stays) for each in browser.tables)] for browser in browsers]
-              + [["plug-ins and others", len(sample_home.COMMON), len(sample_home.UNTOUCHED), 0, 0]])
+def memory(pid, file, *names):
+    """In megabytes."""
+    with open(f"/proc/{pid}/{file}") as lines:
+        return sum(int(line.split()[1]) * 1024 / 1e6 for line in lines if line.startswith(names))
 
-        desk.configure([browser.identifier for browser in browsers], overwrite=True)
-        person = Person(desk.home)
-        session.OpenPanel(desk.connection, person)
-        notified = []
+
+def look_at_idle_worker(desk):
+    """How often it is woken up while nothing happens, and its own memory then."""
+    pid = desk.worker.process.pid
+    desk.wait(lambda: len(switches(pid)) == 1, what="the end of the threads that have done their work")
+    before = switches(pid)
+    desk.settle(IDLE_SECONDS)
+    woken = sum(count - before.get(thread, 0) for thread, count in switches(pid).items())
+    return woken, memory(pid, "smaps_rollup", "Private_")
+
+
+def show_figures(desk, milliseconds, woken, own):
+    peak = memory(desk.worker.process.pid, "status", "VmHWM")
+    say("In figures:", BOLD)
+    for what, figure in (
+            ("from a quit to the first removal", f"{milliseconds:.1f} ms"),
+            ("memory of its own, while it sleeps", f"{own:.1f} MB"),
+            ("memory at the peak, with shared libraries", f"{peak:.1f} MB"),
+            (f"woken up in {IDLE_SECONDS} seconds in which nothing happened",
+             "never" if woken == 0 else f"{woken} times")):
+        show(f"  {what:<50} {figure}")
+    show()
+
+
+def main(programs):
+    # Where root runs this, the home is an ordinary user's.
+    with session.Session(programs, user="nobody", library=False) as desk:
+        chromium = real_chromium.Chromium(desk) if real_chromium.is_installed() else None
+        browsers = [linux_sample.firefox(desk.home),
+                    (linux_sample.google_chrome if chromium else linux_sample.chromium)(desk.home)]
+        desk.give(desk.home)
+        desk.defaults("write", session.SHARED, "userFolder", "-string", desk.home)
+        files, bytes_ = show_home(browsers)
+
+        posted = []
 
         def notify(summary, body):
-            notified.append(body)
-            say(f"notification “{summary}”: {body}", GREEN)
+            posted.append(body)
+            say(f"Notification: {body}", GREEN)
 
         session.NotificationService(desk.connection, notify)
-        worker = desk.start_worker(lambda line: say(f"log: {line.replace(desk.home, '~')}", CYAN))
-        say("The worker runs. All five browsers are enabled; files are overwritten before they go.", BOLD)
-        ask_for_grants(desk, browsers, person)
-        run_and_quit(desk, browsers)
-        desk.wait(lambda: len(notified) == len(browsers), 15)
-        desk.settle(1.3)  # Safari's last step comes a second later
-        memory = peak_memory(worker.process.pid)
-
+        desk.start_worker(lambda line: say(f"log: {line.replace(desk.home, '~')}", CYAN))
+        say("The worker runs in the background. It may touch nothing yet: its owner says after which browsers it")
+        show("cleans, and allows their folders.")
         show()
-        say("The same home folder (✗ gone, ✓ spared):", BOLD)
         for browser in browsers:
-            what_became_of(desk, browser)
-        show("Plug-ins, and whatever else is in the home", BOLD)
-        listing("✗", RED, [path + "/" for path in sample_home.COMMON if not desk.exists(path)])
-        listing("✓", GREEN, [path for path in [*sample_home.COMMON, *sample_home.UNTOUCHED] if desk.exists(path)])
+            say_command(desk, "enable", browser.word, answers=True)
+        say_command(desk, "notifications", "on")
         show()
-        say("The databases stay; the rows that sites have left in them are gone:", BOLD)
+        before = {browser: [content.count() for content in browser.contents] for browser in browsers}
+        milliseconds = quit_all(desk, browsers)
+        desk.wait(lambda: len(posted) == len(browsers), what="the notifications")
         show()
-        rows_are_right = show_rows(desk, browsers, rows_before)
-
-        after = sample_home.contents(desk.home)
-        files = [path for path, content in after.items() if content is not None]
-        say(f"{len(files_before) - len(files)} of {len(files_before)} files are gone. "
-            f"The other {len(files)} are as they were, or have lost rows of sites.", BOLD)
-        say(f"The worker took {memory:.1f} MB at its peak.")
-        expected = set(sample_home.COMMON).union(*(browser.goes for browser in browsers))
-        return 0 if sample_home.topmost(before.keys() - after.keys()) == expected and rows_are_right else 1
+        say(f"What became of it ({RED}✗{BOLD} goes, {GREEN}✓{BOLD} stays):", BOLD)
+        show()
+        right = all([show_outcome(browser, before[browser]) for browser in browsers])
+        sizes = [browser.size() for browser in browsers]
+        say(f"Of {files} files with {size(bytes_)}, {sum(count for count, _ in sizes)} with "
+            f"{size(sum(of for _, of in sizes))} are left: history, bookmarks, passwords, tabs, settings, extensions.")
+        show()
+        woken, own = look_at_idle_worker(desk)
+        right = right and sorted(posted) == sorted(browser.notification for browser in browsers)
+        if chromium:
+            right = chromium.show_visits() and right
+        show_figures(desk, milliseconds, woken, own)
+        if not right:
+            say("Not all of this is as it should be.", RED)
+        show("This was a sample home, and it is gone again. With a folder Library: scripts/demo --library", DIM)
+        return 0 if right else 1
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(main(sys.argv[1]))

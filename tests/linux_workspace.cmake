@@ -15,11 +15,14 @@ tidewell_test(workspace_tests
     Platform/Linux/QuitArgumentsTest.cpp
     Platform/Linux/StartsAtOnceTest.cpp
   LIBRARIES test_support bus_test_support process_test_support platform_linux_workspace
-  LOCK browsers)  # processes of the same names are the same application
+  APART
+  NOT_APART "*.areNoticedThoughTheirProgramLiesNowhereWhenTheyAreWanted:*.areWantedAnewWhenTheSettingsChange")
 add_dependencies(workspace_tests stand_in)
 add_test(NAME workspace_tests_as_an_ordinary_user
-  COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/system/as-ordinary-user $<TARGET_FILE:workspace_tests> $<TARGET_FILE:stand_in>)
-set_tests_properties(workspace_tests_as_an_ordinary_user PROPERTIES TIMEOUT 300 RESOURCE_LOCK browsers)
+  COMMAND ${TIDEWELL_APART} ${CMAKE_CURRENT_SOURCE_DIR}/system/as-ordinary-user
+    $<TARGET_FILE:workspace_tests> $<TARGET_FILE:stand_in>)
+set_tests_properties(workspace_tests_as_an_ordinary_user PROPERTIES
+  TIMEOUT 300 COST 50 RESOURCE_LOCK "${TIDEWELL_TURNS}")
 
 # For tests/system/starts_at_once.py, which runs by hand.
 add_library(slow_watch SHARED support/slow_watch.cpp)

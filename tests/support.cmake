@@ -15,3 +15,5 @@ target_link_libraries(test_support PUBLIC worker platform_linux_files PRIVATE le
 
 add_library(bus_test_support STATIC support/PrivateBus.cpp)
 target_link_libraries(bus_test_support PUBLIC platform_linux_session)
+target_compile_definitions(bus_test_support PRIVATE
+  TIDEWELL_BUS_CONFIGURATION="${CMAKE_CURRENT_SOURCE_DIR}/support/session-bus.conf")

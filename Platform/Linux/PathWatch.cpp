@@ -69,9 +69,9 @@ bool PathWatch::replace(const Interests& interests) {
     isComplete &= add(file, IN_ATTRIB | IN_CLOSE_WRITE, watched, [](Watched& entry) { entry.unfinished = true; });
   }
   for (const auto& [folder, names] : interests.appearing) {
-    isComplete &= add(folder, kAppearing, watched, [&names = names](Watched& entry) {
+    isComplete &= add(folder, kAppearing, watched, [&found = names](Watched& entry) {
       entry.isFolder = true;
-      entry.appearing.insert(names.begin(), names.end());
+      entry.appearing.insert(found.begin(), found.end());
     });
   }
   for (const auto& [watch, entry] : watched_) {

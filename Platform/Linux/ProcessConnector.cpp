@@ -24,13 +24,19 @@ constexpr std::size_t kMessageOffset = NLMSG_LENGTH(0);
 constexpr std::size_t kEventOffset = kMessageOffset + sizeof(cn_msg);
 constexpr int kSelfTestMilliseconds = 200;
 
+/// The kernel's headers name the events inside of proc_event up to version 6.5, and outside of it since then: from
+/// within a class that derives from it both are found.
+struct ProcessEvent : proc_event {
+  static constexpr auto kExec = PROC_EVENT_EXEC;
+};
+
 /// Lets only starts of programs through, so that other events do not even wake the process.
 bool filterStarts(int socket) {
   constexpr auto kWhat = static_cast<std::uint32_t>(kEventOffset + offsetof(proc_event, what));
   std::array<sock_filter, 4> program = {{
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kWhat),
       // Loaded in network byte order, as all loads of the filter are.
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __builtin_bswap32(proc_event::PROC_EVENT_EXEC), 0, 1),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __builtin_bswap32(ProcessEvent::kExec), 0, 1),
       BPF_STMT(BPF_RET | BPF_K, 0xffffffff),
       BPF_STMT(BPF_RET | BPF_K, 0),
   }};
@@ -112,7 +118,7 @@ pid_t ProcessConnector::nextStarted() const {
     // From the kernel only: other programs can send to this socket too.
     if (sender.nl_pid != 0 || static_cast<std::size_t>(length) < kEventOffset + sizeof event) continue;
     std::memcpy(&event, bytes.data() + kEventOffset, sizeof event);
-    if (event.what == proc_event::PROC_EVENT_EXEC) return event.event_data.exec.process_tgid;
+    if (event.what == ProcessEvent::kExec) return event.event_data.exec.process_tgid;
   }
 }
 

@@ -136,8 +136,8 @@ std::optional<Data> SecurityScopes::bookmarkData(const FileURL& url) {
   if (!pinned) {
     const std::optional<std::string> real = realPath(*path);
     if (!real || *real == *path) return std::nullopt;
-    opened = openInScope(*real, O_PATH | O_NOFOLLOW);
-    if (opened) pinned = PinnedFile::of(*real, std::move(*opened));
+    Result<FileDescriptor> target = openInScope(*real, O_PATH | O_NOFOLLOW);
+    if (target) pinned = PinnedFile::of(*real, std::move(*target));
   }
   return pinned ? std::optional(BookmarkData{pinned->identity(), pinned->path()}.encoded()) : std::nullopt;
 }

@@ -143,7 +143,7 @@ class Decoder {
       if (!element) return std::nullopt;
       elements.push_back(std::move(*element));
     }
-    return Value(std::move(elements));
+    return std::optional<Value>(std::in_place, std::move(elements));
   }
 
   std::optional<Value> dictionary(int depth) {
@@ -156,7 +156,7 @@ class Decoder {
       if (!element) return std::nullopt;
       entries.insert_or_assign(std::string(*key), std::move(*element));
     }
-    return Value(std::move(entries));
+    return std::optional<Value>(std::in_place, std::move(entries));
   }
 
   std::string_view rest_;

@@ -42,7 +42,7 @@ class BusProgram {
   Handler handler_;
 };
 
-/// Runs the loop until the condition holds; false when it does not within ten seconds.
+/// Runs the loop until the condition holds; false when it does not within a minute.
 bool runUntil(platform::linux_::RunLoop& loop, const std::function<bool()>& condition);
 
 }  // namespace testing_support

@@ -26,6 +26,7 @@ class Browser:
     name = identifier = command = data = cache = ""
     other_places = {}   # of sandboxed installations: the folders for data and cache
     arguments = []
+    first_profile = []  # what to say to get the first one, where the browser opens the one that was used last
     quit_keys = []
     manifest = {}       # of the extension
     spared = {}         # what may go on naming sites, as expressions for paths in `data`: marks that may be there
@@ -97,7 +98,7 @@ class Browser:
 
     def end(self, way):
         self.ways[way](self)
-        self.desk.wait(self.has_ended, 30, "the browser's end by " + way)
+        self.desk.wait(self.has_ended, what="the browser's end by " + way)
 
     def see_to_what_it_asks(self):
         """What its owner does after the end, where it has left a window."""
@@ -129,7 +130,7 @@ class Browser:
             return not missing
 
         try:
-            self.desk.wait(filled, 20)
+            self.desk.wait(filled)
         except TimeoutError:
             raise AssertionError(f"not on the disk: {missing}") from None
 

@@ -22,6 +22,7 @@ class Chromium(Browser):
         "Snap": ("snap/chromium/common/chromium", "snap/chromium/common/.cache/chromium"),
     }
     arguments = ["--no-first-run"]
+    first_profile = ["--profile-directory=Default"]
     quit_keys = ["alt+f", "x"]
     manifest = {"manifest_version": 3, "name": "Keeper", "version": "1.0",
                 "permissions": ["storage", "unlimitedStorage"], "host_permissions": ["http://127.0.0.1/*"],
@@ -71,7 +72,7 @@ class Chromium(Browser):
         self.install_extension()
         self.start("about:blank")
         keeper = self.path(self.data, "Default/Local Extension Settings")
-        self.desk.wait(lambda: self.site.extension_told and os.path.isdir(keeper), 30, "the extension's page")
+        self.desk.wait(lambda: self.site.extension_told and os.path.isdir(keeper), what="the extension's page")
         self.end("quitting by the menu or its key")
         self.bookmark()
         self.save_password()
@@ -86,7 +87,7 @@ class Chromium(Browser):
         shutil.copytree(folder, self.path("extension"))
         self.desk.give(self.path("extension"))
         packing = self.run("--pack-extension=" + self.path("extension"))
-        self.desk.wait(lambda: packing.poll() is not None, 30, "the packed extension")
+        self.desk.wait(lambda: packing.poll() is not None, what="the packed extension")
         key = self.path("extension.pem")
         public = subprocess.run(["openssl", "pkey", "-in", key, "-pubout", "-outform", "DER"], check=True,
                                 capture_output=True).stdout

@@ -4,8 +4,8 @@ import configparser
 import json
 import os
 
+import marionette
 from installed_browser import TABS, TITLES, Browser
-from marionette import Marionette
 
 
 class Firefox(Browser):
@@ -67,39 +67,41 @@ class Firefox(Browser):
         """Its owner trusts an authority, installs an extension that nobody has signed, keeps a bookmark and a password,
         and lets a site notify."""
         self.site.extension(os.path.join(self.desk.root, "extension"), self.manifest)
-        self.start(*Marionette.arguments)
-        firefox = Marionette()
-        try:
-            firefox.run("""
-                const modules = "resource://gre/modules/";
-                const {AddonManager} = ChromeUtils.importESModule(modules + "AddonManager.sys.mjs");
-                const {FileUtils} = ChromeUtils.importESModule(modules + "FileUtils.sys.mjs");
-                const {PlacesUtils} = ChromeUtils.importESModule(modules + "PlacesUtils.sys.mjs");
-                const [authority, extension, address] = given;
-                Cc["@mozilla.org/security/x509certdb;1"].getService(Ci.nsIX509CertDB)
-                    .addCertFromBase64(authority, "C,,");
-                Services.prefs.setBoolPref("xpinstall.signatures.required", false);
-                await (await AddonManager.getInstallForFile(new FileUtils.File(extension))).install();
-                await PlacesUtils.bookmarks.insert(
-                    {parentGuid: PlacesUtils.bookmarks.toolbarGuid, url: address, title: "Quokkas"});
-                const login = Cc["@mozilla.org/login-manager/loginInfo;1"].createInstance(Ci.nsILoginInfo);
-                login.init(new URL(address).origin, address, null, "ann", "a password", "", "");
-                await Services.logins.addLoginAsync(login);
-                Services.perms.addFromPrincipal(
-                    Services.scriptSecurityManager.createContentPrincipalFromOrigin(new URL(address).origin),
-                    "desktop-notification", Services.perms.ALLOW_ACTION);
-                """, self.site.authority.base64(), os.path.join(self.desk.root, "extension.xpi"),
-                        self.site.address("first"))
-        finally:
-            firefox.close()
-        self.desk.wait(lambda: self.site.extension_told, 20, "the extension's page")
-        self.end("quitting by the menu or its key")
+        with marionette.turn():
+            self.start(*marionette.Marionette.arguments)
+            firefox = marionette.Marionette()
+            try:
+                firefox.run("""
+                    const modules = "resource://gre/modules/";
+                    const {AddonManager} = ChromeUtils.importESModule(modules + "AddonManager.sys.mjs");
+                    const {FileUtils} = ChromeUtils.importESModule(modules + "FileUtils.sys.mjs");
+                    const {PlacesUtils} = ChromeUtils.importESModule(modules + "PlacesUtils.sys.mjs");
+                    const [authority, extension, address] = given;
+                    Cc["@mozilla.org/security/x509certdb;1"].getService(Ci.nsIX509CertDB)
+                        .addCertFromBase64(authority, "C,,");
+                    Services.prefs.setBoolPref("xpinstall.signatures.required", false);
+                    await (await AddonManager.getInstallForFile(new FileUtils.File(extension))).install();
+                    await PlacesUtils.bookmarks.insert(
+                        {parentGuid: PlacesUtils.bookmarks.toolbarGuid, url: address, title: "Quokkas"});
+                    const login = Cc["@mozilla.org/login-manager/loginInfo;1"].createInstance(Ci.nsILoginInfo);
+                    login.init(new URL(address).origin, address, null, "ann", "a password", "", "");
+                    await Services.logins.addLoginAsync(login);
+                    Services.perms.addFromPrincipal(
+                        Services.scriptSecurityManager.createContentPrincipalFromOrigin(new URL(address).origin),
+                        "desktop-notification", Services.perms.ALLOW_ACTION);
+                    """, self.site.authority.base64(), os.path.join(self.desk.root, "extension.xpi"),
+                            self.site.address("first"))
+            finally:
+                firefox.close()
+            self.desk.wait(lambda: self.site.extension_told, what="the extension's page")
+            self.end("quitting by the menu or its key")
 
     def see_to_what_it_asks(self):
         """After a crash a window of another program asks for a report: its button to quit."""
         for number in self.screen.windows("Crash Reporter"):
             self.screen.click(number, 340, 372)
-            self.desk.wait(lambda: not self.screen.windows("Crash Reporter"), 20, "the end of the crash reporter")
+            self.desk.wait(lambda: not self.screen.windows("Crash Reporter"),
+                           what="the end of the crash reporter")
 
     def owned(self, data=None):
         folder = self.profile(data=data)
@@ -115,7 +117,7 @@ class Firefox(Browser):
 
     def start_second_profile(self, address):
         making = self.run("-CreateProfile", "second")
-        self.desk.wait(lambda: making.poll() is not None, 20, "the second profile")
+        self.desk.wait(lambda: making.poll() is not None, what="the second profile")
         self.site.authority.trust_in(self.profile("second"))
         self.desk.give(self.profile("second"))
         self.processes.append(self.run("-P", "second", "-new-instance", address))

@@ -84,27 +84,27 @@ class LinuxHome(unittest.TestCase):
         self.desk.give(self.desk.home)
 
     @classmethod
-    def use(cls, browser):
+    def use(cls, browser, *arguments):
         """A visit, with all that it takes to fill every store; answers what was told."""
         address, visit = cls.site.next_visit()
-        browser.start(address)
+        browser.start(*arguments, address)
         cls.wait_for(browser, visit)
         cls.type_and_zoom(browser, visit)
         return visit
 
     @staticmethod
     def wait_for(browser, visit, extension=True):
-        browser.desk.wait(lambda: visit.complete() and (visit.extension or not extension) or browser.has_ended(), 60,
-                          "the report of the pages")
+        browser.desk.wait(lambda: visit.complete() and (visit.extension or not extension) or browser.has_ended(),
+                          2 * session.BOUND, "the report of the pages")
         if browser.has_ended():
             raise AssertionError("the browser ended by itself")
 
     @staticmethod
     def type_and_zoom(browser, visit):
         browser.screen.xdotool("type", FORM_TEXT)
-        browser.desk.wait(lambda: FORM_TEXT in visit.typed, 10, "the typed text")
+        browser.desk.wait(lambda: FORM_TEXT in visit.typed, what="the typed text")
         browser.screen.press("ctrl+plus")
-        browser.desk.wait(lambda: visit.zoomed, 10, "the zoom")
+        browser.desk.wait(lambda: visit.zoomed, what="the zoom")
 
     # What is looked at.
 
@@ -143,7 +143,7 @@ class LinuxHome(unittest.TestCase):
                               for store, lines in stores.items()))
 
     def wait_for_cleaning(self, count):
-        self.desk.wait(lambda: len(self.desk.notifications.posted) >= count, 25, "the notification")
+        self.desk.wait(lambda: len(self.desk.notifications.posted) >= count, what="the notification")
         # It is posted when the second run is through, and there is no other run.
         self.assertEqual(self.desk.notifications.posted[-1]["body"],
                          f"Cookies, Databases, Flash, Silverlight, and Cache removed from {self.browser.name}")
@@ -196,7 +196,7 @@ class LinuxHome(unittest.TestCase):
         self.use(self.browser)
         self.browser.wait_until_filled()
         self.browser.end("quitting by the menu or its key")
-        self.desk.wait(lambda: not self.browser.must_go(self.traces()), 5, "the first run")
+        self.desk.wait(lambda: not self.browser.must_go(self.traces()), session.FIRST_RUN, "the first run")
         visit = self.use(self.browser)
         self.assertEqual(visit.found(), {})
         self.check_works(visit)
@@ -209,7 +209,7 @@ class LinuxHome(unittest.TestCase):
         self.assertEqual(written - set(visit.found()), set(), "gone while the browser was in use")
         self.check_extension(visit)
         self.browser.end("quitting by the menu or its key")
-        self.desk.wait(lambda: not self.browser.must_go(self.traces()), 20, "the cleaning after the second end")
+        self.desk.wait(lambda: not self.browser.must_go(self.traces()), what="the cleaning after the second end")
 
     def test_two_profiles_killed(self):
         """With nothing that holds the worker up: it cleans while the last processes go."""
@@ -226,7 +226,7 @@ class LinuxHome(unittest.TestCase):
         self.browser.end("SIGKILL")
         self.wait_for_cleaning(1)
         self.check_nothing_is_left(self.traces())
-        visit = self.use(self.browser)
+        visit = self.use(self.browser, *self.browser.first_profile)
         self.assertEqual(visit.found(), {})
         self.check_extension(visit)
         address, visit = self.site.next_visit()

@@ -1,8 +1,23 @@
 """Does in a running Firefox what its owner does in its own pages, which no window shows by a key alone."""
 
+import contextlib
 import json
 import socket
 import time
+
+
+@contextlib.contextmanager
+def turn():
+    """Every Firefox that can be talked to listens on the same port: there is one at a time on the machine, whoever runs
+    these tests. Held by a name that is given back with the end of the process, however that comes."""
+    with socket.socket(socket.AF_UNIX) as name:
+        while True:
+            try:
+                name.bind("\0tidewell-tests-marionette")
+                break
+            except OSError:
+                time.sleep(0.2)
+        yield
 
 
 class Marionette:
@@ -11,7 +26,7 @@ class Marionette:
     arguments = ["--marionette", "--remote-allow-system-access"]
     port = 2828
 
-    def __init__(self, seconds=30):
+    def __init__(self, seconds=60):
         end = time.monotonic() + seconds
         while True:
             try:

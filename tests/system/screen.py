@@ -47,9 +47,9 @@ class Screen:
     def windows(self, title):
         return self.xdotool("search", "--onlyvisible", "--name", title).split()
 
-    def focus(self, title, seconds=20):
+    def focus(self, title):
         """Waits for the window of that title; answers its number."""
-        self.desk.wait(lambda: self.windows(title), seconds, f"the window {title}")
+        self.desk.wait(lambda: self.windows(title), what=f"the window {title}")
         number = self.windows(title)[0]
         self.xdotool("windowfocus", "--sync", number)
         self.desk.settle(0.3)

@@ -1,6 +1,7 @@
 """A desktop session of its own, for the system tests and the demo: a private bus with a notification service and an
 open panel, a home folder, the worker, and programs that are named as browsers are."""
 
+import contextlib
 import os
 import pwd
 import shutil
@@ -26,6 +27,13 @@ PANEL_OBJECT = "/com/emberlinestudio/Tidewell/OpenPanel"
 NOTIFICATIONS = "org.freedesktop.Notifications"
 NOTIFICATIONS_OBJECT = "/org/freedesktop/Notifications"
 WORKSPACE = "com.emberlinestudio.Tidewell.Workspace"
+BUS_CONFIGURATION = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../support/session-bus.conf")
+
+# How long anything may take that has to happen. Generous: it costs nothing where all is well, and a machine that is
+# busy with other things is no failure.
+BOUND = 60
+# How long what the first run does may take: what is seen so soon after a quit is not the second run's work.
+FIRST_RUN = 7.5
 
 dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
 
@@ -143,7 +151,7 @@ class Worker:
         if self.process.poll() is None:
             self.process.send_signal(signal.SIGTERM)
         try:
-            return self.process.wait(timeout=20)
+            return self.process.wait(timeout=BOUND)
         finally:
             if self.process.poll() is None:
                 self.process.kill()
@@ -217,11 +225,24 @@ class Session:
     # The bus.
 
     def start_bus(self):
-        self.daemon = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address=1"],
+        # A copy, since the session's user may not be let into the folder of the original.
+        configuration = shutil.copy(BUS_CONFIGURATION, self.root)
+        self.daemon = subprocess.Popen(["dbus-daemon", "--config-file=" + configuration, "--nofork", "--nopidfile",
+                                        "--print-address=1"],
                                        stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
                                        env=self.environment if self.account else None, **self.identity)
         self.address = self.daemon.stdout.readline().strip()
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = self.address
+
+    def let_bus_start(self, name, program):
+        """As when it is installed: the bus starts the program of that name when it is called."""
+        variables = " ".join(f"{key}={value}" for key, value in self.environment.items())
+        folder = os.path.join(self.root, "services")
+        os.makedirs(folder, exist_ok=True)
+        with open(f"{folder}/{name}.service", "w") as file:
+            file.write(f"[D-BUS Service]\nName={name}\nExec=/usr/bin/env -i {variables} {self.program(program)}\n")
+        self.connection.call_blocking("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                      "ReloadConfig", "", ())
 
     def stop_bus(self):
         if self.daemon.poll() is None:
@@ -239,7 +260,7 @@ class Session:
         connection.set_exit_on_disconnect(False)
         return connection
 
-    def wait(self, condition, seconds=20, what="what was waited for"):
+    def wait(self, condition, seconds=BOUND, what="what was waited for"):
         """Lets the session go on until the condition holds; TimeoutError when it does not in time."""
         context = GLib.MainContext.default()
         end = time.monotonic() + seconds
@@ -254,7 +275,7 @@ class Session:
 
     def settle(self, seconds):
         end = time.monotonic() + seconds
-        self.wait(lambda: time.monotonic() > end, seconds + 10)
+        self.wait(lambda: time.monotonic() > end, seconds + BOUND)
 
     # The worker.
 
@@ -271,7 +292,7 @@ class Session:
         return subprocess.run([self.program("tidewell"), "defaults", *words], env=self.environment, text=True,
                               capture_output=True, check=check, **self.identity)
 
-    def tidewell(self, *words, seconds=60):
+    def tidewell(self, *words, seconds=BOUND):
         """Runs the command while the session goes on; answers what it prints."""
         process = subprocess.Popen([self.program("tidewell"), *words], env=self.environment, text=True,
                                    stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
@@ -289,7 +310,7 @@ class Session:
         self.defaults("write", SHARED, "displayNotifications", "-bool", "YES" if notifications else "NO")
         self.defaults("write", SHARED, "secureDeleteData", "-bool", "YES" if overwrite else "NO")
 
-    def request(self, identifier, seconds=20):
+    def request(self, identifier, seconds=BOUND):
         """The main application's request; answers the worker's text, or None when none comes in time."""
         answers = []
         agent = dbus.Interface(self.connection.get_object(WORKER_NAME, WORKER_OBJECT, introspect=False), AGENT)
@@ -324,16 +345,27 @@ class Session:
         return os.path.lexists(os.path.join(self.home, path))
 
     def run_browser(self, program, *arguments):
-        """Runs a program of that name until quit_browser(). It is a copy of one that just waits."""
+        """Runs a program of that name until quit_browser(). It is a copy of one that just waits. A worker that runs has
+        noticed it when this returns; it holds one process of each browser at least."""
         path = os.path.join(self.bin, program)
         if not os.path.exists(path):
             shutil.copy("/usr/bin/cat", path + ".new")
             os.rename(path + ".new", path)
-            self.settle(0.2)  # a program that was just installed
         browser = subprocess.Popen([path, *arguments], stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
                                    env=self.environment, **self.identity)
         self.browsers.append(browser)
+        if self.worker and self.worker.process.poll() is None:
+            self.wait(lambda: self.is_noticed(browser), what="the worker's notice of " + program)
         return browser
+
+    def is_noticed(self, browser):
+        """Whether the worker holds a descriptor of that process: then it learns of its end."""
+        folder = f"/proc/{self.worker.process.pid}/fdinfo/"
+        for name in os.listdir(folder):
+            with contextlib.suppress(FileNotFoundError), open(folder + name) as lines:
+                if f"Pid:\t{browser.pid}\n" in lines:
+                    return True
+        return False
 
     def quit_browser(self, browser):
         browser.stdin.close()

@@ -1,6 +1,7 @@
 """What was seen of each store, as tables for people: docs/real-browsers.md is written by these tests when the variable
 TIDEWELL_TABLES names that file."""
 
+import fcntl
 import os
 import re
 import subprocess
@@ -87,9 +88,12 @@ class Table:
         path = os.environ.get("TIDEWELL_TABLES")
         if not path:
             return
-        with open(path) as file:
+        text = self.text()
+        with open(path, "r+") as file:
+            fcntl.flock(file, fcntl.LOCK_EX)  # the other browser's tests may be as far
             page = file.read()
-        start = page.index(f"## {self.browser.name} ")
-        end = page.find("\n## ", start + 1)
-        with open(path, "w") as file:
-            file.write(page[:start] + self.text() + (page[end:] if end >= 0 else ""))
+            start = page.index(f"## {self.browser.name} ")
+            end = page.find("\n## ", start + 1)
+            file.seek(0)
+            file.truncate()
+            file.write(page[:start] + text + (page[end:] if end >= 0 else ""))

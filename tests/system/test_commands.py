@@ -25,11 +25,17 @@ class Commands(unittest.TestCase):
                                    stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
         process.stdin.write(given)
         process.stdin.close()
-        self.desk.wait(lambda: process.poll() is not None, 60, "the command's end")
+        self.desk.wait(lambda: process.poll() is not None, what="the command's end")
         output, errors = process.stdout.read(), process.stderr.read()
         process.stdout.close()
         process.stderr.close()
         return process.returncode, output, errors
+
+    def succeed(self, *words, **more):
+        """Answers what the command prints."""
+        status, output, errors = self.tidewell(*words, **more)
+        self.assertEqual((status, errors), (0, ""), words)
+        return output
 
     def start(self):
         for folder in (SUPPORT + "Firefox/Profiles", SUPPORT + "Microsoft", "Library/Caches",
@@ -39,7 +45,7 @@ class Commands(unittest.TestCase):
         self.desk.start_worker()
 
     def state(self):
-        return json.loads(self.tidewell("status", "--json")[1])
+        return json.loads(self.succeed("status", "--json"))
 
     def browser(self, name):
         return next(browser for browser in self.state()["browsers"] if browser["name"] == name)
@@ -47,23 +53,22 @@ class Commands(unittest.TestCase):
     def test_enabling_asks_for_the_folders_and_quit_of_cleans(self):
         self.start()
         self.assertFalse(self.browser("Firefox")["enabled"])
-        status, output, errors = self.tidewell("enable", "firefox", "--yes")
-        self.assertEqual((status, errors), (0, ""))
+        output = self.succeed("enable", "firefox", "--yes")
         self.assertIn("Firefox: asked for its folders", output)
         firefox = self.browser("Firefox")
         self.assertTrue(firefox["enabled"] and firefox["allowed"])
         self.assertEqual(firefox["data"], self.desk.home + "/" + SUPPORT + "Firefox/Profiles/")
         self.assertTrue(self.state()["workerRunning"])
         self.desk.file(FLASH + "/a")
-        self.assertEqual(self.tidewell("quit-of", "Firefox")[0], 0)
-        self.desk.wait(lambda: not self.desk.exists(FLASH), 5)
-        self.assertEqual(self.tidewell("disable", "org.mozilla.firefox")[0], 0)
+        self.succeed("quit-of", "Firefox")
+        self.desk.wait(lambda: not self.desk.exists(FLASH), session.FIRST_RUN)
+        self.succeed("disable", "org.mozilla.firefox")
         self.assertFalse(self.browser("Firefox")["enabled"])
         self.assertEqual(self.tidewell("quit-of", "firefox")[0], 1)
 
     def test_several_browsers_by_any_of_their_names(self):
         self.start()
-        self.assertEqual(self.tidewell("enable", "chrome", "Chromium", "com.operasoftware.Opera", "--yes")[0], 0)
+        self.succeed("enable", "chrome", "Chromium", "com.operasoftware.Opera", "--yes")
         enabled = [browser["name"] for browser in self.state()["browsers"] if browser["enabled"]]
         self.assertEqual(enabled, ["Google Chrome", "Chromium", "Opera"])
 
@@ -71,19 +76,18 @@ class Commands(unittest.TestCase):
         self.start()
         for command, key in (("notifications", "notifications"), ("overwrite", "overwrite")):
             for word in ("on", "off"):
-                self.assertEqual(self.tidewell(command, word)[0], 0)
+                self.succeed(command, word)
                 self.assertEqual(self.state()[key], word == "on")
             self.assertEqual(self.tidewell(command, "perhaps")[0], 2)
 
     def test_grants_can_be_listed_and_taken_back(self):
         self.start()
-        self.tidewell("allow", "firefox", "--yes")
-        granted = json.loads(self.tidewell("grants", "--json")[1])
+        self.succeed("allow", "firefox", "--yes")
+        granted = json.loads(self.succeed("grants", "--json"))
         self.assertIn(self.desk.home + "/Library/Caches", granted)
-        self.assertEqual(self.tidewell("grants")[1].splitlines(), granted)
-        status, output, _ = self.tidewell("grants", "revoke", self.desk.home + "/Library/")
-        self.assertEqual(status, 0)
-        self.assertEqual(json.loads(self.tidewell("grants", "--json")[1]), [])
+        self.assertEqual(self.succeed("grants").splitlines(), granted)
+        self.succeed("grants", "revoke", self.desk.home + "/Library/")
+        self.assertEqual(json.loads(self.succeed("grants", "--json")), [])
         self.assertEqual(self.tidewell("grants", "revoke", self.desk.home)[0], 1)
         self.assertEqual(self.tidewell("grants", "revoke", "relative")[0], 2)
 
@@ -91,7 +95,7 @@ class Commands(unittest.TestCase):
         self.start()
         panel = session.OpenPanel(self.desk.connection)
         environment = dict(self.desk.environment, DISPLAY=":99")
-        self.assertEqual(self.tidewell("allow", "firefox", environment=environment)[0], 0)
+        self.succeed("allow", "firefox", environment=environment)
         self.assertTrue(panel.asked)
 
     def test_without_a_terminal_nobody_is_asked(self):
@@ -106,7 +110,7 @@ class Commands(unittest.TestCase):
         process = subprocess.Popen([self.desk.program("tidewell"), "allow", "firefox"], env=self.desk.environment,
                                    stdin=slave, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         os.write(master, b"y\nn\ny\ny\n")
-        self.desk.wait(lambda: process.poll() is not None, 60)
+        self.desk.wait(lambda: process.poll() is not None)
         output = process.stdout.read()
         process.stdout.close()
         os.close(master)
@@ -123,7 +127,7 @@ class Commands(unittest.TestCase):
         environment = dict(self.desk.environment, DISPLAY=":nowhere")
         status, output, errors = self.tidewell("allow", "firefox", environment=environment)
         self.assertEqual((status, output, errors), (1, "", "tidewell: the worker does not answer; does it run?\n"))
-        self.assertEqual(self.tidewell("status")[0], 0)
+        self.succeed("status")
 
     def test_without_a_worker(self):
         self.desk.configure([])
@@ -141,7 +145,7 @@ class Commands(unittest.TestCase):
             status, _, errors = self.tidewell(*words, environment=environment)
             self.assertEqual((status, len(errors.splitlines())), (1, 1))
             self.assertIn("no session bus", errors)
-        self.assertEqual(self.tidewell("status", environment=environment)[0], 0)
+        self.succeed("status", environment=environment)
 
     def test_misuse(self):
         for words in ([], ["frobnicate"], ["enable"], ["enable", "lynx", "--yes"], ["disable", "lynx"], ["allow", ""],

@@ -67,7 +67,7 @@ class OpenPanelProgram(unittest.TestCase):
             found[:] = self.xdotool("search", "--onlyvisible", "--name", title).stdout.split()
             return found
 
-        self.desk.wait(look, 20, "the panel's window")
+        self.desk.wait(look, what="the panel's window")
         self.xdotool("windowfocus", "--sync", found[0])
         self.desk.settle(0.3)
         return found[0]
@@ -78,7 +78,7 @@ class OpenPanelProgram(unittest.TestCase):
             self.desk.settle(0.1)
 
     def answer_of(self, answers):
-        self.desk.wait(lambda: answers, 10, "the panel's answer")
+        self.desk.wait(lambda: answers, what="the panel's answer")
         return answers[0]
 
     def url(self, path=""):
@@ -146,7 +146,7 @@ class OpenPanelProgram(unittest.TestCase):
         self.window()
         self.press("Escape")
         self.answer_of(answers)
-        self.assertEqual(self.program.wait(timeout=20), 0)
+        self.assertEqual(self.program.wait(timeout=session.BOUND), 0)
 
     def test_grants_a_request_of_the_worker(self):
         self.desk.configure(["org.chromium.Chromium"])
@@ -160,7 +160,7 @@ class OpenPanelProgram(unittest.TestCase):
         agent.answerFrom("org.chromium.Chromium", reply_handler=answers.append, error_handler=answers.append,
                          timeout=3600, signature="s")
         begun = time.monotonic()
-        while not answers and time.monotonic() - begun < 40:
+        while not answers and time.monotonic() - begun < 2 * session.BOUND:
             if self.xdotool("search", "--onlyvisible", "--name", "Allow Access").stdout:
                 self.window()
                 self.press("Return")

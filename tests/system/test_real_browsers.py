@@ -1,122 +1,18 @@
 """Real browsers, headless: a page fills their stores, they quit, the worker cleans, and the page looks what is left."""
 
 import contextlib
-import http.server
 import json
 import os
 import signal
 import sqlite3
 import subprocess
 import sys
-import threading
 import unittest
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import session  # noqa: E402
+from page_site import Site  # noqa: E402
 from test_worker import PROGRAMS, SUPPORT  # noqa: E402
-
-# Tells what it finds in every store, then fills them and reads them back. Chromium writes its cookies to the disk after
-# half a minute or after 512 changes, and not when it is told to quit: thus so many changes.
-PAGE = b"""<!doctype html><meta charset="utf-8"><title>Stores</title><link rel="icon" href="data:,"><script>
-const result = request => new Promise((done, fail) => {
-  request.onsuccess = () => done(request.result);
-  request.onerror = () => fail(request.error);
-});
-const database = () => {
-  const request = indexedDB.open("site", 1);
-  request.onupgradeneeded = () => request.result.createObjectStore("things");
-  return result(request);
-};
-const read = async base => ({
-  local: localStorage.getItem("site"),
-  indexed: await result(base.transaction("things").objectStore("things").get("key")) ?? null,
-});
-const write = base => new Promise((done, fail) => {
-  for (let count = 0; count < 600; ++count) document.cookie = "page=kept; Max-Age=86400";
-  localStorage.setItem("site", "kept");
-  const change = base.transaction("things", "readwrite", {durability: "strict"});
-  change.objectStore("things").put("kept", "key");
-  change.oncomplete = done;
-  change.onerror = () => fail(change.error);
-});
-(async () => {
-  const report = {};
-  try {
-    const base = await database();
-    report.found = await read(base);
-    report.found.cached = (await (await fetch("/cached")).text()).trim();
-    await write(base);
-    report.works = await read(base);
-    report.works.cookie = document.cookie;
-    base.close();
-  } catch (error) {
-    report.error = String(error);
-  }
-  await fetch("/report", {method: "POST", body: JSON.stringify(report)});
-  await fetch("/closing-time");
-  window.close();
-})();
-</script>
-"""
-
-
-class Site:
-    """Serves the page; `reports` holds what it has told, with the cookies that came with the visit."""
-
-    def __init__(self):
-        site = self
-
-        class Handler(http.server.BaseHTTPRequestHandler):
-            def log_message(self, *_):
-                pass
-
-            def answer(self, content, **headers):
-                self.send_response(200)
-                for name, value in headers.items():
-                    self.send_header(name.replace("_", "-"), value)
-                self.send_header("Content-Length", str(len(content)))
-                self.end_headers()
-                self.wfile.write(content)
-
-            def do_GET(self):
-                if self.path == "/":
-                    site.cookies = self.headers.get("Cookie", "")
-                    self.answer(PAGE, Content_Type="text/html", Cache_Control="no-store",
-                                Set_Cookie="server=kept; Max-Age=86400; HttpOnly")
-                elif self.path == "/cached":
-                    site.served += 1
-                    self.answer(b"%d" % site.served + b" " * 100000, Content_Type="text/plain",
-                                Cache_Control="public, max-age=86400")
-                elif self.path == "/closing-time":
-                    site.closing_time.wait()
-                    self.answer(b"", Content_Type="text/plain", Cache_Control="no-store")
-                else:
-                    self.send_error(404)
-
-            def do_POST(self):
-                report = json.loads(self.rfile.read(int(self.headers["Content-Length"])))
-                self.answer(b"", Content_Type="text/plain")
-                report.setdefault("found", {})["cookies"] = site.cookies
-                site.reports.append(report)
-
-        class Server(http.server.ThreadingHTTPServer):
-            def handle_error(self, *_):
-                pass  # a browser that went while it was answered
-
-        self.reports = []
-        self.cookies = ""
-        self.served = 0
-        self.closing_time = threading.Event()
-        self.server = Server(("127.0.0.1", 0), Handler)
-        self.url = f"http://localhost:{self.server.server_port}/"
-        self.thread = threading.Thread(target=self.server.serve_forever, daemon=True)
-        self.thread.start()
-
-    def close(self):
-        self.closing_time.set()
-        self.server.shutdown()
-        self.thread.join()
-        self.server.server_close()
 
 
 class RealBrowser(unittest.TestCase):
@@ -154,7 +50,8 @@ class RealBrowser(unittest.TestCase):
         browser = subprocess.Popen([*self.command(), self.site.url], env=self.environment(),
                                    stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         self.desk.browsers.append(browser)
-        self.desk.wait(lambda: len(self.site.reports) > count or browser.poll() is not None, 60, "the page's report")
+        self.desk.wait(lambda: len(self.site.reports) > count or browser.poll() is not None, 2 * session.BOUND,
+                       "the page's report")
         self.assertIsNone(browser.poll(), "the browser ended by itself")
         report = self.site.reports[-1]
         self.assertNotIn("error", report)
@@ -163,7 +60,7 @@ class RealBrowser(unittest.TestCase):
         return browser, report["found"]
 
     def ended(self, browser):
-        self.desk.wait(lambda: browser.poll() is not None, 30, "the browser's end")
+        self.desk.wait(lambda: browser.poll() is not None, what="the browser's end")
 
     def gone(self):
         return not any(self.desk.exists(path) for path in self.covered)
@@ -186,6 +83,7 @@ class RealBrowser(unittest.TestCase):
         self.assertIn("server=kept", found.pop("cookies").split("; "))
         self.assertEqual(found, {"local": "kept", "indexed": "kept", "cached": "1"})
         self.desk.defaults("write", session.SHARED, "enabledBrowsers", "-array", self.identifier)
+        self.desk.wait(lambda: self.desk.is_noticed(browser), what="the worker's notice of the browser")
         self.desk.settle(2)
         for path in self.covered + self.spared:
             self.assertTrue(self.desk.exists(path), path)
@@ -194,11 +92,11 @@ class RealBrowser(unittest.TestCase):
         # Nobody announces the quit.
         end(browser)
         self.ended(browser)
-        self.desk.wait(self.gone, 5, "the first run")
+        self.desk.wait(self.gone, session.FIRST_RUN, "the first run")
         for path in self.covered:
             self.desk.file(path)
-        self.desk.wait(lambda: self.notifications.posted, 20, "the notification")
-        self.desk.wait(self.gone, 5, "the second run")
+        self.desk.wait(lambda: self.notifications.posted, what="the notification")
+        self.desk.wait(self.gone, what="the second run")
         for path in self.spared:
             self.assertTrue(self.desk.exists(path), path)
         self.desk.settle(1)

@@ -36,20 +36,22 @@ class RealChromium(unittest.TestCase):
         self.desk.browsers.append(chromium)
         # It lists its profile when it has come up.
         self.desk.wait(lambda: self.desk.exists(PROFILE + "Local State") and "info_cache" in open(
-            self.desk.home + "/" + PROFILE + "Local State").read(), 60, "Chromium's start")
+            self.desk.home + "/" + PROFILE + "Local State").read(), 2 * session.BOUND, "Chromium's start")
         self.desk.file(PROFILE + "Default/Pepper Data/Shockwave Flash/site.sol")
         return chromium
 
     def quit_with(self, number):
         chromium = self.start_chromium()
+        self.desk.wait(lambda: self.desk.is_noticed(chromium), what="the worker's notice of Chromium")
         self.desk.settle(2)
         self.assertTrue(self.desk.exists(PROFILE + "Default/Pepper Data"), "removed while it was running")
         self.assertEqual(self.notifications.posted, [])
         chromium.send_signal(number)
-        self.desk.wait(lambda: chromium.poll() is not None, 30, "Chromium's end")
-        self.desk.wait(lambda: not self.desk.exists(PROFILE + "Default/Pepper Data"), 5, "the first run")
+        self.desk.wait(lambda: chromium.poll() is not None, what="Chromium's end")
+        self.desk.wait(lambda: not self.desk.exists(PROFILE + "Default/Pepper Data"), session.FIRST_RUN,
+                       "the first run")
         self.assertFalse(self.desk.exists(SILVERLIGHT))
-        self.desk.wait(lambda: self.notifications.posted, 20, "the notification")
+        self.desk.wait(lambda: self.notifications.posted, what="the notification")
         self.assertEqual(self.notifications.posted[0]["body"],
                          "Cookies, Databases, Flash, Silverlight, and Cache removed from Chromium")
         self.assertTrue(self.desk.exists(PROFILE + "Local State"))

@@ -36,11 +36,11 @@ class SettingsWindow(unittest.TestCase):
         return number
 
     def start_panels(self):
-        self.screen.start([self.desk.program("tidewell-open-panel")])
-        self.desk.wait(lambda: self.desk.connection.name_has_owner(session.PANEL))
+        # It ends when nobody has called it for a while, and is started anew.
+        self.desk.let_bus_start(session.PANEL, "tidewell-open-panel")
 
-    def wait_for_text(self, text, seconds=20):
-        self.desk.wait(lambda: self.reader.says(text), seconds, f"the text {text}")
+    def wait_for_text(self, text):
+        self.desk.wait(lambda: self.reader.says(text), what=f"the text {text}")
 
     def wait_for_value(self, text):
         self.desk.wait(lambda: any(text in value for value in self.reader.values()), what=f"the text {text}")
@@ -56,7 +56,7 @@ class SettingsWindow(unittest.TestCase):
 
     def agree_to_all(self, done):
         """Answers the panels, one after the other, from the keyboard."""
-        end = time.monotonic() + 60
+        end = time.monotonic() + 2 * session.BOUND
         while not done():
             self.assertLess(time.monotonic(), end)
             if self.screen.windows("Allow Access"):
@@ -144,7 +144,7 @@ class SettingsWindow(unittest.TestCase):
         self.addCleanup(worker.process.send_signal, signal.SIGCONT)
         self.use("Clean after Chromium")
         self.wait_for_text("Waiting for your answer")
-        self.wait_for_text("The folders of Chromium could not be asked for: the Tidewell worker does not answer.", 30)
+        self.wait_for_text("The folders of Chromium could not be asked for: the Tidewell worker does not answer.")
         self.assertFalse(self.reader.says("Waiting for your answer"))
 
     def test_without_a_bus_says_that_there_is_no_worker(self):
@@ -198,7 +198,7 @@ class SettingsWindow(unittest.TestCase):
         self.desk.configure([])
         self.open()
         self.screen.press("ctrl+w")
-        self.assertEqual(self.program.wait(timeout=10), 0)
+        self.assertEqual(self.program.wait(timeout=session.BOUND), 0)
 
 
 if __name__ == "__main__":

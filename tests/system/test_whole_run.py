@@ -32,7 +32,6 @@ class WholeRun(unittest.TestCase):
     def quit(self, browsers):
         """All at the same time."""
         running = [self.desk.run_browser(browser.program) for browser in browsers if browser.program]
-        self.desk.settle(0.5)
         for process in running:
             self.desk.quit_browser(process)
         for browser in browsers:
@@ -47,13 +46,14 @@ class WholeRun(unittest.TestCase):
         return sample_home.topmost(self.before.keys() - after.keys())
 
     def wait_until_it_is_all_over(self, browsers):
-        self.desk.wait(lambda: len(self.notifications.posted) == len(browsers), 25, "the notifications")
+        self.desk.wait(lambda: len(self.notifications.posted) == len(browsers), what="the notifications")
         self.assertCountEqual(self.bodies(), [browser.notification for browser in browsers])
-        self.desk.settle(1.5)  # Safari's last step comes a second later
+        self.desk.settle(1.5)  # Safari's last step comes a second later, and nothing else
 
     def assert_went(self, browsers, common):
         """Exactly the data of these browsers: files, rows, and nothing else."""
         expected = set(common).union(*(browser.goes for browser in browsers))
+        self.desk.wait(lambda: expected <= self.gone(), what="the last of what has to go")
         self.assertEqual(sorted(self.gone() ^ expected), [])
         after = sample_home.contents(self.desk.home)
         self.assertEqual(sorted(after.keys() - self.before.keys()), [])
@@ -82,6 +82,8 @@ class WholeRun(unittest.TestCase):
         self.quit(self.browsers)
         self.wait_until_it_is_all_over(self.browsers)
         self.assert_went(self.browsers, sample_home.COMMON)
+        self.desk.wait(lambda: os.path.exists(started) and os.path.getsize(started) >= len("0 \n" * 2),
+                       what="the second start of the script")
         with open(started) as lines:
             self.assertEqual(lines.read(), "0 \n" * 2)  # no arguments, no input, once in each run
         self.assertEqual(len(self.panel.asked), asked)

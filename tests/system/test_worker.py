@@ -43,8 +43,8 @@ class SystemTest(unittest.TestCase):
             self.notifications = session.NotificationService(self.desk.connection)
         self.desk.start_worker()
 
-    def notified(self, count=1, seconds=20):
-        self.desk.wait(lambda: len(self.notifications.posted) >= count, seconds, "the notification")
+    def notified(self, count=1):
+        self.desk.wait(lambda: len(self.notifications.posted) >= count, what="the notification")
 
     def bodies(self):
         return [posted["body"] for posted in self.notifications.posted]
@@ -54,16 +54,15 @@ class Cleaning(SystemTest):
     def test_quit_of_an_enabled_browser_to_the_notification(self):
         self.start(["org.mozilla.firefox"])
         browser = self.desk.run_browser("firefox")
-        self.desk.settle(1)
         quit_at = time.monotonic()
         self.desk.quit_browser(browser)
-        self.desk.wait(lambda: not self.desk.exists(FLASH) and not self.desk.exists(SILVERLIGHT), 5)
+        self.desk.wait(lambda: not self.desk.exists(FLASH) and not self.desk.exists(SILVERLIGHT), session.FIRST_RUN)
         self.assertEqual(self.notifications.posted, [])
         # What the browser writes while it goes down is caught by the second run.
         self.desk.file(FLASH + "/written late")
         self.notified()
         self.assertGreater(time.monotonic() - quit_at, 7.9)
-        self.desk.wait(lambda: not self.desk.exists(FLASH), 5)
+        self.desk.wait(lambda: not self.desk.exists(FLASH))
         posted = self.notifications.posted[0]
         self.assertEqual(posted["application"], "Tidewell")
         self.assertEqual(posted["summary"], "Tidewell")
@@ -76,12 +75,11 @@ class Cleaning(SystemTest):
         self.assertTrue(self.desk.exists(SUPPORT + "Chromium/Default/Pepper Data/a.sol"))
         self.assertTrue(self.desk.exists(SUPPORT + "Firefox/Profiles/p/places.sqlite"))
         self.notifications.ActionInvoked(1, "default")
-        self.desk.wait(lambda: self.notifications.closed == [1], 5)
+        self.desk.wait(lambda: self.notifications.closed == [1])
 
     def test_chrome_and_chromium_overlapping_with_overwriting(self):
         self.start(["com.google.Chrome", "org.chromium.Chromium"], overwrite=True)
         browsers = [self.desk.run_browser("chrome"), self.desk.run_browser("chromium")]
-        self.desk.settle(0.3)
         for browser in browsers:
             browser.kill()
             browser.wait()
@@ -99,7 +97,6 @@ class Cleaning(SystemTest):
     def test_a_disabled_browser_is_left_alone(self):
         self.start(["org.mozilla.firefox"])
         browser = self.desk.run_browser("opera")
-        self.desk.settle(0.3)
         self.desk.quit_browser(browser)
         self.desk.settle(1)
         self.assertTrue(self.desk.exists(FLASH))
@@ -109,14 +106,13 @@ class Cleaning(SystemTest):
         self.start([])
         self.desk.defaults("write", session.SHARED, "enabledBrowsers", "-array", "com.operasoftware.Opera")
         browser = self.desk.run_browser("opera")
-        self.desk.settle(0.3)
         self.desk.quit_browser(browser)
-        self.desk.wait(lambda: not self.desk.exists(FLASH), 5)
+        self.desk.wait(lambda: not self.desk.exists(FLASH), session.FIRST_RUN)
 
     def test_an_announced_quit(self):
         self.start(["com.operasoftware.Opera"])
         self.desk.announce_quit("Some Name", "com.operasoftware.Opera")
-        self.desk.wait(lambda: not self.desk.exists(FLASH), 5)
+        self.desk.wait(lambda: not self.desk.exists(FLASH), session.FIRST_RUN)
         self.notified()
         self.assertIn("removed from Opera", self.bodies()[0])
 
@@ -127,7 +123,7 @@ class Cleaning(SystemTest):
         service = session.NotificationService(self.desk.connection)
         self.desk.start_worker()
         self.desk.announce_quit("Firefox", "")
-        self.desk.wait(lambda: not self.desk.exists(FLASH), 5)
+        self.desk.wait(lambda: not self.desk.exists(FLASH), session.FIRST_RUN)
         self.desk.settle(9)
         self.assertEqual(service.posted, [])
 
@@ -149,7 +145,7 @@ class Cleaning(SystemTest):
         self.desk.worker.stop()
         self.desk.start_worker()
         self.desk.announce_quit("Firefox", "")
-        self.desk.wait(lambda: not self.desk.exists(FLASH) and not self.desk.exists(SILVERLIGHT), 5)
+        self.desk.wait(lambda: not self.desk.exists(FLASH) and not self.desk.exists(SILVERLIGHT), session.FIRST_RUN)
         self.assertEqual(len(self.panel.asked), asked)
 
 
@@ -177,7 +173,7 @@ class Requests(SystemTest):
         self.assertEqual(len(self.panel.waiting), 1)
         self.desk.defaults("write", session.SHARED, "userFolder", "-string", self.desk.home)
         self.desk.announce_quit("Firefox", "")
-        self.desk.wait(lambda: not self.desk.exists(FLASH), 5)
+        self.desk.wait(lambda: not self.desk.exists(FLASH), session.FIRST_RUN)
         self.notified()
         self.assertEqual(self.desk.worker.stop(), 0)  # and can be told to end
 
@@ -187,11 +183,11 @@ class Troubles(SystemTest):
         """The worker is alive and does its work."""
         self.desk.file(FLASH + "/again")
         self.desk.announce_quit("Firefox", "")
-        self.desk.wait(lambda: not self.desk.exists(FLASH), 10, "the cleaning")
+        self.desk.wait(lambda: not self.desk.exists(FLASH), what="the cleaning")
 
     def run_worker_alone(self, environment):
         return subprocess.run([self.desk.program("tidewell-worker")], env=environment, capture_output=True, text=True,
-                              timeout=30)
+                              timeout=session.BOUND)
 
     def test_no_session_bus(self):
         environment = dict(self.desk.environment)
@@ -238,10 +234,10 @@ class Troubles(SystemTest):
             session.AGENT)
         agent.answerFrom("org.mozilla.firefox", reply_handler=answers.append, error_handler=answers.append,
                          signature="s")
-        self.desk.wait(lambda: panel.waiting, 10)
+        self.desk.wait(lambda: panel.waiting)
         panel.remove_from_connection()
         other.close()
-        self.desk.wait(lambda: answers, 10)
+        self.desk.wait(lambda: answers)
         self.assertEqual(str(answers[0]), "bookmarked: org.mozilla.firefox ")
         self.assertEqual(len(self.desk.worker.log), 4)
         self.panel = session.OpenPanel(self.desk.connection)
@@ -268,7 +264,7 @@ class Troubles(SystemTest):
     def test_the_bus_goes_away(self):
         self.start([])
         self.desk.stop_bus()
-        self.assertEqual(self.desk.worker.process.wait(timeout=10), 1)
+        self.assertEqual(self.desk.worker.process.wait(timeout=session.BOUND), 1)
 
     def test_a_damaged_settings_file_is_set_aside(self):
         self.start(["org.mozilla.firefox"])
@@ -279,7 +275,7 @@ class Troubles(SystemTest):
         with open(folder + session.SHARED + ".defaults", "w") as file:
             file.write("not settings at all " * 100)
         self.desk.start_worker()
-        self.desk.wait(lambda: self.desk.worker.log, 5)
+        self.desk.wait(lambda: self.desk.worker.log)
         self.assertEqual(len(self.desk.worker.log), 1)
         self.assertIn("set aside", self.desk.worker.log[0])
         self.assertTrue(any(".damaged-1" in name for name in os.listdir(folder)))
@@ -299,14 +295,14 @@ class Troubles(SystemTest):
         self.start(["com.apple.Safari"])
         self.desk.announce_quit("Safari", "")
         script = (".local/share/tidewell/Application Scripts/" + session.WORKER + "/clearCookies.sh")
-        self.desk.wait(lambda: self.desk.exists(script), 10, "the script")
+        self.desk.wait(lambda: self.desk.exists(script), what="the script")
         self.assertEqual(self.desk.request("com.google.Chrome"), "bookmarked: com.google.Chrome ")
 
     def test_told_to_end(self):
         self.start([])
         for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
             self.desk.worker.process.send_signal(number)
-            self.assertEqual(self.desk.worker.process.wait(timeout=10), 0)
+            self.assertEqual(self.desk.worker.process.wait(timeout=session.BOUND), 0)
             self.desk.worker.stop()
             self.desk.start_worker()
 

@@ -122,14 +122,18 @@ TEST_F(Loop, holdsBackWhatAnotherThreadWaitsForWhileAModalTaskRuns) {
   bool answered = false;
   std::thread other;
   loop.async([&] {
-    other = std::thread([&] { loop.sync([&] { order.push_back("second panel"); }); });
+    other = std::thread([&] {
+      loop.sync([&] {
+        order.push_back("second panel");
+        loop.stop(0);
+      });
+    });
     loop.after(20ms, [&] {
       order.push_back("first answered");
       answered = true;
     });
     loop.runModally([&] { return answered; });
     order.push_back("first down");
-    loop.after(20ms, [this] { loop.stop(0); });
   });
   loop.run();
   other.join();
