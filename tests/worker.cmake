@@ -8,6 +8,7 @@ tidewell_test(worker_tests
     Worker/LocalStorageTest.cpp
     Worker/NotificationTest.cpp
     Worker/OriginSelectionTest.cpp
+    Worker/OtherNamesTest.cpp
     Worker/PluginDataTest.cpp
     Worker/ServiceEntryTest.cpp
     Worker/UserProfilesTest.cpp

@@ -27,6 +27,10 @@ TEST_F(ServiceEntry, writesTheRealHomeFolderAtTheFirstStart) {
               ElementsAre("suite 7QX2LM9PDA.com.emberlinestudio.Tidewell", "set userFolder", "synchronize"));
 }
 
+TEST_F(ServiceEntry, hasTheNameThatOtherProgramsKnowItBy) {
+  EXPECT_STREQ(tidewell::kBundleIdentifier, "7QX2LM9PDA.com.emberlinestudio.Tidewell.TidewellWorker");
+}
+
 TEST_F(ServiceEntry, leavesTheSuiteAloneAtASecondStart) {
   platform.shared().insert_or_assign("userFolder", "/Users/ann");
   const auto worker = makeWorker();
