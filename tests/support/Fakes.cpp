@@ -60,6 +60,7 @@ platform::OpenPanelAnswer FakeOpenPanel::nextAnswer(const platform::OpenPanelSet
 platform::OpenPanelAnswer FakeOpenPanel::runModal(const platform::OpenPanelSettings& panel) {
   if (!dispatch_.isMainThread()) throw std::logic_error("a panel belongs on the main thread");
   for (;;) {
+    if (shown_.size() == kPatience) throw std::logic_error("nobody answers panels for ever");
     journal_.add("panel " + panel.target.path());
     shown_.push_back(panel);
     if (whileShown) whileShown();

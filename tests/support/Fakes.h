@@ -71,6 +71,8 @@ class FakeOpenPanel : public platform::OpenPanel {
   platform::OpenPanelAnswer runModal(const platform::OpenPanelSettings& panel) override;
 
  private:
+  static constexpr std::size_t kPatience = 1000;  // panels
+
   platform::OpenPanelAnswer nextAnswer(const platform::OpenPanelSettings& panel);
 
   const platform::Dispatch& dispatch_;

@@ -46,9 +46,11 @@ TEST_F(UserDirectory, isTheTextOfAnAbsentObjectWhenTheSettingIsMissing) {
 }
 
 TEST_F(UserDirectory, isReadAfreshEachTime) {
+  EXPECT_EQ(Sandbox::checkForUserDirectory("~/x"), "/Users/ann/x");
   platform.shared().insert_or_assign("userFolder", "/Users/bob");
   EXPECT_EQ(Sandbox::checkForUserDirectory("~/x"), "/Users/bob/x");
-  EXPECT_THAT(platform.journal.entriesAfter("suite "), ElementsAre(tidewell::kSharedSuite));
+  const std::string suite = "7QX2LM9PDA.com.emberlinestudio.Tidewell";
+  EXPECT_THAT(platform.journal.entriesAfter("suite "), ElementsAre(suite, suite));
 }
 
 // access.
@@ -146,6 +148,7 @@ TEST_F(DeniedOperation, checkForScriptInFolder) {
   Sandbox::checkForScriptInFolder();
   EXPECT_THAT(platform.log.lines(),
               ElementsAre("Sandbox has denied access to " + home(".local/share/scripts/clearCookies.sh")));
+  EXPECT_TRUE(platform.home.exists(".local/share/scripts"));  // it was made, to be asked for
 }
 TEST_F(DeniedOperation, removeFilesLogsOneLineForEach) {
   Sandbox::removeFiles(std::vector<std::string>{"~/Library/a", "~/Library/b"});
@@ -209,6 +212,18 @@ TEST_F(SandboxAccess, recordsABookmarkOfTheScriptThatIsCheckedFor) {
   Sandbox::checkForScriptInFolder();
   EXPECT_THAT(panels(), ElementsAre(home(".local/share/scripts")));  // of which nothing is stored
   EXPECT_THAT(platform.userDefaults.keys(""), ElementsAre("bd_file://" + home(".local/share/scripts/clearCookies.sh")));
+}
+
+TEST_F(SandboxAccess, isKeptAsThePersonGaveItWhateverTheOperation) {
+  platform.home.file("Library/a");
+  const std::string key = "bd_file://" + platform.home.path() + "/";
+  for (const auto& [name, operation] : kOperations) {
+    platform.own().clear();
+    platform.openPanel.willChoose(platform.home.path());
+    operation("~/Library/missing");
+    platform.dispatch.runUntilIdle();
+    EXPECT_TRUE(platform.own().contains(key)) << name;
+  }
 }
 
 TEST_F(SandboxAccess, isAskedForTheParentByEveryOtherOperationAlsoOnAFolder) {
