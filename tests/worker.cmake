@@ -8,11 +8,13 @@ tidewell_test(worker_tests
     Worker/LocalStorageTest.cpp
     Worker/NotificationTest.cpp
     Worker/OriginSelectionTest.cpp
+    Worker/OtherNamesTest.cpp
     Worker/PluginDataTest.cpp
     Worker/ServiceEntryTest.cpp
     Worker/UserProfilesTest.cpp
     Worker/WholeRunTest.cpp
     Worker/WorkerScriptsTest.cpp
+    Worker/sandbox/AccessPanelTest.cpp
     Worker/sandbox/AppSandboxFileAccessTest.cpp
     Worker/sandbox/BookmarkStoreTest.cpp
     Worker/sandbox/SandboxAccessTest.cpp
@@ -21,6 +23,7 @@ tidewell_test(worker_tests
     Worker/sandbox/SandboxRewritingTest.cpp
     Worker/sandbox/SandboxSqlTest.cpp
     Worker/sandbox/SecureDeleteTest.cpp
+    Worker/sandbox/StaleGrantsTest.cpp
   LIBRARIES test_support)
 
 # Homes without a Library, and the stores of today's browsers.

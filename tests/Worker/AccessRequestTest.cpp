@@ -14,7 +14,19 @@ class AccessRequest : public WorkerTest {
   AccessRequest() { useHome(); }
 
   void ask(const std::string& identifier) {
-    worker->answerFrom_reply(identifier, [this](const std::string& text) { answers.push_back(text); });
+    worker->answerFrom_reply(identifier, [this](const std::string& text) {
+      platform.journal.add("answer");
+      answers.push_back(text);
+    });
+  }
+  /// The items whose refusal was logged so far, below the home folder.
+  std::vector<std::string> denied() const {
+    std::vector<std::string> items;
+    const std::string start = "Sandbox has denied access to " + platform.home.path() + "/";
+    for (const std::string& line : platform.log.lines()) {
+      items.push_back(line.starts_with(start) ? line.substr(start.size()) : line);
+    }
+    return items;
   }
   /// The folders of the panels so far, below the home folder.
   std::vector<std::string> panels() const {
@@ -40,6 +52,33 @@ TEST_F(AccessRequest, ofSafariTakesSixStepsInOrder) {
   EXPECT_EQ(folders[3], home("Library/Caches"));
   EXPECT_EQ(folders[4], home("Library/Application Support/Microsoft"));
   EXPECT_EQ(folders[5], home("Library/Preferences/Macromedia"));
+}
+
+TEST_F(AccessRequest, ofSafariAsksForTheseItemsAndNoOthers) {
+  ask("com.apple.Safari");
+  platform.dispatch.runUntilIdle();
+  EXPECT_THAT(denied(), ElementsAre("Library/Cookies/", "Library/Safari/", ".local/share/scripts/clearCookies.sh",
+                                    "Library/Caches", "Library/Application Support/Microsoft/Silverlight",
+                                    "Library/Preferences/Macromedia/Flash Player"));
+}
+
+TEST_F(AccessRequest, ofTheOtherBrowsersAsksForTheseItemsAndNoOthers) {
+  const std::vector<std::pair<std::string, std::string>> dataFolders = {
+      {"org.mozilla.firefox", "Library/Application Support/Firefox/Profiles/"},
+      {"com.google.Chrome", "Library/Application Support/Google/Chrome"},
+      {"org.chromium.Chromium", "Library/Application Support/Chromium"},
+      {"com.operasoftware.Opera", "Library/Application Support/com.operasoftware.Opera"}};
+  std::vector<std::string> expected;
+  for (const auto& [identifier, folder] : dataFolders) {
+    ask(identifier);
+    platform.dispatch.runUntilIdle();
+    for (const std::string& item :
+         {folder, std::string("Library/Caches"), std::string("Library/Application Support/Microsoft/Silverlight"),
+          std::string("Library/Preferences/Macromedia/Flash Player")}) {
+      expected.push_back(item);
+    }
+    EXPECT_EQ(denied(), expected) << identifier;
+  }
 }
 
 TEST_F(AccessRequest, ofTheOtherBrowsersTakesFourSteps) {
@@ -92,6 +131,36 @@ TEST_F(AccessRequest, isAnsweredAfterTheLastStepAndNotBefore) {
   EXPECT_THAT(answers, IsEmpty());
   EXPECT_TRUE(platform.dispatch.runOneInBackground());  // the completion
   EXPECT_THAT(answers, SizeIs(1));
+  EXPECT_THAT(platform.journal.placesOf("answer"), ElementsAre("completion"));
+}
+
+TEST_F(AccessRequest, isOnlyHandedOverByItsCallerAndMadeAnOperationOnTheMainThread) {
+  platform.dispatch.asBackgroundThread([this] { ask("com.google.Chrome"); });
+  EXPECT_THAT(platform.journal.entriesAfter("operation queue"), IsEmpty());
+  EXPECT_EQ(platform.dispatch.waitingInBackground(), 0U);
+  platform.dispatch.runUntilIdle();
+  EXPECT_THAT(platform.journal.entriesAfter("operation queue on "), ElementsAre("main"));
+}
+
+TEST_F(AccessRequest, hasAnOperationQueueOfItsOwn) {
+  ask("com.google.Chrome");
+  ask("com.google.Chrome");
+  platform.dispatch.runUntilIdle();
+  EXPECT_THAT(platform.journal.entriesAfter("operation queue on "), ElementsAre("main", "main"));
+}
+
+TEST_F(AccessRequest, isAnsweredWhileAnotherOneStillWaitsForThePerson) {
+  int panelsShown = 0;
+  platform.openPanel.whileShown = [&] {
+    if (++panelsShown > 1) return;
+    ask("org.mozilla.firefox");
+    platform.dispatch.runUntilIdle();
+    EXPECT_THAT(answers, ElementsAre("bookmarked: org.mozilla.firefox "));
+  };
+  ask("com.google.Chrome");
+  platform.dispatch.runUntilIdle();
+  EXPECT_THAT(answers, ElementsAre("bookmarked: org.mozilla.firefox ", "bookmarked: com.google.Chrome "));
+  EXPECT_THAT(panels(), SizeIs(8));
 }
 
 TEST_F(AccessRequest, asksForNothingASecondTime) {

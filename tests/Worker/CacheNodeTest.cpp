@@ -23,11 +23,13 @@ class Caches : public GrantedHomeTest {
   std::shared_ptr<tidewell::WorkerAppDelegate> worker = makeWorker();
 };
 
-TEST_F(Caches, ofSafariGoInThisOrder) {
+TEST_F(Caches, ofSafariGoInThisOrderAndNothingElseIsAskedFor) {
   EXPECT_THAT(removedFor("Safari"),
               ElementsAre("Library/Caches/com.apple.Safari/Cache.db", "Library/Caches/com.apple.Safari/fsCachedData",
                           "Library/Cookies/Cookies.plist", "Library/Cookies/HSTS.plist",
                           "Library/Caches/CloudKit/com.apple.Safari", kFlashAssets, kQuickTime));
+  EXPECT_THAT(platform.journal.entriesAfter("panel "), ElementsAre());
+  EXPECT_THAT(platform.log.lines(), ElementsAre());
 }
 
 TEST_F(Caches, ofAnyOtherNameAreThoseOfPluginsOnly) {
@@ -42,6 +44,14 @@ TEST_F(Caches, ofChromeAreThoseOfItsProfiles) {
       ElementsAre("Library/Caches/Google/Chrome/A", data + "/A/Application Cache", data + "/A/GPUCache",
                   data + "/A/TransportSecurity", "Library/Caches/Google/Chrome/B", data + "/B/Application Cache",
                   data + "/B/GPUCache", data + "/B/TransportSecurity", kFlashAssets, kQuickTime));
+}
+
+TEST_F(Caches, ofChromiumAreThoseOfItsProfiles) {
+  const std::string data = std::string(kSupport) + "Chromium";
+  platform.home.file(data + "/Local State", R"({"profile": {"info_cache": {"A": {"name": "a"}}}})");
+  EXPECT_THAT(removedFor("Chromium"),
+              ElementsAre("Library/Caches/Chromium/A", data + "/A/Application Cache", data + "/A/GPUCache",
+                          data + "/A/TransportSecurity", kFlashAssets, kQuickTime));
 }
 
 TEST_F(Caches, ofChromeWithoutProfilesStay) {
@@ -72,9 +82,32 @@ TEST_F(Caches, ofFirefoxAreThoseOfItsProfileFolders) {
   EXPECT_FALSE(platform.home.exists(data + "p/SiteSecurityServiceState.txt"));
 }
 
+TEST_F(Caches, ofFirefoxAreNotWhatALinkLeadsTo) {
+  const std::string caches = "Library/Caches/Firefox/Profiles/";
+  platform.home.file("elsewhere/Cache/a");
+  platform.home.link(caches + "link", home("elsewhere"));
+  EXPECT_THAT(removedFor("Firefox"), ElementsAre(kFlashAssets, kQuickTime));
+  EXPECT_TRUE(platform.home.exists("elsewhere/Cache/a"));
+}
+
+TEST_F(Caches, listsOfSecureSitesAreRemovedFromEveryEntryWhateverItIs) {
+  const std::string data = std::string(kSupport) + "Firefox/Profiles/";
+  platform.home.file(data + "file");
+  platform.home.folder(data + "profile without");
+  platform.home.file("elsewhere/SiteSecurityServiceState.txt");
+  platform.home.link(data + "link", home("elsewhere"));
+  EXPECT_THAT(removedFor("Firefox"),
+              UnorderedElementsAre(data + "file/SiteSecurityServiceState.txt",
+                                   data + "profile without/SiteSecurityServiceState.txt",
+                                   data + "link/SiteSecurityServiceState.txt", kFlashAssets, kQuickTime));
+  EXPECT_TRUE(platform.home.exists(data + "file"));
+  EXPECT_FALSE(platform.home.exists("elsewhere/SiteSecurityServiceState.txt"));
+  EXPECT_THAT(platform.log.lines(), ElementsAre());
+}
+
 TEST_F(Caches, ofAnotherNameAreNotChromes) {
   platform.journal.clear();
-  worker->clearChromeCache("Safari");
+  for (const char* name : {"Safari", "Firefox", "opera", ""}) worker->clearChromeCache(name);
   platform.dispatch.runUntilIdle();
   EXPECT_THAT(platform.removals(), ElementsAre());
 }
@@ -90,6 +123,11 @@ TEST_F(Caches, ofTheTemporaryFoldersAreFourLevelsDownAndNoDeeper) {
   platform.home.file("folders/a/b/c/d/MediaCache/x");
   platform.home.file("folders/file");
   platform.home.file("folders/a/b/e/MediaCache", "a file of that name");
+  platform.home.file("elsewhere/c/MediaCache/x");
+  platform.home.link("folders/a/linked", home("elsewhere"));
+  platform.home.file("elsewhere/MediaCache/x");
+  platform.home.link("folders/a/b/linked", home("elsewhere"));
+  platform.home.link("folders/a/b/d/MediaCache", home("elsewhere/MediaCache"));
   platform.journal.clear();
   worker->clearExtraCache(home("folders/"));
   platform.dispatch.runUntilIdle();
@@ -97,6 +135,11 @@ TEST_F(Caches, ofTheTemporaryFoldersAreFourLevelsDownAndNoDeeper) {
               UnorderedElementsAre(root + "MediaCache", root + "com.apple.Safari/ApplicationCache.db",
                                    root + "com.apple.WebKit.WebContent+com.apple.Safari/MediaCache",
                                    root + "com.apple.WebProcess+com.apple.Safari/MediaCache"));
+}
+
+TEST_F(Caches, ofTheTemporaryFoldersLieInTheSystemsOwn) {
+  worker->clearExtraCache();
+  EXPECT_THAT(platform.log.lines(), ElementsAre("Sandbox has denied access to /private/var/folders/"));
 }
 
 }  // namespace

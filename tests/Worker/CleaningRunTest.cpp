@@ -7,14 +7,20 @@
 namespace {
 
 using namespace std::chrono_literals;
+using ::testing::AllOf;
 using ::testing::Contains;
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
+using ::testing::SizeIs;
 using testing_support::GrantedHomeTest;
 
 constexpr char kSilverlight[] = "Library/Application Support/Microsoft/Silverlight";
 constexpr char kFlash[] = "Library/Preferences/Macromedia/Flash Player";
+constexpr char kFlashAssets[] = "Library/Caches/Adobe/Flash Player/AssetCache";
+constexpr char kQuickTime[] = "Library/Caches/QuickTime/downloads";
+constexpr char kProfile[] = "Library/Application Support/Firefox/Profiles/p";
 
 class CleaningRun : public GrantedHomeTest {
  protected:
@@ -39,6 +45,16 @@ TEST_F(CleaningRun, ofSafariIsStartedByTheNameWhateverTheIdentifier) {
   EXPECT_EQ(runs(), 2U);
 }
 
+TEST_F(CleaningRun, ofFirefoxChromeAndChromiumAreStartedByTheNameWhateverTheIdentifier) {
+  enable({"org.mozilla.firefox", "com.google.Chrome", "org.chromium.Chromium"});
+  quit("Firefox", "com.example.Impostor");
+  EXPECT_EQ(runs(), 1U);
+  quit("Google Chrome", "com.example.Impostor");
+  EXPECT_EQ(runs(), 2U);
+  quit("Chromium", "com.example.Impostor");
+  EXPECT_EQ(runs(), 3U);
+}
+
 TEST_F(CleaningRun, ofOperaIsStartedByTheIdentifierWhateverTheName) {
   enable({"com.operasoftware.Opera"});
   quit("Opera Nightly", "com.operasoftware.Opera");
@@ -50,6 +66,16 @@ TEST_F(CleaningRun, ofOperaIsStartedByTheIdentifierWhateverTheName) {
 TEST_F(CleaningRun, isNotStartedByOperasNameAlone) {
   enable({"com.operasoftware.Opera"});
   quit("Opera", "com.example.Other");
+  quit("Opera", std::nullopt);
+  EXPECT_EQ(runs(), 0U);
+}
+
+TEST_F(CleaningRun, comparesOperasIdentifierExactly) {
+  enable({"com.operasoftware.Opera"});
+  for (const char* identifier :
+       {"com.operasoftware.OperaGX", "com.operasoftware.opera", "com.operasoftware.Opera ", "com.operasoftware.Oper"}) {
+    quit("Opera", identifier);
+  }
   EXPECT_EQ(runs(), 0U);
 }
 
@@ -143,13 +169,116 @@ TEST_F(CleaningRun, makesItsOperationQueueOnTheMainThread) {
   EXPECT_THAT(platform.journal.entriesAfter("operation queue on "), ElementsAre("main"));
 }
 
-TEST_F(CleaningRun, removesFlashBeforeSilverlight) {
-  enable({"com.apple.Safari"});
-  quit("Safari", std::nullopt);
+TEST_F(CleaningRun, makesAnOperationQueueForEachRun) {
+  worker->clearData_andNotify("Firefox", false);
+  worker->clearData_andNotify("Firefox", true);
+  worker->clearData_andNotify("Opera", false);
+  platform.dispatch.runUntilIdle();
+  EXPECT_THAT(platform.journal.entriesAfter("operation queue on "), ElementsAre("main", "main", "main"));
+}
+
+TEST_F(CleaningRun, cleansInItsOperationAndNowhereElse) {
+  platform.home.file(std::string(kProfile) + "/storage/default/a");
+  platform.journal.clear();
+  worker->clearData_andNotify("Firefox", false);
+  EXPECT_TRUE(platform.dispatch.runOneOnMain());  // makes the operation
+  EXPECT_THAT(platform.journal.entriesAfter("queue "), IsEmpty());
+  EXPECT_TRUE(platform.dispatch.runOneInBackground());  // the operation
+  EXPECT_THAT(platform.journal.placesOf("queue "), AllOf(Not(IsEmpty()), Each("operation")));
+  EXPECT_THAT(platform.removals(), IsEmpty());
+  platform.dispatch.runUntilIdle();
+  EXPECT_THAT(platform.journal.placesOf("queue "), Each("operation"));
+  EXPECT_THAT(platform.removals(), Contains(std::string(kProfile) + "/storage/default"));
+}
+
+TEST_F(CleaningRun, notifiesInItsCompletionAfterTheOperationAndNotOnTheMainThread) {
+  platform.shared().insert_or_assign("displayNotifications", true);
+  worker->clearData_andNotify("Firefox", true);
+  EXPECT_TRUE(platform.dispatch.runOneOnMain());
+  EXPECT_TRUE(platform.dispatch.runOneInBackground());
+  EXPECT_THAT(platform.journal.entriesAfter("queue "), Not(IsEmpty()));  // the cleaners have been called
+  EXPECT_THAT(platform.notificationCenter.scheduled(), IsEmpty());
+  platform.dispatch.runUntilIdle();
+  EXPECT_THAT(platform.journal.placesOf("notify "), ElementsAre("completion"));
+}
+
+TEST_F(CleaningRun, ofFirefoxCallsTheFiveCleanersInTheirOrder) {
+  platform.home.file(std::string(kProfile) + "/storage/default/a");
+  platform.home.file("Library/Caches/Firefox/Profiles/p/Cache/a");
+  worker->clearData_andNotify("Firefox", false);
+  platform.dispatch.runUntilIdle();
+  const std::string profile = kProfile;
+  const std::string caches = "Library/Caches/Firefox/Profiles/p";
+  EXPECT_THAT(platform.removals(),
+              ElementsAre(profile + "/cookies.sqlite", profile + "/permissions.sqlite", profile + "/storage/default",
+                          kFlash, kSilverlight, caches + "/Cache", caches + "/OfflineCache", caches + "/startupCache",
+                          profile + "/SiteSecurityServiceState.txt", kFlashAssets, kQuickTime));
+}
+
+TEST_F(CleaningRun, ofChromeCallsTheFiveCleanersInTheirOrder) {
+  const std::string data = "Library/Application Support/Google/Chrome/";
+  platform.home.file(data + "Local State", R"({"profile": {"info_cache": {"P": {"name": "p"}}}})");
+  platform.home.file(data + "P/IndexedDB/a");
+  worker->clearData_andNotify("Google Chrome", false);
+  platform.dispatch.runUntilIdle();
+  EXPECT_THAT(platform.removals(),
+              ElementsAre(data + "P/Cookies", data + "P/IndexedDB", data + "P/Pepper Data", kSilverlight,
+                          "Library/Caches/Google/Chrome/P", data + "P/Application Cache", data + "P/GPUCache",
+                          data + "P/TransportSecurity", kFlashAssets, kQuickTime));
+}
+
+TEST_F(CleaningRun, ofSafariCallsTheFiveCleanersInTheirOrder) {
+  platform.home.file("Library/Safari/Databases/___IndexedDB/a");
+  worker->clearData_andNotify("Safari", false);
+  platform.journal.clear();
+  platform.dispatch.runUntilIdle();
+  // The cookies' turn comes first, though they go later.
+  EXPECT_THAT(platform.journal.entriesAfter("after "), ElementsAre("1000000000 ns on main"));
+  const auto entries = platform.journal.entries();
+  const auto cookies = std::find(entries.begin(), entries.end(), "after 1000000000 ns on main");
+  EXPECT_EQ(std::count_if(entries.begin(), cookies, [](const auto& entry) { return entry.starts_with("queue "); }), 0);
+  EXPECT_THAT(platform.removals(),
+              ElementsAre("Library/Safari/Databases/___IndexedDB", kFlash, kSilverlight,
+                          "Library/Caches/com.apple.Safari/Cache.db", "Library/Caches/com.apple.Safari/fsCachedData",
+                          "Library/Cookies/Cookies.plist", "Library/Cookies/HSTS.plist",
+                          "Library/Caches/CloudKit/com.apple.Safari", kFlashAssets, kQuickTime));
+}
+
+TEST_F(CleaningRun, thatIsStillUnderWayWhenTheSecondStartsDoesAllItsWorkAndSoDoesTheSecond) {
+  platform.shared().insert_or_assign("displayNotifications", true);
+  platform.home.file(std::string(kProfile) + "/storage/default/a");
+  enable({"org.mozilla.firefox"});
+  platform.own().clear();
+  // The first run waits for the person at a panel, while eight seconds go by.
+  int panels = 0;
+  platform.openPanel.whileShown = [&] {
+    if (++panels > 1) return;
+    platform.dispatch.advance(8s);
+    EXPECT_EQ(runs(), 1U);  // the second run is over, its notification is there
+    EXPECT_THAT(platform.journal.entriesAfter("notify "), SizeIs(1));
+    EXPECT_FALSE(platform.home.exists(std::string(kProfile) + "/storage/default"));
+    platform.home.file(std::string(kProfile) + "/storage/default/b");  // the browser has been started again
+  };
+  platform.openPanel.willChoose(platform.home.path());  // in the second run
+  platform.openPanel.willChoose(platform.home.path());
+  quit("Firefox", std::nullopt);
+  EXPECT_EQ(panels, 2);
+  EXPECT_EQ(runs(), 2U);
   const auto removals = platform.removals();
-  const auto flash = std::find(removals.begin(), removals.end(), kFlash);
-  const auto silverlight = std::find(removals.begin(), removals.end(), kSilverlight);
-  EXPECT_TRUE(flash < silverlight);
+  for (const std::string& path : {std::string(kProfile) + "/cookies.sqlite", std::string(kProfile) + "/storage/default",
+                                  std::string(kFlash), std::string(kFlashAssets)}) {
+    EXPECT_EQ(std::count(removals.begin(), removals.end(), path), 2) << path;
+  }
+  EXPECT_FALSE(platform.home.exists(std::string(kProfile) + "/storage/default"));
+  EXPECT_THAT(platform.journal.entriesAfter("notify "), SizeIs(1));
+}
+
+TEST_F(CleaningRun, isNotLeftOutBecauseTheBrowserRunsAgain) {
+  enable({"org.mozilla.firefox"});
+  quit("Firefox", std::nullopt);
+  platform.workspace.running.insert("org.mozilla.firefox");
+  platform.dispatch.advance(8s);
+  EXPECT_EQ(runs(), 2U);
 }
 
 TEST_F(CleaningRun, ofTwoBrowsersAreFourRunsThatOverlap) {

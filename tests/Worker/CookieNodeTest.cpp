@@ -12,6 +12,7 @@ namespace {
 using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
 using testing_support::GrantedHomeTest;
 using testing_support::runStatements;
 using testing_support::valuesOf;
@@ -51,6 +52,7 @@ TEST_F(Cookies, ofSafariGoOneSecondLaterAndThenTheScriptIsStarted) {
   EXPECT_THAT(platform.removals(), ElementsAre("Library/Cookies/Cookies.binarycookies"));
   EXPECT_FALSE(platform.home.exists("Library/Cookies/Cookies.binarycookies"));
   EXPECT_THAT(platform.journal.entriesAfter("script "), ElementsAre(home(".local/share/scripts/clearCookies.sh")));
+  EXPECT_THAT(platform.journal.placesOf("script "), ElementsAre("main"));
 }
 
 TEST_F(Cookies, ofSafariGoThoughNobodyElseHoldsTheWorker) {
@@ -58,6 +60,21 @@ TEST_F(Cookies, ofSafariGoThoughNobodyElseHoldsTheWorker) {
   removeCookies("Safari");
   worker.reset();
   platform.dispatch.advance(1s);
+  EXPECT_FALSE(platform.home.exists("Library/Cookies/Cookies.binarycookies"));
+}
+
+TEST_F(Cookies, ofSafariAreHandedOverBeforeTheScriptAndBothOnTheMainThread) {
+  platform.home.file("Library/Cookies/Cookies.binarycookies");
+  std::size_t handedOver = 0;
+  // The script is missing, and so a panel asks for it.
+  platform.openPanel.whileShown = [&] { handedOver = platform.dispatch.waitingInBackground(); };
+  removeCookies("Safari");
+  platform.journal.clear();
+  platform.dispatch.advance(1s);
+  EXPECT_EQ(handedOver, 1U);
+  EXPECT_THAT(platform.journal.entriesAfter("panel "), ElementsAre(home(".local/share/scripts")));
+  EXPECT_THAT(platform.journal.placesOf("panel "), ElementsAre("com.emberlinestudio.com.TidewellWorker.task"));
+  EXPECT_THAT(platform.journal.placesOf("queue "), ElementsAre("main", "main"));  // the removal, and the check
   EXPECT_FALSE(platform.home.exists("Library/Cookies/Cookies.binarycookies"));
 }
 
@@ -88,6 +105,20 @@ TEST_F(Cookies, ofFirefoxAreNoneInAnEmptyOrMissingFolder) {
   removeCookies("Firefox");
   EXPECT_THAT(platform.removals(), IsEmpty());
   EXPECT_THAT(platform.journal.entriesAfter("sql "), IsEmpty());
+}
+
+TEST_F(Cookies, ofFirefoxAreRemovedFromEveryEntryWhateverItIs) {
+  const std::string profiles = std::string(kProfiles) + "/";
+  platform.home.file(profiles + "file");
+  platform.home.file("elsewhere/cookies.sqlite");
+  platform.home.link(profiles + "link", home("elsewhere"));
+  removeCookies("Firefox");
+  EXPECT_THAT(platform.removals(),
+              UnorderedElementsAre(profiles + "file/cookies.sqlite", profiles + "file/permissions.sqlite",
+                                   profiles + "link/cookies.sqlite", profiles + "link/permissions.sqlite"));
+  EXPECT_TRUE(platform.home.exists(profiles + "file"));
+  EXPECT_TRUE(platform.home.exists(profiles + "link"));
+  EXPECT_FALSE(platform.home.exists("elsewhere/cookies.sqlite"));
 }
 
 TEST_F(Cookies, ofChromeGoAfterTheChannelIDs) {
@@ -124,9 +155,14 @@ TEST_F(Cookies, ofChromeAreThoseOfTheProfilesThatWereListedBeforeTheChannelIDs) 
 }
 
 TEST_F(Cookies, ofChromeWithoutProfilesStay) {
-  platform.home.file(std::string(kChrome) + "/Default/Cookies");
+  for (const char* folder : {"/Default", ""}) {
+    platform.home.file(std::string(kChrome) + folder + "/Cookies");
+    makeChannelIDs(std::string(kChrome) + folder + "/Origin Bound Certs");
+  }
+  const testing_support::StatementJournal statements(platform.journal);
   removeCookies("Google Chrome");
   EXPECT_THAT(platform.removals(), IsEmpty());
+  EXPECT_THAT(platform.journal.entriesAfter("sql "), IsEmpty());
   EXPECT_TRUE(platform.home.exists(std::string(kChrome) + "/Default/Cookies"));
 }
 
@@ -138,6 +174,7 @@ TEST_F(Cookies, ofOperaAreOneFileInItsDataFolder) {
   EXPECT_THAT(platform.removals(), ElementsAre(std::string(kOpera) + "/Cookies"));
   EXPECT_THAT(platform.journal.entriesAfter("sql "),
               ElementsAre("DELETE FROM origin_bound_certs; on " + home(kOpera) + "/Origin Bound Certs"));
+  EXPECT_TRUE(platform.home.exists(std::string(kOpera) + "/Origin Bound Certs"));
 }
 
 TEST_F(Cookies, ofAnUnknownNameAreNone) {
@@ -160,11 +197,26 @@ TEST_F(Cookies, channelIDsOfChromiumAreDeletedProfileByProfile) {
   }
 }
 
-TEST_F(Cookies, channelIDsAreNotAskedForOfSafariAndFirefox) {
-  const testing_support::StatementJournal statements(platform.journal);
-  for (const char* name : {"Safari", "Firefox", ""}) worker->deleteChromeChannelID(name);
-  platform.dispatch.runUntilIdle();
-  EXPECT_THAT(platform.journal.entriesAfter("sql "), IsEmpty());
+TEST_F(Cookies, channelIDsStayWhateverLiesInSafarisAndFirefoxsFoldersAndForUnknownNames) {
+  listProfiles(kChrome);
+  listProfiles(kChromium);
+  const std::vector<std::string> folders = {
+      kOpera,    std::string(kChrome) + "/P",   kChrome,   "Library/Cookies", std::string(kProfiles) + "/p",
+      kChromium, std::string(kChromium) + "/P", kProfiles, "Library/Safari",  "Library"};
+  for (const std::string& folder : folders) makeChannelIDs(folder + "/Origin Bound Certs");
+  {
+    const testing_support::StatementJournal statements(platform.journal);
+    for (const char* name : {"Safari", "Firefox", "", "chromium", "Opera Next", "google chrome", "Lynx"}) {
+      worker->deleteChromeChannelID(name);
+      platform.dispatch.runUntilIdle();
+      EXPECT_THAT(platform.journal.entriesAfter("sql "), IsEmpty()) << name;
+    }
+  }
+  for (const std::string& folder : folders) {
+    EXPECT_THAT(valuesOf(home(folder) + "/Origin Bound Certs", "SELECT origin FROM origin_bound_certs"),
+                ElementsAre("a", "b"))
+        << folder;
+  }
 }
 
 TEST_F(Cookies, channelIDsThatAreMissingAreNotMade) {

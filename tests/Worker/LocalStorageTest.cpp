@@ -99,9 +99,37 @@ TEST_F(SiteStorage, ofSafariWithoutAnIndexIsLocalStorageAndIndexedDB) {
 
 TEST_F(SiteStorage, ofSafariWithExtensionsOnlyIsLeftAndNoStatementRuns) {
   makeIndex(std::string(kSafari) + "Databases/Databases.db", {"safari-extension_x_0", "chrome-extension_y_0"}, true);
+  platform.home.file(std::string(kSafari) + "LocalStorage/safari-extension_x_0.localstorage");
+  runStatements(home(std::string(kSafari) + "LocalStorage/StorageTracker.db"), "CREATE TABLE Origins (origin TEXT);");
   removeStorage("Safari");
   EXPECT_THAT(steps(),
               ElementsAre("sql SELECT origin FROM Databases; on " + std::string(kSafari) + "Databases/Databases.db"));
+}
+
+TEST_F(SiteStorage, ofSafariTakesTheExtensionsOfOtherBrowsersAlong) {
+  const std::string localStorage = std::string(kSafari) + "LocalStorage/";
+  platform.home.file(localStorage + "chrome-extension_x_0.localstorage");
+  removeStorage("Safari");
+  EXPECT_THAT(steps(), ElementsAre("remove " + localStorage + "chrome-extension_x_0.localstorage"));
+}
+
+TEST_F(SiteStorage, ofSafariIsTrackedByNamesUpToTheirLastDot) {
+  const std::string localStorage = std::string(kSafari) + "LocalStorage/";
+  runStatements(home(localStorage + "StorageTracker.db"), "CREATE TABLE Origins (origin TEXT);");
+  platform.home.file(localStorage + "http_www.a.example_8080.localstorage");
+  removeStorage("Safari");
+  EXPECT_THAT(steps(), ElementsAre("remove " + localStorage + "http_www.a.example_8080.localstorage",
+                                   "sql DELETE FROM Origins WHERE origin IN ('http_www.a.example_8080'); on " +
+                                       localStorage + "StorageTracker.db"));
+}
+
+TEST_F(SiteStorage, ofSafariKeepsTheOriginsOfAnIndexAsTheyAre) {
+  const std::string index = std::string(kSafari) + "Databases/Databases.db";
+  makeIndex(index, {"it''s_0"});
+  removeStorage("Safari");
+  EXPECT_THAT(steps(), ElementsAre("sql SELECT origin FROM Databases; on " + index,
+                                   "remove " + std::string(kSafari) + "Databases/it's_0"));  // the others can't be run
+  EXPECT_THAT(valuesOf(home(index), "SELECT origin FROM Databases"), ElementsAre("it's_0"));
 }
 
 // The Chrome family.
@@ -142,6 +170,35 @@ TEST_F(SiteStorage, ofChromeWithoutLocalStorageStillLosesIndexedDB) {
   platform.home.file(std::string(kChrome) + "P/IndexedDB/x");
   removeStorage("Google Chrome");
   EXPECT_THAT(steps(), ElementsAre("remove " + std::string(kChrome) + "P/IndexedDB"));
+  EXPECT_THAT(platform.journal.entriesAfter("list "), IsEmpty());  // what is not there is not looked into
+}
+
+TEST_F(SiteStorage, ofChromeWithoutAnIndexIsLocalStorage) {
+  listChromeProfile();
+  const std::string localStorage = std::string(kChrome) + "P/Local Storage/";
+  platform.home.file(localStorage + "safari-extension_x_0.localstorage");
+  removeStorage("Google Chrome");
+  EXPECT_THAT(steps(), ElementsAre("remove " + localStorage + "safari-extension_x_0.localstorage",
+                                   "remove " + localStorage + "safari-extension_x_0.localstorage-journal"));
+}
+
+TEST_F(SiteStorage, ofChromiumIsChosenAndRemovedAsThatOfChrome) {
+  const std::string data = "Library/Application Support/Chromium/";
+  platform.home.file(data + "Local State", R"({"profile": {"info_cache": {"P": {"name": "p"}}}})");
+  platform.home.file(data + "P/Local Storage/chrome-extension_x_0.localstorage");
+  platform.home.file(data + "P/Local Storage/http_a.com_0.localstorage");
+  platform.home.file(data + "P/IndexedDB/x");
+  removeStorage("Chromium");
+  EXPECT_THAT(steps(), ElementsAre("remove " + data + "P/Local Storage/http_a.com_0.localstorage",
+                                   "remove " + data + "P/Local Storage/http_a.com_0.localstorage-journal",
+                                   "remove " + data + "P/IndexedDB"));
+}
+
+TEST_F(SiteStorage, ofChromeThatIsMissingIsNotRemoved) {
+  listChromeProfile();
+  platform.home.folder(std::string(kChrome) + "P");
+  removeStorage("Google Chrome");
+  EXPECT_THAT(steps(), IsEmpty());
 }
 
 TEST_F(SiteStorage, ofChromeWithoutProfilesStays) {
@@ -195,6 +252,52 @@ TEST_F(SiteStorage, ofFirefoxIsTheTableAndTwoFoldersOfEachProfile) {
   EXPECT_TRUE(platform.home.exists(profile + "storage/permanent/https+++a.org/ls/data.sqlite"));
   EXPECT_FALSE(platform.home.exists(std::string(kFirefox) + "no-table/storage/default"));
   EXPECT_TRUE(platform.home.exists(std::string(kFirefox) + "profiles.txt"));
+}
+
+TEST_F(SiteStorage, ofFirefoxGoesTableFirstThenDefaultThenTemporary) {
+  const std::string profile = std::string(kFirefox) + "p/";
+  runStatements(home(profile + "webappsstore.sqlite"),
+                "CREATE TABLE webappsstore2 (scope TEXT); INSERT INTO webappsstore2 VALUES ('a.:b');");
+  platform.home.file(profile + "storage/temporary/x");
+  platform.home.file(profile + "storage/default/x");
+  removeStorage("Firefox");
+  EXPECT_THAT(steps(), ElementsAre("sql SELECT * FROM webappsstore2; on " + profile + "webappsstore.sqlite",
+                                   "sql DELETE FROM webappsstore2 WHERE scope IN ('a.:b'); on " + profile +
+                                       "webappsstore.sqlite",
+                                   "remove " + profile + "storage/default", "remove " + profile + "storage/temporary"));
+}
+
+TEST_F(SiteStorage, ofFirefoxWithoutATableIsTheTwoFoldersWhereTheyAre) {
+  const std::string profile = std::string(kFirefox) + "p/";
+  platform.home.file(profile + "storage/temporary/x");
+  removeStorage("Firefox");
+  EXPECT_THAT(steps(), ElementsAre("remove " + profile + "storage/temporary"));
+  platform.home.file(profile + "storage/temporary/x");
+  platform.home.file(profile + "storage/default/x");
+  removeStorage("Firefox");
+  EXPECT_THAT(steps(), ElementsAre("remove " + profile + "storage/default", "remove " + profile + "storage/temporary"));
+}
+
+TEST_F(SiteStorage, ofFirefoxIsNotWhatALinkOrAFileAmongTheProfilesLeadsTo) {
+  platform.home.file("elsewhere/storage/default/x");
+  runStatements(home("elsewhere/webappsstore.sqlite"),
+                "CREATE TABLE webappsstore2 (scope TEXT); INSERT INTO webappsstore2 VALUES ('a.:b');");
+  platform.home.link(std::string(kFirefox) + "link", home("elsewhere"));
+  platform.home.file(std::string(kFirefox) + "file");
+  removeStorage("Firefox");
+  EXPECT_THAT(steps(), IsEmpty());
+  EXPECT_TRUE(platform.home.exists("elsewhere/storage/default/x"));
+  EXPECT_THAT(valuesOf(home("elsewhere/webappsstore.sqlite"), "SELECT scope FROM webappsstore2"), ElementsAre("a.:b"));
+}
+
+TEST_F(SiteStorage, ofFirefoxIsToldByTheScopeColumnAlone) {
+  const std::string table = std::string(kFirefox) + "p/webappsstore.sqlite";
+  runStatements(home(table),
+                "CREATE TABLE webappsstore2 (originKey TEXT, scope TEXT, value TEXT); INSERT INTO webappsstore2 VALUES "
+                "('key.:http:80', 'moc.a.:http:80', 'value.:http:80'), ('other.:http:80', 'extension', 'moc.b.:x');");
+  removeStorage("Firefox");
+  EXPECT_THAT(steps(), ElementsAre("sql SELECT * FROM webappsstore2; on " + table,
+                                   "sql DELETE FROM webappsstore2 WHERE scope IN ('moc.a.:http:80'); on " + table));
 }
 
 TEST_F(SiteStorage, statementsNameOneValueAndSeveral) {

@@ -25,7 +25,9 @@ TEST_F(Selection, ofDatabasesSparesBothKindsOfExtensions) {
 }
 
 TEST_F(Selection, ofDatabasesComparesExactly) {
-  const Texts kept = {"httpfoo", "Chrome-extension_abc_0", "", "chrome-extension", " chrome-extension_a", "\xff"};
+  const Texts kept = {
+      "httpfoo",          "Chrome-extension_abc_0", "Safari-extension_abc_0",    "",    "chrome-extension",
+      "safari-extension", " chrome-extension_a",    "http_a_chrome-extension_0", "\xff"};
   EXPECT_EQ(worker->databaseArray(kept), kept);
 }
 
@@ -46,6 +48,18 @@ TEST_F(Selection, ofLocalStorageSparesTheBrowsersOwnExtensions) {
 TEST_F(Selection, ofLocalStorageKeepsNamesThatBeginWithHttpWithoutAnUnderscore) {
   EXPECT_EQ(worker->localStorageArray_browser({"httpx.localstorage", ".localstorage", "x.LOCALSTORAGE"}, "Opera"),
             (Texts{"httpx.localstorage", ".localstorage"}));
+}
+
+TEST_F(Selection, ofLocalStorageComparesExactly) {
+  const Texts kept = {"chrome-extension.localstorage", "Chrome-extension_a.localstorage",
+                      "a_chrome-extension_.localstorage"};
+  Texts names = kept;
+  for (const char* other : {"alocalstorage", "a.localstorage.", "a.localstorage2", "localstorage", ""}) {
+    names.emplace_back(other);
+  }
+  EXPECT_EQ(worker->localStorageArray_browser(names, "Google Chrome"), kept);
+  EXPECT_EQ(worker->localStorageArray_browser({"safari-extension.localstorage"}, "Safari"),
+            Texts{"safari-extension.localstorage"});
 }
 
 TEST_F(Selection, ofFirefoxTakesScopesInTheFormOfASiteUnchanged) {

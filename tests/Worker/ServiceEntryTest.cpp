@@ -12,9 +12,13 @@ using testing_support::WorkerTest;
 class RecordingConnection : public platform::RemoteConnection {
  public:
   void setExportedInterface(platform::ExportedInterface interface) override { exported = std::move(interface); }
-  void resume() override { resumedWithInterface = static_cast<bool>(exported.call); }
+  void resume() override {
+    ++resumed;
+    resumedWithInterface = static_cast<bool>(exported.call);
+  }
 
   platform::ExportedInterface exported;
+  int resumed = 0;
   bool resumedWithInterface = false;
 };
 
@@ -25,6 +29,10 @@ TEST_F(ServiceEntry, writesTheRealHomeFolderAtTheFirstStart) {
   EXPECT_EQ(platform.shared().at("userFolder"), platform::Value(platform.home.path()));
   EXPECT_THAT(platform.journal.entries(),
               ElementsAre("suite 7QX2LM9PDA.com.emberlinestudio.Tidewell", "set userFolder", "synchronize"));
+}
+
+TEST_F(ServiceEntry, hasTheNameThatOtherProgramsKnowItBy) {
+  EXPECT_STREQ(tidewell::kBundleIdentifier, "7QX2LM9PDA.com.emberlinestudio.Tidewell.TidewellWorker");
 }
 
 TEST_F(ServiceEntry, leavesTheSuiteAloneAtASecondStart) {
@@ -70,6 +78,13 @@ TEST_F(ServiceEntry, observesQuittingApplicationsAndTheNotificationCentreWhileIt
   EXPECT_EQ(platform.notificationCenter.delegate(), nullptr);
 }
 
+TEST_F(ServiceEntry, startsARunForAnEnabledBrowserThatQuitsWhileItLives) {
+  enable({"org.mozilla.firefox"});
+  auto worker = makeWorker();
+  platform.workspace.quit("Firefox", std::nullopt);
+  EXPECT_EQ(platform.dispatch.waitingOnMain(), 1U);
+}
+
 TEST_F(ServiceEntry, acceptsEveryConnectionAndExportsTheAgentInterface) {
   const auto worker = makeWorker();
   for (int caller = 0; caller < 3; ++caller) {
@@ -78,6 +93,7 @@ TEST_F(ServiceEntry, acceptsEveryConnectionAndExportsTheAgentInterface) {
     EXPECT_EQ(connection.exported.interface, "com.emberlinestudio.Tidewell.Agent");
     EXPECT_EQ(connection.exported.method, "answerFrom");
     EXPECT_TRUE(connection.resumedWithInterface);
+    EXPECT_EQ(connection.resumed, 1);
   }
 }
 

@@ -1,21 +1,42 @@
 #include "tests/support/FakeDispatch.h"
 
+#include <stdexcept>
 #include <utility>
 
 namespace testing_support {
 
 using platform::Task;
 
+/// As long as it lives, everything happens in another place.
+class FakeDispatch::Stay {
+ public:
+  Stay(FakeDispatch& dispatch, const std::string& place, bool onMain)
+      : dispatch_(dispatch), onMainBefore_(dispatch.onMain_), placeBefore_(dispatch.journal_.enter(place)) {
+    dispatch_.onMain_ = onMain;
+  }
+  ~Stay() {
+    dispatch_.onMain_ = onMainBefore_;
+    dispatch_.journal_.enter(placeBefore_);
+  }
+  Stay(const Stay&) = delete;
+  Stay& operator=(const Stay&) = delete;
+
+ private:
+  FakeDispatch& dispatch_;
+  const bool onMainBefore_;
+  const std::string placeBefore_;
+};
+
 class FakeDispatch::MainQueue : public platform::DispatchQueue {
  public:
   explicit MainQueue(FakeDispatch& dispatch) : dispatch_(dispatch) {}
   const std::string& label() const override { return label_; }
   void sync(const Task& task) override {
-    const bool before = std::exchange(dispatch_.onMain_, true);
+    if (dispatch_.onMain_) throw std::logic_error("the main thread would wait for itself");
+    const Stay stay(dispatch_, label_, true);
     task();
-    dispatch_.onMain_ = before;
   }
-  void async(Task task) override { dispatch_.main_.push_back(std::move(task)); }
+  void async(Task task) override { dispatch_.main_.push_back(dispatch_.at(label_, true, std::move(task))); }
 
  private:
   const std::string label_ = "main";
@@ -26,8 +47,11 @@ class FakeDispatch::BackgroundQueue : public platform::DispatchQueue {
  public:
   BackgroundQueue(FakeDispatch& dispatch, std::string label) : dispatch_(dispatch), label_(std::move(label)) {}
   const std::string& label() const override { return label_; }
-  void sync(const Task& task) override { task(); }
-  void async(Task task) override { dispatch_.background_.push_back(std::move(task)); }
+  void sync(const Task& task) override {
+    const Stay stay(dispatch_, label_, dispatch_.onMain_);  // on the calling thread
+    task();
+  }
+  void async(Task task) override { dispatch_.background_.push_back(dispatch_.at(label_, false, std::move(task))); }
 
  private:
   FakeDispatch& dispatch_;
@@ -38,10 +62,11 @@ class FakeDispatch::Operations : public platform::OperationQueue {
  public:
   explicit Operations(FakeDispatch& dispatch) : dispatch_(dispatch) {}
   void addOperation(platform::BlockOperation operation) override {
-    dispatch_.background_.push_back([&dispatch = dispatch_, operation = std::move(operation)] {
+    dispatch_.background_.push_back(dispatch_.at("operation", false, [&dispatch = dispatch_, operation] {
       operation.block();
-      if (operation.completion) dispatch.background_.push_back(operation.completion);
-    });
+      if (!operation.completion) return;
+      dispatch.background_.push_back(dispatch.at("completion", false, operation.completion));
+    }));
   }
 
  private:
@@ -55,22 +80,27 @@ FakeDispatch::FakeDispatch(Journal& journal)
 
 FakeDispatch::~FakeDispatch() = default;
 
-bool FakeDispatch::runOne(std::deque<Task>& tasks, bool onMain) {
+Task FakeDispatch::at(const std::string& place, bool onMain, Task task) {
+  return [this, place, onMain, task = std::move(task)] {
+    const Stay stay(*this, place, onMain);
+    task();
+  };
+}
+
+bool FakeDispatch::runOne(std::deque<Task>& tasks) {
   if (tasks.empty()) return false;
   const Task task = std::move(tasks.front());
   tasks.pop_front();
-  const bool before = std::exchange(onMain_, onMain);
   task();
-  onMain_ = before;
   return true;
 }
 
 bool FakeDispatch::runOneOnMain() {
-  return runOne(main_, true);
+  return runOne(main_);
 }
 
 bool FakeDispatch::runOneInBackground() {
-  return runOne(background_, false);
+  return runOne(background_);
 }
 
 void FakeDispatch::runUntilIdle() {
@@ -98,9 +128,7 @@ void FakeDispatch::clear() {
 }
 
 void FakeDispatch::asBackgroundThread(const Task& task) {
-  const bool before = std::exchange(onMain_, false);
-  task();
-  onMain_ = before;
+  at("background", false, task)();
 }
 
 std::unique_ptr<platform::DispatchQueue> FakeDispatch::makeSerialQueue(std::string label) {

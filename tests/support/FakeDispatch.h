@@ -14,7 +14,9 @@
 namespace testing_support {
 
 /// Background work and the main queue are FIFO queues that run when the test says so. The test's own thread is the main
-/// thread, except while background work runs. Journal: "queue LABEL" for each serial queue that is made.
+/// thread, except while background work runs. Where a task runs is the journal's place as long as it runs. Journal:
+/// "queue LABEL" for each serial queue that is made, "operation queue on main" or "... on background", "after DELAY ns
+/// on LABEL".
 class FakeDispatch : public platform::Dispatch {
  public:
   explicit FakeDispatch(Journal& journal);
@@ -48,8 +50,11 @@ class FakeDispatch : public platform::Dispatch {
   class MainQueue;
   class BackgroundQueue;
   class Operations;
+  class Stay;
 
-  bool runOne(std::deque<platform::Task>& tasks, bool onMain);
+  static bool runOne(std::deque<platform::Task>& tasks);
+  /// The task, to be run there.
+  platform::Task at(const std::string& place, bool onMain, platform::Task task);
 
   Journal& journal_;
   bool onMain_ = true;

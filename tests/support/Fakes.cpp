@@ -42,29 +42,33 @@ platform::Result<std::unique_ptr<platform::UserUnixTask>> FakeUserScripts::taskW
 }
 
 void FakeOpenPanel::activateIgnoringOtherApps(bool ignoringOtherApps) {
-  if (ignoringOtherApps) ++activations_;
+  if (!ignoringOtherApps) return;
+  journal_.add("activate");
+  ++activations_;
 }
 
-std::optional<FileURL> FakeOpenPanel::nextAnswer(const platform::OpenPanelSettings& panel) {
-  if (!answers_.empty()) {
-    auto answer = answers_.front();
-    answers_.pop_front();
-    return answer;
+platform::OpenPanelAnswer FakeOpenPanel::nextAnswer(const platform::OpenPanelSettings& panel) {
+  if (answers_.empty()) {
+    return agreesToAll ? platform::OpenPanelAnswer{platform::ModalResponse::ok, panel.target}
+                       : platform::OpenPanelAnswer();
   }
-  return agreesToAll ? std::optional(panel.target) : std::nullopt;
+  const platform::OpenPanelAnswer answer = answers_.front();
+  answers_.pop_front();
+  return answer;
 }
 
 platform::OpenPanelAnswer FakeOpenPanel::runModal(const platform::OpenPanelSettings& panel) {
   if (!dispatch_.isMainThread()) throw std::logic_error("a panel belongs on the main thread");
   for (;;) {
+    if (shown_.size() == kPatience) throw std::logic_error("nobody answers panels for ever");
     journal_.add("panel " + panel.target.path());
     shown_.push_back(panel);
     if (whileShown) whileShown();
-    const std::optional<FileURL> answer = nextAnswer(panel);
-    if (!answer) return {};
-    if (panel.delegate != nullptr && !panel.delegate->panel_shouldEnableURL(panel, answer)) continue;
-    grant_(*answer);
-    return {platform::ModalResponse::ok, answer};
+    const platform::OpenPanelAnswer answer = nextAnswer(panel);
+    if (answer.response != platform::ModalResponse::ok) return answer;
+    if (panel.delegate != nullptr && !panel.delegate->panel_shouldEnableURL(panel, answer.url)) continue;
+    grant_(*answer.url);
+    return answer;
   }
 }
 

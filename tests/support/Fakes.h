@@ -42,7 +42,7 @@ class FakeLog : public platform::Log {
   std::vector<std::string> lines_;
 };
 
-/// Journal: "panel PATH" for each panel that is shown.
+/// Journal: "activate" when the next panel is to come to the front, "panel PATH" for each panel that is shown.
 class FakeOpenPanel : public platform::OpenPanel {
  public:
   using Grant = std::function<void(const platform::FileURL&)>;
@@ -51,8 +51,14 @@ class FakeOpenPanel : public platform::OpenPanel {
       : dispatch_(dispatch), journal_(journal), grant_(std::move(grant)) {}
 
   /// What the person does, panel by panel; without any of these the person cancels.
-  void willChoose(const std::string& path) { answers_.push_back(platform::FileURL(path, true)); }
-  void willCancel() { answers_.push_back(std::nullopt); }
+  void willChoose(const std::string& path) {
+    answers_.push_back({platform::ModalResponse::ok, platform::FileURL(path, true)});
+  }
+  void willCancel() { answers_.push_back({}); }
+  /// Cancels with a folder selected.
+  void willCancelAt(const std::string& path) {
+    answers_.push_back({platform::ModalResponse::cancel, platform::FileURL(path, true)});
+  }
   /// The person always agrees to the folder that is asked for.
   bool agreesToAll = false;
   /// Called while a panel is up.
@@ -65,12 +71,14 @@ class FakeOpenPanel : public platform::OpenPanel {
   platform::OpenPanelAnswer runModal(const platform::OpenPanelSettings& panel) override;
 
  private:
-  std::optional<platform::FileURL> nextAnswer(const platform::OpenPanelSettings& panel);
+  static constexpr std::size_t kPatience = 1000;  // panels
+
+  platform::OpenPanelAnswer nextAnswer(const platform::OpenPanelSettings& panel);
 
   const platform::Dispatch& dispatch_;
   Journal& journal_;
   const Grant grant_;
-  std::deque<std::optional<platform::FileURL>> answers_;
+  std::deque<platform::OpenPanelAnswer> answers_;
   std::vector<platform::OpenPanelSettings> shown_;
   unsigned activations_ = 0;
 };

@@ -1,5 +1,7 @@
 #include "tests/support/TestPlatform.h"
 
+#include <algorithm>
+
 #include "Worker/Identity.h"
 #include "Worker/sandbox/AppSandboxFileAccessPersist.h"
 
@@ -77,7 +79,7 @@ std::int64_t TestSystem::write(int descriptor, const void* bytes, std::size_t co
     return -1;
   }
   journal_.add("write " + std::to_string(count));
-  return LinuxSystem::write(descriptor, bytes, count);
+  return LinuxSystem::write(descriptor, bytes, std::min(count, longestWrite));
 }
 
 int TestSystem::close(int descriptor) {

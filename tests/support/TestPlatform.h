@@ -4,6 +4,7 @@
 // journal of what the platform was asked. The files are those of a scratch home folder.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -43,20 +44,25 @@ class JournalingFileManager : public platform::linux_::LinuxFileManager {
 };
 
 /// The real calls, with a home folder of the test's and failures on demand. Journal: "open PATH", "write COUNT",
-/// "close", "seed".
+/// "failed write", "close", "seed".
 class TestSystem : public platform::linux_::LinuxSystem {
  public:
   TestSystem(platform::linux_::SecurityScopes& scopes, Journal& journal) : LinuxSystem(scopes), journal_(journal) {}
 
-  std::optional<std::string> homeFolder;  // what the password database answers
+  static constexpr unsigned kUser = 4711;
+  std::optional<std::string> homeFolder;  // what the password database has for that user, and for nobody else
   std::optional<std::string> movedConfiguration;
   std::optional<std::string> movedCaches;
   bool statFails = false;
   unsigned writesToFail = 0;
+  std::size_t longestWrite = SIZE_MAX;  // bytes that one call writes at the most
   bool closeFails = false;
   std::function<std::int64_t()> randomNumbers;
 
-  std::optional<std::string> homeDirectoryFromPasswordDatabase(unsigned) const override { return homeFolder; }
+  unsigned getuid() const override { return kUser; }
+  std::optional<std::string> homeDirectoryFromPasswordDatabase(unsigned uid) const override {
+    return uid == kUser ? homeFolder : std::nullopt;
+  }
   std::optional<std::string> configurationFolder() const override { return movedConfiguration; }
   std::optional<std::string> cachesFolder() const override { return movedCaches; }
   int openForReadingAndWriting(const std::string& path) override;

@@ -18,9 +18,9 @@ class WorkerTest : public ::testing::Test {
   /// The worker as the process makes it. Tests that want to look at the set-up itself make their own.
   std::shared_ptr<tidewell::WorkerAppDelegate> makeWorker() { return tidewell::WorkerAppDelegate::create(); }
 
-  void useHome() { platform.shared().insert_or_assign(tidewell::kUserFolderKey, platform.home.path()); }
+  void useHome() { platform.shared().insert_or_assign("userFolder", platform.home.path()); }
   void enable(platform::Value::Array identifiers) {
-    platform.shared().insert_or_assign(tidewell::kEnabledBrowsersKey, std::move(identifiers));
+    platform.shared().insert_or_assign("enabledBrowsers", std::move(identifiers));
   }
   std::string home(const std::string& below) const { return platform.home.path(below); }
 

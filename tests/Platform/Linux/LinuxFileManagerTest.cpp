@@ -8,6 +8,7 @@
 #include <filesystem>
 
 #include "Platform/Linux/LinuxFileManager.h"
+#include "tests/Platform/Linux/SystemCalls.h"
 #include "tests/support/OrdinaryUser.h"
 #include "tests/support/ScratchFolder.h"
 
@@ -30,6 +31,11 @@ class Files : public ::testing::Test {
     const auto enumerator = files.enumeratorAtURL(FileURL(folder, true), std::move(handler));
     while (const auto item = enumerator->nextObject()) paths.push_back(item->path().substr(granted.path().size() + 1));
     return paths;
+  }
+  ino_t inode(const std::string& below) const {
+    struct stat status {};
+    EXPECT_EQ(::lstat(granted.path(below).c_str(), &status), 0) << below;
+    return status.st_ino;
   }
 
   ScratchFolder granted;
@@ -178,11 +184,43 @@ TEST_F(Files, removedAfterOverwritingAreFlushedUnlessTheyAreFolders) {
   granted.file("a");
   granted.file("folder/b");
   granted.link("link", "folder");
+  const ino_t first = inode("a");
+  const ino_t second = inode("folder/b");
+  testing_support::SystemCalls calls;
+  bool wasThere = false;
+  calls.beforeFlush = [&] { wasThere = granted.exists("a"); };
   EXPECT_FALSE(files.removeOverwrittenItem(granted.path("a"), UnflushedFile::stays));
+  EXPECT_TRUE(wasThere);
   EXPECT_FALSE(files.removeOverwrittenItem(granted.path("folder/b"), UnflushedFile::stays));
   EXPECT_FALSE(files.removeOverwrittenItem(granted.path("link"), UnflushedFile::stays));
   EXPECT_FALSE(files.removeOverwrittenItem(granted.path("folder"), UnflushedFile::stays));
   EXPECT_TRUE(granted.tree().empty());
+  EXPECT_EQ(calls.flushed, (std::vector<ino_t>{first, second}));
+}
+
+TEST_F(Files, removedAfterOverwritingStayWhenTheyCanNotBeFlushed) {
+  granted.file("a", "overwritten");
+  testing_support::SystemCalls calls;
+  calls.failingFlush = 1;
+  EXPECT_EQ(files.removeOverwrittenItem(granted.path("a"), UnflushedFile::stays), std::errc::io_error);
+  EXPECT_EQ(granted.content("a"), "overwritten");
+}
+
+TEST_F(Files, removedAfterOverwritingGoUnflushedWhereThatIsWanted) {
+  granted.file("a");
+  const ino_t number = inode("a");
+  testing_support::SystemCalls calls;
+  calls.failingFlush = 1;
+  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("a"), UnflushedFile::isRemoved));
+  EXPECT_EQ(calls.flushed, std::vector<ino_t>{number});
+  EXPECT_FALSE(granted.exists("a"));
+}
+
+TEST_F(Files, removedWithoutHavingBeenOverwrittenAreNotFlushed) {
+  granted.file("a");
+  testing_support::SystemCalls calls;
+  EXPECT_FALSE(files.removeItem(granted.path("a")));
+  EXPECT_TRUE(calls.flushed.empty());
 }
 
 TEST_F(Files, removedAndMissingIsTold) {

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "Platform/Linux/LinuxSystem.h"
+#include "tests/support/OrdinaryUser.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace {
@@ -23,6 +24,12 @@ TEST_F(OperatingSystem, knowsTheHomeFolderFromThePasswordDatabase) {
   EXPECT_EQ(system.getuid(), ::getuid());
   EXPECT_EQ(system.homeDirectoryFromPasswordDatabase(::getuid()), ::getpwuid(::getuid())->pw_dir);
   EXPECT_FALSE(system.homeDirectoryFromPasswordDatabase(4'000'000'000U));
+}
+
+TEST_F(OperatingSystem, knowsTheUserByTheRealIdAndNotByTheEffectiveOne) {
+  const unsigned real = ::getuid();
+  const testing_support::OrdinaryUser user(folder.path());
+  EXPECT_EQ(system.getuid(), real);
 }
 
 TEST_F(OperatingSystem, opensUnderTheGrantsOnly) {

@@ -20,6 +20,21 @@ void doOnce(std::function<void()> SystemCalls::*task) {
   if (current != nullptr && current->*task) std::exchange(current->*task, nullptr)();
 }
 
+int flush(int descriptor, long call) {
+  doOnce(&SystemCalls::beforeFlush);
+  if (current != nullptr) {
+    if (current->skipsFlushes) return 0;
+    struct stat status {};
+    ::fstat(descriptor, &status);
+    current->flushed.push_back(status.st_ino);
+    if (current->flushed.size() == current->failingFlush) {
+      errno = current->flushError;
+      return -1;
+    }
+  }
+  return static_cast<int>(::syscall(call, descriptor));
+}
+
 }  // namespace
 
 namespace testing_support {
@@ -39,18 +54,11 @@ void swapItems(const std::string& path, const std::string& other) {
 }  // namespace testing_support
 
 extern "C" int fsync(int descriptor) {
-  doOnce(&SystemCalls::beforeFlush);
-  if (current != nullptr) {
-    if (current->skipsFlushes) return 0;
-    struct stat status {};
-    ::fstat(descriptor, &status);
-    current->flushed.push_back(status.st_ino);
-    if (current->flushed.size() == current->failingFlush) {
-      errno = current->flushError;
-      return -1;
-    }
-  }
-  return static_cast<int>(::syscall(SYS_fsync, descriptor));
+  return flush(descriptor, SYS_fsync);
+}
+
+extern "C" int fdatasync(int descriptor) {
+  return flush(descriptor, SYS_fdatasync);
 }
 
 extern "C" int renameat2(int from, const char* name, int to, const char* newName, unsigned flags) noexcept {

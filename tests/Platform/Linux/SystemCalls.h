@@ -21,14 +21,14 @@ class SystemCalls {
   SystemCalls(const SystemCalls&) = delete;
   SystemCalls& operator=(const SystemCalls&) = delete;
 
-  std::vector<ino_t> flushed;    // by fsync, in order
+  std::vector<ino_t> flushed;    // by fsync and fdatasync, in order
   bool skipsFlushes = false;     // where many are made and none is of interest
   std::size_t failingFlush = 0;  // which one, from 1 on
   int flushError = EIO;
   int exchangeError = 0;  // of renameat2
 
   // Done once.
-  std::function<void()> beforeFlush;     // fsync
+  std::function<void()> beforeFlush;     // fsync, fdatasync
   std::function<void()> beforeExchange;  // renameat2
   std::function<void()> beforeLock;      // fcntl with F_SETLK
   std::function<void()> beforeClose;

@@ -65,6 +65,7 @@ TEST_F(SqliteBinding, bindsWholeNumbersOf32And64Bits) {
 
 TEST_F(SqliteBinding, bindsRealNumbers) {
   EXPECT_THAT(bound(4.5), Pair("real", "4.5"));
+  EXPECT_THAT(valueOf("?", {0.1}), Optional(SqliteValue(0.1)));  // no float is that near
   EXPECT_THAT(valueOf("?", {0.1F}), Optional(SqliteValue(double{0.1F})));
 }
 

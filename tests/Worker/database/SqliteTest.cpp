@@ -1,9 +1,12 @@
 // Opening and closing, errors, transactions, and what belongs to the class.
 
+#include <functional>
 #include <regex>
 #include <set>
+#include <utility>
 
 #include "tests/Worker/database/DatabaseTest.h"
+#include "tests/support/Databases.h"
 
 namespace {
 
@@ -70,6 +73,26 @@ TEST_F(SqliteConnection, opensItsOwnFilePathAgain) {
   EXPECT_THAT(texts("SELECT a FROM t", "a"), ElementsAre("x"));
 }
 
+/// Done while a connection is being opened, once.
+std::function<void()> whileOpening;
+
+int onOpening(sqlite3*, const char**, const void*) {
+  if (whileOpening) std::exchange(whileOpening, nullptr)();
+  return SQLITE_OK;
+}
+
+TEST_F(SqliteConnection, hasClosedTheFirstWhenItOpensTheSecond) {
+  make("CREATE TABLE t (a)");
+  ASSERT_TRUE(sqlite.beginTransaction());
+  int whileTheSecondOpened = SQLITE_BUSY;
+  whileOpening = [&] { whileTheSecondOpened = testing_support::runDirectly(path, "INSERT INTO t VALUES (1)"); };
+  const auto entryPoint = reinterpret_cast<void (*)()>(onOpening);  // as SQLite declares it for extensions
+  sqlite3_auto_extension(entryPoint);
+  EXPECT_TRUE(sqlite.open(folder.path("second.sqlite")));
+  sqlite3_cancel_auto_extension(entryPoint);
+  EXPECT_EQ(whileTheSecondOpened, SQLITE_OK);
+}
+
 TEST_F(SqliteConnection, thatFailsToOpenAnotherFileHasClosedTheFirst) {
   make("CREATE TABLE t (a)");
   EXPECT_FALSE(sqlite.open(folder.path("missing/db.sqlite")));
@@ -101,6 +124,16 @@ TEST_F(SqliteConnection, closesTheHandleThatItIsGiven) {
   EXPECT_THAT(texts("SELECT 'x' AS a", "a"), ElementsAre("x"));
   sqlite.close();
   EXPECT_EQ(sqlite._db(), nullptr);
+}
+
+TEST_F(SqliteConnection, doesNotCloseTheHandleBeforeTheOneThatItIsGiven) {
+  make("CREATE TABLE t (a)");
+  sqlite3* const before = sqlite._db();
+  sqlite3* db = nullptr;
+  ASSERT_EQ(sqlite3_open(":memory:", &db), SQLITE_OK);
+  sqlite.set_db(db);
+  EXPECT_EQ(sqlite3_exec(before, "INSERT INTO t VALUES (1)", nullptr, nullptr, nullptr), SQLITE_OK);
+  EXPECT_EQ(sqlite3_close(before), SQLITE_OK);
 }
 
 TEST_F(SqliteConnection, closesWhenItIsDestroyed) {
@@ -146,6 +179,30 @@ TEST_F(SqliteConnection, locksTheFileInATransactionOnlyWhenThatIsNotDeferred) {
   ASSERT_TRUE(sqlite.commit());
   ASSERT_TRUE(sqlite.beginTransaction());
   EXPECT_EQ(testing_support::runDirectly(path, "SELECT a FROM t"), SQLITE_BUSY);
+}
+
+TEST_F(SqliteConnection, locksTheFileInADeferredTransactionOnlyWhenItIsUsed) {
+  make("CREATE TABLE t (a)");
+  ASSERT_TRUE(sqlite.beginDeferredTransaction());
+  EXPECT_EQ(testing_support::runDirectly(path, "INSERT INTO t VALUES (1)"), SQLITE_OK);
+  ASSERT_TRUE(sqlite.executeNonQuery("INSERT INTO t VALUES (2)"));
+  EXPECT_EQ(testing_support::runDirectly(path, "INSERT INTO t VALUES (3)"), SQLITE_BUSY);
+  EXPECT_EQ(testing_support::runDirectly(path, "SELECT a FROM t"), SQLITE_OK);  // it is not exclusive
+}
+
+TEST_F(SqliteConnection, beginsAndEndsTransactionsWithTheseStatements) {
+  make("CREATE TABLE t (a)");
+  testing_support::Journal journal;
+  const testing_support::StatementJournal statements(journal);
+  ASSERT_TRUE(sqlite.open(path));  // from now on statements are noted
+  EXPECT_TRUE(sqlite.beginTransaction());
+  EXPECT_TRUE(sqlite.commit());
+  EXPECT_TRUE(sqlite.beginDeferredTransaction());
+  EXPECT_TRUE(sqlite.rollback());
+  const std::string on = " on " + path;
+  EXPECT_THAT(journal.entriesAfter("sql "),
+              ElementsAre("BEGIN EXCLUSIVE TRANSACTION;" + on, "COMMIT TRANSACTION;" + on,
+                          "BEGIN DEFERRED TRANSACTION;" + on, "ROLLBACK TRANSACTION;" + on));
 }
 
 TEST(SqliteClass, tellsTheVersionOfTheLibrary) {

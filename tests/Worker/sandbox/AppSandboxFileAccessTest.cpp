@@ -5,7 +5,6 @@
 #include "Platform/Assertion.h"
 #include "Worker/sandbox/AppSandboxFileAccess.h"
 #include "Worker/sandbox/AppSandboxFileAccessOpenSavePanelDelegate.h"
-#include "Worker/sandbox/AppSandboxFileAccessPersist.h"
 #include "tests/support/WorkerTest.h"
 
 namespace {
@@ -18,7 +17,6 @@ using ::testing::SizeIs;
 using testing_support::WorkerTest;
 using tidewell::AppSandboxFileAccess;
 using tidewell::AppSandboxFileAccessOpenSavePanelDelegate;
-using tidewell::AppSandboxFileAccessPersist;
 
 class FolderAccess : public WorkerTest {
  protected:
@@ -27,6 +25,15 @@ class FolderAccess : public WorkerTest {
     return access->accessFilePath_persistPermission_withBlock(path, persist, [this] { ++ran; });
   }
   std::vector<std::string> panels() const { return platform.journal.entriesAfter("panel "); }
+  /// What is stored for the folder is a grant of the one that stands there now.
+  void expectFreshGrantOf(const std::string& below) {
+    const auto* stored = platform.own().at(key(below)).as<platform::Data>();
+    ASSERT_NE(stored, nullptr);
+    const platform::ResolvedBookmark bookmark = platform.scopes.resolveBookmarkData(*stored);
+    EXPECT_FALSE(bookmark.isStale);
+    ASSERT_TRUE(bookmark.url);
+    EXPECT_EQ(bookmark.url->path(), home(below));
+  }
 
   std::unique_ptr<AppSandboxFileAccess> access = AppSandboxFileAccess::fileAccess();
   int ran = 0;
@@ -34,8 +41,17 @@ class FolderAccess : public WorkerTest {
 
 // The object.
 
-TEST_F(FolderAccess, isMadeAnewEachTime) {
-  EXPECT_NE(AppSandboxFileAccess::fileAccess(), AppSandboxFileAccess::fileAccess());
+TEST_F(FolderAccess, isMadeAnewEachTimeAndSharesNothing) {
+  access->setTitle("T");
+  access->setMessage("M");
+  access->setPrompt("P");
+  for (const auto& another : {AppSandboxFileAccess::fileAccess(), std::make_unique<AppSandboxFileAccess>()}) {
+    EXPECT_NE(another.get(), access.get());
+    EXPECT_EQ(another->title(), "Allow Access");
+    EXPECT_EQ(another->message(), "Tidewell needs to access this path to continue. Click Allow to continue.");
+    EXPECT_EQ(another->prompt(), "Allow");
+  }
+  EXPECT_EQ(access->title(), "T");
 }
 
 TEST_F(FolderAccess, hasTheTextsOfThePanel) {
@@ -44,14 +60,21 @@ TEST_F(FolderAccess, hasTheTextsOfThePanel) {
   EXPECT_EQ(access->prompt(), "Allow");
 }
 
+TEST_F(FolderAccess, takesTheBundlesDisplayNameBeforeItsName) {
+  platform.bundle.information = {{"CFBundleName", "Worker"}, {"CFBundleDisplayName", "Shown"}};
+  EXPECT_EQ(AppSandboxFileAccess().message(), "Shown needs to access this path to continue. Click Allow to continue.");
+}
+
 TEST_F(FolderAccess, takesTheBundlesNameWhereThereIsNoDisplayName) {
   platform.bundle.information = {{"CFBundleName", "Worker"}};
   EXPECT_EQ(AppSandboxFileAccess().message(), "Worker needs to access this path to continue. Click Allow to continue.");
 }
 
 TEST_F(FolderAccess, hasTranslatedTexts) {
+  platform.bundle.translations["Allow Access"] = "Zugriff erlauben";
   platform.bundle.translations["Allow"] = "Erlauben";
   platform.bundle.translations["%@ needs to access this path to continue. Click Allow to continue."] = "Bitte, %@!";
+  EXPECT_EQ(AppSandboxFileAccess().title(), "Zugriff erlauben");
   EXPECT_EQ(AppSandboxFileAccess().prompt(), "Erlauben");
   EXPECT_EQ(AppSandboxFileAccess().message(), "Bitte, Tidewell!");
 }
@@ -114,10 +137,18 @@ TEST_F(FolderAccess, ofTheOtherArgumentOrderIsTheSame) {
 
 TEST_F(FolderAccess, isAskedForTheTargetOfALinkAndNotForTheLink) {
   platform.home.folder("Library");
-  platform.grant(home("Library"));
   platform.home.link("link", home("Library"));
+  EXPECT_FALSE(accessTo(home("link")));
+  EXPECT_THAT(panels(), ElementsAre(home("Library")));
+  platform.grant(home("Library"));
   EXPECT_TRUE(accessTo(home("link")));
   EXPECT_THAT(panels(), IsEmpty());
+}
+
+TEST_F(FolderAccess, isLookedUpByTheStandardFormOfThePath) {
+  platform.home.folder("Library");
+  EXPECT_FALSE(accessTo(home("missing/../Library/./Safari/..")));
+  EXPECT_THAT(panels(), ElementsAre(home("Library")));
 }
 
 // The panel.
@@ -146,69 +177,6 @@ TEST_F(FolderAccess, isRefusedByACancelledPanelAndNothingIsStored) {
   EXPECT_THAT(platform.userDefaults.keys(""), IsEmpty());
 }
 
-TEST_F(FolderAccess, panelHasTheSettingsThatItNeeds) {
-  platform.home.folder("Library");
-  accessTo(home("Library"));
-  ASSERT_THAT(platform.openPanel.shown(), SizeIs(1));
-  const platform::OpenPanelSettings& panel = platform.openPanel.shown()[0];
-  EXPECT_EQ(panel.title, "Allow Access");
-  EXPECT_EQ(panel.message, "Tidewell needs to access this path to continue. Click Allow to continue.");
-  EXPECT_EQ(panel.prompt, "Allow");
-  EXPECT_FALSE(panel.canCreateDirectories);
-  EXPECT_TRUE(panel.canChooseFiles);
-  EXPECT_TRUE(panel.canChooseDirectories);
-  EXPECT_FALSE(panel.allowsMultipleSelection);
-  EXPECT_FALSE(panel.showsHiddenFiles);
-  EXPECT_FALSE(panel.extensionHidden);
-  EXPECT_EQ(panel.directoryURL.path(), home("Library"));
-  EXPECT_EQ(platform.openPanel.activations(), 1U);
-}
-
-TEST_F(FolderAccess, panelOpensAtTheNearestFolderThatExists) {
-  platform.home.folder("Library");
-  accessTo(home("Library/Application Support/Google"));
-  accessTo("/no such folder/at all");
-  EXPECT_EQ(platform.openPanel.shown()[0].directoryURL.path(), home("Library"));
-  EXPECT_EQ(platform.openPanel.shown()[1].directoryURL.path(), "/");
-}
-
-TEST_F(FolderAccess, panelCarriesTextsThatWereChanged) {
-  access->setTitle("T");
-  access->setMessage("M");
-  access->setPrompt("P");
-  accessTo(home("Library"));
-  EXPECT_EQ(platform.openPanel.shown()[0].title, "T");
-  EXPECT_EQ(platform.openPanel.shown()[0].message, "M");
-  EXPECT_EQ(platform.openPanel.shown()[0].prompt, "P");
-}
-
-TEST_F(FolderAccess, panelRunsOnTheMainThreadWhoeverAsks) {
-  platform.home.folder("Library");
-  platform.openPanel.agreesToAll = true;  // the panel itself refuses another thread
-  platform.dispatch.asBackgroundThread([this] { EXPECT_TRUE(accessTo(home("Library"))); });
-  EXPECT_TRUE(accessTo(home("Library")));
-}
-
-TEST_F(FolderAccess, panelRuleEnablesTheTargetAndTheFoldersAboveIt) {
-  AppSandboxFileAccessOpenSavePanelDelegate rule(FileURL("/Users/ann/Library/Safari", true));
-  const auto enables = [&](const char* path) { return rule.panel_shouldEnableURL({}, FileURL(path, true)); };
-  for (const char* path : {"/", "/Users", "/Users/ann", "/Users/ann/Library", "/Users/ann/Library/Safari"}) {
-    EXPECT_TRUE(enables(path)) << path;
-  }
-  for (const char* path : {"/Users/ann/Library/Cookies", "/Users/ann/Library/Safari/Databases", "/Users/bob",
-                           "/users/ann/Library", "/Users/ann/Library/Safari2", "/tmp"}) {
-    EXPECT_FALSE(enables(path)) << path;
-  }
-}
-
-TEST_F(FolderAccess, panelRuleCanBeSetByComponents) {
-  AppSandboxFileAccessOpenSavePanelDelegate rule(FileURL("/a", true));
-  EXPECT_THAT(rule.pathComponents(), ElementsAre("/", "a"));
-  rule.setPathComponents({"/", "b", "c"});
-  EXPECT_TRUE(rule.panel_shouldEnableURL({}, FileURL("/b", true)));
-  EXPECT_FALSE(rule.panel_shouldEnableURL({}, FileURL("/a", true)));
-}
-
 // Bookmarks that no longer fit.
 
 TEST_F(FolderAccess, whoseFolderWasReplacedIsRefreshedWithoutAPanelEvenWhenNothingIsToPersist) {
@@ -220,15 +188,20 @@ TEST_F(FolderAccess, whoseFolderWasReplacedIsRefreshedWithoutAPanelEvenWhenNothi
   EXPECT_TRUE(accessTo(home("Library"), /*persist=*/false));
   EXPECT_THAT(panels(), IsEmpty());
   EXPECT_NE(platform.own().at(key("Library")), before);
+  expectFreshGrantOf("Library");
 }
 
-TEST_F(FolderAccess, whoseGrantLaysAboveLeavesTheStaleEntryAndRefreshesThatFoldersKey) {
+TEST_F(FolderAccess, whoseGrantLiesAboveIsRefreshedUnderThatFoldersKey) {
   platform.home.folder("Library/Safari");
   platform.grant(home("Library"));
+  const platform::Value before = platform.own().at(key("Library"));
   std::filesystem::rename(home("Library"), home("old"));
   platform.home.folder("Library/Safari");
   EXPECT_TRUE(accessTo(home("Library/Safari")));
+  EXPECT_THAT(panels(), IsEmpty());
   EXPECT_THAT(platform.userDefaults.keys(""), ElementsAre(key("Library")));
+  EXPECT_NE(platform.own().at(key("Library")), before);
+  expectFreshGrantOf("Library");
 }
 
 TEST_F(FolderAccess, whoseFolderIsGoneIsAskedForAndTheOldDataStays) {

@@ -65,6 +65,12 @@ TEST_F(BookmarkStore, givesNothingForASibling) {
   EXPECT_EQ(lookUp(FileURL("/Users/ann/Library", true)), "nothing");
 }
 
+TEST_F(BookmarkStore, looksUpAFolderRightBelowTheRoot) {
+  store("grant", FileURL("/a", true));
+  EXPECT_EQ(lookUp(FileURL("/a", true)), "grant");
+  EXPECT_EQ(lookUp(FileURL("/a/b/c", true)), "grant");
+}
+
 TEST_F(BookmarkStore, neverLooksUpTheRoot) {
   store("everything", FileURL("/", true));
   EXPECT_EQ(lookUp(FileURL("/Users/ann", true)), "nothing");

@@ -1,11 +1,15 @@
 // Which folder a path is granted by, the home folder in paths, and what a refusal leaves behind.
 
+#include <functional>
+#include <map>
+
 #include "Worker/sandbox/AppSandboxFileAccess.h"
 #include "Worker/sandbox/Sandbox.h"
 #include "tests/support/WorkerTest.h"
 
 namespace {
 
+using ::testing::AllOf;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -42,9 +46,11 @@ TEST_F(UserDirectory, isTheTextOfAnAbsentObjectWhenTheSettingIsMissing) {
 }
 
 TEST_F(UserDirectory, isReadAfreshEachTime) {
+  EXPECT_EQ(Sandbox::checkForUserDirectory("~/x"), "/Users/ann/x");
   platform.shared().insert_or_assign("userFolder", "/Users/bob");
   EXPECT_EQ(Sandbox::checkForUserDirectory("~/x"), "/Users/bob/x");
-  EXPECT_THAT(platform.journal.entriesAfter("suite "), ElementsAre(tidewell::kSharedSuite));
+  const std::string suite = "7QX2LM9PDA.com.emberlinestudio.Tidewell";
+  EXPECT_THAT(platform.journal.entriesAfter("suite "), ElementsAre(suite, suite));
 }
 
 // access.
@@ -142,6 +148,7 @@ TEST_F(DeniedOperation, checkForScriptInFolder) {
   Sandbox::checkForScriptInFolder();
   EXPECT_THAT(platform.log.lines(),
               ElementsAre("Sandbox has denied access to " + home(".local/share/scripts/clearCookies.sh")));
+  EXPECT_TRUE(platform.home.exists(".local/share/scripts"));  // it was made, to be asked for
 }
 TEST_F(DeniedOperation, removeFilesLogsOneLineForEach) {
   Sandbox::removeFiles(std::vector<std::string>{"~/Library/a", "~/Library/b"});
@@ -159,6 +166,91 @@ TEST_F(SandboxAccess, recordsABookmarkOfThePathBeforeAskingForAccess) {
   EXPECT_FALSE(Sandbox::fileExists("~/Library/a"));
   EXPECT_THAT(platform.userDefaults.keys(""), ElementsAre("bd_file://" + home("Library/a")));
   EXPECT_THAT(platform.log.lines(), SizeIs(1));
+}
+
+/// Every operation on a path, by its name.
+const std::map<std::string, std::function<void(const std::string& path)>> kOperations = {
+    {"access", [](const std::string& path) { Sandbox::access(path); }},
+    {"remove", [](const std::string& path) { Sandbox::remove(path); }},
+    {"removeFiles", [](const std::string& path) { Sandbox::removeFiles(std::vector<std::string>{path}); }},
+    {"contentsOf", [](const std::string& path) { Sandbox::contentsOf(path); }},
+    {"folderContentsOf", [](const std::string& path) { Sandbox::folderContentsOf(path); }},
+    {"fileExists", [](const std::string& path) { Sandbox::fileExists(path); }},
+    {"fileIsDirectory", [](const std::string& path) { Sandbox::fileIsDirectory(path); }},
+    {"fileAttributes", [](const std::string& path) { Sandbox::fileAttributes(path); }},
+    {"runSql", [](const std::string& path) { Sandbox::runSql_onfile("SELECT 1;", path); }},
+    {"returnArrayFromSql", [](const std::string& path) { Sandbox::returnArrayFromSql_onfile("SELECT 1;", path); }}};
+
+TEST_F(SandboxAccess, recordsABookmarkOfThePathWhateverTheOperationBeforeAnyPanel) {
+  platform.home.file("Library/a");
+  platform.scopes.openForProcess(platform::FileURL(home("Library"), true));
+  const std::string key = "bd_file://" + home("Library/a");
+  for (const auto& [name, operation] : kOperations) {
+    platform.own().clear();
+    std::vector<bool> wasThere;
+    platform.openPanel.whileShown = [&] { wasThere.push_back(platform.own().contains(key)); };
+    operation("~/Library/a");
+    EXPECT_TRUE(platform.own().contains(key)) << name;  // at once, though the work may come later
+    platform.dispatch.runUntilIdle();
+    EXPECT_THAT(platform.userDefaults.keys(""), ElementsAre(key)) << name;
+    // For access() it is enough: that asks for the path itself.
+    EXPECT_THAT(wasThere, AllOf(Each(true), SizeIs(name == "access" ? 0 : 1))) << name;
+  }
+}
+
+TEST_F(SandboxAccess, asksForNoPanelWhereTheBookmarkThatItRecordsIsEnough) {
+  platform.home.folder("Library/Safari");
+  platform.scopes.openForProcess(platform::FileURL(home("Library"), true));
+  Sandbox::access("~/Library/Safari");
+  EXPECT_THAT(panels(), IsEmpty());
+  EXPECT_THAT(platform.userDefaults.keys(""), ElementsAre("bd_file://" + home("Library/Safari") + "/"));
+}
+
+TEST_F(SandboxAccess, recordsABookmarkOfTheScriptThatIsCheckedFor) {
+  platform.home.file(".local/share/scripts/clearCookies.sh");
+  platform.scopes.openForProcess(platform::FileURL(home(".local/share/scripts"), true));
+  Sandbox::checkForScriptInFolder();
+  EXPECT_THAT(panels(), ElementsAre(home(".local/share/scripts")));  // of which nothing is stored
+  EXPECT_THAT(platform.userDefaults.keys(""), ElementsAre("bd_file://" + home(".local/share/scripts/clearCookies.sh")));
+}
+
+TEST_F(SandboxAccess, isKeptAsThePersonGaveItWhateverTheOperation) {
+  platform.home.file("Library/a");
+  const std::string key = "bd_file://" + platform.home.path() + "/";
+  for (const auto& [name, operation] : kOperations) {
+    platform.own().clear();
+    platform.openPanel.willChoose(platform.home.path());
+    operation("~/Library/missing");
+    platform.dispatch.runUntilIdle();
+    EXPECT_TRUE(platform.own().contains(key)) << name;
+  }
+}
+
+TEST_F(SandboxAccess, isAskedForTheParentByEveryOtherOperationAlsoOnAFolder) {
+  platform.home.folder("Library/Safari");
+  for (const auto& [name, operation] : kOperations) {
+    if (name == "access") continue;
+    platform.journal.clear();
+    operation("~/Library/Safari");
+    platform.dispatch.runUntilIdle();
+    EXPECT_THAT(panels(), ElementsAre(home("Library"))) << name;
+  }
+}
+
+TEST_F(SandboxAccess, runsOnTheCallersThreadAndEveryOtherOperationOnAQueueOfItsOwn) {
+  platform.home.folder("Library/Safari");
+  for (const auto& [name, operation] : kOperations) {
+    platform.journal.clear();
+    platform.dispatch.asBackgroundThread([&] {
+      operation("~/Library/Safari");
+      operation("~/Library/Safari");
+    });
+    platform.dispatch.runUntilIdle();
+    const std::size_t queues = name == "access" ? 0 : 2;
+    EXPECT_THAT(platform.journal.placesOf("queue com.emberlinestudio.com.TidewellWorker.task"), SizeIs(queues)) << name;
+    EXPECT_THAT(platform.journal.placesOf("queue "), AllOf(SizeIs(queues), Each("background"))) << name;
+    EXPECT_THAT(platform.journal.placesOf("panel "), AllOf(SizeIs(2), Each("main"))) << name;
+  }
 }
 
 TEST_F(SandboxAccess, ofWhatWasNotGrantedIsNeverRecorded) {

@@ -33,6 +33,14 @@ TEST_F(SandboxReading, usesAQueueOfItsOwnForEachCall) {
                                                       "com.emberlinestudio.com.TidewellWorker.task"));
 }
 
+TEST_F(SandboxReading, readsOnItsQueue) {
+  platform.home.file("folder/a");
+  Sandbox::contentsOf("~/folder/a");
+  Sandbox::folderContentsOf("~/folder");
+  EXPECT_THAT(platform.journal.placesOf("read "), ElementsAre("com.emberlinestudio.com.TidewellWorker.task"));
+  EXPECT_THAT(platform.journal.placesOf("list "), ElementsAre("com.emberlinestudio.com.TidewellWorker.task"));
+}
+
 TEST_F(SandboxReading, contentsOfIsTheWholeText) {
   platform.home.file("a", "two\nlines é\n");
   EXPECT_EQ(Sandbox::contentsOf("~/a"), "two\nlines é\n");
@@ -120,6 +128,14 @@ TEST_F(SandboxReading, checkForScriptInFolderIsContentWhenTheScriptIsThere) {
   Sandbox::checkForScriptInFolder();
   EXPECT_THAT(platform.log.lines(), IsEmpty());
   EXPECT_THAT(platform.journal.entriesAfter("panel "), IsEmpty());
+}
+
+TEST_F(SandboxReading, checkForScriptInFolderWaitsForThePersonOnAQueueOfItsOwn) {
+  Sandbox::checkForScriptInFolder();
+  EXPECT_THAT(platform.journal.entriesAfter("panel "), ElementsAre(home(".local/share/scripts")));
+  EXPECT_THAT(platform.journal.placesOf("panel "), ElementsAre("com.emberlinestudio.com.TidewellWorker.task"));
+  EXPECT_THAT(platform.dispatch.labels(), ElementsAre("com.emberlinestudio.com.TidewellWorker.task"));
+  EXPECT_EQ(platform.openPanel.shown()[0].title, "Save Script");
 }
 
 TEST_F(SandboxReading, checkForScriptInFolderMakesTheFolder) {

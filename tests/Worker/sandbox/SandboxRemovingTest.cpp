@@ -33,6 +33,14 @@ TEST_F(SandboxRemove, returnsBeforeTheFileIsGone) {
   EXPECT_FALSE(platform.home.exists("a"));
 }
 
+TEST_F(SandboxRemove, removesOnItsQueueAndNotOnTheMainThread) {
+  platform.home.file("a");
+  Sandbox::remove("~/a");
+  EXPECT_EQ(platform.dispatch.waitingOnMain(), 0U);
+  platform.dispatch.runUntilIdle();
+  EXPECT_THAT(platform.journal.placesOf("remove "), ElementsAre("com.emberlinestudio.com.TidewellWorker.task"));
+}
+
 TEST_F(SandboxRemove, takesFilesAndWholeFoldersAlike) {
   platform.home.file("file");
   platform.home.file("folder/sub/a");

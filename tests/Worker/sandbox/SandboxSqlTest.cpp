@@ -64,7 +64,18 @@ TEST_F(SandboxSql, statementRunsAfterTheCallHasReturned) {
   EXPECT_THAT(query("~/folder/db"), SizeIs(2));
   platform.dispatch.runUntilIdle();
   EXPECT_THAT(query("~/folder/db"), IsEmpty());
-  EXPECT_THAT(platform.dispatch.labels(), ::testing::Each("com.emberlinestudio.com.TidewellWorker.task"));
+  const std::string label = "com.emberlinestudio.com.TidewellWorker.task";
+  EXPECT_THAT(platform.dispatch.labels(), ElementsAre(label, label, label));
+}
+
+TEST_F(SandboxSql, runsOnItsQueueAndNotOnTheMainThread) {
+  const testing_support::StatementJournal statements(platform.journal);
+  Sandbox::runSql_onfile("DELETE FROM t;", "~/folder/db");
+  EXPECT_EQ(platform.dispatch.waitingOnMain(), 0U);
+  platform.dispatch.runUntilIdle();
+  query("~/folder/db");
+  EXPECT_THAT(platform.journal.placesOf("sql "), ElementsAre("com.emberlinestudio.com.TidewellWorker.task",
+                                                             "com.emberlinestudio.com.TidewellWorker.task"));
 }
 
 TEST_F(SandboxSql, statementOnAMissingFileMakesNone) {

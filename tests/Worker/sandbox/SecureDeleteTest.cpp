@@ -155,6 +155,14 @@ TEST_F(SecureDeletion, goesOnWhenWritesFailAndCountsEachAsAByteMoreToGo) {
   EXPECT_THAT(writes(), ElementsAre("1024", "6"));
 }
 
+TEST_F(SecureDeletion, countsWhatWasWrittenAndNotWhatWasToBe) {
+  const std::string path = fileOf(2500);
+  platform.system.longestWrite = 1000;
+  EXPECT_TRUE(SecureDelete::wipe_phase(path, 2));
+  EXPECT_THAT(writes(), ElementsAre("1024", "1024", "500"));  // of which 1000, 1000 and 500 bytes are written
+  EXPECT_EQ(platform.home.content("a"), std::string(2500, '\xAA'));
+}
+
 TEST_F(SecureDeletion, coversTheLow32BitsOfTheSizeOnly) {
   const std::string path = fileOf(0);
   ASSERT_EQ(::truncate(path.c_str(), (std::int64_t{1} << 32) + 5), 0);  // a file with a hole takes no space
