@@ -26,7 +26,7 @@ std::error_code JournalingFileManager::removeItem(const std::string& path) {
 
 std::error_code JournalingFileManager::removeOverwrittenItem(const std::string& path,
                                                              platform::UnflushedFile unflushed) {
-  journal_.add("remove overwritten " + path);
+  journal_.add((unflushed == platform::UnflushedFile::stays ? "remove flushed " : "remove overwritten ") + path);
   return LinuxFileManager::removeOverwrittenItem(path, unflushed);
 }
 

@@ -21,8 +21,8 @@
 
 namespace testing_support {
 
-/// Journal: "remove PATH", "remove overwritten PATH", "read PATH", "list PATH"; "pieces of PATH", "make folder PATH",
-/// "make file PATH", "exchange PATH", "replace PATH", "lock PATH".
+/// Journal: "remove PATH", "remove overwritten PATH", "remove flushed PATH", "read PATH", "list PATH";
+/// "pieces of PATH", "make folder PATH", "make file PATH", "exchange PATH", "replace PATH", "lock PATH".
 class JournalingFileManager : public platform::linux_::LinuxFileManager {
  public:
   JournalingFileManager(platform::linux_::SecurityScopes& scopes, std::string scriptsFolder, Journal& journal)

@@ -228,7 +228,7 @@ TEST_F(LinuxRun, overwritesTheFilesInAFolderBeforeTheyGo) {
   platform.grant(home(".config/chromium"));
   quit("Chromium");
   EXPECT_THAT(platform.journal.entriesAfter("open "), ElementsAre(file, file, file));
-  EXPECT_THAT(platform.journal.entriesAfter("remove overwritten "), Contains(file));
+  EXPECT_THAT(platform.journal.entriesAfter("remove flushed "), Contains(file));
 }
 
 }  // namespace
