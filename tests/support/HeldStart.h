@@ -36,7 +36,7 @@ class HeldStart {
 
   int events_ = -1;
   int ended_ = -1;  // an eventfd: the object goes
-  pid_t pid_ = 0;  // of the child; set before another thread runs
+  pid_t pid_ = 0;   // of the child; set before another thread runs
   bool hasEnded_ = false;
   std::promise<void> isHeld_;
   std::mutex mutex_;
