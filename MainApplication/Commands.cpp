@@ -10,7 +10,7 @@
 
 #include "MainApplication/WorkerConnection.h"
 #include "Platform/FileURL.h"
-#include "Platform/Linux/ExecutableFinder.h"
+#include "Platform/Linux/processes/ExecutableFinder.h"
 #include "Platform/Path.h"
 #include "Worker/Identity.h"
 

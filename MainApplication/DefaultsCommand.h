@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Linux/SqliteUserDefaults.h"
+#include "Platform/Linux/settings/SqliteUserDefaults.h"
 
 namespace tidewell {
 

@@ -6,7 +6,7 @@
 #include <iterator>
 
 #include "Platform/FileURL.h"
-#include "Platform/Linux/LinuxSystem.h"
+#include "Platform/Linux/files/LinuxSystem.h"
 #include "Platform/Path.h"
 #include "Worker/Identity.h"
 

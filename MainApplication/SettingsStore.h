@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Linux/SqliteUserDefaults.h"
+#include "Platform/Linux/settings/SqliteUserDefaults.h"
 #include "Worker/Browsers.h"
 #include "Worker/Home.h"
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "Platform/Linux/BusListener.h"
+#include "Platform/Linux/bus/BusListener.h"
 #include "Worker/Agent.h"
 #include "Worker/Identity.h"
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Linux/SessionBus.h"
+#include "Platform/Linux/bus/SessionBus.h"
 
 namespace tidewell {
 

@@ -5,7 +5,7 @@
 #include <iostream>
 
 #include "MainApplication/Commands.h"
-#include "Platform/Linux/LineLog.h"
+#include "Platform/Linux/host/LineLog.h"
 #include "Worker/Identity.h"
 
 namespace linux_ = platform::linux_;

@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "Platform/Linux/BusListener.h"
 #include "Platform/Linux/LinuxPlatform.h"
+#include "Platform/Linux/bus/BusListener.h"
 #include "Worker/Browsers.h"
 #include "Worker/Identity.h"
 #include "Worker/WorkerAppDelegate.h"

@@ -14,8 +14,8 @@
 #include <thread>
 #include <vector>
 
-#include "Platform/Linux/LinuxDispatch.h"
-#include "Platform/Linux/SqliteUserDefaults.h"
+#include "Platform/Linux/settings/SqliteUserDefaults.h"
+#include "Platform/Linux/threads/LinuxDispatch.h"
 #include "Worker/Identity.h"
 #include "Worker/sandbox/Sandbox.h"
 #include "tests/support/TestPlatform.h"

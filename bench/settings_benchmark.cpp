@@ -2,7 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "Platform/Linux/SqliteUserDefaults.h"
+#include "Platform/Linux/settings/SqliteUserDefaults.h"
 #include "tests/support/Fakes.h"
 #include "tests/support/ScratchFolder.h"
 

@@ -1,15 +1,15 @@
 # Files and grants, on the real file system.
 tidewell_test(files_tests
   SOURCES
-    Platform/Linux/BookmarkDataTest.cpp
-    Platform/Linux/FileCreationTest.cpp
-    Platform/Linux/FileExchangeTest.cpp
-    Platform/Linux/FileReplacingTest.cpp
-    Platform/Linux/FileLocksTest.cpp
-    Platform/Linux/FileReaderTest.cpp
-    Platform/Linux/LinuxFileManagerTest.cpp
-    Platform/Linux/LinuxSystemTest.cpp
-    Platform/Linux/SecurityScopesTest.cpp
-    Platform/Linux/SystemCalls.cpp
-    Platform/Linux/TreeRemovalTest.cpp
+    Platform/Linux/files/BookmarkDataTest.cpp
+    Platform/Linux/files/FileCreationTest.cpp
+    Platform/Linux/files/FileExchangeTest.cpp
+    Platform/Linux/files/FileReplacingTest.cpp
+    Platform/Linux/files/FileLocksTest.cpp
+    Platform/Linux/files/FileReaderTest.cpp
+    Platform/Linux/files/LinuxFileManagerTest.cpp
+    Platform/Linux/files/LinuxSystemTest.cpp
+    Platform/Linux/files/SecurityScopesTest.cpp
+    Platform/Linux/files/SystemCalls.cpp
+    Platform/Linux/files/TreeRemovalTest.cpp
   LIBRARIES test_support)

@@ -8,13 +8,13 @@ target_link_libraries(process_test_support PUBLIC tidewell_settings)
 
 tidewell_test(workspace_tests
   SOURCES
-    Platform/Linux/InstalledApplicationsTest.cpp
-    Platform/Linux/LinuxUserScriptsTest.cpp
-    Platform/Linux/LinuxWorkspaceTest.cpp
-    Platform/Linux/ProcessTableTest.cpp
-    Platform/Linux/QuitArgumentsTest.cpp
-    Platform/Linux/StartsAtOnceTest.cpp
-  LIBRARIES test_support bus_test_support process_test_support platform_linux_workspace
+    Platform/Linux/processes/InstalledApplicationsTest.cpp
+    Platform/Linux/processes/LinuxUserScriptsTest.cpp
+    Platform/Linux/processes/LinuxWorkspaceTest.cpp
+    Platform/Linux/processes/ProcessTableTest.cpp
+    Platform/Linux/processes/QuitArgumentsTest.cpp
+    Platform/Linux/processes/StartsAtOnceTest.cpp
+  LIBRARIES test_support bus_test_support process_test_support platform_linux_processes
   APART
   NOT_APART "*.areNoticedThoughTheirProgramLiesNowhereWhenTheyAreWanted:*.areWantedAnewWhenTheSettingsChange")
 add_dependencies(workspace_tests stand_in)

@@ -14,6 +14,6 @@ add_library(test_support STATIC
 target_link_libraries(test_support PUBLIC worker platform_linux_files PRIVATE leveldb_static lz4_static)
 
 add_library(bus_test_support STATIC support/PrivateBus.cpp)
-target_link_libraries(bus_test_support PUBLIC platform_linux_session)
+target_link_libraries(bus_test_support PUBLIC platform_linux_bus platform_linux_host)
 target_compile_definitions(bus_test_support PRIVATE
   TIDEWELL_BUS_CONFIGURATION="${CMAKE_CURRENT_SOURCE_DIR}/support/session-bus.conf")

@@ -6,7 +6,7 @@
 #include <clocale>
 
 #include "MainApplication/panel/PanelService.h"
-#include "Platform/Linux/GettextBundle.h"
+#include "Platform/Linux/host/GettextBundle.h"
 #include "Platform/Path.h"
 
 namespace {

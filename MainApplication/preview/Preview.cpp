@@ -9,7 +9,7 @@
 #include "MainApplication/preview/PreviewFiles.h"
 #include "MainApplication/preview/PreviewSettings.h"
 #include "MainApplication/preview/QueuedDispatch.h"
-#include "Platform/Linux/LinuxSystem.h"
+#include "Platform/Linux/files/LinuxSystem.h"
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"

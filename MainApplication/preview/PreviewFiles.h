@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Platform/Linux/LinuxFileManager.h"
+#include "Platform/Linux/files/LinuxFileManager.h"
 
 namespace tidewell {
 

@@ -3,7 +3,7 @@
 #include <limits>
 #include <utility>
 
-#include "Platform/Linux/BusListener.h"
+#include "Platform/Linux/bus/BusListener.h"
 #include "Worker/Agent.h"
 #include "Worker/Identity.h"
 

@@ -7,8 +7,8 @@
 #include <memory>
 
 #include "MainApplication/settings/SettingsWindow.h"
-#include "Platform/Linux/GettextBundle.h"
-#include "Platform/Linux/LineLog.h"
+#include "Platform/Linux/host/GettextBundle.h"
+#include "Platform/Linux/host/LineLog.h"
 #include "Platform/Path.h"
 #include "Worker/Identity.h"
 

@@ -7,7 +7,7 @@
 #include <chrono>
 #include <utility>
 
-#include "Platform/Linux/IdleMemory.h"
+#include "Platform/Linux/host/IdleMemory.h"
 
 namespace platform::linux_ {
 namespace {

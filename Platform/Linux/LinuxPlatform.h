@@ -4,18 +4,18 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Linux/AnnouncedQuits.h"
-#include "Platform/Linux/BusNotificationCenter.h"
-#include "Platform/Linux/BusOpenPanel.h"
-#include "Platform/Linux/GettextBundle.h"
-#include "Platform/Linux/LineLog.h"
-#include "Platform/Linux/LinuxDispatch.h"
-#include "Platform/Linux/LinuxFileManager.h"
-#include "Platform/Linux/LinuxSystem.h"
-#include "Platform/Linux/LinuxUserScripts.h"
-#include "Platform/Linux/LinuxWorkspace.h"
-#include "Platform/Linux/SecurityScopes.h"
-#include "Platform/Linux/SqliteUserDefaults.h"
+#include "Platform/Linux/bus/AnnouncedQuits.h"
+#include "Platform/Linux/bus/BusNotificationCenter.h"
+#include "Platform/Linux/bus/BusOpenPanel.h"
+#include "Platform/Linux/files/LinuxFileManager.h"
+#include "Platform/Linux/files/LinuxSystem.h"
+#include "Platform/Linux/files/SecurityScopes.h"
+#include "Platform/Linux/host/GettextBundle.h"
+#include "Platform/Linux/host/LineLog.h"
+#include "Platform/Linux/processes/LinuxUserScripts.h"
+#include "Platform/Linux/processes/LinuxWorkspace.h"
+#include "Platform/Linux/settings/SqliteUserDefaults.h"
+#include "Platform/Linux/threads/LinuxDispatch.h"
 #include "Platform/Platform.h"
 
 namespace platform::linux_ {

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <thread>
 
-#include "Platform/Linux/LinuxDispatch.h"
+#include "Platform/Linux/threads/LinuxDispatch.h"
 #include "tests/support/FakeDispatch.h"
 
 namespace {

@@ -5,7 +5,7 @@
 
 #include <limits>
 
-#include "Platform/Linux/SqliteUserDefaults.h"
+#include "Platform/Linux/settings/SqliteUserDefaults.h"
 #include "tests/support/Fakes.h"
 #include "tests/support/ScratchFolder.h"
 

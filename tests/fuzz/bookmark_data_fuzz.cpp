@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "Platform/Linux/SecurityScopes.h"
+#include "Platform/Linux/files/SecurityScopes.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   using platform::linux_::BookmarkData;

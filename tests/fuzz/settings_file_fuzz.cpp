@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "Platform/Linux/DefaultsFile.h"
-#include "Platform/Linux/ValueCodec.h"
+#include "Platform/Linux/settings/DefaultsFile.h"
+#include "Platform/Linux/settings/ValueCodec.h"
 #include "tests/support/Fakes.h"
 #include "tests/support/ScratchFolder.h"
 

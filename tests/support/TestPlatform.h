@@ -12,9 +12,9 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Linux/LinuxFileManager.h"
-#include "Platform/Linux/LinuxSystem.h"
-#include "Platform/Linux/SecurityScopes.h"
+#include "Platform/Linux/files/LinuxFileManager.h"
+#include "Platform/Linux/files/LinuxSystem.h"
+#include "Platform/Linux/files/SecurityScopes.h"
 #include "tests/support/FakeDispatch.h"
 #include "tests/support/Fakes.h"
 #include "tests/support/ScratchFolder.h"

@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Platform/Linux/LinuxWorkspace.h"
+#include "Platform/Linux/processes/LinuxWorkspace.h"
 #include "tests/support/PrivateBus.h"
 #include "tests/support/Processes.h"
 #include "tests/support/ScratchFolder.h"

@@ -1,0 +1,25 @@
+// Quits that other programs announce on the session bus: launchers, containers and tests.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "Platform/Linux/bus/SessionBus.h"
+
+namespace platform::linux_ {
+
+class AnnouncedQuits {
+ public:
+  using Handler = std::function<void(const std::string& applicationName, const std::string& bundleIdentifier)>;
+
+  /// The handler is called on the main thread for each announcement, whoever it is from. A signal with other arguments
+  /// than two strings is none. The bus must outlive the object.
+  AnnouncedQuits(SessionBus& bus, Handler handler);
+
+ private:
+  RunLoop& loop_;
+  const Handler handler_;
+  BusSlot slot_;
+};
+
+}  // namespace platform::linux_

@@ -1,0 +1,106 @@
+#include "Platform/Linux/bus/BusListener.h"
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+namespace platform::linux_ {
+namespace {
+
+using Message = std::shared_ptr<sd_bus_message>;
+
+/// A call that can still be answered. Wherever its last owner goes, the message goes on the main thread, as sd-bus
+/// wants it; at the latest with the tasks that the loop never came to.
+class PendingCall {
+ public:
+  PendingCall(RunLoop& loop, sd_bus_message* message)
+      : loop_(loop), message_(sd_bus_message_ref(message), MessageUnref()) {}
+  ~PendingCall() {
+    if (!loop_.isMainThread()) loop_.async([message = std::move(message_)] {});
+  }
+  PendingCall(const PendingCall&) = delete;
+  PendingCall& operator=(const PendingCall&) = delete;
+
+  /// A caller that has gone meanwhile is no error.
+  void answer(const std::string& text) { sd_bus_reply_method_return(message_.get(), "s", text.c_str()); }
+
+  RunLoop& loop() { return loop_; }
+
+ private:
+  RunLoop& loop_;
+  Message message_;
+};
+
+class BusConnection : public RemoteConnection {
+ public:
+  void setExportedInterface(ExportedInterface exported) override { exported_ = std::move(exported); }
+  void resume() override { resumed_ = true; }
+
+  bool serves(const BusServiceNames& names) const {
+    return resumed_ && exported_.call && exported_.interface == names.interface && exported_.method == names.method;
+  }
+  const ExportedInterface& exported() const { return exported_; }
+
+ private:
+  ExportedInterface exported_;
+  bool resumed_ = false;
+};
+
+}  // namespace
+
+BusServiceNames BusServiceNames::forIdentifier(const std::string& bundleIdentifier, std::string interface,
+                                               std::string method, std::string argumentNames) {
+  BusServiceNames names;
+  const bool beginsWithDigit = !bundleIdentifier.empty() && bundleIdentifier[0] >= '0' && bundleIdentifier[0] <= '9';
+  names.name = (beginsWithDigit ? "_" : "") + bundleIdentifier;
+  names.object = bundleIdentifier.substr(std::min(bundleIdentifier.find('.'), bundleIdentifier.size()));
+  std::replace(names.object.begin(), names.object.end(), '.', '/');
+  names.interface = std::move(interface);
+  names.method = std::move(method);
+  names.argumentNames = std::move(argumentNames);
+  return names;
+}
+
+BusListener::BusListener(SessionBus& bus, BusServiceNames names) : bus_(bus), names_(std::move(names)) {}
+
+void BusListener::resume() {
+  // Filled by hand: the macros for it want literal names.
+  table_[0].type = _SD_BUS_VTABLE_START;
+  table_[0].x.start.element_size = sizeof(sd_bus_vtable);
+  table_[0].x.start.features = _SD_BUS_VTABLE_PARAM_NAMES;
+  table_[0].x.start.vtable_format_reference = &sd_bus_object_vtable_format;
+  table_[1].type = _SD_BUS_VTABLE_METHOD;
+  table_[1].flags = SD_BUS_VTABLE_UNPRIVILEGED;
+  table_[1].x.method.member = names_.method.c_str();
+  table_[1].x.method.signature = "s";
+  table_[1].x.method.result = "s";
+  table_[1].x.method.handler = &BusListener::received;
+  table_[1].x.method.names = names_.argumentNames.c_str();
+  table_[2].type = _SD_BUS_VTABLE_END;
+  sd_bus_slot* slot = nullptr;
+  sd_bus_add_object_vtable(bus_.get(), &slot, names_.object.c_str(), names_.interface.c_str(), table_.data(), this);
+  slot_.reset(slot);
+}
+
+int BusListener::received(sd_bus_message* message, void* data, sd_bus_error*) {
+  auto* self = static_cast<BusListener*>(data);
+  self->bus_.loop().async(
+      [self, call = Message(sd_bus_message_ref(message), MessageUnref())] { self->deliver(call.get()); });
+  return 1;  // taken; the answer comes later, or never
+}
+
+void BusListener::deliver(sd_bus_message* message) {
+  BusConnection connection;
+  if (delegate_ == nullptr || !delegate_->listener_shouldAcceptNewConnection(connection) ||
+      !connection.serves(names_)) {
+    return;
+  }
+  const char* argument = nullptr;
+  if (sd_bus_message_read(message, "s", &argument) < 0) return;
+  const auto pending = std::make_shared<PendingCall>(bus_.loop(), message);
+  connection.exported().call(argument, [pending](const std::string& text) {
+    pending->loop().async([pending, text] { pending->answer(text); });
+  });
+}
+
+}  // namespace platform::linux_

@@ -1,0 +1,48 @@
+// Serves one method of one object on the session bus.
+#pragma once
+
+#include <array>
+#include <string>
+
+#include "Platform/Linux/bus/SessionBus.h"
+#include "Platform/RemoteListener.h"
+
+namespace platform::linux_ {
+
+/// Where a service is found on the bus.
+struct BusServiceNames {
+  std::string name;    // the service's bus name
+  std::string object;  // the object's path
+  std::string interface;
+  std::string method;         // takes a string and answers one
+  std::string argumentNames;  // of both, for introspection: two names, each followed by a NUL byte
+
+  /// For a program's identifier such as "A1.com.example.App": the bus name, with an underscore before a leading digit,
+  /// and the object path, made of the identifier without what stands before its first dot.
+  static BusServiceNames forIdentifier(const std::string& bundleIdentifier, std::string interface, std::string method,
+                                       std::string argumentNames);
+};
+
+class BusListener : public RemoteListener {
+ public:
+  /// The bus must outlive the object, and every reply that is kept.
+  BusListener(SessionBus& bus, BusServiceNames names);
+
+  /// Takes the service's name; std::errc::file_exists when another process has it. Nothing is served before resume().
+  std::error_code requestName() { return bus_.requestName(names_.name); }
+
+  void setDelegate(RemoteListenerDelegate* delegate) override { delegate_ = delegate; }
+  void resume() override;
+
+ private:
+  static int received(sd_bus_message* message, void* data, sd_bus_error* error);
+  void deliver(sd_bus_message* message);
+
+  SessionBus& bus_;
+  const BusServiceNames names_;
+  std::array<sd_bus_vtable, 3> table_{};
+  BusSlot slot_;
+  RemoteListenerDelegate* delegate_ = nullptr;
+};
+
+}  // namespace platform::linux_

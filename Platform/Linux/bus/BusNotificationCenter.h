@@ -1,0 +1,49 @@
+// Notifications through the desktop's notification service (Desktop Notifications Specification, version 1.2).
+//
+// Without such a service, or when it refuses, nothing is shown and nothing is said. The service is listened to only as
+// long as a notification is up.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "Platform/Linux/bus/SessionBus.h"
+#include "Platform/UserNotificationCenter.h"
+
+namespace platform::linux_ {
+
+class BusNotificationCenter : public UserNotificationCenter {
+ public:
+  /// `applicationName` is what the service is told of whom a notification is from. The bus must outlive the object.
+  BusNotificationCenter(SessionBus& bus, std::string applicationName, std::string desktopEntry);
+  ~BusNotificationCenter() override;
+
+  void setDelegate(UserNotificationCenterDelegate* delegate) override { delegate_ = delegate; }
+  void scheduleNotification(UserNotification notification) override;
+  void removeDeliveredNotification(const UserNotification& notification) override;
+
+ private:
+  struct Delivery;
+
+  void deliver(UserNotification notification);
+  void post(Delivery& delivery, bool rendersMarkup);
+  void posted(Delivery& delivery, std::uint32_t id);
+  void end(Delivery& delivery);
+  void listen();
+  void activated(std::uint32_t id);
+  void closed(std::uint32_t id);
+  void stopListeningWhenIdle();
+
+  SessionBus& bus_;
+  const std::string applicationName_;
+  const std::string desktopEntry_;
+  UserNotificationCenterDelegate* delegate_ = nullptr;
+  std::map<Delivery*, std::unique_ptr<Delivery>> deliveries_;  // on their way
+  std::map<std::uint32_t, UserNotification> shown_;            // by the service's number
+  BusSlot activatedSlot_;
+  BusSlot closedSlot_;
+};
+
+}  // namespace platform::linux_

@@ -1,0 +1,126 @@
+#include "Platform/Linux/bus/BusOpenPanel.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace platform::linux_ {
+namespace {
+
+constexpr char kName[] = "com.emberlinestudio.Tidewell.OpenPanel";
+constexpr char kObject[] = "/com/emberlinestudio/Tidewell/OpenPanel";
+constexpr std::uint64_t kNoTimeout = UINT64_MAX;  // a person may take an hour
+
+/// A person can't give a wrong answer time and again; a program can, and must not keep the main thread busy for ever.
+constexpr int kMostWrongAnswers = 20;
+
+struct Answer {
+  bool arrived = false;
+  std::uint32_t response = 0;
+  std::string url;
+};
+
+struct PendingPanel {
+  RunLoop& loop;
+  Answer answer;
+};
+
+int received(sd_bus_message* reply, void* data, sd_bus_error*) {
+  auto* panel = static_cast<PendingPanel*>(data);
+  const char* url = nullptr;
+  if (sd_bus_message_is_method_error(reply, nullptr) != 0 ||
+      sd_bus_message_read(reply, "us", &panel->answer.response, &url) < 0) {
+    panel->answer.response = 0;
+  } else {
+    panel->answer.url = url;
+  }
+  panel->answer.arrived = true;
+  return 0;
+}
+
+void append(sd_bus_message* message, const char* key, const std::string& text) {
+  sd_bus_message_append(message, "{sv}", key, "s", text.c_str());
+}
+
+void append(sd_bus_message* message, const char* key, bool flag) {
+  sd_bus_message_append(message, "{sv}", key, "b", static_cast<int>(flag));
+}
+
+/// The folders that can be picked: the one that is asked for, then each above it, as far as the rule enables them.
+std::vector<std::string> enabledURLs(const OpenPanelSettings& panel) {
+  std::vector<std::string> urls;
+  for (FileURL url = panel.target;; url = url.deletingLastPathComponent()) {
+    if (panel.delegate == nullptr || panel.delegate->panel_shouldEnableURL(panel, url)) {
+      urls.push_back(url.absoluteString());
+    }
+    if (url.path() == "/") return urls;
+  }
+}
+
+void appendEnabled(sd_bus_message* message, const std::vector<std::string>& urls) {
+  sd_bus_message_open_container(message, SD_BUS_TYPE_DICT_ENTRY, "sv");
+  sd_bus_message_append(message, "s", "enabled");
+  sd_bus_message_open_container(message, SD_BUS_TYPE_VARIANT, "as");
+  sd_bus_message_open_container(message, SD_BUS_TYPE_ARRAY, "s");
+  for (const std::string& url : urls) sd_bus_message_append(message, "s", url.c_str());
+  for (int container = 0; container < 3; ++container) sd_bus_message_close_container(message);
+}
+
+BusMessage callFor(sd_bus* bus, const OpenPanelSettings& panel, bool activates) {
+  sd_bus_message* call = nullptr;
+  if (sd_bus_message_new_method_call(bus, &call, kName, kObject, kName, "RunModal") < 0) return nullptr;
+  BusMessage owned(call);
+  sd_bus_message_open_container(call, SD_BUS_TYPE_ARRAY, "{sv}");
+  append(call, "title", panel.title);
+  append(call, "message", panel.message);
+  append(call, "prompt", panel.prompt);
+  append(call, "directory", panel.directoryURL.absoluteString());
+  append(call, "canChooseFiles", panel.canChooseFiles);
+  append(call, "canChooseDirectories", panel.canChooseDirectories);
+  append(call, "canCreateDirectories", panel.canCreateDirectories);
+  append(call, "allowsMultipleSelection", panel.allowsMultipleSelection);
+  append(call, "showsHiddenFiles", panel.showsHiddenFiles);
+  append(call, "extensionHidden", panel.extensionHidden);
+  append(call, "activateIgnoringOtherApps", activates);
+  appendEnabled(call, enabledURLs(panel));
+  sd_bus_message_close_container(call);
+  return owned;
+}
+
+}  // namespace
+
+BusOpenPanel::BusOpenPanel(SessionBus& bus, const FileManager& fileManager, Grant grant)
+    : bus_(bus), fileManager_(fileManager), grant_(std::move(grant)) {}
+
+OpenPanelAnswer BusOpenPanel::runModal(const OpenPanelSettings& panel) {
+  const bool activates = std::exchange(activates_, false);
+  for (int wrongAnswers = 0; wrongAnswers < kMostWrongAnswers; ++wrongAnswers) {
+    OpenPanelAnswer answer = ask(panel, activates);
+    if (answer.response != ModalResponse::ok) return answer;
+    if (panel.delegate != nullptr && !panel.delegate->panel_shouldEnableURL(panel, answer.url)) continue;
+    grant_(*answer.url);
+    return answer;
+  }
+  return {};
+}
+
+/// Shows the panel once; the answer is what was picked, whether or not that could be clicked.
+OpenPanelAnswer BusOpenPanel::ask(const OpenPanelSettings& panel, bool activates) {
+  PendingPanel pending{bus_.loop(), {}};
+  const BusMessage call = callFor(bus_.get(), panel, activates);
+  sd_bus_slot* slot = nullptr;
+  if (!call || sd_bus_call_async(bus_.get(), &slot, call.get(), received, &pending, kNoTimeout) < 0) return {};
+  const BusSlot waiting(slot);
+  bus_.loop().runModally([&pending] { return pending.answer.arrived; });
+
+  if (!pending.answer.arrived || pending.answer.response != static_cast<unsigned>(ModalResponse::ok)) return {};
+  const std::optional<FileURL> chosen = FileURL::fromString(pending.answer.url);
+  if (!chosen) return {};
+  bool isDirectory = chosen->hasDirectoryPath();
+  fileManager_.fileExists(chosen->path(), isDirectory);
+  return {ModalResponse::ok, FileURL(chosen->path(), isDirectory)};
+}
+
+}  // namespace platform::linux_

@@ -1,0 +1,36 @@
+// Panels that another program shows, over the session bus.
+//
+// That program answers RunModal(panel) with the response and a file URL. No such program on the bus, one that goes away
+// while it is asked, an error, or an answer that is no file URL: all of these count as cancelled.
+#pragma once
+
+#include <functional>
+
+#include "Platform/FileManager.h"
+#include "Platform/Linux/bus/SessionBus.h"
+#include "Platform/OpenPanel.h"
+
+namespace platform::linux_ {
+
+class BusOpenPanel : public OpenPanel {
+ public:
+  using Grant = std::function<void(const FileURL& url)>;
+
+  /// `grant` is called for every folder that a person chose. Bus and file manager must outlive the object.
+  BusOpenPanel(SessionBus& bus, const FileManager& fileManager, Grant grant);
+
+  /// The windows are the other program's: it is told with the next panel.
+  void activateIgnoringOtherApps(bool ignoringOtherApps) override { activates_ = ignoringOtherApps; }
+
+  OpenPanelAnswer runModal(const OpenPanelSettings& panel) override;
+
+ private:
+  OpenPanelAnswer ask(const OpenPanelSettings& panel, bool activates);
+
+  SessionBus& bus_;
+  const FileManager& fileManager_;
+  const Grant grant_;
+  bool activates_ = false;
+};
+
+}  // namespace platform::linux_

@@ -1,0 +1,20 @@
+// Locks on whole files against other processes.
+//
+// Such a lock belongs to the process: a second one on the same file would be granted to the process that holds the
+// first, and closing any descriptor of the file ends them all. So the files that are locked are kept in one list for
+// the whole process, and a file in it is not even opened. Any thread.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "Platform/FileManager.h"
+#include "Platform/Linux/files/SecurityScopes.h"
+
+namespace platform::linux_ {
+
+/// As FileManager::lockFile(). Within this process, too, a file is locked once:
+/// resource_unavailable_try_again while another lock on it lives, under whatever name.
+Result<std::unique_ptr<FileLock>> lockFile(const SecurityScopes& scopes, const std::string& path);
+
+}  // namespace platform::linux_

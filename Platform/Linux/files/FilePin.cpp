@@ -1,0 +1,66 @@
+#include "Platform/Linux/files/FilePin.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+
+namespace platform::linux_ {
+namespace {
+
+constexpr int kPinFlags = O_PATH | O_NOFOLLOW;
+
+std::error_code lastError() {
+  return {errno, std::generic_category()};
+}
+
+bool isSame(const struct stat& one, const struct stat& other) {
+  return one.st_ino == other.st_ino && one.st_dev == other.st_dev;
+}
+
+/// A file that was granted by itself: its folder lies in no scope, so nothing can be looked up there.
+Result<FilePin> grantedAlone(const SecurityScopes& scopes, const std::string& path) {
+  Result<FileDescriptor> opened = scopes.open(path, kPinFlags);
+  if (!opened) return opened.error();
+  FilePin pin{std::move(*opened), {}};
+  struct stat item {};
+  if (::fstat(pin.descriptor.get(), &pin.status) != 0 ||
+      ::fstatat(AT_FDCWD, path.c_str(), &item, AT_SYMLINK_NOFOLLOW)) {
+    return lastError();
+  }
+  // Only a link's target is granted then, and the link is not.
+  if (!isSame(pin.status, item)) return std::errc::operation_not_permitted;
+  return pin;
+}
+
+Result<FilePin> pinnedItem(const SecurityScopes& scopes, const std::string& path) {
+  const Result<ItemLocation> item = scopes.locate(path);
+  if (!item) {
+    if (item.error() != std::errc::operation_not_permitted) return item.error();
+    return grantedAlone(scopes, path.front() == '/' ? path : "/" + path);
+  }
+  FilePin pin{FileDescriptor(::openat(item->folder.get(), item->name.c_str(), kPinFlags | O_CLOEXEC)), {}};
+  if (!pin.descriptor || ::fstat(pin.descriptor.get(), &pin.status) != 0) return lastError();
+  return pin;
+}
+
+}  // namespace
+
+Result<FilePin> FilePin::at(const SecurityScopes& scopes, const std::string& path) {
+  Result<FilePin> pin = pinnedItem(scopes, path);
+  if (!pin || S_ISREG(pin->status.st_mode)) return pin;
+  if (S_ISLNK(pin->status.st_mode)) return std::errc::too_many_symbolic_link_levels;
+  return S_ISDIR(pin->status.st_mode) ? std::errc::is_a_directory : std::errc::invalid_argument;
+}
+
+bool FilePin::isSameFile(const FilePin& other) const {
+  return isSame(status, other.status);
+}
+
+Result<FileDescriptor> FilePin::open(int flags) const {
+  const std::string pinned = "/proc/self/fd/" + std::to_string(descriptor.get());
+  FileDescriptor opened(::open(pinned.c_str(), flags | O_CLOEXEC));
+  if (!opened) return lastError();
+  return opened;
+}
+
+}  // namespace platform::linux_

@@ -1,0 +1,112 @@
+#include "Platform/Linux/files/FileReplacement.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+
+namespace platform::linux_ {
+namespace {
+
+constexpr mode_t kPrivateFolderMode = 0700;
+constexpr mode_t kPrivateFileMode = 0600;
+constexpr unsigned kPermissionBits = 0777;
+
+std::error_code lastError() {
+  return {errno, std::generic_category()};
+}
+
+/// The folder of an item, opened so that it can be flushed: the location's own descriptor can't.
+FileDescriptor folderToFlush(const ItemLocation& item) {
+  return FileDescriptor(::openat(item.folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+std::error_code flush(const FileDescriptor& descriptor) {
+  int result = 0;
+  do {
+    result = ::fsync(descriptor.get());
+  } while (result != 0 && errno == EINTR);
+  return result == 0 ? std::error_code() : lastError();
+}
+
+std::error_code flushFolder(const FileDescriptor& folder) {
+  const std::error_code error = flush(folder);
+  // Some file systems can't flush folders, and have nothing of theirs to flush.
+  return error == std::errc::invalid_argument ? std::error_code() : error;
+}
+
+std::error_code writeAll(const FileDescriptor& file, std::string_view contents) {
+  while (!contents.empty()) {
+    const ssize_t count = ::write(file.get(), contents.data(), contents.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return lastError();
+    contents.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return {};
+}
+
+std::error_code fill(const FileDescriptor& file, std::string_view contents, unsigned permissions) {
+  if (const std::error_code error = writeAll(file, contents)) return error;
+  if (::fchmod(file.get(), permissions & kPermissionBits) != 0) return lastError();  // whatever the umask is
+  return flush(file);
+}
+
+/// Takes a file back that was made just now, unless something else stands in its place meanwhile.
+void takeBack(const ItemLocation& item, const FileDescriptor& file) {
+  struct stat made {};
+  struct stat found {};
+  if (::fstat(file.get(), &made) == 0 &&
+      ::fstatat(item.folder.get(), item.name.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0 &&
+      made.st_ino == found.st_ino && made.st_dev == found.st_dev) {
+    ::unlinkat(item.folder.get(), item.name.c_str(), 0);  // the caller hears of the first failure only
+  }
+}
+
+std::error_code exchange(const ItemLocation& item, const ItemLocation& other) {
+  if (::renameat2(item.folder.get(), item.name.c_str(), other.folder.get(), other.name.c_str(), RENAME_EXCHANGE) == 0) {
+    return {};
+  }
+  if (errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP) return std::make_error_code(std::errc::not_supported);
+  return lastError();
+}
+
+}  // namespace
+
+std::error_code createFolder(const ItemLocation& item) {
+  return ::mkdirat(item.folder.get(), item.name.c_str(), kPrivateFolderMode) == 0 ? std::error_code() : lastError();
+}
+
+std::error_code createFile(const ItemLocation& item, std::string_view contents, unsigned permissions) {
+  const FileDescriptor folder = folderToFlush(item);
+  if (!folder) return lastError();
+  const FileDescriptor file(::openat(item.folder.get(), item.name.c_str(),
+                                     O_CREAT | O_EXCL | O_NOFOLLOW | O_WRONLY | O_CLOEXEC, kPrivateFileMode));
+  if (!file) return lastError();
+  std::error_code error = fill(file, contents, permissions);
+  if (!error) error = flushFolder(folder);
+  if (error) takeBack(item, file);
+  return error;
+}
+
+std::error_code exchangeItems(const ItemLocation& item, const ItemLocation& other) {
+  const FileDescriptor folder = folderToFlush(item);
+  if (!folder) return lastError();
+  const FileDescriptor otherFolder = folderToFlush(other);
+  if (!otherFolder) return lastError();
+  if (const std::error_code error = exchange(item, other)) return error;
+  std::error_code error = flushFolder(folder);
+  if (!error) error = flushFolder(otherFolder);
+  if (error) exchange(item, other);  // so that nothing is exchanged after a failure, as far as can be
+  return error;
+}
+
+std::error_code replaceItem(const ItemLocation& item, const ItemLocation& replacement) {
+  const FileDescriptor folder = folderToFlush(item);
+  if (!folder) return lastError();
+  const int result =
+      ::renameat(replacement.folder.get(), replacement.name.c_str(), item.folder.get(), item.name.c_str());
+  return result == 0 ? flushFolder(folder) : lastError();
+}
+
+}  // namespace platform::linux_

@@ -1,0 +1,19 @@
+// Making items and exchanging them, so that what was there before is replaced in one moment. Each item is given by its
+// folder, which was opened under the open scopes; links in an item's own place are never followed. Any thread.
+#pragma once
+
+#include <string_view>
+#include <system_error>
+
+#include "Platform/Linux/files/SecurityScopes.h"
+
+namespace platform::linux_ {
+
+// As FileManager's operations of these names.
+
+std::error_code createFolder(const ItemLocation& item);
+std::error_code createFile(const ItemLocation& item, std::string_view contents, unsigned permissions);
+std::error_code exchangeItems(const ItemLocation& item, const ItemLocation& other);
+std::error_code replaceItem(const ItemLocation& item, const ItemLocation& replacement);
+
+}  // namespace platform::linux_

@@ -1,0 +1,258 @@
+#include "Platform/Linux/processes/LinuxWorkspace.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <string_view>
+#include <utility>
+
+#include "Platform/Linux/host/UserFolders.h"
+#include "Platform/Path.h"
+
+namespace platform::linux_ {
+namespace {
+
+using std::chrono::milliseconds;
+
+// A file is opened before the process has become its program (on a machine with too much to do, long before), and a
+// wrapper script works for a while before it starts the program that it is for.
+constexpr std::array kScansAfterOpening = {milliseconds(2),    milliseconds(10),  milliseconds(30),  milliseconds(60),
+                                           milliseconds(100),  milliseconds(200), milliseconds(400), milliseconds(800),
+                                           milliseconds(1500), milliseconds(3000)};
+constexpr milliseconds kScanSlot{2};
+
+// Each look at the places of programs that finds something new is followed by another. Who changes them faster than we
+// look is told of by the watches that are set already.
+constexpr int kMostLooks = 8;
+
+/// Main programs start helpers under their own name, marked by an argument; some of these do a task on their own, such
+/// as the report of a crash, when the main program has gone.
+bool isHelper(const std::vector<std::string>& arguments) {
+  constexpr std::array<std::string_view, 4> kMarks = {"-contentproc", "--contentproc", "-backgroundtask",
+                                                      "--backgroundtask"};
+  return std::any_of(arguments.begin(), arguments.end(), [&](std::string_view argument) {
+    return argument.starts_with("--type=") || std::find(kMarks.begin(), kMarks.end(), argument) != kMarks.end();
+  });
+}
+
+std::vector<WatchedApplication> expandingHomes(std::vector<WatchedApplication> applications) {
+  const std::string home = homeFolder();
+  for (WatchedApplication& application : applications) {
+    for (std::string& place : application.executablePlaces) {
+      if (place.starts_with("~/")) place.replace(0, 1, home);
+    }
+  }
+  return applications;
+}
+
+}  // namespace
+
+LinuxWorkspace::LinuxWorkspace(RunLoop& loop, std::vector<WatchedApplication> applications)
+    : loop_(loop), applications_(expandingHomes(std::move(applications))) {
+  for (const WatchedApplication& application : applications_) {
+    baseNames_.insert(application.executableNames.begin(), application.executableNames.end());
+    for (const std::string& place : application.executablePlaces) baseNames_.insert(lastPathComponent(place));
+  }
+  for (std::size_t index = 0; index < applications_.size(); ++index) {
+    running_.push_back(std::make_unique<RunningApplication>(
+        loop_,
+        RunningApplication::Callbacks{
+            [this, index] { return lookAtProcesses()[index]; },
+            [this, index](pid_t pid) -> std::optional<RunningApplication::Identity> {
+              auto process = processInfo(pid);
+              if (!process) return std::nullopt;
+              const bool isApplication = applicationRunning(process->executable) == index;
+              return RunningApplication::Identity{process->executable, isApplication, std::move(process->arguments)};
+            },
+            [this, index](std::vector<Arguments> processes) { quit(index, std::move(processes)); },
+            [this] { scanSeveralTimes(); },
+        }));
+  }
+}
+
+LinuxWorkspace::~LinuxWorkspace() = default;
+
+void LinuxWorkspace::start(Options options) {
+  options_ = std::move(options);
+  watch_ = std::make_unique<PathWatch>(loop_, [this](const PathWatch::Events& events) { happened(events); });
+  watch();
+  scan();
+  scanSeveralTimes();  // one that is being started at this moment was opened before the watch was set
+}
+
+// Which processes are whose.
+
+std::optional<std::size_t> LinuxWorkspace::applicationRunning(const std::string& executable) const {
+  if (!baseNames_.contains(lastPathComponent(executable))) return std::nullopt;  // nearly all of them
+  if (const auto known = programs_.find(executable); known != programs_.end()) return known->second;
+  // A place tells more than a name: several makers call their program the same.
+  const auto index = [this](auto&& matches) -> std::optional<std::size_t> {
+    const auto found = std::find_if(applications_.begin(), applications_.end(), matches);
+    if (found == applications_.end()) return std::nullopt;
+    return static_cast<std::size_t>(found - applications_.begin());
+  };
+  if (const auto byPlace = index([&](const auto& application) { return application.hasPlace(executable); })) {
+    return byPlace;
+  }
+  return index([&](const auto& application) { return application.hasName(executable); });
+}
+
+void LinuxWorkspace::sortIn(const ProcessInfo& process, const std::map<pid_t, ProcessInfo>& mains, Found& found) const {
+  const auto index = applicationRunning(process.executable);
+  if (!index) return;
+  // A child that was forked and has not started its own program yet still looks like its parent.
+  const auto parent = mains.find(process.parent);
+  const bool isUnfinishedChild = parent != mains.end() && parent->second.executable == process.executable &&
+                                 parent->second.arguments == process.arguments;
+  RunningApplication::Processes& processes = found[*index];
+  (isUnfinishedChild || isHelper(process.arguments) ? processes.helpers : processes.mains).push_back(process.pid);
+}
+
+LinuxWorkspace::Found LinuxWorkspace::lookAtProcesses() const {
+  std::map<pid_t, ProcessInfo> candidates;
+  const auto matches = [this](const std::string& executable) { return applicationRunning(executable).has_value(); };
+  for (const pid_t pid : ownProcessesRunning(matches)) {
+    auto info = processInfo(pid);
+    if (info && matches(info->executable)) candidates.emplace(pid, std::move(*info));
+  }
+  std::map<pid_t, ProcessInfo> mains = candidates;
+  std::erase_if(mains, [](const auto& entry) { return isHelper(entry.second.arguments); });
+  Found found(applications_.size());
+  for (const auto& [pid, info] : candidates) sortIn(info, mains, found);
+  return found;
+}
+
+// Looking.
+
+void LinuxWorkspace::scan() {
+  const Found found = lookAtProcesses();
+  for (std::size_t index = 0; index < running_.size(); ++index) running_[index]->update(found[index]);
+}
+
+void LinuxWorkspace::scanIn(milliseconds delay) {
+  const auto due = std::chrono::steady_clock::now().time_since_epoch() + delay;
+  const std::int64_t slot = std::chrono::ceil<milliseconds>(due) / kScanSlot;
+  if (!scheduledScans_.insert(slot).second) return;
+  loop_.after(delay, [this, slot] {
+    scheduledScans_.erase(slot);
+    scan();
+  });
+}
+
+void LinuxWorkspace::scanSeveralTimes() {
+  for (const milliseconds delay : kScansAfterOpening) scanIn(delay);
+}
+
+void LinuxWorkspace::started(pid_t pid) {
+  if (pid == 0) return scan();  // some were not told
+  const auto executable = executableOfProcess(pid);
+  const auto index = executable ? applicationRunning(*executable) : std::nullopt;
+  if (index && !running_[*index]->isRunning()) scan();
+}
+
+// Watching.
+
+/// Looks once, and watches what was found. Answers whether that is what was watched before already.
+bool LinuxWorkspace::lookForPrograms() {
+  PathWatch::Interests interests;
+  std::vector<FoundExecutables> found = findExecutables(applications_, options_.places, interests);
+  for (const FoundExecutables& executables : found) {
+    interests.opened.insert(executables.programs.begin(), executables.programs.end());
+    interests.opened.insert(executables.scripts.begin(), executables.scripts.end());
+  }
+  if (!options_.wantedFile.empty()) {
+    const std::string writeAheadLog = options_.wantedFile + "-wal";
+    interests.modified = {options_.wantedFile, writeAheadLog};
+    interests.addAppearing(options_.wantedFile);
+    interests.addAppearing(writeAheadLog);
+  }
+  const bool isSame = interests == interests_ && found == executables_;
+  // Set anew all the same: another file may have taken the place of one.
+  watchesAll_ = watch_->replace(interests);
+  executables_ = std::move(found);
+  interests_ = std::move(interests);
+  return isSame;
+}
+
+void LinuxWorkspace::watch() {
+  // What appears between the look and the watch is not told of. So it is looked again after the watches are set, until
+  // that finds nothing new: then everything that there was had been watched before it was looked at.
+  for (int looks = 0; looks < kMostLooks && (!lookForPrograms() || looks == 0); ++looks) {
+  }
+  programs_.clear();
+  for (std::size_t index = 0; index < executables_.size(); ++index) {
+    for (const std::string& program : executables_[index].programs) {
+      programs_.emplace(program, index);
+      baseNames_.insert(lastPathComponent(program));
+    }
+  }
+  updateConnector();
+}
+
+void LinuxWorkspace::happened(const PathWatch::Events& events) {
+  if (events.appeared) {
+    watch();
+  } else if (events.modified) {
+    updateConnector();
+  }
+  // One that runs is looked for again when it ends.
+  bool isNews = events.appeared;
+  for (std::size_t index = 0; index < executables_.size(); ++index) {
+    if (running_[index]->isRunning()) continue;
+    for (const std::string& file : events.opened) {
+      isNews |= executables_[index].scripts.contains(file) || executables_[index].programs.contains(file);
+    }
+  }
+  if (!isNews) return;
+  scan();
+  scanSeveralTimes();
+}
+
+void LinuxWorkspace::updateConnector() {
+  bool isNeeded = false;
+  for (std::size_t index = 0; index < applications_.size(); ++index) {
+    const bool isFound = !executables_[index].programs.empty() || !executables_[index].scripts.empty();
+    isNeeded |= (!isFound || !watchesAll_) && options_.isWanted(applications_[index]);
+  }
+  if (!isNeeded) {
+    connector_.reset();
+  } else if (!connector_ && !hasNoConnector_) {
+    connector_ = ProcessConnector::open(loop_, [this](pid_t pid) { started(pid); });
+    hasNoConnector_ = connector_ == nullptr;
+    scan();  // what has started before
+  }
+}
+
+// Telling.
+
+void LinuxWorkspace::quit(std::size_t index, std::vector<Arguments> processes) {
+  scanSeveralTimes();  // one that is being started at this very moment does not show yet
+  tell({applications_[index].applicationName, applications_[index].bundleIdentifier, std::move(processes)});
+}
+
+void LinuxWorkspace::announce(const std::string& applicationName, const std::string& bundleIdentifier) {
+  tell({applicationName, bundleIdentifier});
+}
+
+void LinuxWorkspace::tell(const ApplicationNotification& notification) {
+  const std::map<ObserverToken, Observer> observers = observers_;  // one may add or remove others
+  for (const auto& [token, observer] : observers) observer(notification);
+}
+
+Workspace::ObserverToken LinuxWorkspace::addDidTerminateApplicationObserver(Observer observer) {
+  observers_.emplace(++lastToken_, std::move(observer));
+  return lastToken_;
+}
+
+bool LinuxWorkspace::isRunning(const std::string& bundleIdentifier) const {
+  for (std::size_t index = 0; index < applications_.size(); ++index) {
+    if (applications_[index].bundleIdentifier == bundleIdentifier && running_[index]->isRunning()) return true;
+  }
+  return false;
+}
+
+void LinuxWorkspace::removeObserver(ObserverToken token) {
+  observers_.erase(token);
+}
+
+}  // namespace platform::linux_

@@ -1,0 +1,90 @@
+// Tells when applications have quit, from the processes of this user.
+//
+// Starts are noticed by watching the applications' program files being opened, and processes are held by descriptors:
+// nothing is polled, and while nothing starts or ends the process sleeps. See docs/architecture.md for the whole story.
+//
+// Main thread.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "Platform/Linux/processes/ExecutableFinder.h"
+#include "Platform/Linux/processes/PathWatch.h"
+#include "Platform/Linux/processes/ProcessConnector.h"
+#include "Platform/Linux/processes/ProcessTable.h"
+#include "Platform/Linux/processes/RunningApplication.h"
+#include "Platform/Linux/threads/RunLoop.h"
+#include "Platform/Workspace.h"
+
+namespace platform::linux_ {
+
+class LinuxWorkspace : public Workspace {
+ public:
+  struct Options {
+    SearchPlaces places = SearchPlaces::fromEnvironment();
+
+    /// Whether quits of this application matter to anyone now. For one that does and whose program lies nowhere, every
+    /// program start of the system is looked at, where the kernel allows it.
+    std::function<bool(const WatchedApplication& application)> isWanted = [](const WatchedApplication&) {
+      return true;
+    };
+
+    /// The file that `isWanted` answers from: asked again when it changes. Empty for none.
+    std::string wantedFile;
+  };
+
+  /// Does nothing before start(). In the applications' places a leading "~/" is the home folder. The loop must outlive
+  /// the object.
+  LinuxWorkspace(RunLoop& loop, std::vector<WatchedApplication> applications);
+  ~LinuxWorkspace() override;
+
+  /// Finds what runs already, and watches from now on.
+  void start(Options options);
+
+  /// Tells of a quit that was learned of in another way.
+  void announce(const std::string& applicationName, const std::string& bundleIdentifier);
+
+  ObserverToken addDidTerminateApplicationObserver(Observer observer) override;
+  void removeObserver(ObserverToken token) override;
+  bool isRunning(const std::string& bundleIdentifier) const override;
+
+ private:
+  using Found = std::vector<RunningApplication::Processes>;
+
+  std::optional<std::size_t> applicationRunning(const std::string& executable) const;
+  void sortIn(const ProcessInfo& process, const std::map<pid_t, ProcessInfo>& mains, Found& found) const;
+  Found lookAtProcesses() const;
+  void scan();
+  void scanIn(std::chrono::milliseconds delay);
+  void scanSeveralTimes();
+  void started(pid_t pid);
+  bool lookForPrograms();
+  void watch();
+  void happened(const PathWatch::Events& events);
+  void updateConnector();
+  void quit(std::size_t index, std::vector<Arguments> processes);
+  void tell(const ApplicationNotification& notification);
+
+  RunLoop& loop_;
+  const std::vector<WatchedApplication> applications_;
+  Options options_;
+  std::vector<std::unique_ptr<RunningApplication>> running_;
+  std::vector<FoundExecutables> executables_;
+  PathWatch::Interests interests_;                // what is watched
+  std::map<std::string, std::size_t> programs_;   // files that were found, and whose application each is
+  std::set<std::string, std::less<>> baseNames_;  // the file names that any application's program can have
+  std::set<std::int64_t> scheduledScans_;         // coalesced in slots of a few milliseconds
+  std::unique_ptr<PathWatch> watch_;
+  bool watchesAll_ = true;  // false when the system's limits left something out
+  std::unique_ptr<ProcessConnector> connector_;
+  bool hasNoConnector_ = false;  // it was tried
+  std::map<ObserverToken, Observer> observers_;
+  ObserverToken lastToken_ = 0;
+};
+
+}  // namespace platform::linux_

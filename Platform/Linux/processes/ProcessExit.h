@@ -1,0 +1,33 @@
+// Tells when one process has ended.
+#pragma once
+
+#include <sys/types.h>
+
+#include "Platform/Linux/host/FileDescriptor.h"
+#include "Platform/Linux/threads/EventSource.h"
+#include "Platform/Linux/threads/RunLoop.h"
+
+namespace platform::linux_ {
+
+/// Holds a process descriptor: it stands for this very process, whatever becomes of its number, and is told when the
+/// last of its threads has ended. Main thread.
+class ProcessExit {
+ public:
+  /// `ended` runs once, as a task of the loop, unless the object goes before. Without a descriptor (the process has
+  /// ended, or there are no descriptors left) the object is not valid.
+  ProcessExit(RunLoop& loop, pid_t pid, Task ended);
+
+  bool isValid() const { return source_ != nullptr; }
+
+  /// Whether the process has ended: it was told so, or had gone before it could be held.
+  bool hasEnded() const { return hasEnded_; }
+
+ private:
+  RunLoop& loop_;
+  Task ended_;
+  FileDescriptor descriptor_;
+  EventSource source_;
+  bool hasEnded_ = false;
+};
+
+}  // namespace platform::linux_
