@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "Platform/Linux/settings/SqliteUserDefaults.h"
-#include "Worker/Browsers.h"
-#include "Worker/Home.h"
+#include "Worker/browsers/Browsers.h"
+#include "Worker/homes/Home.h"
 
 namespace tidewell {
 

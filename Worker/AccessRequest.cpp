@@ -6,10 +6,10 @@
 #include "Platform/Format.h"
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
-#include "Worker/Browsers.h"
-#include "Worker/Home.h"
-#include "Worker/PluginFolders.h"
 #include "Worker/WorkerAppDelegate.h"
+#include "Worker/browsers/Browsers.h"
+#include "Worker/homes/Home.h"
+#include "Worker/homes/PluginFolders.h"
 #include "Worker/sandbox/Sandbox.h"
 
 namespace tidewell {

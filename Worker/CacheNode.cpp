@@ -3,9 +3,9 @@
 
 #include "Platform/FileManager.h"
 #include "Platform/Path.h"
-#include "Worker/Browsers.h"
-#include "Worker/Home.h"
 #include "Worker/WorkerAppDelegate.h"
+#include "Worker/browsers/Browsers.h"
+#include "Worker/homes/Home.h"
 #include "Worker/sandbox/Sandbox.h"
 #include "Worker/stores/CurrentStores.h"
 

@@ -4,9 +4,9 @@
 
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
-#include "Worker/Browsers.h"
-#include "Worker/Home.h"
 #include "Worker/WorkerAppDelegate.h"
+#include "Worker/browsers/Browsers.h"
+#include "Worker/homes/Home.h"
 #include "Worker/sandbox/Sandbox.h"
 #include "Worker/stores/CurrentStores.h"
 

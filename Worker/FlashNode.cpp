@@ -1,10 +1,10 @@
 // Removes what the Flash plug-ins keep for sites.
 
 #include "Platform/Path.h"
-#include "Worker/Browsers.h"
-#include "Worker/Home.h"
-#include "Worker/PluginFolders.h"
 #include "Worker/WorkerAppDelegate.h"
+#include "Worker/browsers/Browsers.h"
+#include "Worker/homes/Home.h"
+#include "Worker/homes/PluginFolders.h"
 #include "Worker/sandbox/Sandbox.h"
 
 namespace tidewell {

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <string_view>
 
-#include "Worker/Browsers.h"
 #include "Worker/WorkerAppDelegate.h"
+#include "Worker/browsers/Browsers.h"
 
 namespace tidewell {
 namespace {

@@ -1,8 +1,8 @@
 // Removes what the Silverlight plug-in keeps for sites, whichever browser quit.
 
-#include "Worker/Home.h"
-#include "Worker/PluginFolders.h"
 #include "Worker/WorkerAppDelegate.h"
+#include "Worker/homes/Home.h"
+#include "Worker/homes/PluginFolders.h"
 #include "Worker/sandbox/Sandbox.h"
 
 namespace tidewell {

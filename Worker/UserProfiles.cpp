@@ -6,10 +6,10 @@
 #include <nlohmann/json.hpp>
 
 #include "Platform/Path.h"
-#include "Worker/Browsers.h"
-#include "Worker/FirefoxProfiles.h"
-#include "Worker/Home.h"
 #include "Worker/WorkerAppDelegate.h"
+#include "Worker/browsers/Browsers.h"
+#include "Worker/formats/FirefoxProfiles.h"
+#include "Worker/homes/Home.h"
 #include "Worker/sandbox/Sandbox.h"
 
 namespace tidewell {

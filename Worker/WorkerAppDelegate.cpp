@@ -7,10 +7,10 @@
 #include "Platform/Assertion.h"
 #include "Platform/Format.h"
 #include "Platform/Platform.h"
-#include "Worker/Browsers.h"
-#include "Worker/Home.h"
 #include "Worker/Identity.h"
-#include "Worker/StartedWith.h"
+#include "Worker/browsers/Browsers.h"
+#include "Worker/homes/Home.h"
+#include "Worker/homes/StartedWith.h"
 
 namespace tidewell {
 namespace {

@@ -5,9 +5,9 @@
 
 #include "Platform/Linux/LinuxPlatform.h"
 #include "Platform/Linux/bus/BusListener.h"
-#include "Worker/Browsers.h"
 #include "Worker/Identity.h"
 #include "Worker/WorkerAppDelegate.h"
+#include "Worker/browsers/Browsers.h"
 
 namespace linux_ = platform::linux_;
 

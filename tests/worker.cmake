@@ -30,7 +30,6 @@ tidewell_test(worker_tests
 tidewell_test(homes_tests
   SOURCES
     Worker/homes/DamagedStoresTest.cpp
-    Worker/homes/FirefoxProfilesTest.cpp
     Worker/homes/HomeTest.cpp
     Worker/homes/HostileHomeTest.cpp
     Worker/homes/LinuxAccessTest.cpp
@@ -42,25 +41,30 @@ tidewell_test(homes_tests
 tidewell_test(database_tests
   SOURCES
     Worker/database/DefaultEncodingTest.cpp
-    Worker/database/LevelDamageTest.cpp
-    Worker/database/LevelDatabaseTest.cpp
-    Worker/database/LevelFailureTest.cpp
-    Worker/database/LevelSizeTest.cpp
     Worker/database/RowsTest.cpp
     Worker/database/SqliteBindingTest.cpp
     Worker/database/SqliteFilesTest.cpp
     Worker/database/SqliteLockTest.cpp
     Worker/database/SqliteQueryTest.cpp
     Worker/database/SqliteTest.cpp
-  LIBRARIES worker_database leveldb_static test_support)
+  LIBRARIES worker_database test_support)
 
 # Files that hold more than what sites have left: pure functions of their bytes.
+tidewell_test(formats_tests
+  SOURCES
+    Worker/formats/CacheStorageIndexTest.cpp
+    Worker/formats/FirefoxProfilesTest.cpp
+    Worker/formats/JsonPartsTest.cpp
+    Worker/formats/PreferencesTest.cpp
+    Worker/formats/SessionStoreTest.cpp
+    Worker/formats/leveldb/LevelDamageTest.cpp
+    Worker/formats/leveldb/LevelDatabaseTest.cpp
+    Worker/formats/leveldb/LevelFailureTest.cpp
+    Worker/formats/leveldb/LevelSizeTest.cpp
+  LIBRARIES worker_formats leveldb_static lz4_static test_support)
+
 tidewell_test(stores_tests
   SOURCES
-    Worker/stores/CacheStorageIndexTest.cpp
     Worker/stores/CurrentStoresTest.cpp
-    Worker/stores/JsonPartsTest.cpp
-    Worker/stores/PreferencesTest.cpp
-    Worker/stores/SessionStoreTest.cpp
-  LIBRARIES worker lz4_static)
+  LIBRARIES worker)
 target_compile_definitions(stores_tests PRIVATE TIDEWELL_DOCS="${PROJECT_SOURCE_DIR}/docs")

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Platform/UserDefaults.h"
-#include "Worker/Browsers.h"
+#include "Worker/browsers/Browsers.h"
 
 namespace tidewell {
 

@@ -6,7 +6,7 @@
 #include <functional>
 
 #include "MainApplication/SettingsStore.h"
-#include "Worker/Browsers.h"
+#include "Worker/browsers/Browsers.h"
 
 namespace tidewell {
 

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "Worker/Browsers.h"
+#include "Worker/browsers/Browsers.h"
 
 namespace tidewell {
 

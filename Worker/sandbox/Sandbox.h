@@ -15,9 +15,9 @@
 #include <vector>
 
 #include "Platform/Value.h"
-#include "Worker/database/LevelDatabase.h"
 #include "Worker/database/Rows.h"
-#include "Worker/stores/Rewriting.h"
+#include "Worker/formats/Rewriting.h"
+#include "Worker/formats/leveldb/LevelDatabase.h"
 
 namespace tidewell {
 

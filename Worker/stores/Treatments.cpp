@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "Platform/Path.h"
+#include "Worker/formats/CacheStorageIndex.h"
+#include "Worker/formats/Preferences.h"
+#include "Worker/formats/SessionStore.h"
 #include "Worker/sandbox/Sandbox.h"
-#include "Worker/stores/CacheStorageIndex.h"
-#include "Worker/stores/Preferences.h"
-#include "Worker/stores/SessionStore.h"
 
 namespace tidewell::treatments {
 namespace {

@@ -12,8 +12,8 @@
 #include <filesystem>
 #include <memory>
 
-#include "Worker/database/LevelDatabase.h"
-#include "Worker/database/LevelLog.h"
+#include "Worker/formats/leveldb/LevelDatabase.h"
+#include "Worker/formats/leveldb/LevelLog.h"
 #include "tests/support/TestPlatform.h"
 
 namespace {

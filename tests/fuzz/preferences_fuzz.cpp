@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "Worker/stores/JsonParts.h"
-#include "Worker/stores/Preferences.h"
+#include "Worker/formats/JsonParts.h"
+#include "Worker/formats/Preferences.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   using Action = tidewell::Rewriting::Action;

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "Worker/stores/SessionStore.h"
+#include "Worker/formats/SessionStore.h"
 
 namespace {
 

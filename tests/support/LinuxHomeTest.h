@@ -4,7 +4,7 @@
 #include <chrono>
 #include <filesystem>
 
-#include "Worker/Browsers.h"
+#include "Worker/browsers/Browsers.h"
 #include "tests/support/Databases.h"
 #include "tests/support/HomeContents.h"
 #include "tests/support/LinuxSampleHome.h"

@@ -1,6 +1,6 @@
 // How homes are laid out, and where in them each browser is found.
 
-#include "Worker/Home.h"
+#include "Worker/homes/Home.h"
 #include "tests/support/LinuxHomeTest.h"
 
 namespace {

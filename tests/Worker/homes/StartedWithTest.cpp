@@ -1,6 +1,6 @@
 // Folders that browsers were told to use when they were started.
 
-#include "Worker/StartedWith.h"
+#include "Worker/homes/StartedWith.h"
 #include "tests/support/LinuxHomeTest.h"
 
 namespace {

@@ -1,0 +1,264 @@
+#include "Worker/formats/leveldb/LevelDatabase.h"
+
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "Platform/Path.h"
+#include "Platform/Platform.h"
+#include "Worker/formats/leveldb/LevelSource.h"
+#include "Worker/formats/leveldb/LevelWriter.h"
+
+namespace tidewell {
+namespace {
+
+using platform::Platform;
+using Outcome = LevelDatabase::Outcome;
+using Removal = LevelDatabase::Removal;
+using Search = std::function<bool(std::string_view bytes)>;
+
+constexpr char kAsideSuffix[] = ".tidewell";
+constexpr std::size_t kSearched = std::size_t{1} << 20;  // bytes at once
+constexpr std::size_t kOverlap = std::size_t{64} << 10;  // bytes that are searched again with those that follow
+
+/// A folder that no other thread rewrites meanwhile: there may be no lock file yet.
+class Claim {
+ public:
+  explicit Claim(std::string folder) : folder_(std::move(folder)) {
+    const std::lock_guard lock(mutex());
+    isHeld_ = claimed().insert(folder_).second;
+  }
+  ~Claim() {
+    const std::lock_guard lock(mutex());
+    if (isHeld_) claimed().erase(folder_);
+  }
+  Claim(const Claim&) = delete;
+  Claim& operator=(const Claim&) = delete;
+
+  bool isHeld() const { return isHeld_; }
+
+ private:
+  static std::mutex& mutex() {
+    static std::mutex mutex;
+    return mutex;
+  }
+  static std::set<std::string>& claimed() {  // guarded by mutex()
+    static std::set<std::string> folders;
+    return folders;
+  }
+
+  const std::string folder_;
+  bool isHeld_ = false;
+};
+
+/// A database that no other process opens as long as this lives.
+struct Held {
+  std::unique_ptr<platform::FileLock> lock;  // null when there is nothing to lock: nobody has opened it
+  LevelFolder files;
+};
+
+LevelFolder::State hold(const std::string& folder, Held& held) {
+  std::optional<std::string> lockPath;
+  const LevelFolder::State state = LevelFolder::findLock(folder, lockPath);
+  if (state != LevelFolder::State::kDatabase) return state;
+  if (lockPath) {
+    auto lock = Platform::current().fileManager.lockFile(*lockPath);
+    if (!lock) return LevelFolder::State::kStrange;
+    held.lock = std::move(*lock);
+  }
+  return LevelFolder::lookAt(folder, held.files);
+}
+
+std::string withoutSlash(std::string path) {
+  while (path.size() > 1 && path.ends_with('/')) path.pop_back();
+  return path;
+}
+
+bool isFolder(const std::string& path) {
+  const auto attributes = Platform::current().fileManager.attributesOfItem(path);
+  if (!attributes) return false;
+  const auto type = attributes->find(platform::kFileType);
+  return type != attributes->end() && type->second == platform::Value(platform::kFileTypeDirectory);
+}
+
+/// Hands everything in a folder to `remove`, and then the folder: first what makes it a database, last its lock, which
+/// is let go before (removing a file may open it, and that would end the lock anyway).
+void removeAll(const std::string& folder, const Removal& remove, std::unique_ptr<platform::FileLock> lock = nullptr) {
+  const auto rank = [](const std::string& name) { return name == "CURRENT" ? 0 : name == "LOCK" ? 2 : 1; };
+  auto names = Platform::current().fileManager.contentsOfDirectory(folder);
+  if (names) {
+    std::sort(names->begin(), names->end(), [rank](const std::string& one, const std::string& other) {
+      return std::pair(rank(one), one) < std::pair(rank(other), other);
+    });
+    for (const std::string& name : *names) {
+      const std::string path = platform::appendingPathComponent(folder, name);
+      if (name == "LOCK") lock.reset();
+      if (isFolder(path)) {
+        removeAll(path, remove);
+      } else {
+        remove(path);
+      }
+    }
+  }
+  lock.reset();
+  remove(folder);
+}
+
+/// Removes what an earlier call left when it was killed: the old database, or a part of the fresh one.
+void removeLeftover(const std::string& aside, const Removal& remove) {
+  if (isFolder(aside)) {
+    removeAll(aside, remove);
+  } else if (Platform::current().fileManager.attributesOfItem(aside)) {
+    remove(aside);
+  }
+}
+
+/// What there is, and which of it stays.
+struct Survey {
+  LevelCondition condition = LevelCondition::kUnreadable;
+  std::vector<bool> isKept;  // by the entry's place in the order
+  bool keepsAny = false;
+  bool keepsAll = true;
+};
+
+Survey surveyOf(LevelSource& source, LevelCondition opened, const LevelDatabase::Selection& isKept) {
+  Survey survey;
+  survey.condition = opened;
+  if (opened != LevelCondition::kSound) return survey;
+  survey.condition = source.walk([&](std::string_view key, std::string_view value) {
+    const bool stays = isKept(key, value);
+    survey.isKept.push_back(stays);
+    survey.keepsAny = survey.keepsAny || stays;
+    survey.keepsAll = survey.keepsAll && stays;
+    return true;
+  });
+  return survey;
+}
+
+/// Writes what stays. False when that failed, or when the source is not the same any more.
+bool writeKept(LevelSource& source, const Survey& survey, LevelWriter& writer) {
+  std::size_t index = 0;
+  bool isFine = true;
+  const LevelCondition condition = source.walk([&](std::string_view key, std::string_view value) {
+    isFine = index < survey.isKept.size() && (!survey.isKept[index] || !writer.add(key, value));
+    ++index;
+    return isFine;
+  });
+  return isFine && condition == LevelCondition::kSound && index == survey.isKept.size() && !writer.finish();
+}
+
+/// For file systems that can't exchange two folders: writes the fresh files beside the old ones, under other numbers.
+/// Should the system stop at the one moment at which neither is the database, then the next call finds the entries of
+/// both, which agree, and ends what was begun here.
+Outcome rewriteInPlace(const Held& held, LevelSource& source, const Survey& survey, const Removal& remove) {
+  platform::FileManager& files = Platform::current().fileManager;
+  const LevelFolder& folder = held.files;
+  LevelWriter writer(folder.path, folder.freeNumber());
+  const auto oldCurrent = folder.current ? folder.current->read(0, kSearched).value() : std::nullopt;
+  const bool isWritten = writeKept(source, survey, writer) && (!folder.current || oldCurrent);
+  if (!isWritten || (folder.current && files.removeItem(folder.current->path))) {
+    writer.takeBack();
+    return Outcome::kLeft;
+  }
+  if (writer.makeCurrent()) {
+    const bool isBack = folder.current && !files.createFile(folder.current->path, *oldCurrent, 0600);
+    if (isBack || !folder.current) writer.takeBack();
+    return Outcome::kLeft;
+  }
+  for (const LevelFile& file : folder.files()) {
+    if (!folder.current || file.path != folder.current->path) remove(file.path);
+  }
+  if (folder.lost) remove(*folder.lost);
+  return Outcome::kRewritten;
+}
+
+Outcome rewrite(Held held, LevelSource& source, const Survey& survey, const Removal& remove) {
+  platform::FileManager& files = Platform::current().fileManager;
+  const std::string aside = held.files.path + kAsideSuffix;
+  if (files.createFolder(aside)) return Outcome::kLeft;
+  LevelWriter writer(aside, 1);
+  std::error_code error = std::make_error_code(std::errc::io_error);
+  if (writeKept(source, survey, writer) && !writer.makeCurrent() && !writer.makeLock()) {
+    error = files.exchangeItems(held.files.path, aside);
+  }
+  if (!error) {
+    removeAll(aside, remove, std::move(held.lock));
+    return Outcome::kRewritten;
+  }
+  files.removeItem(aside);  // what can't be removed now is what the next call removes first
+  return error == std::errc::not_supported ? rewriteInPlace(held, source, survey, remove) : Outcome::kLeft;
+}
+
+/// Whether something precious is in a file's bytes. A file that can't be read may hold anything.
+bool isPreciousFile(const LevelFile& file, const Search& isPrecious) {
+  for (std::uint64_t offset = 0; offset < file.size; offset += kSearched) {
+    const auto bytes = file.read(offset, kSearched + kOverlap);
+    if (!bytes || isPrecious(*bytes)) return true;
+  }
+  return false;
+}
+
+/// Compressed bytes may hide what is in them, so the entries that can be read are looked at as well.
+bool holdsPrecious(const LevelFolder& folder, LevelSource& source, const Search& isPrecious) {
+  bool isFound = false;
+  const LevelCondition condition = source.walk([&](std::string_view key, std::string_view value) {
+    isFound = isPrecious(key) || isPrecious(value);
+    return !isFound;
+  });
+  if (isFound || condition != LevelCondition::kSound) return true;
+  const std::vector<LevelFile> files = folder.files();
+  return std::any_of(files.begin(), files.end(),
+                     [&](const LevelFile& file) { return isPreciousFile(file, isPrecious); });
+}
+
+Outcome removeDatabase(Held held, const Removal& remove) {
+  removeAll(held.files.path, remove, std::move(held.lock));
+  return Outcome::kRemoved;
+}
+
+}  // namespace
+
+Outcome LevelDatabase::keepOnly(const std::string& path, const Selection& isKept, const Search& isPrecious,
+                                const Removal& remove) {
+  const std::string folder = withoutSlash(path);
+  const Claim claim(folder);
+  if (!claim.isHeld()) return Outcome::kLeft;
+  removeLeftover(folder + kAsideSuffix, remove);
+
+  Held held;
+  const LevelFolder::State state = hold(folder, held);
+  if (state == LevelFolder::State::kStrange) return Outcome::kLeft;
+  if (state == LevelFolder::State::kAbsent) return Outcome::kAbsent;
+
+  const LevelFolder files = held.files;
+  LevelSource source(files);
+  Survey survey = surveyOf(source, source.open(), isKept);
+  LevelSource everything(files);
+  const bool isDamaged = survey.condition == LevelCondition::kDamaged;
+  if (isDamaged) survey = surveyOf(everything, everything.openAll(), isKept);
+  if (survey.condition != LevelCondition::kSound) return Outcome::kLeft;
+  if (everything.hasLoss()) {
+    return holdsPrecious(files, everything, isPrecious) ? Outcome::kLeft : removeDatabase(std::move(held), remove);
+  }
+  if (!survey.keepsAny) return removeDatabase(std::move(held), remove);
+  if (survey.keepsAll && !isDamaged && source.isTidy()) return Outcome::kRewritten;
+  return rewrite(std::move(held), isDamaged ? everything : source, survey, remove);
+}
+
+std::optional<std::map<std::string, std::string>> LevelDatabase::entries(const std::string& folder) {
+  Held held;
+  if (hold(folder, held) != LevelFolder::State::kDatabase) return std::nullopt;
+  LevelSource source(held.files);
+  if (source.open() != LevelCondition::kSound) return std::nullopt;
+  std::map<std::string, std::string> entries;
+  const LevelCondition condition = source.walk([&](std::string_view key, std::string_view value) {
+    entries.emplace_hint(entries.end(), key, value);
+    return true;
+  });
+  return condition == LevelCondition::kSound ? std::optional(std::move(entries)) : std::nullopt;
+}
+
+}  // namespace tidewell

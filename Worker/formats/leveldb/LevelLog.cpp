@@ -1,0 +1,112 @@
+#include "Worker/formats/leveldb/LevelLog.h"
+
+#include <algorithm>
+
+namespace tidewell {
+namespace {
+
+constexpr std::size_t kBlockSize = 32768;         // bytes
+constexpr std::size_t kHeaderSize = 7;            // checksum, length, type
+constexpr std::size_t kFetched = 8 * kBlockSize;  // bytes at once
+
+enum PieceType : std::uint8_t { kNothing, kWhole, kFirst, kMiddle, kLast };
+
+}  // namespace
+
+LevelCondition LevelLogReader::next(std::string& record, bool& atEnd) {
+  record.clear();
+  atEnd = false;
+  bool isWithin = false;
+  while (true) {
+    Piece piece;
+    const LevelCondition condition = nextPiece(piece, atEnd);
+    if (condition != LevelCondition::kSound || atEnd) return condition;
+    const bool isStart = piece.type == kWhole || piece.type == kFirst;
+    // What follows damage may be the rest of a record whose start was in it; it can't be used, and is part of the loss.
+    if (isStart == isWithin || piece.type > kLast) return LevelCondition::kDamaged;
+    if (record.size() + piece.bytes.size() > kLevelMaximalBlock) return LevelCondition::kUnreadable;
+    record.append(piece.bytes);
+    if (piece.type == kWhole || piece.type == kLast) return LevelCondition::kSound;
+    isWithin = true;
+  }
+}
+
+LevelCondition LevelLogReader::nextPiece(Piece& piece, bool& atEnd) {
+  while (true) {
+    bool isRest = false;
+    if (const LevelCondition condition = cutPiece(piece, isRest); condition != LevelCondition::kSound || !isRest) {
+      return condition;
+    }
+    if (const LevelCondition condition = fetch(atEnd); condition != LevelCondition::kSound || atEnd) return condition;
+  }
+}
+
+/// Cuts the next piece off the block at hand; what is left of it may hold none.
+LevelCondition LevelLogReader::cutPiece(Piece& piece, bool& isRest) {
+  isRest = true;
+  const bool isLast = isLastBlock() && position_ >= fetched_.size();
+  LevelBytes bytes(block_);
+  const auto checksum = bytes.fixedNumber(4);
+  const auto size = bytes.fixedNumber(2);
+  const auto type = bytes.fixedNumber(1);
+  const auto content = type ? bytes.bytes(*size) : std::nullopt;
+  if (!content) {
+    block_ = {};
+    return type && !isLast ? LevelCondition::kDamaged : LevelCondition::kSound;
+  }
+  if (*type == kNothing && *size == 0) {  // room that was set aside and not written
+    block_ = {};
+    return LevelCondition::kSound;
+  }
+  if (levelChecksum(block_.substr(kHeaderSize - 1, 1), *content) != *checksum) {
+    block_ = {};  // the length may be what is wrong
+    return LevelCondition::kDamaged;
+  }
+  block_.remove_prefix(kHeaderSize + content->size());
+  piece = {*type, *content};
+  isRest = false;
+  return LevelCondition::kSound;
+}
+
+/// Turns to the next block.
+LevelCondition LevelLogReader::fetch(bool& atEnd) {
+  if (position_ >= fetched_.size()) {
+    atEnd = isLastBlock();
+    if (atEnd) return LevelCondition::kSound;
+    auto read = file_.read(offset_, kFetched);
+    if (!read || read->size() != std::min<std::uint64_t>(kFetched, file_.size - offset_)) {
+      return LevelCondition::kUnreadable;
+    }
+    fetched_ = std::move(*read);
+    offset_ += fetched_.size();
+    position_ = 0;
+  }
+  block_ = std::string_view(fetched_).substr(position_, kBlockSize);
+  position_ += block_.size();
+  return LevelCondition::kSound;
+}
+
+void appendLevelRecord(std::string& file, std::string_view record) {
+  bool isFirst = true;
+  bool isLast = false;
+  while (!isLast) {
+    std::size_t room = kBlockSize - file.size() % kBlockSize;
+    if (room < kHeaderSize) {
+      file.append(room, '\0');
+      room = kBlockSize;
+    }
+    const std::string_view content = record.substr(0, room - kHeaderSize);
+    record.remove_prefix(content.size());
+    isLast = record.empty();
+    const std::uint8_t whole = isFirst ? kWhole : kLast;
+    const std::uint8_t part = isFirst ? kFirst : kMiddle;
+    const char type = static_cast<char>(isLast ? whole : part);
+    appendLevelFixedNumber(file, levelChecksum({&type, 1}, content), 4);
+    appendLevelFixedNumber(file, content.size(), 2);
+    file.push_back(type);
+    file.append(content);
+    isFirst = false;
+  }
+}
+
+}  // namespace tidewell

@@ -1,0 +1,45 @@
+// Records one after the other: the form of LevelDB's logs and of its manifests.
+//
+// A file is cut into blocks of 32 KB; a record that does not fit in the rest of its block goes on in the next.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "Worker/formats/leveldb/LevelFolder.h"
+#include "Worker/formats/leveldb/LevelFormat.h"
+
+namespace tidewell {
+
+class LevelLogReader {
+ public:
+  /// The file must outlive the object.
+  explicit LevelLogReader(const LevelFile& file) : file_(file) {}
+
+  /// The next record. At the end `atEnd` is set; a last record that is not whole, as one is that was being written when
+  /// the system stopped, counts as none. After damage, going on answers the records behind it.
+  LevelCondition next(std::string& record, bool& atEnd);
+
+ private:
+  struct Piece {
+    std::uint64_t type = 0;
+    std::string_view bytes;
+  };
+
+  LevelCondition nextPiece(Piece& piece, bool& atEnd);
+  LevelCondition cutPiece(Piece& piece, bool& isRest);
+  LevelCondition fetch(bool& atEnd);
+  bool isLastBlock() const { return offset_ >= file_.size; }
+
+  const LevelFile& file_;
+  std::uint64_t offset_ = 0;  // in the file, of what is not fetched yet
+  std::string fetched_;       // whole blocks, but for the last
+  std::string_view block_;    // the rest of the block at hand
+  std::size_t position_ = 0;  // in what is fetched, of the next block
+};
+
+/// Appends one record to a file's bytes.
+void appendLevelRecord(std::string& file, std::string_view record);
+
+}  // namespace tidewell

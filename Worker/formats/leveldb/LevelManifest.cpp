@@ -1,0 +1,125 @@
+#include "Worker/formats/leveldb/LevelManifest.h"
+
+#include "Worker/formats/leveldb/LevelLog.h"
+
+namespace tidewell {
+namespace {
+
+constexpr std::string_view kByteOrder = "leveldb.BytewiseComparator";
+constexpr std::uint64_t kLevels = 7;
+
+enum Tag : std::uint8_t {
+  kComparator = 1,
+  kLogNumber = 2,
+  kNextNumber = 3,
+  kLastSequence = 4,
+  kCompactPointer = 5,
+  kDeletedTable = 6,
+  kNewTable = 7,
+  kPreviousLog = 9,
+};
+
+bool assign(std::uint64_t& number, LevelBytes& edit) {
+  const auto read = edit.number();
+  if (read) number = *read;
+  return read.has_value();
+}
+
+}  // namespace
+
+LevelCondition LevelManifest::read(const LevelFile& file) {
+  LevelLogReader reader(file);
+  std::string edit;
+  bool atEnd = false;
+  while (true) {
+    if (const LevelCondition condition = reader.next(edit, atEnd); condition != LevelCondition::kSound) {
+      return condition;
+    }
+    if (atEnd) break;
+    if (const LevelCondition condition = apply(edit); condition != LevelCondition::kSound) return condition;
+  }
+  // A last change that is not whole was never made: the files that it would have put aside are still there.
+  return nextNumber != 0 ? LevelCondition::kSound : LevelCondition::kDamaged;
+}
+
+LevelCondition LevelManifest::apply(std::string_view edit) {
+  LevelBytes fields(edit);
+  bool isForeign = false;
+  while (!fields.atEnd()) {
+    const auto tag = fields.number();
+    if (!tag || !applyField(*tag, fields, isForeign)) return LevelCondition::kDamaged;
+    if (isForeign) return LevelCondition::kUnreadable;
+  }
+  return LevelCondition::kSound;
+}
+
+bool LevelManifest::applyField(std::uint64_t tag, LevelBytes& edit, bool& isForeign) {
+  switch (tag) {
+    case kComparator: {
+      const auto name = edit.text();
+      isForeign = name && *name != kByteOrder;
+      return name.has_value();
+    }
+    case kLogNumber:
+      return assign(firstLog, edit);
+    case kPreviousLog:
+      return assign(previousLog, edit);
+    case kNextNumber:
+      return assign(nextNumber, edit);
+    case kLastSequence:
+      return assign(lastSequence, edit);
+    case kCompactPointer:
+      hasHistory = true;
+      return edit.number() && edit.text();
+    case kDeletedTable: {
+      hasHistory = true;
+      const auto level = edit.number();
+      const auto number = edit.number();
+      if (!level || !number) return false;
+      // A table that moves to another level is deleted from one and added to the other, in this order.
+      if (const auto table = tables.find(*number); table != tables.end() && table->second.level == *level) {
+        tables.erase(table);
+      }
+      return true;
+    }
+    case kNewTable:
+      return addTable(edit);
+    default:
+      return false;
+  }
+}
+
+bool LevelManifest::addTable(LevelBytes& edit) {
+  const auto level = edit.number();
+  const auto number = edit.number();
+  const auto size = edit.number();
+  const auto smallest = edit.text();
+  const auto largest = edit.text();
+  if (!level || *level >= kLevels || !number || !size || !smallest || !largest) return false;
+  if (!LevelKey::from(*smallest) || !LevelKey::from(*largest)) return false;
+  tables.insert_or_assign(*number, Table{*level, *size, std::string(*smallest), std::string(*largest)});
+  return true;
+}
+
+std::string LevelManifest::bytes() const {
+  std::string edit;
+  appendLevelNumber(edit, kComparator);
+  appendLevelText(edit, kByteOrder);
+  for (const auto& [tag, number] :
+       {std::pair(kLogNumber, firstLog), std::pair(kNextNumber, nextNumber), std::pair(kLastSequence, lastSequence)}) {
+    appendLevelNumber(edit, tag);
+    appendLevelNumber(edit, number);
+  }
+  for (const auto& [number, table] : tables) {
+    for (const std::uint64_t field : {std::uint64_t{kNewTable}, table.level, number, table.size}) {
+      appendLevelNumber(edit, field);
+    }
+    appendLevelText(edit, table.smallest);
+    appendLevelText(edit, table.largest);
+  }
+  std::string file;
+  appendLevelRecord(file, edit);
+  return file;
+}
+
+}  // namespace tidewell

@@ -1,0 +1,42 @@
+// The manifest of a LevelDB database: which tables and logs are the database, and which keys each table spans.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "Worker/formats/leveldb/LevelFolder.h"
+#include "Worker/formats/leveldb/LevelFormat.h"
+
+namespace tidewell {
+
+struct LevelManifest {
+  struct Table {
+    std::uint64_t level = 0;  // in 0, tables may overlap; in each one above, none does
+    std::uint64_t size = 0;   // in bytes
+    std::string smallest;     // as in the table, with the age
+    std::string largest;
+  };
+
+  std::uint64_t firstLog = 0;  // logs of lower numbers are done with, but for this one:
+  std::uint64_t previousLog = 0;
+  std::uint64_t nextNumber = 0;
+  std::uint64_t lastSequence = 0;
+  std::map<std::uint64_t, Table> tables;  // by number
+  bool hasHistory = false;                // it tells of more than the tables that there are
+
+  /// Takes the state at the end of the file. kUnreadable when the database orders its keys in a way of its own; that
+  /// is told even of a damaged file, as long as its beginning is whole.
+  LevelCondition read(const LevelFile& file);
+
+  /// The bytes of a manifest that says this.
+  std::string bytes() const;
+
+ private:
+  LevelCondition apply(std::string_view edit);
+  bool applyField(std::uint64_t tag, LevelBytes& edit, bool& isForeign);
+  bool addTable(LevelBytes& edit);
+};
+
+}  // namespace tidewell

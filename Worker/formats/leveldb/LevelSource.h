@@ -1,0 +1,63 @@
+// The entries of a LevelDB database as it lies in its folder. Nothing is changed.
+//
+// Memory: for each table that overlaps others at the place at hand one block, its index, and a window of at most 64 KB;
+// the logs as a whole. All of it stays below kLevelMaximalMemory, or the database is unreadable.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Worker/formats/leveldb/LevelFolder.h"
+#include "Worker/formats/leveldb/LevelManifest.h"
+#include "Worker/formats/leveldb/LevelRun.h"
+
+namespace tidewell {
+
+class LevelSource {
+ public:
+  /// The folder must outlive the object.
+  explicit LevelSource(const LevelFolder& folder) : folder_(folder) {}
+
+  /// As LevelDB would: the tables and logs that the manifest names. Damage found later is told by walk().
+  LevelCondition open();
+
+  /// As a repair would: all tables and logs that there are, as much of each as is whole. Of a key that is in several
+  /// places, the youngest entry counts. Never damaged, but see hasLoss().
+  LevelCondition openAll();
+
+  /// Answers whether the walk goes on.
+  using Visitor = std::function<bool(std::string_view key, std::string_view value)>;
+
+  /// Every entry in the order of the keys, the same each time. What was read up to damage has been visited.
+  LevelCondition walk(const Visitor& visit);
+
+  /// After openAll() and a whole walk: whether anything can't be read that was in the database, as far as can be told.
+  bool hasLoss() const { return hasLoss_; }
+
+  /// After open() and a whole walk: whether its files hold nothing but the entries that were visited.
+  bool isTidy() const { return isTidy_; }
+
+ private:
+  class Merge;
+  struct Part {
+    const LevelFile* file;
+    std::uint64_t size;
+    std::string smallest;
+  };
+
+  const LevelFile* currentManifest(LevelCondition& condition) const;
+  LevelCondition addLogs(std::uint64_t first, std::uint64_t previous);
+
+  const LevelFolder& folder_;
+  std::vector<Part> tables_;
+  LevelLogEntries logs_;
+  bool isTolerant_ = false;
+  bool hasLoss_ = false;
+  bool isTidy_ = false;
+};
+
+}  // namespace tidewell

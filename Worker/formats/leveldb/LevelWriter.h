@@ -1,0 +1,54 @@
+// Writes a fresh LevelDB database: tables of about 2 MB, a manifest, and nothing of what was there before.
+//
+// The files are written one by one through the platform's files, so that no more than one table is held in memory.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "Worker/formats/leveldb/LevelManifest.h"
+
+namespace tidewell {
+
+class LevelWriter {
+ public:
+  /// Writes to a folder that exists. `firstNumber` and all above it are free as numbers of files.
+  LevelWriter(std::string folder, std::uint64_t firstNumber);
+  ~LevelWriter();
+  LevelWriter(const LevelWriter&) = delete;
+  LevelWriter& operator=(const LevelWriter&) = delete;
+
+  // After the first error nothing but takeBack() makes sense.
+
+  /// The entry that follows, in the order of the keys' bytes.
+  std::error_code add(std::string_view key, std::string_view value);
+
+  /// Writes what is left, and the manifest. The tables become the database by makeCurrent().
+  std::error_code finish();
+  std::error_code makeCurrent();
+
+  /// Writes the file that processes lock, as LevelDB would when it opens the database.
+  std::error_code makeLock();
+
+  /// Removes the files that were written. That a removal fails leaves files that are part of no database.
+  void takeBack();
+
+ private:
+  struct Table;
+
+  std::error_code finishTable();
+  std::error_code create(const std::string& name, std::string_view contents);
+
+  const std::string folder_;
+  const std::uint64_t manifestNumber_;
+  std::uint64_t nextNumber_;
+  LevelManifest manifest_;
+  std::unique_ptr<Table> table_;  // null between two
+  std::vector<std::string> created_;
+};
+
+}  // namespace tidewell

@@ -1,0 +1,164 @@
+// LevelDB files that ask for more than there is, or for more than is good.
+
+#include <snappy.h>
+
+#include "Worker/formats/leveldb/LevelLog.h"
+#include "tests/Worker/formats/leveldb/LevelDatabaseTest.h"
+
+namespace {
+
+using ::testing::IsEmpty;
+using ::testing::Optional;
+using testing_support::LevelDatabaseTest;
+using tidewell::appendLevelFixedNumber;
+using tidewell::appendLevelNumber;
+using tidewell::appendLevelText;
+using tidewell::LevelKey;
+
+std::string compressed(const std::string& bytes) {
+  std::string result;
+  snappy::Compress(bytes.data(), bytes.size(), &result);
+  return result;
+}
+
+/// A block with one entry.
+std::string blockOf(const std::string& key, const std::string& value) {
+  std::string block;
+  for (const std::size_t size : {std::size_t{0}, key.size(), value.size()}) appendLevelNumber(block, size);
+  block += key + value;
+  appendLevelFixedNumber(block, 0, 4);
+  appendLevelFixedNumber(block, 1, 4);
+  return block;
+}
+
+std::string handleOf(std::uint64_t offset, std::uint64_t size) {
+  std::string handle;
+  appendLevelNumber(handle, offset);
+  appendLevelNumber(handle, size);
+  return handle;
+}
+
+std::string withTrailer(const std::string& block, char compression) {
+  std::string bytes = block + compression;
+  appendLevelFixedNumber(bytes, tidewell::levelChecksum(block, {&compression, 1}), 4);
+  return bytes;
+}
+
+std::string footerFor(const std::string& handle) {
+  std::string footer = std::string(2, '\0') + handle;
+  footer.resize(40);
+  appendLevelFixedNumber(footer, 0xdb4775248b80fb57, 8);
+  return footer;
+}
+
+/// A table of one block, whole in every respect but what the block itself is.
+std::string tableOf(const std::string& block, char compression) {
+  const std::string index = blockOf(LevelKey{"z", 1, false}.bytes(), handleOf(0, block.size()));
+  std::string table = withTrailer(block, compression);
+  const std::string handle = handleOf(table.size(), index.size());
+  return table + withTrailer(index, 0) + footerFor(handle);
+}
+
+class OversizedLevel : public LevelDatabaseTest {
+ protected:
+  /// A database without a manifest: every table that is there counts.
+  void make(const std::vector<std::string>& tables) {
+    std::filesystem::remove_all(folder);
+    for (std::size_t index = 0; index < tables.size(); ++index) {
+      write(folder + "/00000" + std::to_string(index) + ".ldb", tables[index]);
+    }
+  }
+  const std::string key = LevelKey{"kept", 7, false}.bytes();
+};
+
+TEST_F(OversizedLevel, aTableMadeByHandIsReadWhenItIsWhole) {  // or the other cases would show nothing
+  for (const char compression : {'\0', '\1'}) {
+    const std::string block = blockOf(key, "value");
+    make({tableOf(compression == '\0' ? block : compressed(block), compression)});
+    EXPECT_EQ(keep("kept"), Outcome::kRewritten);
+    EXPECT_THAT(inLibrary(), Optional(Entries{{"kept", "value"}}));
+  }
+}
+
+TEST_F(OversizedLevel, anImpossibleLengthBeforeCompressionIsDamage) {
+  std::string claim;
+  appendLevelNumber(claim, 0xffffffff);
+  make({tableOf(claim + std::string(1000, 'a'), 1)});
+  EXPECT_EQ(keep("precious"), Outcome::kRemoved);
+}
+
+TEST_F(OversizedLevel, aBlockThatGrowsBeyondTheBoundIsLeftAlone) {
+  make({tableOf(compressed(blockOf(key, std::string(100 << 20, 'x'))), 1)});
+  EXPECT_EQ(keep("nobody"), Outcome::kLeft);
+  EXPECT_EQ(LevelDatabase::entries(folder), std::nullopt);
+  EXPECT_THAT(removed, IsEmpty());
+}
+
+TEST_F(OversizedLevel, manyLargeBlocksAtOnceAreLeftAlone) {
+  const std::string block = compressed(blockOf(key, std::string(60 << 20, 'x')));
+  make({tableOf(block, 1)});
+  EXPECT_EQ(keep("kept"), Outcome::kRewritten);
+  make(std::vector<std::string>(6, tableOf(block, 1)));
+  EXPECT_EQ(keep("kept"), Outcome::kLeft);
+  EXPECT_EQ(keep("nobody"), Outcome::kLeft);
+}
+
+TEST_F(OversizedLevel, aCompressionOfALaterTimeIsLeftAlone) {
+  make({tableOf("whatever this is", 2)});
+  EXPECT_EQ(keep("nobody"), Outcome::kLeft);
+}
+
+TEST_F(OversizedLevel, placesBeyondTheFileAreDamage) {
+  const std::string block = withTrailer(blockOf(key, "value"), 0);
+  const std::uint64_t all = ~std::uint64_t{0};
+  for (const std::uint64_t offset : {std::uint64_t{0}, std::uint64_t{1}, std::uint64_t{1} << 40, all - 3, all}) {
+    for (const std::uint64_t size : {block.size() - 4, std::size_t{1} << 30, std::size_t{1} << 62, all - 4, all}) {
+      make({block + footerFor(handleOf(offset, size))});
+      EXPECT_EQ(keep("precious"), Outcome::kRemoved) << offset << " " << size;
+    }
+  }
+}
+
+TEST_F(OversizedLevel, lengthsBeyondTheBlockAreDamage) {
+  for (const std::uint64_t length : {std::uint64_t{20}, std::uint64_t{1} << 32, ~std::uint64_t{0}}) {
+    for (int which = 0; which < 3; ++which) {
+      std::string block;
+      for (int field = 0; field < 3; ++field) appendLevelNumber(block, field == which ? length : 0);
+      appendLevelFixedNumber(block, 0, 4);
+      appendLevelFixedNumber(block, 1, 4);
+      make({tableOf(block, 0)});
+      EXPECT_EQ(keep("precious"), Outcome::kRemoved) << length << " " << which;
+    }
+  }
+  for (const std::uint64_t places : {std::uint64_t{0}, std::uint64_t{3}, std::uint64_t{0xffffffff}}) {
+    std::string block;
+    appendLevelFixedNumber(block, 0, 4);
+    appendLevelFixedNumber(block, places, 4);
+    make({tableOf(block, 0)});
+    EXPECT_EQ(keep("precious"), Outcome::kRemoved) << places;
+  }
+}
+
+TEST_F(OversizedLevel, aRecordBeyondTheBoundIsLeftAlone) {
+  put({{"kept", std::string(65 << 20, 'x')}});
+  EXPECT_EQ(keep("nobody"), Outcome::kLeft);
+  EXPECT_EQ(LevelDatabase::entries(folder), std::nullopt);
+}
+
+TEST_F(OversizedLevel, aLogOfTooManyEntriesIsLeftAlone) {
+  constexpr std::uint64_t kCount = 2'000'000;
+  std::string batch;
+  appendLevelFixedNumber(batch, 1, 8);
+  appendLevelFixedNumber(batch, kCount, 4);
+  for (std::uint64_t index = 0; index < kCount; ++index) {
+    batch += '\1';
+    appendLevelText(batch, std::to_string(index));
+    appendLevelText(batch, "");
+  }
+  std::string log;
+  tidewell::appendLevelRecord(log, batch);
+  write(folder + "/000005.log", log);
+  EXPECT_EQ(keep("kept"), Outcome::kLeft);
+}
+
+}  // namespace
