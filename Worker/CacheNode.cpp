@@ -5,9 +5,7 @@
 #include "Platform/Path.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/browsers/Browsers.h"
-#include "Worker/homes/Home.h"
 #include "Worker/sandbox/Sandbox.h"
-#include "Worker/stores/CurrentStores.h"
 
 namespace tidewell {
 namespace {
@@ -22,7 +20,6 @@ constexpr const char* kFirefoxProfileCaches[] = {"Cache", "OfflineCache", "start
 constexpr char kFirefoxSecureSites[] = "SiteSecurityServiceState.txt";
 constexpr char kGPUCache[] = "GPUCache";
 constexpr const char* kChromeProfileCaches[] = {"Application Cache", kGPUCache, "TransportSecurity"};
-constexpr char kPluginCacheInFolder[] = "Flash_Player/AssetCache";  // on a home without a Library
 constexpr const char* kPluginCaches[] = {"~/Library/Caches/Adobe/Flash Player/AssetCache",
                                          "~/Library/Caches/QuickTime/downloads"};
 
@@ -55,11 +52,9 @@ void walkTemporaryFolders(const std::string& folder, int level) {
 }  // namespace
 
 void WorkerAppDelegate::removeBrowserCache(const std::string& browserName) {
-  const Home home = Home::current();
-  if (!home.mayHave(browserName)) return;
   if (browserName == kSafari) {
     for (const char* cache : kSafariCaches) {
-      Sandbox::remove(appendingPathComponent(browserNamed(kSafari)->cacheFolder, cache));
+      Sandbox::remove(appendingPathComponent(browserNamed(kSafari)->library.cacheFolder, cache));
     }
     clearExtraCookieCache();
   } else if (isOfChromeFamily(browserName)) {
@@ -67,13 +62,7 @@ void WorkerAppDelegate::removeBrowserCache(const std::string& browserName) {
   } else if (browserName == kFirefox) {
     clearFireFoxCache();
   }
-  cleanCurrentStores(StoreGroup::kCaches, browserName);
-  if (home.layout == HomeLayout::kLibrary) {
-    for (const char* cache : kPluginCaches) Sandbox::remove(cache);
-  }
-  for (const std::string& folder : home.pluginFolders()) {
-    removeFolder(home, appendingPathComponent(folder, kPluginCacheInFolder));
-  }
+  for (const char* cache : kPluginCaches) Sandbox::remove(cache);
 }
 
 void WorkerAppDelegate::clearExtraCookieCache() {
@@ -82,32 +71,29 @@ void WorkerAppDelegate::clearExtraCookieCache() {
 
 void WorkerAppDelegate::clearChromeCache(const std::string& browserName) {
   if (!isOfChromeFamily(browserName)) return;
-  const Home home = Home::current();
-  const std::vector<ProfilePlaces> profiles = profilesOf(browserName);
-  if (browserName == kOpera && home.layout == HomeLayout::kLibrary) {
-    // Removed twice for Opera, whose profile is the data folder itself: the second time there is nothing. Meant.
-    for (const Installation& installation : home.installationsOf(*browserNamed(kOpera))) {
-      Sandbox::remove(appendingPathComponent(installation.dataFolder, kGPUCache));
-    }
-  }
-  for (const ProfilePlaces& profile : profiles) {
-    for (const std::string& caches : profile.cacheFolders) {
-      // The folder itself may be all that was granted there.
-      home.layout == HomeLayout::kLibrary ? Sandbox::remove(caches) : Sandbox::removeContentsOf(caches);
-    }
-    for (const char* cache : kChromeProfileCaches) removeFolder(home, appendingPathComponent(profile.folder, cache));
+  const ProfileMap profiles = profileMap(browserName);
+  const Place& library = browserNamed(browserName)->library;
+  // Removed twice for Opera, whose profile is the data folder itself: the second time there is nothing left.
+  if (browserName == kOpera) Sandbox::remove(appendingPathComponent(library.dataFolder, kGPUCache));
+  for (const auto& [folder, displayName] : profiles) {
+    Sandbox::remove(appendingPathComponent(library.cacheFolder, folder));
+    const std::string profile = appendingPathComponent(library.dataFolder, folder);
+    for (const char* cache : kChromeProfileCaches) Sandbox::remove(appendingPathComponent(profile, cache));
   }
 }
 
 void WorkerAppDelegate::clearFireFoxCache() {
-  const Home home = Home::current();
-  for (const std::string& profile : firefoxCaches()) {
-    if (home.layout == HomeLayout::kLibrary && !isDirectory(profile)) continue;
-    for (const char* cache : kFirefoxProfileCaches) removeFolder(home, appendingPathComponent(profile, cache));
+  const Place& library = browserNamed(kFirefox)->library;
+  const std::string caches(library.cacheFolder);
+  for (const std::string& entry : Sandbox::folderContentsOf(caches)) {
+    const std::string profile = appendingPathComponent(caches, entry);
+    if (!isDirectory(profile)) continue;
+    for (const char* cache : kFirefoxProfileCaches) Sandbox::remove(appendingPathComponent(profile, cache));
   }
-  for (const std::string& profile : firefoxProfiles()) {
+  const std::string profiles(library.dataFolder);
+  for (const std::string& entry : Sandbox::folderContentsOf(profiles)) {
     // What is no profile has no such file, and then nothing is removed.
-    Sandbox::remove(appendingPathComponent(profile, kFirefoxSecureSites));
+    Sandbox::remove(appendingPathComponent(appendingPathComponent(profiles, entry), kFirefoxSecureSites));
   }
 }
 

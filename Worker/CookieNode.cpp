@@ -6,9 +6,7 @@
 #include "Platform/Platform.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/browsers/Browsers.h"
-#include "Worker/homes/Home.h"
 #include "Worker/sandbox/Sandbox.h"
-#include "Worker/stores/CurrentStores.h"
 
 namespace tidewell {
 namespace {
@@ -27,7 +25,6 @@ constexpr char kDeleteChannelIDs[] = "DELETE FROM origin_bound_certs;";
 }  // namespace
 
 void WorkerAppDelegate::removeCookies(const std::string& browserName) {
-  if (!Home::current().mayHave(browserName)) return;
   if (browserName == kSafari) {
     platform::Dispatch& dispatch = platform::Platform::current().dispatch;
     dispatch.after(kSafariDelay, dispatch.mainQueue(), [self = shared_from_this()] {
@@ -35,24 +32,23 @@ void WorkerAppDelegate::removeCookies(const std::string& browserName) {
       self->executeScript();
     });
   } else if (browserName == kFirefox) {
-    for (const std::string& profile : firefoxProfiles()) {
+    const std::string profiles(browserNamed(kFirefox)->library.dataFolder);
+    for (const std::string& entry : Sandbox::folderContentsOf(profiles)) {
+      const std::string profile = appendingPathComponent(profiles, entry);
       Sandbox::remove(appendingPathComponent(profile, kFirefoxCookies));
       Sandbox::remove(appendingPathComponent(profile, kFirefoxPermissions));  // what sites were allowed goes too
     }
   } else if (isOfChromeFamily(browserName)) {
-    const std::vector<ProfilePlaces> profiles = profilesOf(browserName);
+    const std::vector<std::string> profiles = profilesOf(browserName);
     deleteChromeChannelID(browserName);
-    for (const ProfilePlaces& profile : profiles) {
-      Sandbox::remove(appendingPathComponent(profile.folder, kChromeCookies));
-    }
+    for (const std::string& profile : profiles) Sandbox::remove(appendingPathComponent(profile, kChromeCookies));
   }
-  cleanCurrentStores(StoreGroup::kCookies, browserName);
 }
 
 void WorkerAppDelegate::deleteChromeChannelID(const std::string& browserName) {
   if (!isOfChromeFamily(browserName)) return;
-  for (const ProfilePlaces& profile : profilesOf(browserName)) {
-    Sandbox::runSql_onfile(kDeleteChannelIDs, appendingPathComponent(profile.folder, kChannelIDs));
+  for (const std::string& profile : profilesOf(browserName)) {
+    Sandbox::runSql_onfile(kDeleteChannelIDs, appendingPathComponent(profile, kChannelIDs));
   }
 }
 

@@ -7,7 +7,6 @@
 #include "Worker/browsers/Browsers.h"
 #include "Worker/homes/Home.h"
 #include "Worker/sandbox/Sandbox.h"
-#include "Worker/stores/CurrentStores.h"
 
 namespace tidewell {
 namespace {
@@ -73,6 +72,12 @@ Texts pathsIn(const std::string& folder, const Texts& names) {
   return paths;
 }
 
+/// Today's browsers keep the storage of extensions and of sites in the same folders: where today's stores are cleaned,
+/// that cleaning takes out of them what is sites'.
+bool keepsExtensionsInSharedStores() {
+  return Home::current().cleansCurrentStores;
+}
+
 void removeIfThere(const std::string& path) {
   if (Sandbox::fileExists(path)) Sandbox::remove(path);
 }
@@ -80,26 +85,17 @@ void removeIfThere(const std::string& path) {
 }  // namespace
 
 void WorkerAppDelegate::removeNonFavLocalStorage(const std::string& browserName) {
-  const Home home = Home::current();
-  if (!home.mayHave(browserName)) return;
-  // Those of today keep the storage of extensions in the same folders.
-  const bool spares = home.cleansCurrentStores;
   if (browserName == kSafari) {
     removeSafariStorage();
   } else if (isOfChromeFamily(browserName)) {
-    for (const ProfilePlaces& profile : profilesOf(browserName)) {
-      removeChromeStorage(profile.folder, browserName);
-      if (!spares) removeIfThere(appendingPathComponent(profile.folder, kChromeIndexedDB));
-    }
+    for (const std::string& profile : profilesOf(browserName)) removeChromeStorage(profile, browserName);
   } else if (browserName == kFirefox) {
-    for (const std::string& profile : firefoxProfiles()) {
-      if (home.layout == HomeLayout::kLibrary && !isDirectory(profile)) continue;
-      removeFirefoxTable(profile);
-      if (spares) continue;
-      for (const char* storage : kFirefoxStorages) removeIfThere(appendingPathComponent(profile, storage));
+    const std::string profiles(browserNamed(kFirefox)->library.dataFolder);
+    for (const std::string& entry : Sandbox::folderContentsOf(profiles)) {
+      const std::string profile = appendingPathComponent(profiles, entry);
+      if (isDirectory(profile)) removeFirefoxStorage(profile);
     }
   }
-  cleanCurrentStores(StoreGroup::kSiteStorage, browserName);
 }
 
 void WorkerAppDelegate::removeSafariStorage() {
@@ -146,14 +142,19 @@ void WorkerAppDelegate::removeChromeStorage(const std::string& profile, const st
     }
     Sandbox::removeFiles(paths);
   }
+
+  if (!keepsExtensionsInSharedStores()) removeIfThere(appendingPathComponent(profile, kChromeIndexedDB));
 }
 
-void WorkerAppDelegate::removeFirefoxTable(const std::string& profile) {
+void WorkerAppDelegate::removeFirefoxStorage(const std::string& profile) {
   const std::string table = appendingPathComponent(profile, kFirefoxTable);
-  if (!Sandbox::fileExists(table)) return;
-  const Texts scopes =
-      mozillaLocalStorage(textsOf(Sandbox::returnArrayFromSql_onfile(kSelectScopes, table), kScopeColumn));
-  Sandbox::runSql_onfile(statementFor(kDeleteScopes, scopes), table);
+  if (Sandbox::fileExists(table)) {
+    const Texts scopes =
+        mozillaLocalStorage(textsOf(Sandbox::returnArrayFromSql_onfile(kSelectScopes, table), kScopeColumn));
+    Sandbox::runSql_onfile(statementFor(kDeleteScopes, scopes), table);
+  }
+  if (keepsExtensionsInSharedStores()) return;
+  for (const char* storage : kFirefoxStorages) removeIfThere(appendingPathComponent(profile, storage));
 }
 
 }  // namespace tidewell

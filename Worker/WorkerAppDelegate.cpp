@@ -9,6 +9,8 @@
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"
 #include "Worker/browsers/Browsers.h"
+#include "Worker/cleaning/Cleaning.h"
+#include "Worker/homes/FolderRequest.h"
 #include "Worker/homes/Home.h"
 #include "Worker/homes/StartedWith.h"
 
@@ -33,12 +35,22 @@ std::string RealHomeDirectory() {
   return *pw;
 }
 
-/// Whether a browser has been started again since it quit, on a home without a Library: it must not lose what it has
-/// open. When it quits, it is cleaned anew.
-bool runsAgain(const std::string& browserName) {
-  const Browser* browser = browserNamed(browserName);
-  return browser != nullptr && Home::whole().layout == HomeLayout::kXDG &&
-         Platform::current().workspace.isRunning(std::string(browser->bundleIdentifier));
+/// Whether a browser has been started again since it quit, and must not lose what it has open. When it quits, it is
+/// cleaned anew.
+bool isSparedNow(const Browser& browser) {
+  return Home::current().layout->sparesRunningBrowsers() &&
+         Platform::current().workspace.isRunning(std::string(browser.bundleIdentifier));
+}
+
+/// The browser that a notice of a quit is about: Opera by the identifier alone, the others that can be on a home with a
+/// Library by the name alone, and what is on other homes only by either. Null for an application that is none.
+const Browser* browserThatQuit(const std::string& name, const std::string& identifier) {
+  if (identifier == kOperaIdentifier) return browserWithIdentifier(kOperaIdentifier);
+  const Browser* byName = name == kOpera ? nullptr : browserNamed(name);
+  if (byName != nullptr && byName->isOnHomesWithLibrary()) return byName;
+  const Browser* other = byName != nullptr ? byName : browserWithIdentifier(identifier);
+  const bool isForOtherHomes = other != nullptr && !other->isOnHomesWithLibrary();
+  return isForOtherHomes && Home::current().layout->knows(*other) ? other : nullptr;
 }
 
 std::string asText(const std::optional<std::string>& text) {
@@ -86,12 +98,12 @@ bool WorkerAppDelegate::listener_shouldAcceptNewConnection(platform::RemoteConne
 void WorkerAppDelegate::appTerminated(const platform::ApplicationNotification& notification) {
   const std::string name = asText(notification.applicationName);
   const std::string identifier = asText(notification.bundleIdentifier);
-  const bool isOpera = identifier == kOperaIdentifier;
-  if (name != kSafari && name != kGoogleChrome && name != kChromium && name != kFirefox && !isOpera) return;
-
-  const std::string browserName = isOpera ? std::string(kOpera) : name;
+  const Browser* browser = browserThatQuit(name, identifier);
+  if (browser == nullptr) return;
+  const std::string browserName(browser->name);
   if (!checkIfBrowserEnabled(browserName)) return;
-  rememberFolders(*browserNamed(browserName), notification.processes);
+  const Home home = Home::current();
+  rememberFolders(home.folder, *home.layout, *browser, notification.processes);
   // Both runs do the full work: what the browser wrote while it was going is caught by the second.
   clearData_andNotify(browserName, false);
   platform::Dispatch& dispatch = Platform::current().dispatch;
@@ -109,15 +121,10 @@ bool WorkerAppDelegate::checkIfBrowserEnabled(const std::string& browserName) {
 void WorkerAppDelegate::clearData_andNotify(const std::string& browserName, bool notify) {
   Platform::current().dispatch.mainQueue().async([self = shared_from_this(), browserName, notify] {
     platform::BlockOperation run;
-    const bool isSpared = notify && runsAgain(browserName);
+    const Browser* browser = browserNamed(browserName);
+    const bool isSpared = notify && browser != nullptr && isSparedNow(*browser);
     run.block = [self, browserName, isSpared] {
-      if (isSpared) return;
-      askForFolders(browserName);
-      self->removeCookies(browserName);
-      self->removeNonFavLocalStorage(browserName);
-      self->removeFlash(browserName);
-      self->removeSilverlight();
-      self->removeBrowserCache(browserName);
+      if (!isSpared) self->clean(browserName);
     };
     if (notify) {
       run.completion = [self, browserName] {
@@ -127,6 +134,32 @@ void WorkerAppDelegate::clearData_andNotify(const std::string& browserName, bool
     }
     Platform::current().dispatch.makeOperationQueue()->addOperation(std::move(run));
   });
+}
+
+void WorkerAppDelegate::clean(const std::string& browserName) {
+  const Home home = Home::current();
+  const Browser* browser = browserNamed(browserName);
+  if (home.layout->hasOperations()) {
+    removeCookies(browserName);
+    removeNonFavLocalStorage(browserName);
+    removeFlash(browserName);
+    removeSilverlight();
+    removeBrowserCache(browserName);
+    if (browser != nullptr && home.cleansCurrentStores) {
+      Cleaning(*home.layout, *browser, {StoreAge::kCurrent}).run();
+    }
+  } else if (browser != nullptr) {
+    askForFolders(*home.layout, *browser);
+    using Ages = std::set<StoreAge>;
+    const Ages ages =
+        home.cleansCurrentStores ? Ages{StoreAge::kCurrent, StoreAge::kOld} : Ages{StoreAge::kOld, StoreAge::kReplaced};
+    Cleaning(*home.layout, *browser, ages).run();
+  }
+}
+
+void WorkerAppDelegate::obtainGrants(const Browser& browser) {
+  const Home home = Home::current();
+  home.layout->hasOperations() ? obtainGrantsInLibrary(browser) : askForFolders(*home.layout, browser);
 }
 
 // Completion notifications.

@@ -4,9 +4,11 @@
 // One object lives for the whole process, always held by a shared pointer: work that outlives a call keeps it alive
 // until it has run. It has no state: every setting is read at the moment it is needed, and nothing locks. Runs may
 // overlap; removing what is gone and deleting rows twice change nothing.
+//
+// The cleaners (CookieNode, LSNode, FlashNode, SilverlightNode, CacheNode) are for a home with a folder "Library", and
+// know of no other. What becomes of any other home is in cleaning/. clean() decides.
 #pragma once
 
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -16,18 +18,10 @@
 #include "Platform/UserUnixTask.h"
 #include "Platform/Workspace.h"
 #include "Worker/Agent.h"
-#include "Worker/stores/CurrentStores.h"
+#include "Worker/browsers/Browser.h"
+#include "Worker/formats/LocalState.h"
 
 namespace tidewell {
-
-/// From the name of a profile's folder, relative to the browser's data folder, to the profile's display name.
-using ProfileMap = std::map<std::string, std::string>;
-
-/// Where one profile lies.
-struct ProfilePlaces {
-  std::string folder;
-  std::vector<std::string> cacheFolders;  // the profile's own
-};
 
 class WorkerAppDelegate : public Agent,
                           public platform::RemoteListenerDelegate,
@@ -53,10 +47,6 @@ class WorkerAppDelegate : public Agent,
 
   void answerFrom_reply(const std::string& bundleIdentifier, Reply reply) override;
 
-  /// On a home without a Library: obtains grants for the folders of a browser that there are, each by itself, once.
-  /// Does nothing on any other.
-  static void askForFolders(const std::string& browserName);
-
   // Cleaning run.
 
   /// An application has quit. For a browser that is enabled: a run now, and a second one, which notifies, in 8 seconds.
@@ -64,7 +54,7 @@ class WorkerAppDelegate : public Agent,
 
   static bool checkIfBrowserEnabled(const std::string& browserName);
 
-  /// Runs the five cleaners, in the background; returns at once.
+  /// Cleans the browser's data, in the background; returns at once.
   void clearData_andNotify(const std::string& browserName, bool notify);
 
   // Completion notifications.
@@ -77,22 +67,12 @@ class WorkerAppDelegate : public Agent,
   // Browser profile discovery.
 
   /// The profiles that Google Chrome's "Local State" lists, or, for any other name, Chromium's. Empty when the file
-  /// can't be read or lists none; a profile without a display name is left out. On a home without a Library those of
-  /// all installations, listed or not.
+  /// can't be read or lists none; a profile without a display name is left out.
   ProfileMap userProfiles(const std::string& browserName);
 
   /// The profiles of a browser as every cleaner visits them: those of userProfiles() for Google Chrome and Chromium;
   /// for any other name the single unnamed profile "" of Opera, whose folder is the data folder itself.
   ProfileMap profileMap(const std::string& browserName);
-
-  /// The profiles of a browser of the Chrome family, in all of its installations.
-  std::vector<ProfilePlaces> profilesOf(const std::string& browserName);
-
-  /// What may be a profile of Firefox, in all of its installations; on a home without a Library folders alone.
-  std::vector<std::string> firefoxProfiles();
-
-  /// Where the caches of Firefox's profiles may lie; likewise.
-  std::vector<std::string> firefoxCaches();
 
   // CookieNode.
 
@@ -141,10 +121,20 @@ class WorkerAppDelegate : public Agent,
  private:
   WorkerAppDelegate() = default;
 
-  void cleanCurrentStores(StoreGroup group, const std::string& browserName);
+  // The two that decide what the layout of the home asks for: the operations of this class, or the walk over tables.
+
+  /// All that a run does for a browser.
+  void clean(const std::string& browserName);
+  /// Asks the person ahead for all that clean() will touch.
+  static void obtainGrants(const Browser& browser);
+
+  // On a home with a Library.
+  static void obtainGrantsInLibrary(const Browser& browser);
+  static bool isOfChromeFamily(const std::string& browserName);
+  std::vector<std::string> profilesOf(const std::string& browserName);
   void removeSafariStorage();
   void removeChromeStorage(const std::string& profile, const std::string& browserName);
-  void removeFirefoxTable(const std::string& profile);
+  void removeFirefoxStorage(const std::string& profile);
 
   platform::Workspace::ObserverToken observerToken_ = 0;
 };

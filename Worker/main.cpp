@@ -12,13 +12,8 @@
 namespace linux_ = platform::linux_;
 
 static auto watchedApplications() {
-  std::vector<linux_::WatchedApplication> applications;
-  for (const tidewell::Browser& browser : tidewell::browsers()) {
-    applications.push_back({std::string(browser.name),
-                            std::string(browser.bundleIdentifier),
-                            {browser.executableNames.begin(), browser.executableNames.end()},
-                            {browser.executablePlaces.begin(), browser.executablePlaces.end()}});
-  }
+  std::vector<platform::WatchedApplication> applications;
+  for (const tidewell::Browser& browser : tidewell::browsers()) applications.push_back(watched(browser));
   return applications;
 }
 

@@ -5,7 +5,7 @@
 
 #include <functional>
 
-#include "MainApplication/SettingsStore.h"
+#include "MainApplication/client/SettingsStore.h"
 #include "Worker/browsers/Browsers.h"
 
 namespace tidewell {

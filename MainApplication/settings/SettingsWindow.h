@@ -9,7 +9,7 @@
 #include <set>
 #include <vector>
 
-#include "MainApplication/SettingsStore.h"
+#include "MainApplication/client/SettingsStore.h"
 #include "MainApplication/settings/BrowserRow.h"
 #include "MainApplication/settings/PreviewWindow.h"
 #include "MainApplication/settings/WorkerClient.h"

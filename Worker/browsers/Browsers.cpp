@@ -1,62 +1,90 @@
 #include "Worker/browsers/Browsers.h"
 
 #include <algorithm>
+#include <string>
+
+#include "Worker/browsers/Family.h"
 
 namespace tidewell {
 namespace {
 
-using Texts = std::span<const std::string_view>;
-
-// Wrapper scripts and their interpreters never bear these names: it is the program behind them that runs on.
-constexpr std::string_view kFirefoxNames[] = {"firefox", "firefox-esr", "firefox-bin"};
-constexpr std::string_view kFirefoxPlaces[] = {
-    "/usr/lib/firefox/firefox",
-    "/usr/lib/firefox-esr/firefox-esr",
-    "/usr/lib64/firefox/firefox",
-    "/opt/firefox/firefox",
-    "/opt/mozilla/firefox/firefox",
-    "/snap/firefox/current/usr/lib/firefox/firefox",
-    "/var/lib/flatpak/app/org.mozilla.firefox/current/active/files/lib/firefox/firefox",
-    "~/.local/share/flatpak/app/org.mozilla.firefox/current/active/files/lib/firefox/firefox"};
-
-constexpr std::string_view kGoogleChromeNames[] = {"chrome", "google-chrome"};
-constexpr std::string_view kGoogleChromePlaces[] = {
-    "/opt/google/chrome/chrome", "/opt/google/chrome-beta/chrome", "/opt/google/chrome-unstable/chrome",
-    "/var/lib/flatpak/app/com.google.Chrome/current/active/files/extra/chrome",
-    "~/.local/share/flatpak/app/com.google.Chrome/current/active/files/extra/chrome"};
-
-constexpr std::string_view kChromiumNames[] = {"chromium", "chromium-browser"};
-constexpr std::string_view kChromiumPlaces[] = {
-    "/usr/lib/chromium/chromium",
-    "/usr/lib/chromium-browser/chromium-browser",
-    "/usr/lib64/chromium-browser/chromium-browser",
-    "/snap/chromium/*/usr/lib/chromium-browser/chrome",
-    "/var/lib/flatpak/app/org.chromium.Chromium/current/active/files/chromium/chrome",
-    "~/.local/share/flatpak/app/org.chromium.Chromium/current/active/files/chromium/chrome",
-    "/app/chromium/chrome"};  // as a sandboxed installation sees itself
-
-constexpr std::string_view kOperaNames[] = {"opera"};
-constexpr std::string_view kOperaPlaces[] = {
-    "/usr/lib/opera/opera",
-    "/usr/lib/*/opera/opera",
-    "/usr/lib64/opera/opera",
-    "/opt/opera/opera",
-    "/snap/opera/*/usr/lib/*/opera/opera",
-    "/var/lib/flatpak/app/com.opera.Opera/current/active/files/extra/opera",
-    "~/.local/share/flatpak/app/com.opera.Opera/current/active/files/extra/opera"};
-
-constexpr std::string_view kSafariNames[] = {"Safari", "safari"};
-
 constexpr Browser kBrowsers[] = {
-    {kSafari, "com.apple.Safari", "~/Library/Cookies/", "~/Library/Caches/com.apple.Safari", kSafariNames, Texts()},
-    {kFirefox, "org.mozilla.firefox", "~/Library/Application Support/Firefox/Profiles/",
-     "~/Library/Caches/Firefox/Profiles/", kFirefoxNames, kFirefoxPlaces},
-    {kGoogleChrome, "com.google.Chrome", "~/Library/Application Support/Google/Chrome",
-     "~/Library/Caches/Google/Chrome", kGoogleChromeNames, kGoogleChromePlaces},
-    {kChromium, "org.chromium.Chromium", "~/Library/Application Support/Chromium", "~/Library/Caches/Chromium",
-     kChromiumNames, kChromiumPlaces},
-    {kOpera, kOperaIdentifier, "~/Library/Application Support/com.operasoftware.Opera",
-     "~/Library/Caches/com.operasoftware.Opera", kOperaNames, kOperaPlaces},
+    {.name = kSafari,
+     .bundleIdentifier = "com.apple.Safari",
+     .family = Family::kSafari,
+     .library = {"~/Library/Cookies/", "~/Library/Caches/com.apple.Safari"},
+     .executableNames = {"Safari", "safari"}},
+
+    {.name = kFirefox,
+     .bundleIdentifier = "org.mozilla.firefox",
+     .family = Family::kFirefox,
+     .aliases = {"firefox-esr", "firefox-bin"},
+     .library = {"~/Library/Application Support/Firefox/Profiles/", "~/Library/Caches/Firefox/Profiles/"},
+     .places = {{"~/.config/mozilla/firefox", "~/.cache/mozilla/firefox"},  // where new profiles are made since 2025
+                {"~/.mozilla/firefox", "~/.cache/mozilla/firefox"},
+                {"~/.var/app/org.mozilla.firefox/config/mozilla/firefox",
+                 "~/.var/app/org.mozilla.firefox/cache/mozilla/firefox"},
+                {"~/.var/app/org.mozilla.firefox/.config/mozilla/firefox",
+                 "~/.var/app/org.mozilla.firefox/cache/mozilla/firefox"},
+                {"~/.var/app/org.mozilla.firefox/.mozilla/firefox",
+                 "~/.var/app/org.mozilla.firefox/cache/mozilla/firefox"},
+                {"~/snap/firefox/common/.config/mozilla/firefox", "~/snap/firefox/common/.cache/mozilla/firefox"},
+                {"~/snap/firefox/common/.mozilla/firefox", "~/snap/firefox/common/.cache/mozilla/firefox"}},
+     .executableNames = {"firefox", "firefox-esr", "firefox-bin"},
+     .executablePlaces = {"/usr/lib/firefox/firefox", "/usr/lib/firefox-esr/firefox-esr", "/usr/lib64/firefox/firefox",
+                          "/opt/firefox/firefox", "/opt/mozilla/firefox/firefox",
+                          "/snap/firefox/current/usr/lib/firefox/firefox",
+                          "/var/lib/flatpak/app/org.mozilla.firefox/current/active/files/lib/firefox/firefox",
+                          "~/.local/share/flatpak/app/org.mozilla.firefox/current/active/files/lib/firefox/firefox"}},
+
+    {.name = kGoogleChrome,
+     .bundleIdentifier = "com.google.Chrome",
+     .family = Family::kChromium,
+     .aliases = {"google-chrome"},
+     .library = {"~/Library/Application Support/Google/Chrome", "~/Library/Caches/Google/Chrome"},
+     .places = {{"~/.config/google-chrome", "~/.cache/google-chrome"},
+                {"~/.config/google-chrome-beta", "~/.cache/google-chrome-beta"},
+                {"~/.config/google-chrome-unstable", "~/.cache/google-chrome-unstable"},
+                {"~/.var/app/com.google.Chrome/config/google-chrome",
+                 "~/.var/app/com.google.Chrome/cache/google-chrome"}},
+     .executableNames = {"chrome", "google-chrome"},
+     .executablePlaces = {"/opt/google/chrome/chrome", "/opt/google/chrome-beta/chrome",
+                          "/opt/google/chrome-unstable/chrome",
+                          "/var/lib/flatpak/app/com.google.Chrome/current/active/files/extra/chrome",
+                          "~/.local/share/flatpak/app/com.google.Chrome/current/active/files/extra/chrome"},
+     .hasFlashOfItsOwn = true},
+
+    {.name = kChromium,
+     .bundleIdentifier = "org.chromium.Chromium",
+     .family = Family::kChromium,
+     .aliases = {"chromium-browser"},
+     .library = {"~/Library/Application Support/Chromium", "~/Library/Caches/Chromium"},
+     .places = {{"~/.config/chromium", "~/.cache/chromium"},
+                {"~/.var/app/org.chromium.Chromium/config/chromium", "~/.var/app/org.chromium.Chromium/cache/chromium"},
+                {"~/snap/chromium/common/chromium", "~/snap/chromium/common/.cache/chromium"}},
+     .executableNames = {"chromium", "chromium-browser"},
+     .executablePlaces = {"/usr/lib/chromium/chromium", "/usr/lib/chromium-browser/chromium-browser",
+                          "/usr/lib64/chromium-browser/chromium-browser",
+                          "/snap/chromium/*/usr/lib/chromium-browser/chrome",
+                          "/var/lib/flatpak/app/org.chromium.Chromium/current/active/files/chromium/chrome",
+                          "~/.local/share/flatpak/app/org.chromium.Chromium/current/active/files/chromium/chrome",
+                          "/app/chromium/chrome"},  // as a sandboxed installation sees itself
+     .hasFlashOfItsOwn = true},
+
+    {.name = kOpera,
+     .bundleIdentifier = kOperaIdentifier,
+     .family = Family::kChromium,
+     .library = {"~/Library/Application Support/com.operasoftware.Opera", "~/Library/Caches/com.operasoftware.Opera"},
+     .places = {{"~/.config/opera", "~/.cache/opera"},
+                {"~/.var/app/com.opera.Opera/config/opera", "~/.var/app/com.opera.Opera/cache/opera"},
+                {"~/snap/opera/common/.config/opera", "~/snap/opera/common/.cache/opera"},
+                {"~/snap/opera/common/opera", "~/snap/opera/common/.cache/opera"}},
+     .executableNames = {"opera"},
+     .executablePlaces = {"/usr/lib/opera/opera", "/usr/lib/*/opera/opera", "/usr/lib64/opera/opera",
+                          "/opt/opera/opera", "/snap/opera/*/usr/lib/*/opera/opera",
+                          "/var/lib/flatpak/app/com.opera.Opera/current/active/files/extra/opera",
+                          "~/.local/share/flatpak/app/com.opera.Opera/current/active/files/extra/opera"},
+     .hasProfileInDataFolder = true},
 };
 
 template <typename Predicate>
@@ -65,14 +93,27 @@ const Browser* browserThat(Predicate predicate) {
   return found != std::end(kBrowsers) ? found : nullptr;
 }
 
+std::string lowerCase(std::string_view text) {
+  std::string result(text);
+  for (char& character : result) {
+    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character - 'A' + 'a');
+  }
+  return result;
+}
+
 }  // namespace
 
 std::span<const Browser> browsers() {
   return kBrowsers;
 }
 
-bool isOfChromeFamily(std::string_view name) {
-  return name == kGoogleChrome || name == kChromium || name == kOpera;
+platform::WatchedApplication watched(const Browser& browser) {
+  const auto& helperMarks = factsOf(browser.family).helperMarks;
+  return {std::string(browser.name),
+          std::string(browser.bundleIdentifier),
+          {browser.executableNames.begin(), browser.executableNames.end()},
+          {browser.executablePlaces.begin(), browser.executablePlaces.end()},
+          {helperMarks.begin(), helperMarks.end()}};
 }
 
 const Browser* browserNamed(std::string_view name) {
@@ -81,6 +122,16 @@ const Browser* browserNamed(std::string_view name) {
 
 const Browser* browserWithIdentifier(std::string_view bundleIdentifier) {
   return browserThat([&](const Browser& browser) { return browser.bundleIdentifier == bundleIdentifier; });
+}
+
+const Browser* browserCalled(std::string_view text) {
+  const std::string wanted = lowerCase(text);
+  return browserThat([&wanted](const Browser& browser) {
+    const std::string name = lowerCase(browser.name);
+    return wanted == name || wanted == name.substr(name.rfind(' ') + 1) ||
+           wanted == lowerCase(browser.bundleIdentifier) ||
+           std::find(browser.aliases.begin(), browser.aliases.end(), wanted) != browser.aliases.end();
+  });
 }
 
 }  // namespace tidewell

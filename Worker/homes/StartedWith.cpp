@@ -7,6 +7,7 @@
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"
+#include "Worker/browsers/Family.h"
 
 namespace tidewell {
 namespace {
@@ -14,16 +15,13 @@ namespace {
 using platform::Platform;
 using platform::Value;
 
-constexpr std::string_view kDataFolder = "--user-data-dir=";
-constexpr std::array<std::string_view, 2> kProfile = {"-profile", "--profile"};
 constexpr std::array<std::string_view, 3> kTemporaryFolders = {"/tmp", "/var/tmp", "/dev/shm"};
 constexpr std::size_t kMostKept = 16;
 constexpr std::size_t kLongestPath = 4096;  // bytes
 
 /// The longest of `start`, `start` and the next word, and so on that is a folder; up to the next option.
 std::optional<std::string> folderBeginningWith(std::string start, const std::vector<std::string>& words,
-                                               std::size_t next,
-                                               const std::function<bool(const std::string& path)>& isFolder) {
+                                               std::size_t next, const HomeEyes::Test& isFolder) {
   if (!start.starts_with('/')) return std::nullopt;
   std::string folder = isFolder(start) ? start : "";
   for (; next < words.size() && !words[next].starts_with('-') && start.size() < kLongestPath; ++next) {
@@ -37,34 +35,45 @@ std::optional<std::string> folderBeginningWith(std::string start, const std::vec
   return isPlain && components.size() > 1 ? std::optional(platform::pathWithComponents(components)) : std::nullopt;
 }
 
+/// The folder that the option names, if it stands at that place of the arguments.
+std::optional<std::string> folderBehind(std::string_view option, const std::vector<std::string>& arguments,
+                                        std::size_t index, const HomeEyes::Test& isFolder) {
+  const std::string& argument = arguments[index];
+  if (option.ends_with('=')) {
+    if (!argument.starts_with(option)) return std::nullopt;
+    return folderBeginningWith(argument.substr(option.size()), arguments, index + 1, isFolder);
+  }
+  if (argument != option || index + 1 >= arguments.size()) return std::nullopt;
+  return folderBeginningWith(arguments[index + 1], arguments, index + 2, isFolder);
+}
+
 bool isTemporary(const std::string& folder, const std::string& home) {
   if (!home.empty() && platform::isPathInside(folder, home)) return false;
   return std::any_of(kTemporaryFolders.begin(), kTemporaryFolders.end(),
                      [&](std::string_view temporary) { return platform::isPathInside(folder, temporary); });
 }
 
-bool isKnown(const Home& home, const Browser& browser, const std::string& folder) {
-  const std::vector<Installation> installations = home.installationsOf(browser);
+bool isAmong(const std::vector<Installation>& installations, const std::string& folder) {
   return std::any_of(installations.begin(), installations.end(), [&](const Installation& installation) {
     return platform::isPathInside(folder, installation.dataFolder);
+  });
+}
+
+bool isCovered(const StartedWith& started, const std::vector<StartedWith>& known) {
+  return std::any_of(known.begin(), known.end(), [&](const StartedWith& other) {
+    return other.bundleIdentifier == started.bundleIdentifier && platform::isPathInside(started.folder, other.folder);
   });
 }
 
 }  // namespace
 
 std::vector<std::string> foldersNamedIn(const std::vector<std::string>& arguments, const Browser& browser,
-                                        const std::function<bool(const std::string& path)>& isFolder) {
+                                        const HomeEyes::Test& isFolder) {
   std::vector<std::string> folders;
   for (std::size_t index = 1; index < arguments.size(); ++index) {
-    const std::string& argument = arguments[index];
-    std::optional<std::string> folder;
-    if (isOfChromeFamily(browser.name) && argument.starts_with(kDataFolder)) {
-      folder = folderBeginningWith(argument.substr(kDataFolder.size()), arguments, index + 1, isFolder);
-    } else if (browser.name == kFirefox && index + 1 < arguments.size() &&
-               std::find(kProfile.begin(), kProfile.end(), argument) != kProfile.end()) {
-      folder = folderBeginningWith(arguments[index + 1], arguments, index + 2, isFolder);
+    for (const std::string_view option : factsOf(browser.family).folderOptions) {
+      if (const auto folder = folderBehind(option, arguments, index, isFolder)) folders.push_back(*folder);
     }
-    if (folder) folders.push_back(*folder);
   }
   return folders;
 }
@@ -81,17 +90,17 @@ std::vector<StartedWith> startedWithFrom(const std::optional<Value::Array>& sett
   return found;
 }
 
-void rememberFolders(const Browser& browser, const std::vector<platform::Arguments>& processes) {
-  Home home = Home::whole();
-  if (home.layout == HomeLayout::kLibrary) return;
-  // Nobody is asked for a list of profiles here: what is remembered although it is in one does no harm.
-  home.contentsOf = [](const std::string&) { return std::nullopt; };
-  std::vector<StartedWith>& known = home.startedWith;
+void rememberFolders(const HomeFolder& home, const Layout& layout, const Browser& browser,
+                     const std::vector<platform::Arguments>& processes) {
+  if (!layout.followsArguments()) return;
+  const std::vector<Installation> installations = layout.installationsOf(browser);
+  std::vector<StartedWith> known = home.startedWith;
   const std::vector<StartedWith> before = known;
   for (const platform::Arguments& arguments : processes) {
-    for (const std::string& folder : foldersNamedIn(arguments, browser, home.isFolder)) {
-      if (!isKnown(home, browser, folder) && !isTemporary(folder, home.folder)) {
-        known.push_back({std::string(browser.bundleIdentifier), folder});
+    for (const std::string& folder : foldersNamedIn(arguments, browser, home.eyes.isFolder)) {
+      const StartedWith started{std::string(browser.bundleIdentifier), folder};
+      if (!isAmong(installations, folder) && !isCovered(started, known) && !isTemporary(folder, home.path)) {
+        known.push_back(started);
       }
     }
   }

@@ -11,20 +11,22 @@
 
 #include "Platform/Value.h"
 #include "Platform/Workspace.h"
-#include "Worker/homes/Home.h"
+#include "Worker/homes/HomeFolder.h"
+#include "Worker/homes/Layout.h"
 
 namespace tidewell {
 
-/// What the arguments name: the data folder of a browser of the Chrome family, a profile of Firefox. Whole paths alone.
+/// What the arguments name, as the browser's family has it: a data folder, or a single profile. Whole paths alone.
 /// A browser may leave its arguments as one text, joined by blanks: the longest that is a folder is taken then.
 std::vector<std::string> foldersNamedIn(const std::vector<std::string>& arguments, const Browser& browser,
-                                        const std::function<bool(const std::string& path)>& isFolder);
+                                        const HomeEyes::Test& isFolder);
 
 /// What the setting holds; anything else in it is passed over.
 std::vector<StartedWith> startedWithFrom(const std::optional<platform::Value::Array>& setting);
 
 /// Adds what the processes of a browser that has quit were started with, unless it is known, or lies in one of the
 /// system's temporary folders: there it is some program's, and not a person's. The oldest give way to new ones.
-void rememberFolders(const Browser& browser, const std::vector<platform::Arguments>& processes);
+void rememberFolders(const HomeFolder& home, const Layout& layout, const Browser& browser,
+                     const std::vector<platform::Arguments>& processes);
 
 }  // namespace tidewell

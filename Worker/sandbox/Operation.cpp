@@ -7,6 +7,8 @@
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"
+#include "Worker/database/OpenedFile.h"
+#include "Worker/database/Sqlite.h"
 #include "Worker/sandbox/SecureDelete.h"
 
 namespace tidewell {
@@ -19,17 +21,22 @@ constexpr char kDenied[] = "Sandbox has denied access to %@";
 
 }  // namespace
 
+std::string fullPathOf(const std::string& path) {
+  if (!path.starts_with('~')) return path;
+  const std::string userFolder =
+      platform::descriptionOf(Platform::current().userDefaults.suite(kSharedSuite)->objectForKey(kUserFolderKey));
+  return platform::formatted("%@%@", {userFolder, std::string_view(path).substr(1)});
+}
+
 Operation::Operation(const std::string& path, const std::optional<std::string>& grantFolder)
-    : fileAccess_(AppSandboxFileAccess::fileAccess()),
-      fullPath_(*Sandbox::checkForUserDirectory(path)),
-      grantFolder_(grantFolder) {
+    : fileAccess_(AppSandboxFileAccess::fileAccess()), fullPath_(fullPathOf(path)), grantFolder_(grantFolder) {
   fileAccess_->persistPermissionPath(fullPath_);
 }
 
 Operation Operation::unrecorded(const std::string& path) {
   Operation operation;
   operation.fileAccess_ = AppSandboxFileAccess::fileAccess();
-  operation.fullPath_ = *Sandbox::checkForUserDirectory(path);
+  operation.fullPath_ = fullPathOf(path);
   return operation;
 }
 
@@ -61,6 +68,23 @@ void removeInsideGrant(const std::string& path, bool overwrites, platform::Unflu
   } else if (SecureDelete::wipe(path)) {
     fileManager.removeOverwrittenItem(path, unflushed);  // likewise
   }
+}
+
+Rows executeInsideGrant(const std::vector<std::string>& statements, const std::string& path) {
+  platform::FileManager& fileManager = Platform::current().fileManager;
+  if (!fileManager.fileExists(path)) return {};  // opening it would make one
+  const auto file = fileManager.pinnedFile(path);
+  if (!file) return {};
+  const std::lock_guard turn(turnOf((*file)->path()));  // a busy database is never waited for
+  Sqlite database;
+  // Looked at again with the database open: what was opened is what was looked at before.
+  if (!database.open((*file)->path()) || !(*file)->isInPlace() || hasMoved(database) || !(*file)->isInPlace())
+    return {};
+  std::optional<Rows> rows = Rows();
+  for (const std::string& sql : statements) {
+    if (rows) rows = database.executeQuery(sql);
+  }
+  return std::move(rows).value_or(Rows());
 }
 
 std::mutex& turnOf(const std::string& path) {

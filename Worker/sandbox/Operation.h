@@ -9,10 +9,13 @@
 
 #include "Platform/Dispatch.h"
 #include "Platform/FileManager.h"
+#include "Worker/database/Rows.h"
 #include "Worker/sandbox/AppSandboxFileAccess.h"
-#include "Worker/sandbox/Sandbox.h"
 
 namespace tidewell {
+
+/// The path with a leading "~" replaced by the setting "userFolder", the only source for the home folder.
+std::string fullPathOf(const std::string& path);
 
 /// One operation on one path.
 class Operation {
@@ -56,7 +59,7 @@ T perform(const Operation& operation, T empty, const std::function<T(const std::
 
 /// As above, under the grant of the parent folder; `empty` also when the path is absent.
 template <typename T>
-T read(const Sandbox::Path& path, T empty, const std::function<T(const std::string& fullPath)>& action) {
+T read(const std::optional<std::string>& path, T empty, const std::function<T(const std::string& fullPath)>& action) {
   if (!path) return empty;
   return perform<T>(Operation(*path), std::move(empty), action);
 }
@@ -66,6 +69,10 @@ bool overwritesFirst();
 
 /// Removes an item inside a grant that is held, as Sandbox::remove() says. `unflushed` is for what was overwritten.
 void removeInsideGrant(const std::string& path, bool overwrites, platform::UnflushedFile unflushed);
+
+/// The rows of the last of the statements, run one after the other up to one that can't be, on a database that is
+/// there, can be opened, and lies where the grant allows.
+Rows executeInsideGrant(const std::vector<std::string>& statements, const std::string& path);
 
 /// One at a time works on one file: what is turned away because of another would be lost.
 std::mutex& turnOf(const std::string& path);

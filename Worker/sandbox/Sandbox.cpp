@@ -4,9 +4,7 @@
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"
-#include "Worker/WorkerAppDelegate.h"
-#include "Worker/database/OpenedFile.h"
-#include "Worker/database/Sqlite.h"
+#include "Worker/sandbox/CookieScript.h"
 #include "Worker/sandbox/Operation.h"
 
 namespace tidewell {
@@ -14,27 +12,6 @@ namespace {
 
 using platform::Platform;
 using platform::Value;
-
-constexpr char kScriptName[] = "clearCookies.sh";
-
-/// The rows of the last of the statements, run one after the other up to one that can't be, on a database that is
-/// there, can be opened, and lies where the grant allows.
-Rows executeInsideGrant(const std::vector<std::string>& statements, const std::string& path) {
-  platform::FileManager& fileManager = Platform::current().fileManager;
-  if (!fileManager.fileExists(path)) return {};  // opening it would make one
-  const auto file = fileManager.pinnedFile(path);
-  if (!file) return {};
-  const std::lock_guard turn(turnOf((*file)->path()));  // a busy database is never waited for
-  Sqlite database;
-  // Looked at again with the database open: what was opened is what was looked at before.
-  if (!database.open((*file)->path()) || !(*file)->isInPlace() || hasMoved(database) || !(*file)->isInPlace())
-    return {};
-  std::optional<Rows> rows = Rows();
-  for (const std::string& sql : statements) {
-    if (rows) rows = database.executeQuery(sql);
-  }
-  return std::move(rows).value_or(Rows());
-}
 
 }  // namespace
 
@@ -107,10 +84,6 @@ void Sandbox::runSql_onfile(const std::string& sql, const Path& path) {
       [operation, sql] { operation->run([&] { executeInsideGrant({sql}, operation->fullPath()); }); });
 }
 
-void Sandbox::runStatements_onfile(const std::vector<std::string>& statements, const Path& path) {
-  read<Rows>(path, {}, [&](const std::string& fullPath) { return executeInsideGrant(statements, fullPath); });
-}
-
 std::optional<Rows> Sandbox::returnArrayFromSql_onfile(const std::string& sql, const Path& path) {
   if (!path) return std::nullopt;
   return read<Rows>(path, {}, [&sql](const std::string& fullPath) { return executeInsideGrant({sql}, fullPath); });
@@ -119,20 +92,17 @@ std::optional<Rows> Sandbox::returnArrayFromSql_onfile(const std::string& sql, c
 void Sandbox::checkForScriptInFolder() {
   const auto folder = Platform::current().fileManager.applicationScriptsDirectory(true);
   if (!folder) return;  // the reason is of no interest: without the folder there is nothing to check
-  const std::string script = platform::appendingPathComponent(folder->path(), kScriptName);
+  const std::string script = platform::appendingPathComponent(folder->path(), kCookieScript);
   const Operation operation(script, folder->path());
   makeTaskQueue()->sync([&] {
     operation.run([&] {
-      if (!Platform::current().fileManager.fileExists(operation.fullPath())) WorkerAppDelegate::checkCookieScript();
+      if (!Platform::current().fileManager.fileExists(operation.fullPath())) installCookieScript();
     });
   });
 }
 
 Sandbox::Path Sandbox::checkForUserDirectory(const Path& path) {
-  if (!path || !path->starts_with('~')) return path;
-  const std::string userFolder =
-      platform::descriptionOf(Platform::current().userDefaults.suite(kSharedSuite)->objectForKey(kUserFolderKey));
-  return platform::formatted("%@%@", {userFolder, std::string_view(*path).substr(1)});
+  return path ? Path(fullPathOf(*path)) : path;
 }
 
 }  // namespace tidewell

@@ -9,7 +9,7 @@
 #include "Worker/formats/CacheStorageIndex.h"
 #include "Worker/formats/Preferences.h"
 #include "Worker/formats/SessionStore.h"
-#include "Worker/sandbox/Sandbox.h"
+#include "Worker/sandbox/GrantedFiles.h"
 
 namespace tidewell::treatments {
 namespace {
@@ -30,38 +30,42 @@ bool mentionsExtension(std::string_view bytes) {
 
 template <typename Predicate>
 void removeEntriesUnless(const std::string& folder, Predicate isKept) {
-  if (!isDirectory(folder)) return;
-  for (const std::string& name : Sandbox::folderContentsOf(folder)) {
-    if (!isKept(name)) Sandbox::removeTree(appendingPathComponent(folder, name));
+  if (!GrantedFiles::isDirectory(folder)) return;
+  for (const std::string& name : GrantedFiles::entriesOf(folder)) {
+    if (!isKept(name)) GrantedFiles::remove(appendingPathComponent(folder, name));
   }
 }
 
 /// What was deleted must not stay readable in a database's unused pages, or in its log.
 void runStatements(const std::string& database, const std::string& statement, const std::string& second = ";") {
-  Sandbox::runStatements_onfile(
+  GrantedFiles::runStatements(
       {"PRAGMA secure_delete = ON;", statement, second, "VACUUM;", "PRAGMA wal_checkpoint(TRUNCATE);"}, database);
 }
 
 }  // namespace
 
 void removeWhole(const std::string& path) {
-  Sandbox::removeTree(path);
+  GrantedFiles::remove(path);
 }
 
 void removeDatabase(const std::string& path) {
-  for (const char* companion : kDatabaseCompanions) Sandbox::removeTree(path + companion);
+  for (const char* companion : kDatabaseCompanions) GrantedFiles::remove(path + companion);
 }
 
 void removeEntries(const std::string& path) {
   removeEntriesUnless(path, [](const std::string&) { return false; });
 }
 
+void removeContents(const std::string& path) {
+  GrantedFiles::removeContentsOf(path);
+}
+
 void removeBeginningSo(const std::string& path) {
   const std::string folder = platform::deletingLastPathComponent(path);
   std::string beginning = platform::lastPathComponent(path);
   beginning.pop_back();  // the "*"
-  for (const std::string& name : Sandbox::entriesOf(folder)) {
-    if (name.starts_with(beginning)) Sandbox::removeTree(appendingPathComponent(folder, name));
+  for (const std::string& name : GrantedFiles::entriesOf(folder)) {
+    if (name.starts_with(beginning)) GrantedFiles::remove(appendingPathComponent(folder, name));
   }
 }
 
@@ -73,6 +77,31 @@ void removeFirefoxSites(const std::string& path) {
   removeEntriesUnless(path, [](const std::string& name) { return name.starts_with(kFirefoxExtension); });
 }
 
+void deleteChannelIDs(const std::string& path) {
+  GrantedFiles::runStatements({"DELETE FROM origin_bound_certs;"}, path);
+}
+
+void cleanWebDatabases(const std::string& path) {
+  static constexpr char kOfSites[] =
+      " FROM Databases WHERE substr(origin, 1, 17) NOT IN ('chrome-extension_', 'safari-extension_')";
+  const std::string index = appendingPathComponent(path, "Databases.db");
+  for (const Row row : GrantedFiles::runStatements({std::string("SELECT origin") + kOfSites}, index)) {
+    const auto origin = row.stringForKey("origin");
+    // The name comes from the browser's file: one that is no plain name would lead elsewhere.
+    if (origin && platform::isPlainName(*origin)) GrantedFiles::remove(appendingPathComponent(path, *origin));
+  }
+  GrantedFiles::runStatements({std::string("DELETE") + kOfSites}, index);
+}
+
+void removeLocalStorageFiles(const std::string& path) {
+  static constexpr std::string_view kFile = ".localstorage";
+  for (const std::string& name : GrantedFiles::entriesOf(path)) {
+    if (!name.ends_with(kFile) || name.starts_with(kChromeExtension)) continue;
+    GrantedFiles::remove(appendingPathComponent(path, name));
+    GrantedFiles::remove(appendingPathComponent(path, name) + "-journal");
+  }
+}
+
 void cleanLocalStorage(const std::string& path) {
   // What a site stored is under "_" and its origin; what is noted of it under these words and its origin.
   static constexpr std::string_view kOfOrigins[] = {"_", "META:", "METAACCESS:"};
@@ -82,13 +111,13 @@ void cleanLocalStorage(const std::string& path) {
     }
     return true;
   };
-  Sandbox::keepInLevelDatabase(path, isKept, mentionsExtension);
+  GrantedFiles::keepInLevelDatabase(path, isKept, mentionsExtension);
 }
 
 void cleanCacheStorage(const std::string& path) {
   removeEntriesUnless(path, [&path](const std::string& name) {
     const std::string index = appendingPathComponent(appendingPathComponent(path, name), "index.txt");
-    const std::string bytes = Sandbox::bytesOf(index).value_or("");
+    const std::string bytes = GrantedFiles::bytesOf(index).value_or("");
     const auto origin = originOfCacheStorage(bytes);
     return origin ? origin->starts_with(kExtensionOrigin) : mentionsExtension(bytes);
   });
@@ -97,7 +126,7 @@ void cleanCacheStorage(const std::string& path) {
 void cleanFileSystem(const std::string& path) {
   static constexpr std::string_view kOrigin = "ORIGIN:";
   static constexpr std::string_view kOrigins = "Origins";
-  if (!isDirectory(path)) return;
+  if (!GrantedFiles::isDirectory(path)) return;
   const std::string origins = appendingPathComponent(path, kOrigins);
   std::set<std::string, std::less<>> kept;
   const auto isKept = [&kept](std::string_view key, std::string_view folder) {
@@ -106,14 +135,14 @@ void cleanFileSystem(const std::string& path) {
     if (isOfExtension) kept.emplace(folder);
     return isOfExtension;
   };
-  const auto outcome = Sandbox::keepInLevelDatabase(origins, isKept, mentionsExtension);
+  const auto outcome = GrantedFiles::keepInLevelDatabase(origins, isKept, mentionsExtension);
   if (outcome == LevelDatabase::Outcome::kLeft) return;  // it can't be told whose each folder is
 
   // The first origin of all has a place of its own, outside of the database.
-  if (mentionsExtension(Sandbox::bytesOf(appendingPathComponent(path, "primary.origin")).value_or(""))) {
+  if (mentionsExtension(GrantedFiles::bytesOf(appendingPathComponent(path, "primary.origin")).value_or(""))) {
     kept.insert({"primary", "primary.origin"});
   }
-  if (kept.empty()) return Sandbox::removeTree(path);
+  if (kept.empty()) return GrantedFiles::remove(path);
   kept.emplace(kOrigins);
   removeEntriesUnless(path, [&kept](const std::string& name) { return kept.contains(name); });
 }
@@ -126,15 +155,15 @@ void cleanWebStorage(const std::string& path) {
   static constexpr char kDeleteSites[] =
       "DELETE FROM buckets WHERE substr(storage_key, 1, 19) <> 'chrome-extension://';";
   static constexpr char kIndex[] = "QuotaManager";
-  if (!isDirectory(path)) return;
+  if (!GrantedFiles::isDirectory(path)) return;
   const std::string index = appendingPathComponent(path, kIndex);
-  const auto rows = Sandbox::returnArrayFromSql_onfile(kBuckets, index);
-  if (!rows || rows->empty()) {
-    if (!mentionsExtension(Sandbox::bytesOf(index).value_or(""))) Sandbox::removeTree(path);
+  const Rows rows = GrantedFiles::runStatements({kBuckets}, index);
+  if (rows.empty()) {
+    if (!mentionsExtension(GrantedFiles::bytesOf(index).value_or(""))) GrantedFiles::remove(path);
     return;
   }
-  const auto kept = (*rows)[0].stringForKey("kept");  // a null for no bucket at all
-  if (!kept) return Sandbox::removeTree(path);
+  const auto kept = rows[0].stringForKey("kept");  // a null for no bucket at all
+  if (!kept) return GrantedFiles::remove(path);
   removeEntriesUnless(path, [&kept](const std::string& name) {
     return name.starts_with(kIndex) || kept->find('/' + name + '/') != std::string_view::npos;
   });
@@ -142,7 +171,7 @@ void cleanWebStorage(const std::string& path) {
 }
 
 void cleanPreferences(const std::string& path) {
-  Sandbox::rewrite(path, withoutSites);
+  GrantedFiles::rewrite(path, withoutSites);
 }
 
 void cleanStorageIndex(const std::string& path) {
@@ -153,17 +182,21 @@ void cleanStorageArchive(const std::string& path) {
   runStatements(path, "DELETE FROM webappsstore2 WHERE instr(scope, '.:') > 0;");  // behind the host of every site
 }
 
+void deleteScopes(const std::string& path) {
+  GrantedFiles::runStatements({"DELETE FROM webappsstore2 WHERE instr(scope, '.:') > 0;"}, path);
+}
+
 void cleanContentPreferences(const std::string& path) {
   runStatements(path, "DELETE FROM prefs WHERE groupID IS NOT NULL;", "DELETE FROM groups;");
 }
 
 void cleanSessionStore(const std::string& path) {
-  Sandbox::rewrite(path, withoutSiteData);
+  GrantedFiles::rewrite(path, withoutSiteData);
 }
 
 void cleanSessionStores(const std::string& path) {
-  if (!isDirectory(path)) return;
-  for (const std::string& name : Sandbox::folderContentsOf(path)) {
+  if (!GrantedFiles::isDirectory(path)) return;
+  for (const std::string& name : GrantedFiles::entriesOf(path)) {
     cleanSessionStore(appendingPathComponent(path, name));
   }
 }

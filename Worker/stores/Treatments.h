@@ -14,12 +14,20 @@ void removeDatabase(const std::string& path);
 /// All that lies in a folder; the folder stays.
 void removeEntries(const std::string& path);
 
+/// The same, for a folder that may be granted by itself, without the one that it lies in.
+void removeContents(const std::string& path);
+
 /// In the path's folder everything whose name begins as the path does, up to its "*".
 void removeBeginningSo(const std::string& path);
 
 /// In a folder with an item for each site: all but those of extensions.
 void removeChromeSites(const std::string& path);   // "http_site.example_0..."
 void removeFirefoxSites(const std::string& path);  // "http+++site.example"
+
+/// Stores of earlier versions of Chromium.
+void deleteChannelIDs(const std::string& path);         // a database of SQLite
+void cleanWebDatabases(const std::string& path);        // a folder for each site, and an index of them
+void removeLocalStorageFiles(const std::string& path);  // a file for each site
 
 /// Chromium's local storage of all sites: a LevelDB database in the folder.
 void cleanLocalStorage(const std::string& path);
@@ -39,6 +47,7 @@ void cleanPreferences(const std::string& path);
 /// Firefox's databases, of which rows stay.
 void cleanStorageIndex(const std::string& path);
 void cleanStorageArchive(const std::string& path);
+void deleteScopes(const std::string& path);  // local storage of earlier versions
 void cleanContentPreferences(const std::string& path);
 
 /// A file of Firefox's tabs, or all such files in a folder: cookies and storage go, the tabs stay.

@@ -24,11 +24,11 @@ class QuittingApplications : public ::testing::Test {
   }
 
   std::string bin(const std::string& name) const { return folder.path("bin/" + name); }
-  static std::vector<platform::linux_::WatchedApplication> applications(const std::string& folder) {
-    return {{"Firefox", "org.example.firefox", {"firefox", "firefox-esr"}, {}},
-            {"Google Chrome", "org.example.chrome", {"chrome"}, {}},
-            {"Chromium", "org.example.chromium", {"chromium"}, {folder + "/snap/*/chrome"}},
-            {"Opera", "org.example.opera", {"opera"}, {folder + "/elsewhere/opera"}}};
+  static std::vector<platform::WatchedApplication> applications(const std::string& folder) {
+    return {{"Firefox", "org.example.firefox", {"firefox", "firefox-esr"}, {}, {"-contentproc", "--backgroundtask"}},
+            {"Google Chrome", "org.example.chrome", {"chrome"}, {}, {"--type="}},
+            {"Chromium", "org.example.chromium", {"chromium"}, {folder + "/snap/*/chrome"}, {"--type="}},
+            {"Opera", "org.example.opera", {"opera"}, {folder + "/elsewhere/opera"}, {"--type="}}};
   }
   void start() {
     platform::linux_::LinuxWorkspace::Options options;

@@ -107,7 +107,8 @@ class Finder {
     struct stat status {};
     if (::stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return;
     if (file != path) appearing_.addAppearing(file);
-    if (!application_.hasName(file) && !application_.hasPlace(file) && isSharedFolder(deletingLastPathComponent(file)))
+    if (!hasNameOf(application_, file) && !hasPlaceOf(application_, file) &&
+        isSharedFolder(deletingLastPathComponent(file)))
       return;
     // Some installers write a program first, and make it one that may be run afterwards.
     const FileKind kind = kindOf(file);
@@ -139,14 +140,16 @@ class Finder {
 
 }  // namespace
 
-bool WatchedApplication::hasPlace(const std::string& executable) const {
-  return std::any_of(executablePlaces.begin(), executablePlaces.end(), [&](const std::string& pattern) {
+bool hasPlaceOf(const WatchedApplication& application, const std::string& executable) {
+  const std::vector<std::string>& places = application.executablePlaces;
+  return std::any_of(places.begin(), places.end(), [&](const std::string& pattern) {
     return ::fnmatch(pattern.c_str(), executable.c_str(), FNM_PATHNAME) == 0;
   });
 }
 
-bool WatchedApplication::hasName(const std::string& executable) const {
-  return std::find(executableNames.begin(), executableNames.end(), lastComponent(executable)) != executableNames.end();
+bool hasNameOf(const WatchedApplication& application, const std::string& executable) {
+  const std::vector<std::string>& names = application.executableNames;
+  return std::find(names.begin(), names.end(), lastComponent(executable)) != names.end();
 }
 
 SearchPlaces SearchPlaces::fromEnvironment() {
@@ -171,7 +174,7 @@ std::vector<FoundExecutables> findExecutables(const std::vector<WatchedApplicati
       for (const std::string& name : application.executableNames) finder.consider(appendingPathComponent(folder, name));
     }
     for (const std::string& program : entries) {
-      if (application.hasName(program)) finder.consider(program);
+      if (hasNameOf(application, program)) finder.consider(program);
     }
     for (const std::string& place : application.executablePlaces) {
       for (const std::string& file : filesMatching(place)) finder.consider(file);

@@ -8,20 +8,13 @@
 #include <vector>
 
 #include "Platform/Linux/processes/PathWatch.h"
+#include "Platform/WatchedApplication.h"
 
 namespace platform::linux_ {
 
-/// An application by the programs that run it.
-struct WatchedApplication {
-  std::string applicationName;
-  std::string bundleIdentifier;
-  std::vector<std::string> executableNames;   // file names of its main program
-  std::vector<std::string> executablePlaces;  // where it may lie as well; patterns of glob(7)
-
-  /// Whether a program at that path (links resolved) is this application's by its place, or by its name.
-  bool hasPlace(const std::string& executable) const;
-  bool hasName(const std::string& executable) const;
-};
+/// Whether a program at that path (links resolved) is the application's by its place, or by its name.
+bool hasPlaceOf(const WatchedApplication& application, const std::string& executable);
+bool hasNameOf(const WatchedApplication& application, const std::string& executable);
 
 /// Where to look.
 struct SearchPlaces {

@@ -25,13 +25,12 @@ constexpr milliseconds kScanSlot{2};
 // look is told of by the watches that are set already.
 constexpr int kMostLooks = 8;
 
-/// Main programs start helpers under their own name, marked by an argument; some of these do a task on their own, such
-/// as the report of a crash, when the main program has gone.
-bool isHelper(const std::vector<std::string>& arguments) {
-  constexpr std::array<std::string_view, 4> kMarks = {"-contentproc", "--contentproc", "-backgroundtask",
-                                                      "--backgroundtask"};
-  return std::any_of(arguments.begin(), arguments.end(), [&](std::string_view argument) {
-    return argument.starts_with("--type=") || std::find(kMarks.begin(), kMarks.end(), argument) != kMarks.end();
+bool isHelper(const std::vector<std::string>& arguments, const WatchedApplication& application) {
+  const std::vector<std::string>& marks = application.helperMarks;
+  return std::any_of(arguments.begin(), arguments.end(), [&marks](const std::string& argument) {
+    return std::any_of(marks.begin(), marks.end(), [&argument](const std::string& mark) {
+      return mark.ends_with('=') ? argument.starts_with(mark) : argument == mark;
+    });
   });
 }
 
@@ -91,10 +90,10 @@ std::optional<std::size_t> LinuxWorkspace::applicationRunning(const std::string&
     if (found == applications_.end()) return std::nullopt;
     return static_cast<std::size_t>(found - applications_.begin());
   };
-  if (const auto byPlace = index([&](const auto& application) { return application.hasPlace(executable); })) {
+  if (const auto byPlace = index([&](const auto& application) { return hasPlaceOf(application, executable); })) {
     return byPlace;
   }
-  return index([&](const auto& application) { return application.hasName(executable); });
+  return index([&](const auto& application) { return hasNameOf(application, executable); });
 }
 
 void LinuxWorkspace::sortIn(const ProcessInfo& process, const std::map<pid_t, ProcessInfo>& mains, Found& found) const {
@@ -105,7 +104,8 @@ void LinuxWorkspace::sortIn(const ProcessInfo& process, const std::map<pid_t, Pr
   const bool isUnfinishedChild = parent != mains.end() && parent->second.executable == process.executable &&
                                  parent->second.arguments == process.arguments;
   RunningApplication::Processes& processes = found[*index];
-  (isUnfinishedChild || isHelper(process.arguments) ? processes.helpers : processes.mains).push_back(process.pid);
+  (isUnfinishedChild || isHelper(process.arguments, applications_[*index]) ? processes.helpers : processes.mains)
+      .push_back(process.pid);
 }
 
 LinuxWorkspace::Found LinuxWorkspace::lookAtProcesses() const {
@@ -116,7 +116,10 @@ LinuxWorkspace::Found LinuxWorkspace::lookAtProcesses() const {
     if (info && matches(info->executable)) candidates.emplace(pid, std::move(*info));
   }
   std::map<pid_t, ProcessInfo> mains = candidates;
-  std::erase_if(mains, [](const auto& entry) { return isHelper(entry.second.arguments); });
+  std::erase_if(mains, [this](const auto& entry) {
+    const ProcessInfo& process = entry.second;
+    return isHelper(process.arguments, applications_[*applicationRunning(process.executable)]);
+  });
   Found found(applications_.size());
   for (const auto& [pid, info] : candidates) sortIn(info, mains, found);
   return found;

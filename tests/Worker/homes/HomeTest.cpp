@@ -10,7 +10,6 @@ using ::testing::IsEmpty;
 using testing_support::LinuxHomeTest;
 using testing_support::ScratchFolder;
 using tidewell::Home;
-using tidewell::HomeLayout;
 using tidewell::Installation;
 using Kind = tidewell::Installation::Kind;
 using Texts = std::vector<std::string>;
@@ -22,7 +21,7 @@ class HomeTest : public LinuxHomeTest {
   void set(const char* key, const platform::Value& value) { platform.shared().insert_or_assign(key, value); }
 
   std::vector<Installation> installations(std::string_view name) const {
-    return Home::whole().installationsOf(browser(name));
+    return Home::current().layout->installationsOf(browser(name));
   }
   Installation whole(const std::string& data, const Texts& caches = {}) const {
     Installation installation{home(data), {}, Kind::kWhole};
@@ -30,7 +29,7 @@ class HomeTest : public LinuxHomeTest {
     return installation;
   }
   Texts needed(std::string_view name) const {
-    Texts folders = Home::whole().foldersNeededBy(browser(name));
+    Texts folders = Home::current().layout->foldersNeededBy(browser(name));
     for (std::string& folder : folders) folder.erase(0, platform.home.path().size() + 1);
     return folders;
   }
@@ -39,41 +38,41 @@ class HomeTest : public LinuxHomeTest {
 // The layout.
 
 TEST_F(HomeTest, isLaidOutByWhetherItHasALibrary) {
-  EXPECT_EQ(Home::whole().layout, HomeLayout::kXDG);
+  EXPECT_EQ(Home::current().layout->name(), "XDG");
   platform.home.folder("Library");
-  EXPECT_EQ(Home::whole().layout, HomeLayout::kLibrary);
+  EXPECT_EQ(Home::current().layout->name(), "Library");
 }
 
 TEST_F(HomeTest, withAFileInPlaceOfTheLibraryHasNone) {
   platform.home.file("Library");
-  EXPECT_EQ(Home::whole().layout, HomeLayout::kXDG);
+  EXPECT_EQ(Home::current().layout->name(), "XDG");
 }
 
 TEST_F(HomeTest, withALibraryThatCanNotBeLookedAtHasOne) {
   platform.home.link("Library", "Library");  // leads round in a circle
-  EXPECT_EQ(Home::whole().layout, HomeLayout::kLibrary);
+  EXPECT_EQ(Home::current().layout->name(), "Library");
 }
 
 TEST_F(HomeTest, withALibraryThatLeadsNowhereHasNone) {
   platform.home.link("Library", "missing");
-  EXPECT_EQ(Home::whole().layout, HomeLayout::kXDG);
+  EXPECT_EQ(Home::current().layout->name(), "XDG");
   platform.home.file("file");
   set("userFolder", home("file"));
-  EXPECT_EQ(Home::whole().layout, HomeLayout::kXDG);
+  EXPECT_EQ(Home::current().layout->name(), "XDG");
 }
 
 TEST_F(HomeTest, withALinkToAFolderAsLibraryHasOne) {
   platform.home.folder("Disk");
   platform.home.link("Library", "Disk");
-  EXPECT_EQ(Home::whole().layout, HomeLayout::kLibrary);
+  EXPECT_EQ(Home::current().layout->name(), "Library");
 }
 
 TEST_F(HomeTest, isLaidOutAsTheSettingNamesIt) {
   set("homeLayout", "Library");
-  EXPECT_EQ(Home::whole().layout, HomeLayout::kLibrary);
+  EXPECT_EQ(Home::current().layout->name(), "Library");
   platform.home.folder("Library");
   set("homeLayout", "XDG");
-  EXPECT_EQ(Home::whole().layout, HomeLayout::kXDG);
+  EXPECT_EQ(Home::current().layout->name(), "XDG");
 }
 
 TEST_F(HomeTest, isLaidOutAsFoundWhenTheSettingNamesNoLayout) {
@@ -81,18 +80,18 @@ TEST_F(HomeTest, isLaidOutAsFoundWhenTheSettingNamesNoLayout) {
        {platform::Value(""), platform::Value("xdg"), platform::Value("library"), platform::Value("Library "),
         platform::Value(1), platform::Value(true), platform::Value(platform::Value::Array{"Library"})}) {
     set("homeLayout", value);
-    EXPECT_EQ(Home::whole().layout, HomeLayout::kXDG) << value.description();
+    EXPECT_EQ(Home::current().layout->name(), "XDG") << value.description();
   }
 }
 
 TEST_F(HomeTest, hasCurrentStoresCleanedByItsLayoutUnlessTheSettingSaysSo) {
-  EXPECT_TRUE(Home::whole().cleansCurrentStores);
+  EXPECT_TRUE(Home::current().cleansCurrentStores);
   set("currentStores", false);
-  EXPECT_FALSE(Home::whole().cleansCurrentStores);
+  EXPECT_FALSE(Home::current().cleansCurrentStores);
   platform.home.folder("Library");
-  EXPECT_FALSE(Home::whole().cleansCurrentStores);
+  EXPECT_FALSE(Home::current().cleansCurrentStores);
   set("currentStores", true);
-  EXPECT_TRUE(Home::whole().cleansCurrentStores);
+  EXPECT_TRUE(Home::current().cleansCurrentStores);
 }
 
 TEST_F(HomeTest, takesNothingButABooleanForCurrentStores) {
@@ -100,17 +99,17 @@ TEST_F(HomeTest, takesNothingButABooleanForCurrentStores) {
        {platform::Value("NO"), platform::Value(0), platform::Value(1), platform::Value(platform::Value::Array{})}) {
     set("currentStores", value);
     std::filesystem::remove(home("Library"));
-    EXPECT_TRUE(Home::whole().cleansCurrentStores) << value.description();
+    EXPECT_TRUE(Home::current().cleansCurrentStores) << value.description();
     platform.home.folder("Library");
-    EXPECT_FALSE(Home::whole().cleansCurrentStores) << value.description();
+    EXPECT_FALSE(Home::current().cleansCurrentStores) << value.description();
   }
 }
 
 TEST_F(HomeTest, isThatOfThePasswordDatabaseWhenNoneIsSet) {
   platform.shared().clear();
-  EXPECT_EQ(Home::whole().folder, platform.home.path());
+  EXPECT_EQ(Home::current().folder.path, platform.home.path());
   set("userFolder", 7);
-  EXPECT_EQ(Home::whole().folder, platform.home.path());
+  EXPECT_EQ(Home::current().folder.path, platform.home.path());
 }
 
 TEST_F(HomeTest, ofNobodyHoldsNothing) {
@@ -118,7 +117,7 @@ TEST_F(HomeTest, ofNobodyHoldsNothing) {
   platform.system.homeFolder.reset();
   for (const char* name : {"Safari", "Firefox", "Google Chrome", "Chromium", "Opera"}) {
     EXPECT_THAT(installations(name), IsEmpty());
-    EXPECT_THAT(Home::whole().foldersNeededBy(browser(name)), IsEmpty());
+    EXPECT_THAT(Home::current().layout->foldersNeededBy(browser(name)), IsEmpty());
   }
 }
 
@@ -128,11 +127,12 @@ TEST_F(HomeTest, withALibraryHasEveryBrowserInTheOnePlaceOfTheTable) {
   platform.system.movedConfiguration = home(".config");
   set("startedWith", platform::Value::Array{platform::Value::Array{"org.chromium.Chromium", home(".config/chromium")}});
   for (const tidewell::Browser& each : tidewell::browsers()) {
-    EXPECT_THAT(Home::whole().installationsOf(each),
-                ElementsAre(Installation{std::string(each.dataFolder), {std::string(each.cacheFolder)}, Kind::kWhole}));
-    EXPECT_TRUE(Home::whole().mayHave(each.name));
+    EXPECT_THAT(Home::current().layout->installationsOf(each),
+                ElementsAre(Installation{
+                    std::string(each.library.dataFolder), {std::string(each.library.cacheFolder)}, Kind::kWhole}));
+    EXPECT_TRUE(Home::current().layout->mayHave(each));
   }
-  EXPECT_THAT(Home::whole().pluginFolders(), IsEmpty());
+  EXPECT_THAT(Home::current().layout->pluginFolders(), IsEmpty());
 }
 
 // The places.
@@ -214,7 +214,7 @@ TEST_F(HomeTest, needsPluginFoldersWhereThereAreAny) {
 
 TEST_F(HomeTest, withoutALibraryHasNoSafari) {
   platform.home.folder(".adobe");
-  EXPECT_FALSE(Home::whole().mayHave("Safari"));
+  EXPECT_FALSE(Home::current().layout->mayHave(browser("Safari")));
   EXPECT_THAT(needed("Safari"), IsEmpty());
 }
 

@@ -1,5 +1,6 @@
 // Folders that browsers were told to use when they were started.
 
+#include "Worker/homes/Home.h"
 #include "Worker/homes/StartedWith.h"
 #include "tests/support/LinuxHomeTest.h"
 
@@ -16,12 +17,12 @@ class StartedWithTest : public LinuxHomeTest {
  protected:
   Texts named(std::string_view browserName, Texts arguments) const {
     arguments.insert(arguments.begin(), "/usr/bin/browser");
-    return tidewell::foldersNamedIn(arguments, browser(browserName), tidewell::Home::whole().isFolder);
+    return tidewell::foldersNamedIn(arguments, browser(browserName), tidewell::Home::current().folder.eyes.isFolder);
   }
   /// What is remembered, without the home folder in front.
   Texts remembered() const {
     Texts folders;
-    for (const tidewell::StartedWith& started : tidewell::Home::whole().startedWith) {
+    for (const tidewell::StartedWith& started : tidewell::Home::current().folder.startedWith) {
       const bool isInHome = started.folder.starts_with(platform.home.path() + "/");
       folders.push_back(started.bundleIdentifier + " " +
                         (isInHome ? started.folder.substr(platform.home.path().size() + 1) : started.folder));
@@ -68,10 +69,11 @@ TEST_F(StartedWithTest, isNothingThatIsNotAFolderByAWholePath) {
 
 TEST_F(StartedWithTest, isNeverTheProgramItself) {
   const std::string folder = platform.home.folder("work");
-  EXPECT_THAT(
-      tidewell::foldersNamedIn({"--user-data-dir=" + folder}, browser("Chromium"), tidewell::Home::whole().isFolder),
-      IsEmpty());
-  EXPECT_THAT(tidewell::foldersNamedIn({}, browser("Chromium"), tidewell::Home::whole().isFolder), IsEmpty());
+  EXPECT_THAT(tidewell::foldersNamedIn({"--user-data-dir=" + folder}, browser("Chromium"),
+                                       tidewell::Home::current().folder.eyes.isFolder),
+              IsEmpty());
+  EXPECT_THAT(tidewell::foldersNamedIn({}, browser("Chromium"), tidewell::Home::current().folder.eyes.isFolder),
+              IsEmpty());
 }
 
 TEST_F(StartedWithTest, mayHaveBlanksInItsName) {

@@ -241,7 +241,7 @@ TEST_F(SandboxAccess, runsOnTheCallersThreadAndEveryOtherOperationOnAQueueOfItsO
   platform.home.folder("Library/Safari");
   for (const auto& [name, operation] : kOperations) {
     platform.journal.clear();
-    platform.dispatch.asBackgroundThread([&] {
+    platform.dispatch.asBackgroundThread([&, &operation = operation] {
       operation("~/Library/Safari");
       operation("~/Library/Safari");
     });

@@ -1,0 +1,119 @@
+#include "MainApplication/client/SettingsStore.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "Platform/FileURL.h"
+#include "Platform/Linux/files/LinuxSystem.h"
+#include "Platform/Path.h"
+#include "Worker/Identity.h"
+
+namespace tidewell {
+namespace {
+
+using platform::FileURL;
+using platform::Value;
+
+constexpr std::string_view kGrantPrefix = "bd_";
+
+/// The path that a key of the worker's settings stands for; absent when it is of something else.
+std::optional<std::string> grantedPath(const std::string& key) {
+  if (!key.starts_with(kGrantPrefix)) return std::nullopt;
+  const auto url = FileURL::fromString(std::string_view(key).substr(kGrantPrefix.size()));
+  return url ? std::optional(url->path()) : std::nullopt;
+}
+
+}  // namespace
+
+std::shared_ptr<platform::linux_::DefaultsFile> SettingsStore::shared() const {
+  return domains_.fileOfDomain(kSharedSuite);
+}
+
+std::shared_ptr<platform::linux_::DefaultsFile> SettingsStore::workers() const {
+  return domains_.fileOfDomain(kBundleIdentifier);
+}
+
+bool SettingsStore::isEnabled(const Browser& browser) const {
+  const auto enabled = shared()->read(kEnabledBrowsersKey);
+  const auto* identifiers = enabled ? enabled->as<Value::Array>() : nullptr;
+  return identifiers != nullptr &&
+         std::find(identifiers->begin(), identifiers->end(), Value(browser.bundleIdentifier)) != identifiers->end();
+}
+
+bool SettingsStore::setEnabled(const Browser& browser, bool enabled) {
+  const auto before = shared()->read(kEnabledBrowsersKey);
+  const auto* array = before ? before->as<Value::Array>() : nullptr;
+  Value::Array identifiers = array != nullptr ? *array : Value::Array();
+  const Value identifier(browser.bundleIdentifier);
+  std::erase(identifiers, identifier);
+  if (enabled) identifiers.push_back(identifier);
+  return shared()->write(kEnabledBrowsersKey, identifiers) && shared()->checkpoint();
+}
+
+bool SettingsStore::flag(const std::string& key) const {
+  const auto value = shared()->read(key);
+  const bool* on = value ? value->as<bool>() : nullptr;
+  return on != nullptr && *on;
+}
+
+bool SettingsStore::setFlag(const std::string& key, bool on) {
+  return shared()->write(key, on) && shared()->checkpoint();
+}
+
+Home SettingsStore::home() const {
+  platform::linux_::SecurityScopes none;
+  const platform::linux_::LinuxSystem system(none);
+  const auto isFolder = [](const std::string& path) {
+    std::error_code ignored;
+    return std::filesystem::is_directory(path, ignored);
+  };
+  const auto mayBeFolder = [](const std::string& path) {
+    std::error_code error;
+    const bool isDirectory = std::filesystem::is_directory(path, error);
+    return isDirectory ||
+           (error && error != std::errc::no_such_file_or_directory && error != std::errc::not_a_directory);
+  };
+  const auto contentsOf = [](const std::string& path) -> std::optional<std::string> {
+    std::ifstream file(path);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+  };
+  return Home::of(*domains_.suite(kSharedSuite), system, {isFolder, mayBeFolder, contentsOf, nullptr});
+}
+
+std::vector<std::string> SettingsStore::grants() const {
+  std::vector<std::string> paths;
+  for (const auto& [key, value] : workers()->readAll()) {
+    if (auto path = grantedPath(key)) paths.push_back(std::move(*path));
+  }
+  std::sort(paths.begin(), paths.end());
+  return paths;
+}
+
+std::size_t SettingsStore::revoke(const std::string& folder) {
+  std::size_t count = 0;
+  for (const auto& [key, value] : workers()->readAll()) {
+    const auto path = grantedPath(key);
+    if (path && platform::isPathInside(*path, folder) && workers()->erase(key)) ++count;
+  }
+  workers()->checkpoint();
+  return count;
+}
+
+bool SettingsStore::isGranted(const std::string& folder) const {
+  const std::vector<std::string> granted = grants();
+  return std::any_of(granted.begin(), granted.end(),
+                     [&](const std::string& path) { return platform::isPathInside(folder, path); });
+}
+
+SettingsStore::Allowed SettingsStore::allowed(const Browser& browser) const {
+  const std::vector<std::string> needed = home().layout->foldersNeededBy(browser);
+  if (needed.empty()) return Allowed::kNothingThere;
+  const auto count =
+      std::count_if(needed.begin(), needed.end(), [this](const std::string& folder) { return isGranted(folder); });
+  if (count == 0) return Allowed::kNone;
+  return static_cast<std::size_t>(count) == needed.size() ? Allowed::kAll : Allowed::kSome;
+}
+
+}  // namespace tidewell

@@ -1,0 +1,175 @@
+#include "MainApplication/client/WorkerConnection.h"
+
+#include <chrono>
+#include <cstring>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "Platform/Linux/bus/BusListener.h"
+#include "Worker/Agent.h"
+#include "Worker/Identity.h"
+
+namespace tidewell {
+namespace {
+
+using platform::linux_::BusServiceNames;
+using platform::linux_::BusSlot;
+using platform::linux_::SessionBus;
+
+constexpr char kPanel[] = "com.emberlinestudio.Tidewell.OpenPanel";
+constexpr char kWorkspace[] = "com.emberlinestudio.Tidewell.Workspace";
+constexpr std::uint64_t kNoTimeout = UINT64_MAX;
+constexpr std::chrono::microseconds kHeartbeat{10'000'000};
+
+BusServiceNames worker() {
+  return BusServiceNames::forIdentifier(kBundleIdentifier, kAgentInterface, kAgentMethod, "");
+}
+
+struct Pending {
+  bool arrived = false;
+  std::optional<std::string> text;
+};
+
+/// Asks the worker now and then whether it is still there, until it says nothing twice in a row: once may be because
+/// the answer lay waiting while a person was asked in the terminal.
+class Heartbeat : public std::enable_shared_from_this<Heartbeat> {
+ public:
+  explicit Heartbeat(SessionBus& bus) : bus_(bus) {}
+
+  void begin() { ask(); }
+  bool hasStopped() const { return silences_ >= 2; }
+  void end() { slot_.reset(); }
+
+ private:
+  void ask() {
+    sd_bus_message* message = nullptr;
+    const BusServiceNames names = worker();
+    sd_bus_message_new_method_call(bus_.get(), &message, names.name.c_str(), names.object.c_str(),
+                                   "org.freedesktop.DBus.Peer", "Ping");
+    const platform::linux_::BusMessage call(message);
+    sd_bus_slot* slot = nullptr;
+    if (sd_bus_call_async(bus_.get(), &slot, message, &Heartbeat::answered, this, kHeartbeat.count()) < 0) return;
+    slot_.reset(slot);
+  }
+
+  static int answered(sd_bus_message* reply, void* data, sd_bus_error*) {
+    auto* self = static_cast<Heartbeat*>(data);
+    const bool isThere = sd_bus_message_is_method_error(reply, nullptr) == 0;
+    self->silences_ = isThere ? 0 : self->silences_ + 1;
+    const auto again = [weak = self->weak_from_this()] {
+      const auto heartbeat = weak.lock();
+      if (heartbeat && heartbeat->slot_) heartbeat->ask();
+    };
+    self->bus_.loop().after(isThere ? kHeartbeat : std::chrono::microseconds(0), again);
+    return 0;
+  }
+
+  SessionBus& bus_;
+  BusSlot slot_;
+  int silences_ = 0;
+};
+
+WorkerConnection::PanelQuestion questionFrom(sd_bus_message* call) {
+  WorkerConnection::PanelQuestion question;
+  sd_bus_message_enter_container(call, 'a', "{sv}");
+  while (sd_bus_message_enter_container(call, 'e', "sv") > 0) {
+    const char* key = nullptr;
+    const char* contents = nullptr;
+    const char* text = nullptr;
+    sd_bus_message_read(call, "s", &key);
+    sd_bus_message_peek_type(call, nullptr, &contents);
+    if (contents != nullptr && std::strcmp(contents, "s") == 0) {
+      sd_bus_message_read(call, "v", "s", &text);
+      if (std::strcmp(key, "title") == 0) question.title = text;
+      if (std::strcmp(key, "message") == 0) question.message = text;
+    } else if (std::strcmp(key, "enabled") == 0 && sd_bus_message_enter_container(call, 'v', "as") > 0) {
+      sd_bus_message_enter_container(call, 'a', "s");
+      while (sd_bus_message_read(call, "s", &text) > 0) question.enabled.emplace_back(text);
+      sd_bus_message_exit_container(call);
+      sd_bus_message_exit_container(call);
+    } else {
+      sd_bus_message_skip(call, "v");
+    }
+    sd_bus_message_exit_container(call);
+  }
+  return question;
+}
+
+}  // namespace
+
+platform::Result<std::unique_ptr<WorkerConnection>> WorkerConnection::open(platform::linux_::RunLoop& loop) {
+  auto bus = SessionBus::open(loop);
+  if (!bus) return bus.error();
+  return std::unique_ptr<WorkerConnection>(new WorkerConnection(std::move(*bus)));
+}
+
+bool WorkerConnection::isRunning() {
+  int owned = 0;
+  sd_bus_message* reply = nullptr;
+  if (sd_bus_call_method(bus_->get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                         "NameHasOwner", nullptr, &reply, "s", worker().name.c_str()) >= 0) {
+    sd_bus_message_read(reply, "b", &owned);
+  }
+  sd_bus_message_unref(reply);
+  return owned != 0;
+}
+
+int WorkerConnection::panelCalled(sd_bus_message* call, void* data, sd_bus_error*) {
+  const auto* self = static_cast<WorkerConnection*>(data);
+  if (sd_bus_message_is_method_call(call, kPanel, "RunModal") <= 0) return 0;
+  const std::string url = self->panel_(questionFrom(call));
+  return sd_bus_reply_method_return(call, "us", url.empty() ? 0U : 1U, url.c_str());
+}
+
+std::optional<std::string> WorkerConnection::requestAccess(const std::string& bundleIdentifier,
+                                                           std::chrono::seconds patience, const Panel& panel) {
+  panel_ = panel;
+  BusSlot offered;
+  if (panel_) {
+    sd_bus_slot* slot = nullptr;
+    sd_bus_add_object(bus_->get(), &slot, "/com/emberlinestudio/Tidewell/OpenPanel", &WorkerConnection::panelCalled,
+                      this);
+    offered.reset(slot);
+    // Where a graphical panel is up already, that one answers.
+    static_cast<void>(bus_->requestName(kPanel));
+  }
+  Pending pending;
+  const BusServiceNames names = worker();
+  const auto answered = [](sd_bus_message* reply, void* data, sd_bus_error*) {
+    auto* waiting = static_cast<Pending*>(data);
+    const char* text = nullptr;
+    if (sd_bus_message_is_method_error(reply, nullptr) == 0 && sd_bus_message_read(reply, "s", &text) >= 0) {
+      waiting->text = text;
+    }
+    waiting->arrived = true;
+    return 0;
+  };
+  sd_bus_message* message = nullptr;
+  if (sd_bus_message_new_method_call(bus_->get(), &message, names.name.c_str(), names.object.c_str(), kAgentInterface,
+                                     kAgentMethod) < 0) {
+    return std::nullopt;
+  }
+  const platform::linux_::BusMessage call(message);
+  sd_bus_message_append(message, "s", bundleIdentifier.c_str());
+  sd_bus_slot* slot = nullptr;
+  if (sd_bus_call_async(bus_->get(), &slot, message, answered, &pending, kNoTimeout) < 0) return std::nullopt;
+  const BusSlot waiting(slot);
+  const auto late = std::make_shared<bool>(false);
+  bus_->loop().after(patience, [late] { *late = true; });
+  const auto heartbeat = std::make_shared<Heartbeat>(*bus_);
+  heartbeat->begin();
+  bus_->loop().runModally([&] { return pending.arrived || *late || heartbeat->hasStopped(); });
+  heartbeat->end();
+  if (panel_) sd_bus_release_name(bus_->get(), kPanel);
+  return pending.text;
+}
+
+bool WorkerConnection::announceQuit(const std::string& applicationName, const std::string& bundleIdentifier) {
+  const bool sent =
+      sd_bus_emit_signal(bus_->get(), "/com/emberlinestudio/Tidewell", kWorkspace, "DidTerminateApplication", "ss",
+                         applicationName.c_str(), bundleIdentifier.c_str()) >= 0;
+  return sent && sd_bus_flush(bus_->get()) >= 0;
+}
+
+}  // namespace tidewell

@@ -1,0 +1,234 @@
+#include "MainApplication/command/Commands.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+#include "MainApplication/client/WorkerConnection.h"
+#include "Platform/FileURL.h"
+#include "Platform/Linux/processes/ExecutableFinder.h"
+#include "Platform/Path.h"
+#include "Worker/Identity.h"
+
+namespace tidewell {
+namespace {
+
+using platform::FileURL;
+using platform::linux_::RunLoop;
+
+// A worker that has stopped is noticed much sooner, by its silence.
+constexpr std::chrono::seconds kPatience{3600};       // a person at a panel
+constexpr std::chrono::seconds kPatienceForYes{120};  // when nobody is asked; a disk may be busy with other things
+
+std::string lowerCase(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+  return text;
+}
+
+bool exists(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0;
+}
+
+bool isInstalled(const Browser& browser) {
+  platform::linux_::PathWatch::Interests unused;
+  const auto found =
+      platform::linux_::findExecutables({watched(browser)}, platform::linux_::SearchPlaces::fromEnvironment(), unused);
+  return !found[0].programs.empty() || !found[0].scripts.empty();
+}
+
+}  // namespace
+
+std::vector<const Browser*> Commands::browsersFor(const std::vector<std::string>& texts) {
+  std::vector<const Browser*> found;
+  for (const std::string& text : texts) {
+    const Browser* browser = browserCalled(text);
+    if (browser == nullptr) {
+      errors_ << "tidewell: there is no browser \"" << text << "\"; known are";
+      for (const Browser& known : browsers()) errors_ << (&known == browsers().data() ? " " : ", ") << known.name;
+      errors_ << '\n';
+      return {};
+    }
+    found.push_back(browser);
+  }
+  return found;
+}
+
+int Commands::fail(const std::string& why) {
+  errors_ << "tidewell: " << why << '\n';
+  return kFailed;
+}
+
+int Commands::status() {
+  RunLoop loop;
+  const auto connection = WorkerConnection::open(loop);
+  const bool isRunning = connection && (*connection)->isRunning();
+  const Home home = settings_.home();
+  nlohmann::ordered_json state = {{"workerRunning", isRunning},
+                                  {"homeLayout", home.layout->name()},
+                                  {"notifications", settings_.flag(kDisplayNotificationsKey)},
+                                  {"overwrite", settings_.flag(kSecureDeleteDataKey)},
+                                  {"browsers", nlohmann::ordered_json::array()}};
+  for (const Browser& browser : browsers()) {
+    nlohmann::json folders = nlohmann::json::array();  // of all installations, without "~"
+    for (const Installation& installation : home.layout->installationsOf(browser)) {
+      const std::string& place = installation.dataFolder;
+      const std::string folder = place.starts_with('~') ? home.folder.path + place.substr(1) : place;
+      if (exists(folder)) folders.push_back(folder);
+    }
+    const std::vector<std::string> needed = home.layout->foldersToAllow(browser);
+    const bool isAllowed = !needed.empty() && std::all_of(needed.begin(), needed.end(), [this](const auto& folder) {
+      return settings_.isGranted(folder);
+    });
+    state["browsers"].push_back({{"name", browser.name},
+                                 {"identifier", browser.bundleIdentifier},
+                                 {"installed", isInstalled(browser)},
+                                 {"enabled", settings_.isEnabled(browser)},
+                                 {"allowed", isAllowed},
+                                 {"data", folders.empty() ? "" : folders[0]},
+                                 {"folders", folders}});
+  }
+  if (options_.json) {
+    output_ << state.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
+    return kDone;
+  }
+  const auto word = [](bool yes, const char* text) { return yes ? text : "-"; };
+  output_ << "worker: " << (isRunning ? "running" : "not running")
+          << "   notifications: " << (state["notifications"] ? "on" : "off")
+          << "   overwrite: " << (state["overwrite"] ? "on" : "off") << "\n\n";
+  for (const auto& browser : state["browsers"]) {
+    std::string name = browser["name"];
+    name.resize(15, ' ');
+    std::string marks = std::string(word(browser["installed"], "installed")) + std::string(1, ' ');
+    marks.resize(11, ' ');
+    marks += word(browser["enabled"], "enabled");
+    marks.resize(20, ' ');
+    marks += word(browser["allowed"], "allowed");
+    marks.resize(29, ' ');
+    output_ << name << marks << std::string(browser["data"]) << '\n';
+    for (std::size_t other = 1; other < browser["folders"].size(); ++other) {
+      output_ << std::string(name.size() + marks.size(), ' ') << std::string(browser["folders"][other]) << '\n';
+    }
+  }
+  return kDone;
+}
+
+int Commands::enable(const std::vector<std::string>& names) {
+  const auto found = browsersFor(names);
+  if (found.empty()) return kMisused;
+  int status = kDone;
+  for (const Browser* browser : found) {
+    if (!settings_.setEnabled(*browser, true)) return fail("the settings could not be written");
+    status = std::max(status, allowed(*browser));
+  }
+  return status;
+}
+
+int Commands::disable(const std::vector<std::string>& names) {
+  const auto found = browsersFor(names);
+  if (found.empty()) return kMisused;
+  for (const Browser* browser : found) {
+    if (!settings_.setEnabled(*browser, false)) return fail("the settings could not be written");
+  }
+  return kDone;
+}
+
+int Commands::allow(const std::vector<std::string>& names) {
+  const auto found = browsersFor(names);
+  if (found.empty()) return kMisused;
+  int status = kDone;
+  for (const Browser* browser : found) status = std::max(status, allowed(*browser));
+  return status;
+}
+
+int Commands::allowed(const Browser& browser) {
+  RunLoop loop;
+  const auto connection = WorkerConnection::open(loop);
+  if (!connection) return fail("there is no session bus: " + connection.error().message());
+  const bool hasDisplay = std::getenv("DISPLAY") != nullptr || std::getenv("WAYLAND_DISPLAY") != nullptr;
+  WorkerConnection::Panel panel;
+  if (options_.answerYes || !hasDisplay) {
+    if (!options_.answerYes && ::isatty(STDIN_FILENO) == 0) {
+      return fail("there is nobody to ask: neither a display nor a terminal (--yes agrees to all)");
+    }
+    panel = [this](const WorkerConnection::PanelQuestion& question) {
+      return answerInTerminal(question.title, question.message, question.enabled);
+    };
+  }
+  const auto answer = (*connection)
+                          ->requestAccess(std::string(browser.bundleIdentifier),
+                                          options_.answerYes ? kPatienceForYes : kPatience, panel);
+  if (!answer) return fail("the worker does not answer; does it run?");
+  const bool isEmpty = settings_.allowed(browser) == SettingsStore::Allowed::kNothingThere;
+  output_ << browser.name
+          << (isEmpty ? ": keeps nothing in this home yet; its folders are asked for when it has run\n"
+                      : ": asked for its folders\n");
+  return kDone;
+}
+
+std::string Commands::answerInTerminal(const std::string& title, const std::string& message,
+                                       const std::vector<std::string>& enabled) {
+  for (const std::string& url : enabled) {
+    const auto folder = FileURL::fromString(url);
+    if (!folder || !exists(folder->path())) continue;
+    output_ << title << ": " << message << "\n  " << folder->path();
+    if (options_.answerYes) {
+      output_ << ": yes\n";
+      return url;
+    }
+    output_ << " [y/N] " << std::flush;
+    std::string line;
+    std::getline(std::cin, line);
+    return lowerCase(line) == "y" || lowerCase(line) == "yes" ? url : "";
+  }
+  return "";
+}
+
+int Commands::grants() {
+  const std::vector<std::string> paths = settings_.grants();
+  if (options_.json) {
+    output_ << nlohmann::json(paths).dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+  } else {
+    for (const std::string& path : paths) output_ << path << '\n';
+  }
+  return kDone;
+}
+
+int Commands::revoke(const std::string& folder) {
+  std::string path = folder;
+  while (path.size() > 1 && path.ends_with('/')) path.pop_back();
+  if (!path.starts_with('/')) {
+    errors_ << "tidewell: the folder must be a whole path\n";
+    return kMisused;
+  }
+  const std::size_t count = settings_.revoke(path);
+  if (count == 0) return fail("there is no grant of " + path);
+  output_ << count << (count == 1 ? " grant" : " grants") << " taken back\n";
+  return kDone;
+}
+
+int Commands::setFlag(const std::string& key, const std::string& onOrOff) {
+  if (onOrOff != "on" && onOrOff != "off") {
+    errors_ << "tidewell: say on or off\n";
+    return kMisused;
+  }
+  return settings_.setFlag(key, onOrOff == "on") ? kDone : fail("the settings could not be written");
+}
+
+int Commands::quitOf(const std::string& name) {
+  const auto found = browsersFor({name});
+  if (found.empty()) return kMisused;
+  RunLoop loop;
+  const auto connection = WorkerConnection::open(loop);
+  if (!connection) return fail("there is no session bus: " + connection.error().message());
+  if (!(*connection)->isRunning()) return fail("the worker does not run");
+  if (!settings_.isEnabled(*found[0])) return fail(std::string(found[0]->name) + " is not enabled");
+  const bool sent = (*connection)->announceQuit(std::string(found[0]->name), std::string(found[0]->bundleIdentifier));
+  return sent ? kDone : fail("the quit could not be announced");
+}
+
+}  // namespace tidewell

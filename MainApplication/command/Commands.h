@@ -1,0 +1,52 @@
+// The everyday commands of "tidewell".
+//
+// Each answers an exit status: 0 done; 1 it could not be done (no bus, no worker, refused, settings that can't be
+// written); 2 misuse. Errors are one line on standard error.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "MainApplication/client/SettingsStore.h"
+#include "MainApplication/command/DefaultsCommand.h"
+
+namespace tidewell {
+
+class Commands {
+ public:
+  struct Options {
+    bool json = false;       // print states for programs
+    bool answerYes = false;  // agree to every folder that is asked for
+  };
+
+  Commands(platform::linux_::SqliteUserDefaults& domains, Options options, std::ostream& output, std::ostream& errors)
+      : domains_(domains), settings_(domains), options_(options), output_(output), errors_(errors) {}
+
+  int status();
+  int enable(const std::vector<std::string>& browsers);
+  int disable(const std::vector<std::string>& browsers);
+  int allow(const std::vector<std::string>& browsers);
+  int grants();
+  int revoke(const std::string& folder);
+  int setFlag(const std::string& key, const std::string& onOrOff);
+  int quitOf(const std::string& browser);
+  /// Prints what a run would remove now.
+  int preview(const std::string& browser);
+
+ private:
+  /// The browsers of these names; empty, with a line on the errors, when one is unknown.
+  std::vector<const Browser*> browsersFor(const std::vector<std::string>& texts);
+  int fail(const std::string& why);
+  int allowed(const Browser& browser);
+  std::string answerInTerminal(const std::string& title, const std::string& message,
+                               const std::vector<std::string>& enabled);
+
+  platform::linux_::SqliteUserDefaults& domains_;
+  SettingsStore settings_;
+  const Options options_;
+  std::ostream& output_;
+  std::ostream& errors_;
+};
+
+}  // namespace tidewell

@@ -1,0 +1,103 @@
+#include "MainApplication/command/DefaultsCommand.h"
+
+#include <charconv>
+#include <optional>
+#include <ostream>
+
+namespace tidewell {
+namespace {
+
+using platform::Value;
+
+constexpr char kUsage[] =
+    "usage: tidewell defaults read DOMAIN [KEY]\n"
+    "       tidewell defaults write DOMAIN KEY [-string S | -bool YES|NO | -int N | -array S...]\n"
+    "       tidewell defaults delete DOMAIN [KEY]\n";
+
+std::optional<bool> booleanFromText(const std::string& text) {
+  if (text == "YES" || text == "yes" || text == "true" || text == "1") return true;
+  if (text == "NO" || text == "no" || text == "false" || text == "0") return false;
+  return std::nullopt;
+}
+
+std::optional<std::int64_t> integerFromText(const std::string& text) {
+  std::int64_t number = 0;
+  const char* end = text.data() + text.size();
+  const auto result = std::from_chars(text.data(), end, number);
+  return result.ec == std::errc() && result.ptr == end ? std::optional(number) : std::nullopt;
+}
+
+/// The value that the words behind the key stand for; absent when they stand for none.
+std::optional<Value> valueFromWords(const std::vector<std::string>& words) {
+  if (words.size() == 1 && !words[0].starts_with('-')) return Value(words[0]);
+  if (words.empty()) return std::nullopt;
+  if (words[0] == "-array") {
+    Value::Array array(words.begin() + 1, words.end());
+    return Value(std::move(array));
+  }
+  if (words.size() != 2) return std::nullopt;
+  if (words[0] == "-string") return Value(words[1]);
+  if (words[0] == "-bool") {
+    if (const auto boolean = booleanFromText(words[1])) return Value(*boolean);
+  }
+  if (words[0] == "-int") {
+    if (const auto integer = integerFromText(words[1])) return Value(*integer);
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+int DefaultsCommand::run(const Arguments& arguments) {
+  if (arguments.size() < 2) return misused("a command and a domain are needed");
+  const auto file = domains_.fileOfDomain(arguments[1]);
+  if (!file) return misused("\"" + arguments[1] + "\" can't be a domain's name");
+  if (arguments[0] == "read") return read(*file, arguments);
+  if (arguments[0] == "write") return write(*file, arguments);
+  if (arguments[0] == "delete") return erase(*file, arguments);
+  return misused("there is no command \"" + arguments[0] + "\"");
+}
+
+int DefaultsCommand::read(platform::linux_::DefaultsFile& file, const Arguments& arguments) {
+  if (arguments.size() > 3) return misused("too many words");
+  if (arguments.size() == 2) {
+    Value::Dictionary all = file.readAll();
+    if (all.empty()) return missing(arguments);
+    output_ << Value(std::move(all)).description() << '\n';
+    return kDone;
+  }
+  const std::optional<Value> value = file.read(arguments[2]);
+  if (!value) return missing(arguments);
+  output_ << value->description() << '\n';
+  return kDone;
+}
+
+int DefaultsCommand::write(platform::linux_::DefaultsFile& file, const Arguments& arguments) {
+  if (arguments.size() < 3) return misused("a key and a value are needed");
+  const std::optional<Value> value = valueFromWords({arguments.begin() + 3, arguments.end()});
+  if (!value) return misused("that is no value");
+  // The file has said on the log what was in the way.
+  return file.write(arguments[2], *value) && file.checkpoint() ? kDone : kFailed;
+}
+
+int DefaultsCommand::erase(platform::linux_::DefaultsFile& file, const Arguments& arguments) {
+  if (arguments.size() > 3) return misused("too many words");
+  if (arguments.size() == 2 ? file.readAll().empty() : !file.read(arguments[2])) return missing(arguments);
+  const bool done = arguments.size() == 2 ? file.eraseAll() : file.erase(arguments[2]);
+  if (!done) errors_ << "tidewell: the settings could not be changed\n";
+  return done ? kDone : kFailed;
+}
+
+int DefaultsCommand::missing(const Arguments& arguments) {
+  errors_ << "tidewell: " << arguments[1];
+  if (arguments.size() > 2) errors_ << " has no value for " << arguments[2] << '\n';
+  if (arguments.size() == 2) errors_ << " has no settings\n";
+  return kFailed;
+}
+
+int DefaultsCommand::misused(const std::string& why) {
+  errors_ << "tidewell: " << why << '\n' << kUsage;
+  return kMisused;
+}
+
+}  // namespace tidewell

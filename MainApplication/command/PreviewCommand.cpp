@@ -1,0 +1,84 @@
+// "tidewell preview BROWSER".
+
+#include <array>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+#include "MainApplication/command/Commands.h"
+#include "MainApplication/preview/Preview.h"
+
+namespace tidewell {
+namespace {
+
+/// Sizes as people read them, in powers of 1000.
+std::string readable(std::uint64_t bytes) {
+  constexpr std::array kUnits = {"bytes", "kB", "MB", "GB", "TB"};
+  auto size = static_cast<double>(bytes);
+  std::size_t unit = 0;
+  while (size >= 999.5 && unit + 1 < kUnits.size()) {
+    size /= 1000;
+    ++unit;
+  }
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), unit == 0 || size >= 99.5 ? "%.0f %s" : "%.1f %s", size, kUnits[unit]);
+  return text.data();
+}
+
+std::string counted(std::uint64_t count, const char* one, const char* many) {
+  return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+}  // namespace
+
+int Commands::preview(const std::string& name) {
+  const auto found = browsersFor({name});
+  if (found.empty()) return kMisused;
+  const Preview preview = Preview::of(*found[0], domains_);
+
+  nlohmann::ordered_json state = {{"browser", found[0]->name},
+                                  {"items", nlohmann::ordered_json::array()},
+                                  {"rows", nlohmann::ordered_json::array()},
+                                  {"rewritten", nlohmann::ordered_json::array()}};
+  std::uint64_t files = 0;
+  std::uint64_t bytes = 0;
+  std::uint64_t rows = 0;
+  for (const PreviewedItem& item : preview.items) {
+    files += item.files;
+    bytes += item.bytes;
+    state["items"].push_back({{"path", item.path},
+                              {"files", item.files},
+                              {"bytes", item.bytes},
+                              {"allowed", settings_.isGranted(item.path)}});
+  }
+  for (const PreviewedRows& table : preview.rows) {
+    rows += table.rows;
+    state["rows"].push_back({{"database", table.database}, {"table", table.table}, {"rows", table.rows}});
+  }
+  for (const PreviewedRewriting& rewriting : preview.rewritings) {
+    bytes += rewriting.bytes;
+    state["rewritten"].push_back(
+        {{"path", rewriting.path}, {"bytes", rewriting.bytes}, {"allowed", settings_.isGranted(rewriting.path)}});
+  }
+  state["total"] = {{"files", files}, {"bytes", bytes}, {"rows", rows}};
+  if (options_.json) {
+    output_ << state.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
+    return kDone;
+  }
+  for (const PreviewedItem& item : preview.items) {
+    output_ << item.path << ": " << counted(item.files, "file", "files") << ", " << readable(item.bytes)
+            << (settings_.isGranted(item.path) ? "" : " (not allowed yet)") << '\n';
+  }
+  for (const PreviewedRows& table : preview.rows) {
+    output_ << table.database << ": " << counted(table.rows, "row", "rows") << " of " << table.table << '\n';
+  }
+  for (const PreviewedRewriting& rewriting : preview.rewritings) {
+    output_ << rewriting.path << ": " << readable(rewriting.bytes) << " of what sites have left in it"
+            << (settings_.isGranted(rewriting.path) ? "" : " (not allowed yet)") << '\n';
+  }
+  output_ << "A cleaning of " << found[0]->name << " would remove " << counted(files, "file", "files") << " ("
+          << readable(bytes) << ") and " << counted(rows, "row", "rows") << ".\n";
+  return kDone;
+}
+
+}  // namespace tidewell

@@ -1,0 +1,77 @@
+// The command "tidewell": the main application for the terminal.
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <iostream>
+
+#include "MainApplication/command/Commands.h"
+#include "Platform/Linux/host/LineLog.h"
+#include "Worker/Identity.h"
+
+namespace linux_ = platform::linux_;
+using tidewell::Commands;
+
+int main(int argc, char** argv) {
+  CLI::App app("Removes what browsers keep about you.", "tidewell");
+  app.require_subcommand(1);
+  Commands::Options options;
+  std::vector<std::string> names;
+  std::string word;
+  std::function<int(Commands&)> run;
+
+  const auto add = [&](CLI::App& parent, const char* name, const char* what, std::function<int(Commands&)> command) {
+    CLI::App* added = parent.add_subcommand(name, what);
+    added->callback([&run, command = std::move(command)] {
+      if (!run) run = command;
+    });
+    return added;
+  };
+  add(app, "status", "What is on, and what is allowed", [](Commands& c) {
+    return c.status();
+  })->add_flag("--json", options.json, "For programs");
+  const auto ofBrowsers = [&](const char* name, const char* what,
+                              int (Commands::*command)(const std::vector<std::string>&)) {
+    CLI::App* added = add(app, name, what, [&names, command](Commands& c) { return (c.*command)(names); });
+    added->add_option("BROWSER", names, "Such as firefox, chrome, or a bundle identifier")->required();
+    return added;
+  };
+  ofBrowsers("enable", "Clean after these browsers, and ask for their folders", &Commands::enable)
+      ->add_flag("--yes", options.answerYes, "Agree to every folder");
+  ofBrowsers("disable", "Leave these browsers alone", &Commands::disable);
+  ofBrowsers("allow", "Ask for the folders of these browsers", &Commands::allow)
+      ->add_flag("--yes", options.answerYes, "Agree to every folder");
+  CLI::App* grants = add(app, "grants", "The folders that are allowed", [](Commands& c) { return c.grants(); });
+  grants->add_flag("--json", options.json, "For programs");
+  CLI::App* revoke = grants->add_subcommand("revoke", "Take back what was allowed");
+  revoke->add_option("FOLDER", word, "And all below it")->required();
+  revoke->callback([&] { run = [&](Commands& c) { return c.revoke(word); }; });
+  for (const auto& [name, key, what] :
+       {std::tuple("notifications", tidewell::kDisplayNotificationsKey, "Say when a browser was cleaned"),
+        std::tuple("overwrite", tidewell::kSecureDeleteDataKey, "Overwrite files before they are removed")}) {
+    add(app, name, what, [&word, setting = key](Commands& c) { return c.setFlag(setting, word); })
+        ->add_option("on|off", word)
+        ->required();
+  }
+  add(app, "quit-of", "Clean after a browser now, as if it had quit", [&](Commands& c) { return c.quitOf(word); })
+      ->add_option("BROWSER", word)
+      ->required();
+  CLI::App* preview =
+      add(app, "preview", "What a cleaning would remove now", [&](Commands& c) { return c.preview(word); });
+  preview->add_option("BROWSER", word)->required();
+  preview->add_flag("--json", options.json, "For programs");
+  CLI::App* defaults = app.add_subcommand("defaults", "Read and write settings");
+  // Its options begin with a single dash, so the command takes its words apart itself.
+  defaults->prefix_command();
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? tidewell::kDone : tidewell::kMisused;
+  }
+  linux_::LineLog log;
+  linux_::SqliteUserDefaults domains(linux_::SqliteUserDefaults::folderFromEnvironment(), tidewell::kBundleIdentifier,
+                                     log);
+  if (!run) return tidewell::DefaultsCommand(domains, std::cout, std::cerr).run(defaults->remaining());
+  Commands commands(domains, options, std::cout, std::cerr);
+  return run(commands);
+}

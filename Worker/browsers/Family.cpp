@@ -1,0 +1,34 @@
+#include "Worker/browsers/Family.h"
+
+namespace tidewell {
+namespace {
+
+constexpr FamilyFacts kSafariFacts;
+
+// Some helpers do a task on their own when the main program has gone, such as the report of a crash.
+constexpr FamilyFacts kFirefoxFacts{
+    .helperMarks = {"-contentproc", "--contentproc", "-backgroundtask", "--backgroundtask"},
+    .folderOptions = {"-profile", "--profile"},
+    .namesSingleProfiles = true,
+};
+
+constexpr FamilyFacts kChromiumFacts{
+    .helperMarks = {"--type="},
+    .folderOptions = {"--user-data-dir="},
+};
+
+}  // namespace
+
+const FamilyFacts& factsOf(Family family) {
+  switch (family) {
+    case Family::kFirefox:
+      return kFirefoxFacts;
+    case Family::kChromium:
+      return kChromiumFacts;
+    case Family::kSafari:
+      break;
+  }
+  return kSafariFacts;
+}
+
+}  // namespace tidewell

@@ -1,0 +1,26 @@
+// What a family of browsers knows once.
+#pragma once
+
+#include <string_view>
+
+#include "Worker/browsers/Browser.h"
+
+namespace tidewell {
+
+struct FamilyFacts {
+  /// Main programs start helpers under their own name. An argument that is one of these, or begins with one that ends
+  /// in
+  /// "=", marks a helper.
+  FixedList<std::string_view, 5> helperMarks;
+
+  /// Arguments that name a folder to use in place of the usual one: the folder follows the "=", or is the next
+  /// argument.
+  FixedList<std::string_view, 2> folderOptions;
+
+  /// Whether that folder is a single profile, with its caches in it, or one that holds profiles.
+  bool namesSingleProfiles = false;
+};
+
+const FamilyFacts& factsOf(Family family);
+
+}  // namespace tidewell

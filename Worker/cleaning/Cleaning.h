@@ -1,0 +1,35 @@
+// The cleaning of a browser's stores, one by one: a walk over its installations, their profiles, and the tables of its
+// family's stores.
+//
+// Everything is done when run() returns. Nothing is asked for: what is not granted is left.
+#pragma once
+
+#include <initializer_list>
+#include <set>
+#include <span>
+#include <string>
+
+#include "Worker/homes/Layout.h"
+#include "Worker/stores/StoreTables.h"
+
+namespace tidewell {
+
+class Cleaning {
+ public:
+  /// Cleans the stores of these ages. Layout and browser must outlive the object.
+  Cleaning(const Layout& layout, const Browser& browser, std::set<StoreAge> ages)
+      : layout_(layout), browser_(browser), ages_(std::move(ages)) {}
+
+  void run() const;
+
+ private:
+  void cleanInstallation(const Installation& installation) const;
+  void cleanAll(std::span<const Store> table, const std::vector<std::string>& folders) const;
+  void clean(std::span<const Store> table, const std::string& folder) const;
+
+  const Layout& layout_;
+  const Browser& browser_;
+  const std::set<StoreAge> ages_;
+};
+
+}  // namespace tidewell

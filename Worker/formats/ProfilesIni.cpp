@@ -1,0 +1,56 @@
+#include "Worker/formats/ProfilesIni.h"
+
+#include <algorithm>
+
+#include "Platform/Path.h"
+
+namespace tidewell {
+namespace {
+
+constexpr std::string_view kPath = "Path=";
+
+std::string_view trimmed(std::string_view line) {
+  constexpr std::string_view kBlanks = " \t\r";
+  const std::size_t begin = line.find_first_not_of(kBlanks);
+  if (begin == std::string_view::npos) return {};
+  return line.substr(begin, line.find_last_not_of(kBlanks) - begin + 1);
+}
+
+/// The paths of all profiles that lead straight down from somewhere.
+std::vector<std::string> plainPathsIn(std::string_view list) {
+  std::vector<std::string> paths;
+  bool isProfile = false;
+  while (!list.empty()) {
+    const std::size_t end = list.find('\n');
+    const std::string_view line = trimmed(list.substr(0, end));
+    list.remove_prefix(end == std::string_view::npos ? list.size() : end + 1);
+    // Other sections, of installations, name profiles as well, but only such as have a section of their own.
+    if (line.starts_with('[')) isProfile = line.starts_with("[Profile");
+    if (!isProfile || !line.starts_with(kPath)) continue;
+    const std::vector<std::string> components = platform::pathComponents(line.substr(kPath.size()));
+    // Those of one component are the root folder, and profiles beside the list, which are found there.
+    const bool isPlain =
+        components.size() > 1 && std::all_of(components.begin() + 1, components.end(), platform::isPlainName);
+    const bool isRooted = isPlain && components[0] == "/";
+    if (isRooted || (isPlain && platform::isPlainName(components[0]))) {
+      paths.push_back(platform::pathWithComponents(components));
+    }
+  }
+  return paths;
+}
+
+}  // namespace
+
+std::vector<std::string> absoluteProfiles(std::string_view list) {
+  std::vector<std::string> paths = plainPathsIn(list);
+  std::erase_if(paths, [](const std::string& path) { return !path.starts_with('/'); });
+  return paths;
+}
+
+std::vector<std::string> nestedProfiles(std::string_view list) {
+  std::vector<std::string> paths = plainPathsIn(list);
+  std::erase_if(paths, [](const std::string& path) { return path.starts_with('/'); });
+  return paths;
+}
+
+}  // namespace tidewell

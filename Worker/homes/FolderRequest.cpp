@@ -1,0 +1,28 @@
+#include "Worker/homes/FolderRequest.h"
+
+#include <set>
+
+#include "Platform/Platform.h"
+#include "Worker/sandbox/GrantedFiles.h"
+
+namespace tidewell {
+namespace {
+
+/// Links can give a folder several names.
+std::string withoutLinks(const std::string& folder) {
+  return platform::Platform::current().fileManager.urlByResolvingSymlinks(platform::FileURL(folder, true)).path();
+}
+
+}  // namespace
+
+void askForFolders(const Layout& layout, const Browser& browser) {
+  std::set<std::string> asked;
+  // Twice: a list of profiles in a folder that was granted may name more of them.
+  for (int round = 0; round < 2; ++round) {
+    for (const std::string& folder : layout.foldersNeededBy(browser)) {
+      if (asked.insert(withoutLinks(folder)).second) GrantedFiles::obtain(folder);
+    }
+  }
+}
+
+}  // namespace tidewell

@@ -1,0 +1,103 @@
+// The stores of Chromium and its relatives. Seen in Chromium 156, with those of earlier versions that profiles may
+// still have.
+
+#include "Worker/stores/StoreTables.h"
+#include "Worker/stores/Treatments.h"
+
+namespace tidewell {
+namespace {
+
+using namespace treatments;  // NOLINT: names of the tables below, and of nothing else
+
+constexpr StoreAge kCurrent = StoreAge::kCurrent;
+constexpr StoreAge kOld = StoreAge::kOld;
+constexpr StoreAge kReplaced = StoreAge::kReplaced;
+constexpr StoreGroup kCookies = StoreGroup::kCookies;
+constexpr StoreGroup kSiteStorage = StoreGroup::kSiteStorage;
+constexpr StoreGroup kCaches = StoreGroup::kCaches;
+
+constexpr Store kProfile[] = {
+    {kOld, kCookies, "Origin Bound Certs", deleteChannelIDs, "keys by which servers know a browser again"},
+    {kReplaced, kCookies, "Cookies", removeWhole, "cookies"},
+    {kOld, kSiteStorage, "databases", cleanWebDatabases, "databases of sites, of earlier versions"},
+    {kOld, kSiteStorage, "Local Storage", removeLocalStorageFiles, "local storage, of earlier versions"},
+    {kReplaced, kSiteStorage, "IndexedDB", removeWhole, "databases of sites"},
+    {kOld, kCaches, "Application Cache", removeWhole, "pages that sites wanted to be kept"},
+    {kReplaced, kCaches, "GPUCache", removeWhole, "programs for the graphics processor"},
+    {kOld, kCaches, "TransportSecurity", removeWhole, "sites that demand secure connections"},
+
+    {kCurrent, kCookies, "Cookies", removeDatabase, "cookies"},
+    {kCurrent, kCookies, "Network/Cookies", removeDatabase, "cookies, where newer versions keep them"},
+    {kCurrent, kCookies, "Safe Browsing Cookies", removeDatabase,
+     "cookies of the service that warns of dangerous sites"},
+    {kCurrent, kCookies, "Trust Tokens", removeDatabase, "tokens by which sites vouch for a visitor to each other"},
+    {kCurrent, kCookies, "MediaDeviceSalts", removeDatabase,
+     "what makes the names of cameras and microphones a site's own"},
+    {kCurrent, kCookies, "DIPS", removeDatabase, "sites that a visit was led through"},
+    {kCurrent, kCookies, "Preferences", cleanPreferences, "permissions, client hints and zoom by site"},
+
+    {kCurrent, kSiteStorage, "Local Storage/leveldb", cleanLocalStorage, "local storage"},
+    {kCurrent, kSiteStorage, "Session Storage", removeWhole, "storage of single tabs"},
+    {kCurrent, kSiteStorage, "IndexedDB", removeChromeSites, "databases of sites"},
+    {kCurrent, kSiteStorage, "Service Worker/Database", removeWhole, "which sites have service workers"},
+    {kCurrent, kSiteStorage, "Service Worker/ScriptCache", removeWhole, "the scripts of service workers"},
+    {kCurrent, kSiteStorage, "Service Worker/CacheStorage", cleanCacheStorage, "caches that scripts of sites fill"},
+    {kCurrent, kSiteStorage, "File System", cleanFileSystem, "files in the sites' own file systems"},
+    {kCurrent, kSiteStorage, "WebStorage", cleanWebStorage, "storage buckets, and whose they are"},
+    {kCurrent, kSiteStorage, "SharedStorage", removeDatabase, "storage that sites share between them"},
+    {kCurrent, kSiteStorage, "InterestGroups", removeDatabase, "interests that advertisers have noted"},
+    {kCurrent, kSiteStorage, "PrivateAggregation", removeDatabase, "reports to advertisers that wait to be sent"},
+    {kCurrent, kSiteStorage, "Conversions", removeDatabase, "which advertisement led to which purchase"},
+    {kCurrent, kSiteStorage, "BrowsingTopicsState", removeWhole, "topics that were derived from the sites visited"},
+    {kCurrent, kSiteStorage, "BrowsingTopicsSiteData", removeDatabase, "which sites asked for these topics"},
+    {kCurrent, kSiteStorage, "Platform Notifications", removeWhole, "notifications of sites"},
+    {kCurrent, kSiteStorage, "Site Characteristics Database", removeWhole, "how sites behave in the background"},
+    {kCurrent, kSiteStorage, "PersistentOriginTrials", removeWhole, "sites that try out new functions"},
+    {kCurrent, kSiteStorage, "BudgetDatabase", removeWhole, "how much sites may do in the background"},
+    {kCurrent, kSiteStorage, ".org.chromium.Chromium.*", removeBeginningSo,
+     "files that the browser was about to put in place"},
+    {kCurrent, kSiteStorage, ".com.google.Chrome.*", removeBeginningSo, "the same"},
+    {kCurrent, kSiteStorage, "blob_storage", removeWhole, "data of sites that did not fit in memory"},
+
+    {kCurrent, kCaches, "Shared Dictionary", removeWhole, "dictionaries by which sites compress their pages"},
+    {kCurrent, kCaches, "Reporting and NEL", removeDatabase, "where sites want errors to be reported to"},
+    {kCurrent, kCaches, "Network Persistent State", removeWhole, "which servers speak which protocols"},
+    {kCurrent, kCaches, "Cache", removeWhole, "pages and pictures"},
+    {kCurrent, kCaches, "Code Cache", removeWhole, "compiled scripts"},
+    {kCurrent, kCaches, "Media Cache", removeWhole, "sound and video"},
+    {kCurrent, kCaches, "GPUCache", removeWhole, "programs for the graphics processor"},
+    {kCurrent, kCaches, "DawnCache", removeWhole, "the same, of newer versions"},
+    {kCurrent, kCaches, "DawnGraphiteCache", removeWhole, "the same"},
+    {kCurrent, kCaches, "DawnWebGPUCache", removeWhole, "the same"},
+    {kCurrent, kCaches, "GPUPersistentCache", removeWhole, "the same"},
+    {kCurrent, kCaches, "ShaderCache", removeWhole, "the same, in a profile of its own"},
+    {kCurrent, kCaches, "GrShaderCache", removeWhole, "the same"},
+    {kCurrent, kCaches, "GraphiteDawnCache", removeWhole, "the same"},
+};
+
+constexpr Store kData[] = {
+    {kCurrent, kSiteStorage, "segmentation_platform", removeWhole, "what was derived from the use of sites"},
+    {kCurrent, kSiteStorage, ".org.chromium.Chromium.*", removeBeginningSo,
+     "files that the browser was about to put in place"},
+    {kCurrent, kSiteStorage, ".com.google.Chrome.*", removeBeginningSo, "the same"},
+    {kCurrent, kSiteStorage, "Crash Reports", removeWhole, "memory of a browser that crashed, with the pages in it"},
+    {kCurrent, kCaches, "ShaderCache", removeWhole, "programs for the graphics processor"},
+    {kCurrent, kCaches, "GrShaderCache", removeWhole, "the same"},
+    {kCurrent, kCaches, "GraphiteDawnCache", removeWhole, "the same"},
+    {kCurrent, kCaches, "GPUPersistentCache", removeWhole, "the same"},
+};
+
+constexpr Store kProfileCaches[] = {
+    // The folder itself may be all that was granted there.
+    {kOld, kCaches, "", removeContents, "pages, pictures and compiled scripts"},
+};
+
+constexpr Store kOwnFlash[] = {
+    {kOld, kSiteStorage, "Pepper Data", removeWhole, "data of the Flash plug-in that the browser carried"},
+};
+
+}  // namespace
+
+const StoreTables kChromiumStores{kProfile, kData, kProfileCaches, kOwnFlash};
+
+}  // namespace tidewell

@@ -1,0 +1,69 @@
+// The stores of Firefox and its relatives. Seen in Firefox ESR 153.
+
+#include "Worker/stores/StoreTables.h"
+#include "Worker/stores/Treatments.h"
+
+namespace tidewell {
+namespace {
+
+using namespace treatments;  // NOLINT: names of the tables below, and of nothing else
+
+constexpr StoreAge kCurrent = StoreAge::kCurrent;
+constexpr StoreAge kOld = StoreAge::kOld;
+constexpr StoreAge kReplaced = StoreAge::kReplaced;
+constexpr StoreGroup kCookies = StoreGroup::kCookies;
+constexpr StoreGroup kSiteStorage = StoreGroup::kSiteStorage;
+constexpr StoreGroup kCaches = StoreGroup::kCaches;
+
+constexpr Store kProfile[] = {
+    {kReplaced, kCookies, "cookies.sqlite", removeWhole, "cookies"},
+    {kOld, kCookies, "permissions.sqlite", removeWhole, "what sites were allowed"},
+    {kOld, kSiteStorage, "webappsstore.sqlite", deleteScopes, "local storage, of earlier versions"},
+    {kReplaced, kSiteStorage, "storage/default", removeWhole, "databases, caches and local storage of sites"},
+    {kReplaced, kSiteStorage, "storage/temporary", removeWhole, "what sites asked to be kept only for a while"},
+    {kOld, kCaches, "SiteSecurityServiceState.txt", removeWhole, "sites that demand secure connections"},
+
+    {kCurrent, kCookies, "cookies.sqlite", removeDatabase, "cookies"},
+    {kCurrent, kCookies, "sessionstore.jsonlz4", cleanSessionStore, "cookies and storage of the open tabs"},
+    {kCurrent, kCookies, "sessionstore-backups", cleanSessionStores, "the same, as it was a while ago"},
+    {kCurrent, kCookies, "bounce-tracking-protection.sqlite", removeDatabase, "sites that a visit was led through"},
+    {kCurrent, kCookies, "content-prefs.sqlite", cleanContentPreferences, "zoom and other preferences by site"},
+    {kCurrent, kCookies, "enumerate_devices.txt", removeWhole,
+     "what makes the names of cameras and microphones a site's own"},
+
+    {kCurrent, kSiteStorage, "storage/default", removeFirefoxSites, "databases, caches and local storage of sites"},
+    {kCurrent, kSiteStorage, "storage/temporary", removeFirefoxSites, "what sites asked to be kept only for a while"},
+    {kCurrent, kSiteStorage, "storage/to-be-removed", removeEntries, "what the browser was about to remove"},
+    {kCurrent, kSiteStorage, "storage/private", removeEntries, "storage of private windows"},
+    {kCurrent, kSiteStorage, "storage.sqlite", cleanStorageIndex, "which sites have storage"},
+    {kCurrent, kSiteStorage, "storage/ls-archive.sqlite", cleanStorageArchive,
+     "local storage as earlier versions kept it"},
+    {kCurrent, kSiteStorage, "serviceworker.txt", removeWhole, "which sites have service workers"},
+    {kCurrent, kSiteStorage, "crashes/events", removeEntries, "on which page the browser crashed"},
+    {kCurrent, kSiteStorage, "minidumps", removeEntries, "memory of a browser that crashed, with the pages in it"},
+
+    {kCurrent, kCaches, "SiteSecurityServiceState.bin", removeWhole, "sites that demand secure connections"},
+    {kCurrent, kCaches, "AlternateServices.bin", removeWhole, "other servers at which sites can be reached"},
+    {kCurrent, kCaches, "AlternateServices.txt", removeWhole, "the same, of earlier versions"},
+};
+
+constexpr Store kData[] = {
+    {kCurrent, kSiteStorage, "Crash Reports/pending", removeEntries,
+     "memory of a browser that crashed, with the pages in it"},
+};
+
+constexpr Store kProfileCaches[] = {
+    {kOld, kCaches, "Cache", removeWhole, "pages and pictures, of earlier versions"},
+    {kOld, kCaches, "OfflineCache", removeWhole, "pages that sites wanted to be kept"},
+    {kOld, kCaches, "startupCache", removeWhole, "what the browser had compiled"},
+
+    {kCurrent, kCaches, "cache2", removeWhole, "pages and pictures"},
+    {kCurrent, kCaches, "startupCache", removeWhole, "what the browser had compiled"},
+    {kCurrent, kCaches, "thumbnails", removeWhole, "pictures of pages"},
+};
+
+}  // namespace
+
+const StoreTables kFirefoxStores{kProfile, kData, kProfileCaches, {}};
+
+}  // namespace tidewell

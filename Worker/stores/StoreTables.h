@@ -1,0 +1,32 @@
+// The stores of each family of browsers. Tables of data: next year's store is one more line.
+//
+// Bookmarks, passwords, history, icons, open tabs and the person's settings are in none of them, and of every store the
+// part that belongs to extensions is spared.
+#pragma once
+
+#include <span>
+
+#include "Worker/browsers/Browser.h"
+#include "Worker/stores/Store.h"
+
+namespace tidewell {
+
+struct StoreTables {
+  std::span<const Store> profile;   // in each profile
+  std::span<const Store> data;      // in the data folder, beside the profiles
+  std::span<const Store> caches;    // in the folder of each profile's caches
+  std::span<const Store> ownFlash;  // in each profile of a browser that carries a Flash plug-in of its own
+};
+
+const StoreTables& storesOf(Family family);
+
+/// In the folders of plug-ins that are not a browser's own. The first table is left out for a browser that carries a
+/// Flash plug-in of its own.
+std::span<const Store> pluginDataStores();
+std::span<const Store> pluginCacheStores();
+
+// Each in a file of its own.
+extern const StoreTables kFirefoxStores;
+extern const StoreTables kChromiumStores;
+
+}  // namespace tidewell

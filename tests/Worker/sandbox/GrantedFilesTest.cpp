@@ -1,0 +1,164 @@
+// Files of which all goes, and files of which a part stays.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "Platform/Platform.h"
+#include "Worker/Identity.h"
+#include "Worker/sandbox/GrantedFiles.h"
+#include "tests/support/TestPlatform.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using tidewell::GrantedFiles;
+using tidewell::Rewriting;
+
+/// Can't exchange items when it is told so.
+class OlderFileSystem : public platform::linux_::LinuxFileManager {
+ public:
+  using LinuxFileManager::LinuxFileManager;
+  bool canExchange = true;
+  bool canCreate = true;
+
+  std::error_code exchangeItems(const std::string& path, const std::string& other) override {
+    return canExchange ? LinuxFileManager::exchangeItems(path, other) : std::make_error_code(std::errc::not_supported);
+  }
+  std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override {
+    return canCreate ? LinuxFileManager::createFile(path, contents, permissions)
+                     : std::make_error_code(std::errc::no_space_on_device);
+  }
+};
+
+class GrantedFilesTest : public ::testing::Test {
+ protected:
+  GrantedFilesTest() {
+    const platform::Platform& p = platform::Platform::current();
+    withFiles = std::make_unique<platform::Platform>(
+        platform::Platform{p.mainBundle, p.dispatch, files, p.log, p.openPanel, p.securityScopedResources, p.system,
+                           p.userDefaults, p.userNotificationCenter, p.userScripts, p.workspace});
+    platform::Platform::install(withFiles.get());
+    platform.shared().insert_or_assign("userFolder", platform.home.path());
+    platform.home.file("data/file", "site and rest");
+    platform.grant(platform.home.path("data"));
+  }
+
+  static void rewrite(const Rewriting& rewriting) {
+    GrantedFiles::rewrite("~/data/file", [rewriting](std::string_view) { return rewriting; });
+  }
+
+  testing_support::TestPlatform platform;
+  OlderFileSystem files{platform.scopes, platform.home.path("scripts")};
+  std::unique_ptr<platform::Platform> withFiles;
+};
+
+TEST_F(GrantedFilesTest, handsOverAllBytesAndPutsTheNewOnesInTheirPlace) {
+  GrantedFiles::rewrite("~/data/file", [](std::string_view contents) {
+    EXPECT_EQ(contents, "site and rest");
+    return Rewriting::replaceBy("rest");
+  });
+  EXPECT_EQ(platform.home.content("data/file"), "rest");
+  EXPECT_THAT(platform.home.tree(), ElementsAre("Library/", "data/", ::testing::StartsWith("data/file")));
+}
+
+TEST_F(GrantedFilesTest, keepsThePermissions) {
+  std::filesystem::permissions(platform.home.path("data/file"), std::filesystem::perms(0640));
+  rewrite(Rewriting::replaceBy("rest"));
+  struct stat status {};
+  ASSERT_EQ(::stat(platform.home.path("data/file").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777U, 0640U);
+}
+
+TEST_F(GrantedFilesTest, removesAndLeavesAsItIsTold) {
+  rewrite(Rewriting::leave());
+  EXPECT_EQ(platform.home.content("data/file"), "site and rest");
+  rewrite(Rewriting::remove());
+  EXPECT_FALSE(platform.home.exists("data/file"));
+}
+
+TEST_F(GrantedFilesTest, overwritesTheOldContentsWhenThePersonWantsThat) {
+  platform.shared().insert_or_assign(tidewell::kSecureDeleteDataKey, true);
+  std::filesystem::create_hard_link(platform.home.path("data/file"), platform.home.path("other"));
+  rewrite(Rewriting::replaceBy("rest"));
+  EXPECT_EQ(platform.home.content("data/file"), "rest");
+  EXPECT_EQ(platform.home.content("other").find("site"), std::string::npos);
+}
+
+TEST_F(GrantedFilesTest, leavesTheOldContentsWhenTheNewOnesCanNotBeWritten) {
+  files.canCreate = false;
+  rewrite(Rewriting::replaceBy("rest"));
+  EXPECT_EQ(platform.home.content("data/file"), "site and rest");
+}
+
+TEST_F(GrantedFilesTest, replacesAlsoWhereItemsCanNotBeExchanged) {
+  files.canExchange = false;
+  rewrite(Rewriting::replaceBy("rest"));
+  EXPECT_EQ(platform.home.content("data/file"), "rest");
+  EXPECT_FALSE(platform.home.exists("data/file.tidewell"));
+}
+
+TEST_F(GrantedFilesTest, keepsThereWhatCouldNotBeOverwritten) {
+  files.canExchange = false;
+  platform.shared().insert_or_assign(tidewell::kSecureDeleteDataKey, true);
+  rewrite(Rewriting::replaceBy("rest"));
+  EXPECT_EQ(platform.home.content("data/file"), "site and rest");
+  EXPECT_FALSE(platform.home.exists("data/file.tidewell"));
+}
+
+TEST_F(GrantedFilesTest, removesWhatAWorkerLeftThatWasEndedInTheMiddle) {
+  platform.home.file("data/file.tidewell", "site");
+  rewrite(Rewriting::replaceBy("rest"));
+  EXPECT_EQ(platform.home.content("data/file"), "rest");
+  EXPECT_FALSE(platform.home.exists("data/file.tidewell"));
+}
+
+TEST_F(GrantedFilesTest, followsNoLinkAndTouchesNothingOutsideOfTheGrant) {
+  platform.elsewhere.file("file", "theirs");
+  std::filesystem::create_symlink(platform.elsewhere.path("file"), platform.home.path("data/link"));
+  for (const std::string& path : {platform.home.path("data/link"), platform.elsewhere.path("file")}) {
+    GrantedFiles::rewrite(path, [](std::string_view) {
+      ADD_FAILURE() << "read";
+      return Rewriting::remove();
+    });
+  }
+  EXPECT_EQ(platform.elsewhere.content("file"), "theirs");
+}
+
+TEST_F(GrantedFilesTest, ofWhatIsMissingDoesNothing) {
+  GrantedFiles::rewrite("~/data/missing", [](std::string_view) { return Rewriting::replaceBy("made"); });
+  EXPECT_FALSE(platform.home.exists("data/missing"));
+}
+
+TEST_F(GrantedFilesTest, aTreeGoesWithEveryFileOverwritten) {
+  platform.shared().insert_or_assign(tidewell::kSecureDeleteDataKey, true);
+  platform.home.file("data/tree/a/b", "site");
+  std::filesystem::create_hard_link(platform.home.path("data/tree/a/b"), platform.home.path("other"));
+  GrantedFiles::remove("~/data/tree");
+  EXPECT_FALSE(platform.home.exists("data/tree"));
+  EXPECT_EQ(platform.home.content("other").find("site"), std::string::npos);
+}
+
+TEST_F(GrantedFilesTest, recordsNothing) {
+  const auto before = platform.own();
+  platform.home.file("data/www.site.example/a");
+  GrantedFiles::remove("~/data/www.site.example");
+  rewrite(Rewriting::replaceBy("rest"));
+  EXPECT_THAT(GrantedFiles::bytesOf("~/data/file"), ::testing::Optional(std::string("rest")));
+  EXPECT_EQ(platform.own(), before);  // names of sites would stay among the grants
+}
+
+TEST_F(GrantedFilesTest, aFolderIsListedUnderItsOwnGrantAlone) {
+  platform.home.file("alone/one");
+  platform.grant(platform.home.path("alone"));
+  EXPECT_THAT(GrantedFiles::entriesOf("~/alone"), ElementsAre("one"));
+  EXPECT_THAT(platform.openPanel.shown(), IsEmpty());
+  GrantedFiles::removeContentsOf("~/alone");
+  EXPECT_FALSE(platform.home.exists("alone/one"));
+  EXPECT_TRUE(platform.home.exists("alone"));
+}
+
+}  // namespace
