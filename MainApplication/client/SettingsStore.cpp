@@ -75,11 +75,24 @@ Home SettingsStore::home() const {
     return isDirectory ||
            (error && error != std::errc::no_such_file_or_directory && error != std::errc::not_a_directory);
   };
+  const auto isThere = [](const std::string& path) {
+    std::error_code ignored;
+    return std::filesystem::exists(path, ignored);
+  };
   const auto contentsOf = [](const std::string& path) -> std::optional<std::string> {
     std::ifstream file(path);
     return std::string(std::istreambuf_iterator<char>(file), {});
   };
-  return Home::of(*domains_.suite(kSharedSuite), system, {isFolder, mayBeFolder, contentsOf, nullptr});
+  return Home::of(*domains_.suite(kSharedSuite), system, {isFolder, mayBeFolder, isThere, contentsOf, nullptr});
+}
+
+std::vector<const Browser*> SettingsStore::knownBrowsers() const {
+  const Home current = home();
+  std::vector<const Browser*> known;
+  for (const Browser& browser : browsers()) {
+    if (current.layout->knows(browser)) known.push_back(&browser);
+  }
+  return known;
 }
 
 std::vector<std::string> SettingsStore::grants() const {

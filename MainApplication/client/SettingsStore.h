@@ -25,6 +25,9 @@ class SettingsStore {
   /// The person's home, as the worker sees it; by the password database before the worker has ever run.
   Home home() const;
 
+  /// The browsers that can be in that home.
+  std::vector<const Browser*> knownBrowsers() const;
+
   /// The folders and files that are granted, as paths, sorted.
   std::vector<std::string> grants() const;
 

@@ -7,6 +7,7 @@
 #include <cctype>
 #include <iostream>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "MainApplication/client/WorkerConnection.h"
 #include "Platform/FileURL.h"
@@ -49,7 +50,8 @@ std::vector<const Browser*> Commands::browsersFor(const std::vector<std::string>
     const Browser* browser = browserCalled(text);
     if (browser == nullptr) {
       errors_ << "tidewell: there is no browser \"" << text << "\"; known are";
-      for (const Browser& known : browsers()) errors_ << (&known == browsers().data() ? " " : ", ") << known.name;
+      const char* separator = " ";
+      for (const Browser* known : settings_.knownBrowsers()) errors_ << std::exchange(separator, ", ") << known->name;
       errors_ << '\n';
       return {};
     }
@@ -63,6 +65,29 @@ int Commands::fail(const std::string& why) {
   return kFailed;
 }
 
+int Commands::browsers() {
+  if (options_.json) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const Browser* browser : settings_.knownBrowsers()) {
+      const std::vector<std::string_view> words(browser->words.begin(), browser->words.end());
+      list.push_back({{"name", browser->name}, {"identifier", browser->bundleIdentifier}, {"words", words}});
+    }
+    output_ << list.dump(2) << '\n';
+    return kDone;
+  }
+  for (const Browser* browser : settings_.knownBrowsers()) {
+    std::string line(*browser->words.begin());
+    if (!options_.onlyWords) {
+      line.resize(20, ' ');
+      line += browser->name;
+      line.resize(40, ' ');
+      line += browser->bundleIdentifier;
+    }
+    output_ << line << '\n';
+  }
+  return kDone;
+}
+
 int Commands::status() {
   RunLoop loop;
   const auto connection = WorkerConnection::open(loop);
@@ -73,7 +98,8 @@ int Commands::status() {
                                   {"notifications", settings_.flag(kDisplayNotificationsKey)},
                                   {"overwrite", settings_.flag(kSecureDeleteDataKey)},
                                   {"browsers", nlohmann::ordered_json::array()}};
-  for (const Browser& browser : browsers()) {
+  for (const Browser* known : settings_.knownBrowsers()) {
+    const Browser& browser = *known;
     nlohmann::json folders = nlohmann::json::array();  // of all installations, without "~"
     for (const Installation& installation : home.layout->installationsOf(browser)) {
       const std::string& place = installation.dataFolder;

@@ -18,12 +18,15 @@ class Commands {
   struct Options {
     bool json = false;       // print states for programs
     bool answerYes = false;  // agree to every folder that is asked for
+    bool onlyWords = false;  // print one word of each browser
   };
 
   Commands(platform::linux_::SqliteUserDefaults& domains, Options options, std::ostream& output, std::ostream& errors)
       : domains_(domains), settings_(domains), options_(options), output_(output), errors_(errors) {}
 
   int status();
+  /// Prints the browsers that can be cleaned in this home, or only a word for each.
+  int browsers();
   int enable(const std::vector<std::string>& browsers);
   int disable(const std::vector<std::string>& browsers);
   int allow(const std::vector<std::string>& browsers);

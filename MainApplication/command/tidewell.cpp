@@ -29,6 +29,10 @@ int main(int argc, char** argv) {
   add(app, "status", "What is on, and what is allowed", [](Commands& c) {
     return c.status();
   })->add_flag("--json", options.json, "For programs");
+  CLI::App* list =
+      add(app, "browsers", "The browsers that can be cleaned here", [](Commands& c) { return c.browsers(); });
+  list->add_flag("--json", options.json, "For programs");
+  list->add_flag("--words", options.onlyWords, "Only what each may be called");
   const auto ofBrowsers = [&](const char* name, const char* what,
                               int (Commands::*command)(const std::vector<std::string>&)) {
     CLI::App* added = add(app, name, what, [&names, command](Commands& c) { return (c.*command)(names); });

@@ -76,7 +76,8 @@ void SettingsWindow::addHeading(const char* text) {
 
 void SettingsWindow::addBrowsers() {
   addHeading(::dgettext("tidewell", "Clean after these browsers when they quit"));
-  for (const Browser& browser : browsers()) {
+  for (const Browser* known : browsers_) {
+    const Browser& browser = *known;
     if (!rows_.empty()) list_.append(*Gtk::make_managed<Gtk::Separator>());
     const BrowserRow::Actions actions{[this, &browser](bool on) { enable(browser, on); },
                                       [this, &browser] { allow(browser); }, [this, &browser] { preview(browser); }};
@@ -173,7 +174,7 @@ void SettingsWindow::preview(const Browser& browser) {
 void SettingsWindow::showState() {
   isShowing_ = true;
   for (std::size_t index = 0; index < rows_.size(); ++index) {
-    const Browser& browser = browsers()[index];
+    const Browser& browser = *browsers_[index];
     rows_[index]->show({settings_.isEnabled(browser), settings_.allowed(browser), asking_.contains(&browser)});
   }
   for (const Option& option : options_) option.widget->set_active(settings_.flag(option.key));

@@ -44,13 +44,14 @@ class SettingsWindow : public Gtk::ApplicationWindow {
   void showMessage(const std::string& text);  // "" for none
 
   SettingsStore settings_;
+  const std::vector<const Browser*> browsers_ = settings_.knownBrowsers();
   Gtk::Box outer_{Gtk::Orientation::VERTICAL};
   Gtk::ScrolledWindow scrolled_;
   Gtk::Box content_{Gtk::Orientation::VERTICAL, 12};
   Gtk::Box message_{Gtk::Orientation::HORIZONTAL, 8};
   Gtk::Label messageText_;
   Gtk::Box list_{Gtk::Orientation::VERTICAL};
-  std::vector<BrowserRow*> rows_;  // as the browsers are ordered
+  std::vector<BrowserRow*> rows_;  // as browsers_ are ordered
   std::vector<Option> options_;
   std::set<const Browser*> asking_;
   std::unique_ptr<PreviewWindow> preview_;

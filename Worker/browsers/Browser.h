@@ -21,8 +21,8 @@ struct Browser {
   std::string_view bundleIdentifier;  // compared exactly
   Family family;
 
-  /// Other names by which a person may call it, in lower case.
-  FixedList<std::string_view, 4> aliases = {};
+  /// What a person may call it besides, in lower case. The first is shown where a short name is wanted.
+  FixedList<std::string_view, 5> words = {};
 
   /// On a home with a Library. Empty for a browser that is only cleaned on others.
   Place library = {};
@@ -39,7 +39,7 @@ struct Browser {
 
   /// Opera keeps its one profile in the data folder itself.
   bool hasProfileInDataFolder = false;
-  /// Folders of its names are also used by others: one counts only with a list of profiles in it.
+  /// Other programs have folders of the same names: one counts only with a list of profiles in it.
   bool needsProfilesList = false;
   /// Carries a Flash plug-in of its own, and so leaves the system's alone.
   bool hasFlashOfItsOwn = false;

@@ -12,13 +12,14 @@ constexpr Browser kBrowsers[] = {
     {.name = kSafari,
      .bundleIdentifier = "com.apple.Safari",
      .family = Family::kSafari,
+     .words = {"safari"},
      .library = {"~/Library/Cookies/", "~/Library/Caches/com.apple.Safari"},
      .executableNames = {"Safari", "safari"}},
 
     {.name = kFirefox,
      .bundleIdentifier = "org.mozilla.firefox",
      .family = Family::kFirefox,
-     .aliases = {"firefox-esr", "firefox-bin"},
+     .words = {"firefox", "firefox-esr", "firefox-bin"},
      .library = {"~/Library/Application Support/Firefox/Profiles/", "~/Library/Caches/Firefox/Profiles/"},
      .places = {{"~/.config/mozilla/firefox", "~/.cache/mozilla/firefox"},  // where new profiles are made since 2025
                 {"~/.mozilla/firefox", "~/.cache/mozilla/firefox"},
@@ -40,7 +41,7 @@ constexpr Browser kBrowsers[] = {
     {.name = kGoogleChrome,
      .bundleIdentifier = "com.google.Chrome",
      .family = Family::kChromium,
-     .aliases = {"google-chrome"},
+     .words = {"chrome", "google-chrome", "google-chrome-stable"},
      .library = {"~/Library/Application Support/Google/Chrome", "~/Library/Caches/Google/Chrome"},
      .places = {{"~/.config/google-chrome", "~/.cache/google-chrome"},
                 {"~/.config/google-chrome-beta", "~/.cache/google-chrome-beta"},
@@ -57,7 +58,7 @@ constexpr Browser kBrowsers[] = {
     {.name = kChromium,
      .bundleIdentifier = "org.chromium.Chromium",
      .family = Family::kChromium,
-     .aliases = {"chromium-browser"},
+     .words = {"chromium", "chromium-browser"},
      .library = {"~/Library/Application Support/Chromium", "~/Library/Caches/Chromium"},
      .places = {{"~/.config/chromium", "~/.cache/chromium"},
                 {"~/.var/app/org.chromium.Chromium/config/chromium", "~/.var/app/org.chromium.Chromium/cache/chromium"},
@@ -74,6 +75,7 @@ constexpr Browser kBrowsers[] = {
     {.name = kOpera,
      .bundleIdentifier = kOperaIdentifier,
      .family = Family::kChromium,
+     .words = {"opera"},
      .library = {"~/Library/Application Support/com.operasoftware.Opera", "~/Library/Caches/com.operasoftware.Opera"},
      .places = {{"~/.config/opera", "~/.cache/opera"},
                 {"~/.var/app/com.opera.Opera/config/opera", "~/.var/app/com.opera.Opera/cache/opera"},
@@ -127,10 +129,8 @@ const Browser* browserWithIdentifier(std::string_view bundleIdentifier) {
 const Browser* browserCalled(std::string_view text) {
   const std::string wanted = lowerCase(text);
   return browserThat([&wanted](const Browser& browser) {
-    const std::string name = lowerCase(browser.name);
-    return wanted == name || wanted == name.substr(name.rfind(' ') + 1) ||
-           wanted == lowerCase(browser.bundleIdentifier) ||
-           std::find(browser.aliases.begin(), browser.aliases.end(), wanted) != browser.aliases.end();
+    return wanted == lowerCase(browser.name) || wanted == lowerCase(browser.bundleIdentifier) ||
+           std::find(browser.words.begin(), browser.words.end(), wanted) != browser.words.end();
   });
 }
 

@@ -27,8 +27,8 @@ platform::WatchedApplication watched(const Browser& browser);
 const Browser* browserNamed(std::string_view name);
 const Browser* browserWithIdentifier(std::string_view bundleIdentifier);
 
-/// The browser that a person means: by its name, the last word of it, its identifier or an alias, in upper or lower
-/// case. Null for none.
+/// The browser that a person means: by its name, its identifier or one of its words, in upper or lower case. Null for
+/// none.
 const Browser* browserCalled(std::string_view text);
 
 }  // namespace tidewell

@@ -37,7 +37,10 @@ bool hasLibrary(const platform::UserDefaults& shared, const HomeFolder& home) {
 }  // namespace
 
 Home Home::current() {
-  HomeEyes eyes{isExistingFolder, mayBeFolder, GrantedFiles::bytesOf, [](const std::string& path) {
+  HomeEyes eyes{isExistingFolder, mayBeFolder,
+                [](const std::string& path) { return Platform::current().fileManager.fileExists(path); },
+                GrantedFiles::bytesOf,
+                [](const std::string& path) {
                   const platform::FileURL url(path, true);
                   return Platform::current().fileManager.urlByResolvingSymlinks(url).path();
                 }};

@@ -22,6 +22,7 @@ struct HomeEyes {
 
   Test isFolder;
   Test mayBeFolder;  // also true of what can't be looked at
+  Test isThere;      // anything of that path
   /// Of a file inside a folder that may have to be granted; absent when it can't be read.
   std::function<std::optional<std::string>(const std::string& path)> contentsOf;
   /// Where a path leads when its links are resolved; may be empty.

@@ -1,8 +1,9 @@
 # Completion of "tidewell" for bash.
 
 _tidewell() {
-  local commands="status enable disable allow preview grants notifications overwrite quit-of defaults"
-  local browsers="safari firefox chrome chromium opera"
+  local commands="status browsers enable disable allow preview grants notifications overwrite quit-of defaults"
+  local browsers
+  browsers=$(tidewell browsers --words 2>/dev/null)
   local domains="7QX2LM9PDA.com.emberlinestudio.Tidewell 7QX2LM9PDA.com.emberlinestudio.Tidewell.TidewellWorker"
   local current=${COMP_WORDS[COMP_CWORD]} words="--help"
   COMPREPLY=()
@@ -12,6 +13,7 @@ _tidewell() {
   fi
   case ${COMP_WORDS[1]} in
     status) words+=" --json" ;;
+    browsers) words+=" --json --words" ;;
     enable | allow) words+=" --yes $browsers" ;;
     disable) words+=" $browsers" ;;
     preview)

@@ -1,12 +1,13 @@
 # Completion of "tidewell" for fish.
 
-set -l commands status enable disable allow preview grants notifications overwrite quit-of defaults
+set -l commands status browsers enable disable allow preview grants notifications overwrite quit-of defaults
 set -l domains 7QX2LM9PDA.com.emberlinestudio.Tidewell 7QX2LM9PDA.com.emberlinestudio.Tidewell.TidewellWorker
 
 complete -c tidewell -f
 complete -c tidewell -s h -l help -d 'Print help'
 set -l first "not __fish_seen_subcommand_from $commands"
 complete -c tidewell -n $first -a status -d 'What is on, and what is allowed'
+complete -c tidewell -n $first -a browsers -d 'The browsers that can be cleaned here'
 complete -c tidewell -n $first -a enable -d 'Clean after these browsers, and ask for their folders'
 complete -c tidewell -n $first -a disable -d 'Leave these browsers alone'
 complete -c tidewell -n $first -a allow -d 'Ask for the folders of these browsers'
@@ -18,9 +19,10 @@ complete -c tidewell -n $first -a quit-of -d 'Clean after a browser now, as if i
 complete -c tidewell -n $first -a defaults -d 'Read and write settings'
 
 complete -c tidewell -n '__fish_seen_subcommand_from enable disable allow preview quit-of' \
-    -a 'safari firefox chrome chromium opera'
+    -a '(tidewell browsers --words 2>/dev/null)'
 complete -c tidewell -n '__fish_seen_subcommand_from enable allow' -l yes -d 'Agree to every folder'
-complete -c tidewell -n '__fish_seen_subcommand_from status preview grants' -l json -d 'For programs'
+complete -c tidewell -n '__fish_seen_subcommand_from status browsers preview grants' -l json -d 'For programs'
+complete -c tidewell -n '__fish_seen_subcommand_from browsers' -l words -d 'Only what each may be called'
 complete -c tidewell -n '__fish_seen_subcommand_from notifications overwrite' -a 'on off'
 complete -c tidewell -n '__fish_seen_subcommand_from grants; and not __fish_seen_subcommand_from revoke' \
     -a revoke -d 'Take back what was allowed'

@@ -166,6 +166,22 @@ void fillLibraryWithCurrentStores(const ScratchFolder& home, const std::optional
   fillOthers(home, SampleWriter(home, Stage::kBefore));
 }
 
+void fillInstallation(const ScratchFolder& home, const tidewell::Browser& browser, const std::string& dataFolder,
+                      const std::string& cacheFolder, bool isCleaned) {
+  const SampleWriter writer(home, isCleaned ? Stage::kCleaned : Stage::kBefore);
+  const std::string data = dataFolder + "/";
+  const std::string caches = cacheFolder + "/";
+  if (browser.family == tidewell::Family::kFirefox) {
+    writeFirefoxProfile(writer, data + "ann.default/", caches + "ann.default/");
+    home.file(data + "profiles.ini", "[Profile0]\nName=default\nIsRelative=1\nPath=ann.default\n");
+  } else {
+    const std::string profile = browser.hasProfileInDataFolder ? "" : "Default/";
+    writeChromeProfile(writer, data + profile, caches + profile, browser.hasFlashOfItsOwn);
+    writeChromeData(writer, data);
+    home.file(data + "Local State", kLocalState);
+  }
+}
+
 std::vector<std::string> foldersOfLinuxSampleHome(const std::string& browser) {
   Texts folders;
   const auto append = [&folders](std::string folder) {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "Worker/browsers/Browser.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace testing_support {
@@ -28,6 +29,11 @@ void fillLinuxSampleHome(const ScratchFolder& home, const std::optional<Cleaned>
 
 /// The same stores in the places of a home with a Library, one profile or two of each browser.
 void fillLibraryWithCurrentStores(const ScratchFolder& home, const std::optional<Cleaned>& cleaned = std::nullopt);
+
+/// Fills one installation of a browser, with a profile that has something in every store; `isCleaned`: as a cleaning
+/// has to leave it. Both folders are below the home.
+void fillInstallation(const ScratchFolder& home, const tidewell::Browser& browser, const std::string& dataFolder,
+                      const std::string& cacheFolder, bool isCleaned);
 
 /// The folders that must be granted for that browser in that home, below it.
 std::vector<std::string> foldersOfLinuxSampleHome(const std::string& browser);

@@ -127,68 +127,20 @@ TEST_F(HomeTest, withALibraryHasEveryBrowserInTheOnePlaceOfTheTable) {
   platform.system.movedConfiguration = home(".config");
   set("startedWith", platform::Value::Array{platform::Value::Array{"org.chromium.Chromium", home(".config/chromium")}});
   for (const tidewell::Browser& each : tidewell::browsers()) {
+    EXPECT_EQ(Home::current().layout->knows(each), each.isOnHomesWithLibrary()) << each.name;
+    EXPECT_EQ(Home::current().layout->mayHave(each), each.isOnHomesWithLibrary()) << each.name;
+    if (!each.isOnHomesWithLibrary()) {
+      EXPECT_THAT(Home::current().layout->installationsOf(each), IsEmpty()) << each.name;
+      continue;
+    }
     EXPECT_THAT(Home::current().layout->installationsOf(each),
                 ElementsAre(Installation{
                     std::string(each.library.dataFolder), {std::string(each.library.cacheFolder)}, Kind::kWhole}));
-    EXPECT_TRUE(Home::current().layout->mayHave(each));
   }
   EXPECT_THAT(Home::current().layout->pluginFolders(), IsEmpty());
 }
 
-// The places.
-
-struct Place {
-  const char* browser;
-  const char* data;
-  const char* caches;
-};
-
-class PlaceOf : public HomeTest, public ::testing::WithParamInterface<Place> {};
-
-TEST_P(PlaceOf, isUsedAloneWhenNothingElseIsThere) {
-  const auto& [name, data, caches] = GetParam();
-  platform.home.folder(data);
-  EXPECT_THAT(installations(name), ElementsAre(whole(data)));
-  EXPECT_THAT(needed(name), ElementsAre(data));
-  platform.home.folder(caches);
-  EXPECT_THAT(installations(name), ElementsAre(whole(data, {caches})));
-  EXPECT_THAT(needed(name), ElementsAre(data, caches));
-  for (const char* other : {"Safari", "Firefox", "Google Chrome", "Chromium", "Opera"}) {
-    if (other == std::string_view(name)) continue;
-    EXPECT_THAT(installations(other), IsEmpty()) << other;
-  }
-}
-
-TEST_P(PlaceOf, isNoneWithoutItsDataFolder) {
-  const auto& [name, data, caches] = GetParam();
-  platform.home.folder(caches);
-  platform.home.file(data);  // a file is none
-  EXPECT_THAT(installations(name), IsEmpty());
-  EXPECT_THAT(needed(name), IsEmpty());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Browsers, PlaceOf,
-    ::testing::Values(Place{"Chromium", ".config/chromium", ".cache/chromium"},
-                      Place{"Chromium", ".var/app/org.chromium.Chromium/config/chromium",
-                            ".var/app/org.chromium.Chromium/cache/chromium"},
-                      Place{"Chromium", "snap/chromium/common/chromium", "snap/chromium/common/.cache/chromium"},
-                      Place{"Google Chrome", ".config/google-chrome", ".cache/google-chrome"},
-                      Place{"Google Chrome", ".config/google-chrome-beta", ".cache/google-chrome-beta"},
-                      Place{"Google Chrome", ".config/google-chrome-unstable", ".cache/google-chrome-unstable"},
-                      Place{"Google Chrome", ".var/app/com.google.Chrome/config/google-chrome",
-                            ".var/app/com.google.Chrome/cache/google-chrome"},
-                      Place{"Firefox", ".config/mozilla/firefox", ".cache/mozilla/firefox"},
-                      Place{"Firefox", ".mozilla/firefox", ".cache/mozilla/firefox"},
-                      Place{"Firefox", ".var/app/org.mozilla.firefox/.mozilla/firefox",
-                            ".var/app/org.mozilla.firefox/cache/mozilla/firefox"},
-                      Place{"Firefox", ".var/app/org.mozilla.firefox/config/mozilla/firefox",
-                            ".var/app/org.mozilla.firefox/cache/mozilla/firefox"},
-                      Place{"Firefox", "snap/firefox/common/.mozilla/firefox",
-                            "snap/firefox/common/.cache/mozilla/firefox"},
-                      Place{"Opera", ".config/opera", ".cache/opera"},
-                      Place{"Opera", ".var/app/com.opera.Opera/config/opera", ".var/app/com.opera.Opera/cache/opera"},
-                      Place{"Opera", "snap/opera/common/.config/opera", "snap/opera/common/.cache/opera"}));
+// The places. Each of them is looked at in EveryInstallationTest.
 
 TEST_F(HomeTest, canHoldSeveralInstallations) {
   for (const char* folder : {".mozilla/firefox", ".config/mozilla/firefox", ".cache/mozilla/firefox",

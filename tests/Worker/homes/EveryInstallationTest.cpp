@@ -1,0 +1,131 @@
+// Every browser of the table, in every place of its row: found there, asked for, cleaned there, and nowhere else.
+
+#include <algorithm>
+#include <ostream>
+
+#include "Worker/homes/Home.h"
+#include "tests/support/LinuxHomeTest.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using testing_support::fillInstallation;
+using testing_support::HomeContents;
+using testing_support::LinuxHomeTest;
+using testing_support::ScratchFolder;
+using tidewell::Browser;
+using tidewell::browsers;
+using tidewell::Home;
+using tidewell::Installation;
+using Texts = std::vector<std::string>;
+
+struct Installed {
+  const Browser* browser;
+  std::string data;  // below the home folder
+  std::string caches;
+};
+
+void PrintTo(const Installed& installed, std::ostream* out) {
+  *out << installed.browser->name << " in " << installed.data;
+}
+
+std::vector<Installed> everyInstallation() {
+  std::vector<Installed> found;
+  for (const Browser& browser : browsers()) {
+    for (const tidewell::Place& place : browser.places) {
+      found.push_back({&browser, std::string(place.dataFolder.substr(2)), std::string(place.cacheFolder.substr(2))});
+    }
+  }
+  return found;
+}
+
+std::string nameOf(const ::testing::TestParamInfo<Installed>& info) {
+  std::string name = std::string(info.param.browser->name) + "_" + info.param.data;
+  std::replace_if(
+      name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
+  return name;
+}
+
+class EveryInstallation : public LinuxHomeTest, public ::testing::WithParamInterface<Installed> {
+ protected:
+  static const Browser& browser() { return *GetParam().browser; }
+  static const std::string& data() { return GetParam().data; }
+  static const std::string& caches() { return GetParam().caches; }
+
+  /// An empty one.
+  void makeDataFolder() {
+    platform.home.folder(data());
+    if (browser().needsProfilesList) platform.home.file(data() + "/profiles.ini");
+  }
+  Texts needed() const {
+    Texts folders = Home::current().layout->foldersNeededBy(browser());
+    for (std::string& folder : folders) folder.erase(0, platform.home.path().size() + 1);
+    return folders;
+  }
+
+  const std::shared_ptr<tidewell::WorkerAppDelegate> worker = makeWorker();
+};
+
+TEST_P(EveryInstallation, isFoundAloneAndAskedFor) {
+  makeDataFolder();
+  EXPECT_THAT(Home::current().layout->installationsOf(browser()), ElementsAre(Installation{home(data()), {}}));
+  EXPECT_THAT(needed(), ElementsAre(data()));
+  platform.home.folder(caches());
+  EXPECT_THAT(Home::current().layout->installationsOf(browser()),
+              ElementsAre(Installation{home(data()), {home(caches())}}));
+  EXPECT_THAT(needed(), ElementsAre(data(), caches()));
+}
+
+TEST_P(EveryInstallation, isNoOtherBrowsers) {
+  makeDataFolder();
+  for (const Browser& other : browsers()) {
+    if (&other == &browser()) continue;
+    EXPECT_THAT(Home::current().layout->installationsOf(other), IsEmpty()) << other.name;
+  }
+}
+
+TEST_P(EveryInstallation, isNoneWithoutItsDataFolder) {
+  platform.home.folder(caches());
+  platform.home.file(data());  // a file is none
+  EXPECT_THAT(Home::current().layout->installationsOf(browser()), IsEmpty());
+  EXPECT_THAT(needed(), IsEmpty());
+}
+
+TEST_P(EveryInstallation, isCleanedOfWhatSitesHaveLeftAndOfNothingElse) {
+  fillInstallation(platform.home, browser(), data(), caches(), false);
+  platform.grant(home(data()));
+  platform.grant(home(caches()));
+  quit(browser().name);
+  const ScratchFolder cleaned;
+  fillInstallation(cleaned, browser(), data(), caches(), true);
+  EXPECT_THAT(HomeContents(platform.home).differencesFrom(HomeContents(cleaned)), IsEmpty());
+  EXPECT_THAT(platform.log.lines(), IsEmpty());
+  EXPECT_THAT(panels(), IsEmpty());
+}
+
+TEST_P(EveryInstallation, isLeftAloneByTheQuitsOfAllOthers) {
+  fillInstallation(platform.home, browser(), data(), caches(), false);
+  platform.grant(platform.home.path());
+  const HomeContents before(platform.home);
+  for (const Browser& other : browsers()) {
+    if (&other != &browser()) quit(other.name);
+  }
+  const HomeContents after(platform.home);
+  EXPECT_THAT(after.changedSince(before), IsEmpty());
+  EXPECT_THAT(after.goneSince(before), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, EveryInstallation, ::testing::ValuesIn(everyInstallation()), nameOf);
+
+TEST_F(LinuxHomeTest, aBrowserWhoseFoldersBelongToOtherProgramsTooNeedsAListOfProfiles) {
+  for (const Browser& browser : browsers()) {
+    if (!browser.needsProfilesList) continue;
+    for (const tidewell::Place& place : browser.places) {
+      platform.home.file(std::string(place.dataFolder.substr(2)) + "/ann.default/prefs.js");
+    }
+    EXPECT_THAT(Home::current().layout->installationsOf(browser), IsEmpty()) << browser.name;
+  }
+}
+
+}  // namespace
