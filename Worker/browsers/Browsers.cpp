@@ -87,6 +87,25 @@ constexpr Browser kBrowsers[] = {
                           "/var/lib/flatpak/app/com.opera.Opera/current/active/files/extra/opera",
                           "~/.local/share/flatpak/app/com.opera.Opera/current/active/files/extra/opera"},
      .hasProfileInDataFolder = true},
+
+    {.name = "Brave",
+     .bundleIdentifier = "com.brave.Browser",
+     .family = Family::kChromium,
+     .words = {"brave", "brave-browser"},
+     .places = {{"~/.config/BraveSoftware/Brave-Browser", "~/.cache/BraveSoftware/Brave-Browser"},
+                {"~/.config/BraveSoftware/Brave-Browser-Beta", "~/.cache/BraveSoftware/Brave-Browser-Beta"},
+                {"~/.config/BraveSoftware/Brave-Browser-Dev", "~/.cache/BraveSoftware/Brave-Browser-Dev"},
+                {"~/.config/BraveSoftware/Brave-Browser-Nightly", "~/.cache/BraveSoftware/Brave-Browser-Nightly"},
+                {"~/.var/app/com.brave.Browser/config/BraveSoftware/Brave-Browser",
+                 "~/.var/app/com.brave.Browser/cache/BraveSoftware/Brave-Browser"},
+                {"~/snap/brave/current/.config/BraveSoftware/Brave-Browser",
+                 "~/snap/brave/common/.cache/BraveSoftware/Brave-Browser"}},
+     .executableNames = {"brave", "brave-browser"},
+     .executablePlaces = {"/opt/brave.com/brave/brave", "/opt/brave.com/brave-beta/brave",
+                          "/opt/brave.com/brave-dev/brave", "/opt/brave.com/brave-nightly/brave",
+                          "/snap/brave/*/opt/brave.com/brave/brave",
+                          "/var/lib/flatpak/app/com.brave.Browser/current/active/files/brave/brave",
+                          "~/.local/share/flatpak/app/com.brave.Browser/current/active/files/brave/brave"}},
 };
 
 template <typename Predicate>
