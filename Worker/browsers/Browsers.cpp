@@ -106,6 +106,20 @@ constexpr Browser kBrowsers[] = {
                           "/snap/brave/*/opt/brave.com/brave/brave",
                           "/var/lib/flatpak/app/com.brave.Browser/current/active/files/brave/brave",
                           "~/.local/share/flatpak/app/com.brave.Browser/current/active/files/brave/brave"}},
+
+    {.name = "Vivaldi",
+     .bundleIdentifier = "com.vivaldi.Vivaldi",
+     .family = Family::kChromium,
+     .words = {"vivaldi", "vivaldi-stable"},
+     .places = {{"~/.config/vivaldi", "~/.cache/vivaldi"},
+                {"~/.config/vivaldi-snapshot", "~/.cache/vivaldi-snapshot"},
+                {"~/.var/app/com.vivaldi.Vivaldi/config/vivaldi", "~/.var/app/com.vivaldi.Vivaldi/cache/vivaldi"},
+                {"~/snap/vivaldi/current/.config/vivaldi", "~/snap/vivaldi/common/.cache/vivaldi"}},
+     .executableNames = {"vivaldi-bin"},
+     .executablePlaces = {"/opt/vivaldi/vivaldi-bin", "/opt/vivaldi-snapshot/vivaldi-bin",
+                          "/snap/vivaldi/*/opt/vivaldi/vivaldi-bin",
+                          "/var/lib/flatpak/app/com.vivaldi.Vivaldi/current/active/files/vivaldi/vivaldi-bin",
+                          "~/.local/share/flatpak/app/com.vivaldi.Vivaldi/current/active/files/vivaldi/vivaldi-bin"}},
 };
 
 template <typename Predicate>
