@@ -120,6 +120,21 @@ constexpr Browser kBrowsers[] = {
                           "/snap/vivaldi/*/opt/vivaldi/vivaldi-bin",
                           "/var/lib/flatpak/app/com.vivaldi.Vivaldi/current/active/files/vivaldi/vivaldi-bin",
                           "~/.local/share/flatpak/app/com.vivaldi.Vivaldi/current/active/files/vivaldi/vivaldi-bin"}},
+
+    {.name = "Microsoft Edge",
+     .bundleIdentifier = "com.microsoft.Edge",
+     .family = Family::kChromium,
+     .words = {"edge", "microsoft-edge", "msedge"},
+     .places = {{"~/.config/microsoft-edge", "~/.cache/microsoft-edge"},
+                {"~/.config/microsoft-edge-beta", "~/.cache/microsoft-edge-beta"},
+                {"~/.config/microsoft-edge-dev", "~/.cache/microsoft-edge-dev"},
+                {"~/.var/app/com.microsoft.Edge/config/microsoft-edge",
+                 "~/.var/app/com.microsoft.Edge/cache/microsoft-edge"}},
+     .executableNames = {"msedge"},
+     .executablePlaces = {"/opt/microsoft/msedge/msedge", "/opt/microsoft/msedge-beta/msedge",
+                          "/opt/microsoft/msedge-dev/msedge",
+                          "/var/lib/flatpak/app/com.microsoft.Edge/current/active/files/extra/msedge",
+                          "~/.local/share/flatpak/app/com.microsoft.Edge/current/active/files/extra/msedge"}},
 };
 
 template <typename Predicate>
