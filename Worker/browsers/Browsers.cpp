@@ -135,6 +135,20 @@ constexpr Browser kBrowsers[] = {
                           "/opt/microsoft/msedge-dev/msedge",
                           "/var/lib/flatpak/app/com.microsoft.Edge/current/active/files/extra/msedge",
                           "~/.local/share/flatpak/app/com.microsoft.Edge/current/active/files/extra/msedge"}},
+
+    {.name = "ungoogled Chromium",
+     .bundleIdentifier = "io.github.ungoogled_software.ungoogled_chromium",
+     .family = Family::kChromium,
+     .words = {"ungoogled-chromium", "ungoogled"},
+     .places = {{"~/.config/ungoogled-chromium", "~/.cache/ungoogled-chromium"},
+                {"~/.var/app/io.github.ungoogled_software.ungoogled_chromium/config/chromium",
+                 "~/.var/app/io.github.ungoogled_software.ungoogled_chromium/cache/chromium"}},
+     .executableNames = {"ungoogled-chromium"},
+     .executablePlaces =
+         {"/usr/lib/ungoogled-chromium/ungoogled-chromium", "/opt/ungoogled-chromium/chrome",
+          "/var/lib/flatpak/app/io.github.ungoogled_software.ungoogled_chromium/current/active/files/chromium/chrome",
+          "~/.local/share/flatpak/app/io.github.ungoogled_software.ungoogled_chromium/current/active/files/chromium/"
+          "chrome"}},
 };
 
 template <typename Predicate>
