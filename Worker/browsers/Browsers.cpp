@@ -149,6 +149,21 @@ constexpr Browser kBrowsers[] = {
           "/var/lib/flatpak/app/io.github.ungoogled_software.ungoogled_chromium/current/active/files/chromium/chrome",
           "~/.local/share/flatpak/app/io.github.ungoogled_software.ungoogled_chromium/current/active/files/chromium/"
           "chrome"}},
+
+    {.name = "LibreWolf",
+     .bundleIdentifier = "io.gitlab.librewolf-community",
+     .family = Family::kFirefox,
+     .words = {"librewolf"},
+     .places = {{"~/.librewolf", "~/.cache/librewolf"},
+                {"~/.config/librewolf/librewolf", "~/.cache/librewolf/librewolf"},
+                {"~/.var/app/io.gitlab.librewolf-community/.librewolf",
+                 "~/.var/app/io.gitlab.librewolf-community/cache/librewolf"}},
+     .executableNames = {"librewolf", "librewolf-bin"},
+     .executablePlaces =
+         {"/usr/share/librewolf/librewolf", "/usr/lib/librewolf/librewolf", "/usr/lib64/librewolf/librewolf",
+          "/opt/librewolf/librewolf",
+          "/var/lib/flatpak/app/io.gitlab.librewolf-community/current/active/files/lib/librewolf/librewolf",
+          "~/.local/share/flatpak/app/io.gitlab.librewolf-community/current/active/files/lib/librewolf/librewolf"}},
 };
 
 template <typename Predicate>
