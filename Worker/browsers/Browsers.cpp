@@ -164,6 +164,18 @@ constexpr Browser kBrowsers[] = {
           "/opt/librewolf/librewolf",
           "/var/lib/flatpak/app/io.gitlab.librewolf-community/current/active/files/lib/librewolf/librewolf",
           "~/.local/share/flatpak/app/io.gitlab.librewolf-community/current/active/files/lib/librewolf/librewolf"}},
+
+    {.name = "Waterfox",
+     .bundleIdentifier = "net.waterfox.waterfox",
+     .family = Family::kFirefox,
+     .words = {"waterfox"},
+     .places = {{"~/.waterfox", "~/.cache/waterfox"},
+                {"~/.var/app/net.waterfox.waterfox/.waterfox", "~/.var/app/net.waterfox.waterfox/cache/waterfox"}},
+     .executableNames = {"waterfox", "waterfox-bin"},
+     .executablePlaces =
+         {"/usr/lib/waterfox/waterfox", "/usr/lib64/waterfox/waterfox", "/opt/waterfox/waterfox",
+          "/var/lib/flatpak/app/net.waterfox.waterfox/current/active/files/lib/waterfox/waterfox",
+          "~/.local/share/flatpak/app/net.waterfox.waterfox/current/active/files/lib/waterfox/waterfox"}},
 };
 
 template <typename Predicate>
