@@ -176,6 +176,17 @@ constexpr Browser kBrowsers[] = {
          {"/usr/lib/waterfox/waterfox", "/usr/lib64/waterfox/waterfox", "/opt/waterfox/waterfox",
           "/var/lib/flatpak/app/net.waterfox.waterfox/current/active/files/lib/waterfox/waterfox",
           "~/.local/share/flatpak/app/net.waterfox.waterfox/current/active/files/lib/waterfox/waterfox"}},
+
+    {.name = "Floorp",
+     .bundleIdentifier = "one.ablaze.floorp",
+     .family = Family::kFirefox,
+     .words = {"floorp"},
+     .places = {{"~/.floorp", "~/.cache/floorp"},
+                {"~/.var/app/one.ablaze.floorp/.floorp", "~/.var/app/one.ablaze.floorp/cache/floorp"}},
+     .executableNames = {"floorp"},
+     .executablePlaces = {"/usr/lib/floorp/floorp", "/usr/lib64/floorp/floorp", "/opt/floorp/floorp",
+                          "/var/lib/flatpak/app/one.ablaze.floorp/current/active/files/lib/floorp/floorp",
+                          "~/.local/share/flatpak/app/one.ablaze.floorp/current/active/files/lib/floorp/floorp"}},
 };
 
 template <typename Predicate>
