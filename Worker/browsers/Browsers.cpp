@@ -187,6 +187,21 @@ constexpr Browser kBrowsers[] = {
      .executablePlaces = {"/usr/lib/floorp/floorp", "/usr/lib64/floorp/floorp", "/opt/floorp/floorp",
                           "/var/lib/flatpak/app/one.ablaze.floorp/current/active/files/lib/floorp/floorp",
                           "~/.local/share/flatpak/app/one.ablaze.floorp/current/active/files/lib/floorp/floorp"}},
+
+    {.name = "Zen",
+     .bundleIdentifier = "app.zen_browser.zen",
+     .family = Family::kFirefox,
+     .words = {"zen", "zen-browser"},
+     .places = {{"~/.zen", "~/.cache/zen"},
+                {"~/.config/zen", "~/.cache/zen"},
+                {"~/.var/app/app.zen_browser.zen/.zen", "~/.var/app/app.zen_browser.zen/cache/zen"},
+                {"~/snap/zen/common/.zen", "~/snap/zen/common/.cache/zen"}},
+     .executableNames = {"zen", "zen-bin", "zen-browser"},
+     .executablePlaces = {"/opt/zen-browser-bin/zen-bin", "/opt/zen-browser/zen", "/opt/zen/zen",
+                          "/usr/lib/zen-browser/zen-bin",
+                          "/var/lib/flatpak/app/app.zen_browser.zen/current/active/files/zen/zen",
+                          "~/.local/share/flatpak/app/app.zen_browser.zen/current/active/files/zen/zen"},
+     .needsProfilesList = true},
 };
 
 template <typename Predicate>
