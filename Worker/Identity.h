@@ -9,6 +9,9 @@ inline constexpr char kBundleIdentifier[] = "7QX2LM9PDA.com.emberlinestudio.Tide
 /// The settings that the worker shares with the main application.
 inline constexpr char kSharedSuite[] = "7QX2LM9PDA.com.emberlinestudio.Tidewell";
 
+/// Ends the name of what is to take another item's place and is not whole yet, or of what it has replaced.
+inline constexpr char kAsideSuffix[] = ".tidewell";
+
 /// What a person reads as the name of all of it.
 inline constexpr char kDisplayName[] = "Tidewell";
 

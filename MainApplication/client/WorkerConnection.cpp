@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Platform/Linux/bus/BusListener.h"
+#include "Platform/Linux/bus/OpenPanelNames.h"
 #include "Worker/Agent.h"
 #include "Worker/Identity.h"
 
@@ -17,7 +18,6 @@ using platform::linux_::BusServiceNames;
 using platform::linux_::BusSlot;
 using platform::linux_::SessionBus;
 
-constexpr char kPanel[] = "com.emberlinestudio.Tidewell.OpenPanel";
 constexpr char kWorkspace[] = "com.emberlinestudio.Tidewell.Workspace";
 constexpr std::uint64_t kNoTimeout = UINT64_MAX;
 constexpr std::chrono::microseconds kHeartbeat{10'000'000};
@@ -117,7 +117,7 @@ bool WorkerConnection::isRunning() {
 
 int WorkerConnection::panelCalled(sd_bus_message* call, void* data, sd_bus_error*) {
   const auto* self = static_cast<WorkerConnection*>(data);
-  if (sd_bus_message_is_method_call(call, kPanel, "RunModal") <= 0) return 0;
+  if (sd_bus_message_is_method_call(call, platform::linux_::kOpenPanelName, "RunModal") <= 0) return 0;
   const std::string url = self->panel_(questionFrom(call));
   return sd_bus_reply_method_return(call, "us", url.empty() ? 0U : 1U, url.c_str());
 }
@@ -128,11 +128,10 @@ std::optional<std::string> WorkerConnection::requestAccess(const std::string& bu
   BusSlot offered;
   if (panel_) {
     sd_bus_slot* slot = nullptr;
-    sd_bus_add_object(bus_->get(), &slot, "/com/emberlinestudio/Tidewell/OpenPanel", &WorkerConnection::panelCalled,
-                      this);
+    sd_bus_add_object(bus_->get(), &slot, platform::linux_::kOpenPanelObject, &WorkerConnection::panelCalled, this);
     offered.reset(slot);
     // Where a graphical panel is up already, that one answers.
-    static_cast<void>(bus_->requestName(kPanel));
+    static_cast<void>(bus_->requestName(platform::linux_::kOpenPanelName));
   }
   Pending pending;
   const BusServiceNames names = worker();
@@ -161,7 +160,7 @@ std::optional<std::string> WorkerConnection::requestAccess(const std::string& bu
   heartbeat->begin();
   bus_->loop().runModally([&] { return pending.arrived || *late || heartbeat->hasStopped(); });
   heartbeat->end();
-  if (panel_) sd_bus_release_name(bus_->get(), kPanel);
+  if (panel_) sd_bus_release_name(bus_->get(), platform::linux_::kOpenPanelName);
   return pending.text;
 }
 

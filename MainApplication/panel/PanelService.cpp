@@ -3,17 +3,18 @@
 #include <algorithm>
 #include <utility>
 
+#include "Platform/Linux/bus/OpenPanelNames.h"
+
 namespace tidewell {
 namespace {
 
-constexpr char kObject[] = "/com/emberlinestudio/Tidewell/OpenPanel";
-constexpr char kIntrospection[] = R"(<node><interface name="com.emberlinestudio.Tidewell.OpenPanel">
+constexpr char kMethods[] = R"(
   <method name="RunModal">
     <arg name="panel" type="a{sv}" direction="in"/>
     <arg name="response" type="u" direction="out"/>
     <arg name="url" type="s" direction="out"/>
   </method>
-</interface></node>)";
+)";
 
 }  // namespace
 
@@ -26,8 +27,10 @@ PanelService::PanelService(Gtk::Application& application)
       }) {}
 
 void PanelService::offer(const Glib::RefPtr<Gio::DBus::Connection>& connection) {
-  const auto node = Gio::DBus::NodeInfo::create_for_xml(kIntrospection);
-  connection->register_object(kObject, node->lookup_interface(), table_);
+  const auto node =
+      Gio::DBus::NodeInfo::create_for_xml(std::string("<node><interface name=\"") + platform::linux_::kOpenPanelName +
+                                          "\">" + kMethods + "</interface></node>");
+  connection->register_object(platform::linux_::kOpenPanelObject, node->lookup_interface(), table_);
 }
 
 void PanelService::received(const Glib::ustring& sender, const Glib::ustring&,

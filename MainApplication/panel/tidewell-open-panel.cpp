@@ -6,18 +6,19 @@
 #include <clocale>
 
 #include "MainApplication/panel/PanelService.h"
+#include "Platform/Linux/bus/OpenPanelNames.h"
 #include "Platform/Linux/host/GettextBundle.h"
 #include "Platform/Path.h"
 
 namespace {
 
-constexpr char kName[] = "com.emberlinestudio.Tidewell.OpenPanel";
 constexpr unsigned kLingerMilliseconds = 5000;
 
 /// A service that has windows when it is asked for one.
 class Application : public Gtk::Application {
  public:
-  Application() : Gtk::Application(kName, Gio::Application::Flags::IS_SERVICE), service_(*this) {
+  Application()
+      : Gtk::Application(platform::linux_::kOpenPanelName, Gio::Application::Flags::IS_SERVICE), service_(*this) {
     g_application_set_inactivity_timeout(G_APPLICATION(gobj()), kLingerMilliseconds);
   }
 
@@ -34,9 +35,6 @@ class Application : public Gtk::Application {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::setlocale(LC_ALL, "");
-  const std::string shared = platform::linux_::GettextBundle::sharedFolderOfExecutable();
-  ::bindtextdomain("tidewell", platform::appendingPathComponent(shared, "locale").c_str());
-  ::bind_textdomain_codeset("tidewell", "UTF-8");
+  platform::linux_::GettextBundle::useTextsBesideProgram();
   return Application().run(argc, argv);
 }

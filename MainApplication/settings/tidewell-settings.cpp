@@ -40,10 +40,7 @@ class Application : public Gtk::Application {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::setlocale(LC_ALL, "");
-  const std::string shared = linux_::GettextBundle::sharedFolderOfExecutable();
-  ::bindtextdomain("tidewell", platform::appendingPathComponent(shared, "locale").c_str());
-  ::bind_textdomain_codeset("tidewell", "UTF-8");
+  linux_::GettextBundle::useTextsBesideProgram();
   linux_::LineLog log;
   linux_::SqliteUserDefaults domains(linux_::SqliteUserDefaults::folderFromEnvironment(), tidewell::kBundleIdentifier,
                                      log);

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 
+#include "Worker/formats/ByteReader.h"
 #include "Worker/formats/JsonParts.h"
 
 namespace tidewell {
@@ -77,8 +78,7 @@ class SiteData {
 /// The text, or nothing if the file is no such file.
 std::optional<std::string> unpacked(std::string_view file) {
   if (file.size() <= kHeader || !startsWith(file, kMagic)) return std::nullopt;
-  std::size_t size = 0;
-  for (std::size_t at = kHeader; at-- > kMagic.size();) size = size << 8 | static_cast<std::uint8_t>(file[at]);
+  const auto size = static_cast<std::size_t>(littleEndian(file.substr(kMagic.size(), kHeader - kMagic.size())));
   const std::string_view block = file.substr(kHeader);
   if (size > kLongest || block.size() > kLongest || size > block.size() * kGreatestRatio) return std::nullopt;
   std::string text(size, '\0');
@@ -90,7 +90,7 @@ std::optional<std::string> unpacked(std::string_view file) {
 
 std::string packed(std::string_view text) {
   std::string file(kMagic);
-  for (int shift = 0; shift < 32; shift += 8) file += static_cast<char>(text.size() >> shift & 0xff);
+  appendFixedNumber(file, text.size(), kHeader - kMagic.size());
   const int size = static_cast<int>(text.size());  // at most kLongest
   file.resize(kHeader + static_cast<std::size_t>(LZ4_compressBound(size)));
   const int packedSize =

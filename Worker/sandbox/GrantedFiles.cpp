@@ -5,6 +5,7 @@
 
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
+#include "Worker/Identity.h"
 #include "Worker/sandbox/AppSandboxFileAccessPersist.h"
 #include "Worker/sandbox/Operation.h"
 #include "Worker/sandbox/SecureDelete.h"
@@ -17,7 +18,6 @@ using platform::Value;
 
 constexpr std::uint64_t kLargestRead = 512U << 20;  // bytes
 constexpr unsigned kOwnerOnly = 0600;
-constexpr char kNewItem[] = ".tidewell";  // appended to the name of what is being replaced
 
 std::optional<std::string> bytesInsideGrant(const std::string& path) {
   const auto file = Platform::current().fileManager.readableFile(path);
@@ -52,7 +52,7 @@ void removeItemInsideGrant(const std::string& path, bool overwrites) {
 /// The new contents are whole on the disk before they take the old ones' place.
 void replaceInsideGrant(const std::string& path, const std::string& contents, bool overwrites) {
   platform::FileManager& fileManager = Platform::current().fileManager;
-  const std::string other = path + kNewItem;
+  const std::string other = path + kAsideSuffix;
   const auto permissions = attributeOf<std::int64_t>(path, platform::kFilePosixPermissions);
   if (fileManager.createFile(other, contents, static_cast<unsigned>(permissions.value_or(kOwnerOnly)) & 0777U)) return;
   const std::error_code error = fileManager.exchangeItems(path, other);
@@ -147,7 +147,7 @@ void GrantedFiles::rewrite(const std::string& path, const Rewriter& rewriter) {
   const bool overwrites = overwritesFirst();
   underGrant<bool>(path, false, [&](const std::string& fullPath) {
     const std::lock_guard turn(turnOf(fullPath));
-    removeItemInsideGrant(fullPath + kNewItem, overwrites);  // left by a worker that was ended in the middle
+    removeItemInsideGrant(fullPath + kAsideSuffix, overwrites);  // left by a worker that was ended in the middle
     const auto bytes = bytesInsideGrant(fullPath);
     if (!bytes) return false;
     const Rewriting rewriting = rewriter(*bytes);

@@ -64,11 +64,11 @@ std::string asRecords(std::string_view bytes) {
 /// Appends a block with its checksum; answers where it lies.
 std::string appendBlock(std::string& file, std::string_view block, std::uint64_t compression) {
   std::string handle;
-  tidewell::appendLevelNumber(handle, file.size());
-  tidewell::appendLevelNumber(handle, block.size());
+  tidewell::appendNumber(handle, file.size());
+  tidewell::appendNumber(handle, block.size());
   const std::string type(1, static_cast<char>(compression));
   file.append(block).append(type);
-  tidewell::appendLevelFixedNumber(file, tidewell::levelChecksum(block, type), 4);
+  tidewell::appendFixedNumber(file, tidewell::levelChecksum(block, type), 4);
   return handle;
 }
 
@@ -79,13 +79,13 @@ std::string asTable(std::string_view bytes) {
     const std::uint64_t compression = input.byte();
     const std::string handle = appendBlock(file, input.part(), compression % 4);
     index.append({'\0', '\1'});
-    tidewell::appendLevelNumber(index, handle.size());
+    tidewell::appendNumber(index, handle.size());
     index.append("x").append(handle);
   }
-  tidewell::appendLevelFixedNumber(index, std::uint64_t{1} << 32, 8);  // one place, at the start
+  tidewell::appendFixedNumber(index, std::uint64_t{1} << 32, 8);  // one place, at the start
   std::string footer = std::string(2, '\0') + appendBlock(file, index, 0);
   footer.resize(40);
-  tidewell::appendLevelFixedNumber(footer, 0xdb4775248b80fb57, 8);
+  tidewell::appendFixedNumber(footer, 0xdb4775248b80fb57, 8);
   return file + footer;
 }
 

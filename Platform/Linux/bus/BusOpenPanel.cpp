@@ -6,11 +6,11 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/Linux/bus/OpenPanelNames.h"
+
 namespace platform::linux_ {
 namespace {
 
-constexpr char kName[] = "com.emberlinestudio.Tidewell.OpenPanel";
-constexpr char kObject[] = "/com/emberlinestudio/Tidewell/OpenPanel";
 constexpr std::uint64_t kNoTimeout = UINT64_MAX;  // a person may take an hour
 
 /// A person can't give a wrong answer time and again; a program can, and must not keep the main thread busy for ever.
@@ -70,7 +70,8 @@ void appendEnabled(sd_bus_message* message, const std::vector<std::string>& urls
 
 BusMessage callFor(sd_bus* bus, const OpenPanelSettings& panel, bool activates) {
   sd_bus_message* call = nullptr;
-  if (sd_bus_message_new_method_call(bus, &call, kName, kObject, kName, "RunModal") < 0) return nullptr;
+  if (sd_bus_message_new_method_call(bus, &call, kOpenPanelName, kOpenPanelObject, kOpenPanelName, "RunModal") < 0)
+    return nullptr;
   BusMessage owned(call);
   sd_bus_message_open_container(call, SD_BUS_TYPE_ARRAY, "{sv}");
   append(call, "title", panel.title);

@@ -4,14 +4,12 @@
 
 #include <cerrno>
 
+#include "Platform/Linux/host/LastError.h"
+
 namespace platform::linux_ {
 namespace {
 
 constexpr int kPinFlags = O_PATH | O_NOFOLLOW;
-
-std::error_code lastError() {
-  return {errno, std::generic_category()};
-}
 
 bool isSame(const struct stat& one, const struct stat& other) {
   return one.st_ino == other.st_ino && one.st_dev == other.st_dev;

@@ -6,16 +6,14 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "Platform/Linux/host/LastError.h"
+
 namespace platform::linux_ {
 namespace {
 
 constexpr mode_t kPrivateFolderMode = 0700;
 constexpr mode_t kPrivateFileMode = 0600;
 constexpr unsigned kPermissionBits = 0777;
-
-std::error_code lastError() {
-  return {errno, std::generic_category()};
-}
 
 /// The folder of an item, opened so that it can be flushed: the location's own descriptor can't.
 FileDescriptor folderToFlush(const ItemLocation& item) {

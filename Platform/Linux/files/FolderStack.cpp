@@ -5,15 +5,13 @@
 
 #include <cerrno>
 
+#include "Platform/Linux/host/LastError.h"
+
 namespace platform::linux_ {
 namespace {
 
 constexpr std::size_t kOpenLevels = 32;
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
-
-std::error_code lastError() {
-  return {errno, std::generic_category()};
-}
 
 }  // namespace
 

@@ -18,6 +18,7 @@
 #include "Platform/Linux/files/FolderListing.h"
 #include "Platform/Linux/files/LinuxDirectoryEnumerator.h"
 #include "Platform/Linux/files/TreeRemoval.h"
+#include "Platform/Linux/host/LastError.h"
 #include "Platform/Linux/host/UserFolders.h"
 #include "Platform/Path.h"
 #include "Platform/UTF8.h"
@@ -29,10 +30,6 @@ constexpr std::size_t kCopyChunk = 1 << 20;  // bytes
 
 constexpr mode_t kPrivateFolderMode = 0700;
 constexpr int kReadFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY;  // never waits for the other end of a pipe
-
-std::error_code lastError() {
-  return {errno, std::generic_category()};
-}
 
 bool isNoPath(const std::string& path) {
   return path.empty() || path.find('\0') != std::string::npos;

@@ -11,16 +11,13 @@
 #include <mutex>
 #include <optional>
 
+#include "Platform/Linux/host/LastError.h"
 #include "Platform/Path.h"
 
 namespace platform::linux_ {
 namespace {
 
 constexpr std::uint64_t kNoLinks = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
-
-std::error_code lastError() {
-  return {errno, std::generic_category()};
-}
 
 FileDescriptor openat2(int folder, const std::string& path, int flags, std::uint64_t resolve) {
   open_how how{};

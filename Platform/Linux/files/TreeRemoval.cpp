@@ -8,15 +8,12 @@
 
 #include "Platform/Linux/files/FolderListing.h"
 #include "Platform/Linux/files/FolderStack.h"
+#include "Platform/Linux/host/LastError.h"
 
 namespace platform::linux_ {
 namespace {
 
 constexpr int kMostRounds = 50;  // through one folder that someone else is writing to
-
-std::error_code lastError() {
-  return {errno, std::generic_category()};
-}
 
 class TreeRemoval {
  public:

@@ -15,16 +15,25 @@ namespace {
 
 constexpr char kTextDomain[] = "tidewell";
 
-}  // namespace
-
-GettextBundle::GettextBundle(BundleInfo info, const std::string& sharedFolder)
-    : info_(std::move(info)), resourcesFolder_(appendingPathComponent(sharedFolder, "tidewell")) {
+void useCatalogues(const std::string& sharedFolder) {
   ::bindtextdomain(kTextDomain, appendingPathComponent(sharedFolder, "locale").c_str());
   ::bind_textdomain_codeset(kTextDomain, "UTF-8");
 }
 
+}  // namespace
+
+GettextBundle::GettextBundle(BundleInfo info, const std::string& sharedFolder)
+    : info_(std::move(info)), resourcesFolder_(appendingPathComponent(sharedFolder, "tidewell")) {
+  useCatalogues(sharedFolder);
+}
+
 void GettextBundle::useLanguageOfEnvironment() {
   std::setlocale(LC_ALL, "");
+}
+
+void GettextBundle::useTextsBesideProgram() {
+  useLanguageOfEnvironment();
+  useCatalogues(sharedFolderOfExecutable());
 }
 
 std::string GettextBundle::sharedFolderOfExecutable() {

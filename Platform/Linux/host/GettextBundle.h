@@ -21,6 +21,9 @@ class GettextBundle : public Bundle {
   /// Takes the person's language from the environment. Once, before threads are started.
   static void useLanguageOfEnvironment();
 
+  /// The same, and the catalogues of texts beside the program, for windows: their toolkit calls gettext itself.
+  static void useTextsBesideProgram();
+
   /// The folder "share" beside the one that the running program lies in.
   static std::string sharedFolderOfExecutable();
 

@@ -9,6 +9,7 @@
 
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
+#include "Worker/Identity.h"
 #include "Worker/formats/leveldb/LevelSource.h"
 #include "Worker/formats/leveldb/LevelWriter.h"
 
@@ -20,7 +21,6 @@ using Outcome = LevelDatabase::Outcome;
 using Removal = LevelDatabase::Removal;
 using Search = std::function<bool(std::string_view bytes)>;
 
-constexpr char kAsideSuffix[] = ".tidewell";
 constexpr std::size_t kSearched = std::size_t{1} << 20;  // bytes at once
 constexpr std::size_t kOverlap = std::size_t{64} << 10;  // bytes that are searched again with those that follow
 

@@ -44,63 +44,11 @@ std::uint32_t extend(std::uint32_t rest, std::string_view bytes) {
   return rest;
 }
 
-std::uint64_t littleEndian(std::string_view bytes) {
-  std::uint64_t number = 0;
-  for (std::size_t index = bytes.size(); index > 0; --index) {
-    number = number << 8 | static_cast<unsigned char>(bytes[index - 1]);
-  }
-  return number;
-}
-
 std::uint64_t tagOf(std::string_view key) {
   return littleEndian(key.substr(key.size() - kTagSize));
 }
 
 }  // namespace
-
-std::optional<std::uint64_t> LevelBytes::number() {
-  std::uint64_t number = 0;
-  for (unsigned shift = 0; shift < 64 && !rest_.empty() && !isBroken_; shift += 7) {
-    const auto byte = static_cast<unsigned char>(rest_.front());
-    rest_.remove_prefix(1);
-    number |= std::uint64_t{byte & 0x7fU} << shift;
-    if ((byte & 0x80U) == 0) return number;
-  }
-  isBroken_ = true;
-  return std::nullopt;
-}
-
-std::optional<std::string_view> LevelBytes::text() {
-  const auto size = number();
-  return size ? bytes(*size) : std::nullopt;
-}
-
-std::optional<std::string_view> LevelBytes::bytes(std::uint64_t count) {
-  isBroken_ = isBroken_ || count > rest_.size();
-  if (isBroken_) return std::nullopt;
-  const std::string_view bytes = rest_.substr(0, static_cast<std::size_t>(count));
-  rest_.remove_prefix(bytes.size());
-  return bytes;
-}
-
-std::optional<std::uint64_t> LevelBytes::fixedNumber(std::size_t size) {
-  const auto read = bytes(size);
-  return read ? std::optional(littleEndian(*read)) : std::nullopt;
-}
-
-void appendLevelNumber(std::string& bytes, std::uint64_t number) {
-  for (; number >= 0x80; number >>= 7) bytes.push_back(static_cast<char>(number | 0x80));
-  bytes.push_back(static_cast<char>(number));
-}
-
-void appendLevelText(std::string& bytes, std::string_view text) {
-  appendLevelNumber(bytes, text.size());
-  bytes.append(text);
-}
-
-void appendLevelFixedNumber(std::string& bytes, std::uint64_t number, std::size_t size) {
-  for (; size > 0; --size, number >>= 8) bytes.push_back(static_cast<char>(number));
-}
 
 std::uint32_t levelChecksum(std::string_view bytes, std::string_view more) {
   const std::uint32_t checksum = ~extend(extend(~std::uint32_t{0}, bytes), more);
@@ -116,7 +64,7 @@ std::optional<LevelKey> LevelKey::from(std::string_view bytes) {
 
 std::string LevelKey::bytes() const {
   std::string bytes(key);
-  appendLevelFixedNumber(bytes, sequence << 8 | (isDeletion ? 0U : 1U), kTagSize);
+  appendFixedNumber(bytes, sequence << 8 | (isDeletion ? 0U : 1U), kTagSize);
   return bytes;
 }
 

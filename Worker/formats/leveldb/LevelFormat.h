@@ -1,4 +1,4 @@
-// The small change of LevelDB's files: numbers, checksums, and keys with their age.
+// What all of LevelDB's files have in common: checksums, and keys with their age.
 #pragma once
 
 #include <cstddef>
@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "Worker/formats/ByteReader.h"
 
 namespace tidewell {
 
@@ -21,30 +23,6 @@ enum class LevelCondition {
 inline constexpr std::size_t kLevelMaximalMemory = std::size_t{256} << 20;
 /// One block of a table, which holds at least one whole value, or one record of a log, in bytes, uncompressed.
 inline constexpr std::size_t kLevelMaximalBlock = std::size_t{64} << 20;
-
-/// Reads numbers and texts one after the other. After the first that is absent, all are.
-class LevelBytes {
- public:
-  explicit LevelBytes(std::string_view bytes) : rest_(bytes) {}
-
-  bool atEnd() const { return rest_.empty(); }
-
-  /// 7 bits in each byte, the lowest first.
-  std::optional<std::uint64_t> number();
-  /// The length as such a number, and the text.
-  std::optional<std::string_view> text();
-  std::optional<std::string_view> bytes(std::uint64_t count);
-  /// 1 to 8 bytes, the lowest first.
-  std::optional<std::uint64_t> fixedNumber(std::size_t size);
-
- private:
-  std::string_view rest_;
-  bool isBroken_ = false;  // one was absent
-};
-
-void appendLevelNumber(std::string& bytes, std::uint64_t number);
-void appendLevelText(std::string& bytes, std::string_view text);
-void appendLevelFixedNumber(std::string& bytes, std::uint64_t number, std::size_t size);
 
 /// The checksum as it stands in files: CRC-32C of both one after the other, turned and shifted so that the checksum of
 /// bytes that hold checksums is none of these.

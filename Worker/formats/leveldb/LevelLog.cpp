@@ -45,7 +45,7 @@ LevelCondition LevelLogReader::nextPiece(Piece& piece, bool& atEnd) {
 LevelCondition LevelLogReader::cutPiece(Piece& piece, bool& isRest) {
   isRest = true;
   const bool isLast = isLastBlock() && position_ >= fetched_.size();
-  LevelBytes bytes(block_);
+  ByteReader bytes(block_);
   const auto checksum = bytes.fixedNumber(4);
   const auto size = bytes.fixedNumber(2);
   const auto type = bytes.fixedNumber(1);
@@ -101,8 +101,8 @@ void appendLevelRecord(std::string& file, std::string_view record) {
     const std::uint8_t whole = isFirst ? kWhole : kLast;
     const std::uint8_t part = isFirst ? kFirst : kMiddle;
     const char type = static_cast<char>(isLast ? whole : part);
-    appendLevelFixedNumber(file, levelChecksum({&type, 1}, content), 4);
-    appendLevelFixedNumber(file, content.size(), 2);
+    appendFixedNumber(file, levelChecksum({&type, 1}, content), 4);
+    appendFixedNumber(file, content.size(), 2);
     file.push_back(type);
     file.append(content);
     isFirst = false;

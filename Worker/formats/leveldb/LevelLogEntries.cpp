@@ -23,7 +23,7 @@ LevelCondition LevelLogEntries::add(const LevelFile& log, bool& hasLoss) {
 }
 
 LevelCondition LevelLogEntries::addBatch(std::string_view batch) {
-  LevelBytes bytes(batch);
+  ByteReader bytes(batch);
   const auto sequence = bytes.fixedNumber(8);
   const auto count = bytes.fixedNumber(4);
   if (!count || *sequence >= kSequences - *count) return LevelCondition::kDamaged;

@@ -19,7 +19,7 @@ enum Tag : std::uint8_t {
   kPreviousLog = 9,
 };
 
-bool assign(std::uint64_t& number, LevelBytes& edit) {
+bool assign(std::uint64_t& number, ByteReader& edit) {
   const auto read = edit.number();
   if (read) number = *read;
   return read.has_value();
@@ -43,7 +43,7 @@ LevelCondition LevelManifest::read(const LevelFile& file) {
 }
 
 LevelCondition LevelManifest::apply(std::string_view edit) {
-  LevelBytes fields(edit);
+  ByteReader fields(edit);
   bool isForeign = false;
   while (!fields.atEnd()) {
     const auto tag = fields.number();
@@ -53,7 +53,7 @@ LevelCondition LevelManifest::apply(std::string_view edit) {
   return LevelCondition::kSound;
 }
 
-bool LevelManifest::applyField(std::uint64_t tag, LevelBytes& edit, bool& isForeign) {
+bool LevelManifest::applyField(std::uint64_t tag, ByteReader& edit, bool& isForeign) {
   switch (tag) {
     case kComparator: {
       const auto name = edit.text();
@@ -89,7 +89,7 @@ bool LevelManifest::applyField(std::uint64_t tag, LevelBytes& edit, bool& isFore
   }
 }
 
-bool LevelManifest::addTable(LevelBytes& edit) {
+bool LevelManifest::addTable(ByteReader& edit) {
   const auto level = edit.number();
   const auto number = edit.number();
   const auto size = edit.number();
@@ -103,19 +103,19 @@ bool LevelManifest::addTable(LevelBytes& edit) {
 
 std::string LevelManifest::bytes() const {
   std::string edit;
-  appendLevelNumber(edit, kComparator);
-  appendLevelText(edit, kByteOrder);
+  appendNumber(edit, kComparator);
+  appendText(edit, kByteOrder);
   for (const auto& [tag, number] :
        {std::pair(kLogNumber, firstLog), std::pair(kNextNumber, nextNumber), std::pair(kLastSequence, lastSequence)}) {
-    appendLevelNumber(edit, tag);
-    appendLevelNumber(edit, number);
+    appendNumber(edit, tag);
+    appendNumber(edit, number);
   }
   for (const auto& [number, table] : tables) {
     for (const std::uint64_t field : {std::uint64_t{kNewTable}, table.level, number, table.size}) {
-      appendLevelNumber(edit, field);
+      appendNumber(edit, field);
     }
-    appendLevelText(edit, table.smallest);
-    appendLevelText(edit, table.largest);
+    appendText(edit, table.smallest);
+    appendText(edit, table.largest);
   }
   std::string file;
   appendLevelRecord(file, edit);

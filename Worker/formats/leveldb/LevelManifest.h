@@ -35,8 +35,8 @@ struct LevelManifest {
 
  private:
   LevelCondition apply(std::string_view edit);
-  bool applyField(std::uint64_t tag, LevelBytes& edit, bool& isForeign);
-  bool addTable(LevelBytes& edit);
+  bool applyField(std::uint64_t tag, ByteReader& edit, bool& isForeign);
+  bool addTable(ByteReader& edit);
 };
 
 }  // namespace tidewell

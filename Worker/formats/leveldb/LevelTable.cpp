@@ -35,7 +35,7 @@ LevelCondition LevelBlock::assign(std::string bytes) {
   bytes_ = std::move(bytes);
   // Behind the entries: where among them whole keys stand, and how many such places there are.
   if (bytes_.size() < 8) return LevelCondition::kDamaged;
-  const std::uint64_t places = *LevelBytes(std::string_view(bytes_).substr(bytes_.size() - 4)).fixedNumber(4);
+  const std::uint64_t places = *ByteReader(std::string_view(bytes_).substr(bytes_.size() - 4)).fixedNumber(4);
   if (places == 0 || places > (bytes_.size() - 4) / 4) return LevelCondition::kDamaged;
   end_ = bytes_.size() - 4 - static_cast<std::size_t>(places) * 4;
   return LevelCondition::kSound;
@@ -45,7 +45,7 @@ LevelCondition LevelBlock::next() {
   atEnd_ = position_ >= end_;
   if (atEnd_) return LevelCondition::kSound;
   const std::string_view rest = std::string_view(bytes_).substr(position_, end_ - position_);
-  LevelBytes bytes(rest);
+  ByteReader bytes(rest);
   const auto shared = bytes.number();
   const auto keySize = bytes.number();
   const auto valueSize = bytes.number();
@@ -104,8 +104,8 @@ LevelCondition LevelTable::open() {
       condition != LevelCondition::kSound) {
     return condition;
   }
-  if (*LevelBytes(footer.substr(kFooterSize - 8)).fixedNumber(8) != kMagic) return LevelCondition::kDamaged;
-  LevelBytes handles(footer);
+  if (*ByteReader(footer.substr(kFooterSize - 8)).fixedNumber(8) != kMagic) return LevelCondition::kDamaged;
+  ByteReader handles(footer);
   if (!handles.number() || !handles.number()) return LevelCondition::kDamaged;  // the filters', which none needs here
   const std::string handle(*handles.bytes(kFooterSize - 8 - 20));
   return readBlock(handle, index_);
@@ -114,7 +114,7 @@ LevelCondition LevelTable::open() {
 /// Reads the block that lies where `handle` says: offset and size.
 LevelCondition LevelTable::readBlock(std::string_view handle, LevelBlock& block) {
   block = {};
-  LevelBytes numbers(handle);
+  ByteReader numbers(handle);
   const auto offset = numbers.number();
   const auto size = numbers.number();
   if (!offset || !size || *offset > size_ || *size > size_ - *offset || size_ - *offset - *size < kTrailerSize) {
@@ -127,7 +127,7 @@ LevelCondition LevelTable::readBlock(std::string_view handle, LevelBlock& block)
       condition != LevelCondition::kSound) {
     return condition;
   }
-  const std::uint64_t checksum = *LevelBytes(bytes.substr(count + 1)).fixedNumber(4);
+  const std::uint64_t checksum = *ByteReader(bytes.substr(count + 1)).fixedNumber(4);
   if (levelChecksum(bytes.substr(0, count + 1)) != checksum) return LevelCondition::kDamaged;
   std::string content;
   const LevelCondition condition = decompress(bytes.substr(0, count), bytes[count], content);

@@ -209,11 +209,11 @@ TEST_F(DamagedLevel, ofSeveralLogsTheYoungestEntryCounts) {
   fs::remove_all(folder);
   const auto logWith = [](std::uint64_t sequence, const std::string& value) {
     std::string batch, log;
-    tidewell::appendLevelFixedNumber(batch, sequence, 8);
-    tidewell::appendLevelFixedNumber(batch, 1, 4);
+    tidewell::appendFixedNumber(batch, sequence, 8);
+    tidewell::appendFixedNumber(batch, 1, 4);
     batch += '\1';
-    tidewell::appendLevelText(batch, "kept.test");
-    tidewell::appendLevelText(batch, value);
+    tidewell::appendText(batch, "kept.test");
+    tidewell::appendText(batch, value);
     tidewell::appendLevelRecord(log, batch);
     return log;
   };

@@ -10,9 +10,9 @@ namespace {
 using ::testing::IsEmpty;
 using ::testing::Optional;
 using testing_support::LevelDatabaseTest;
-using tidewell::appendLevelFixedNumber;
-using tidewell::appendLevelNumber;
-using tidewell::appendLevelText;
+using tidewell::appendFixedNumber;
+using tidewell::appendNumber;
+using tidewell::appendText;
 using tidewell::LevelKey;
 
 std::string compressed(const std::string& bytes) {
@@ -24,30 +24,30 @@ std::string compressed(const std::string& bytes) {
 /// A block with one entry.
 std::string blockOf(const std::string& key, const std::string& value) {
   std::string block;
-  for (const std::size_t size : {std::size_t{0}, key.size(), value.size()}) appendLevelNumber(block, size);
+  for (const std::size_t size : {std::size_t{0}, key.size(), value.size()}) appendNumber(block, size);
   block += key + value;
-  appendLevelFixedNumber(block, 0, 4);
-  appendLevelFixedNumber(block, 1, 4);
+  appendFixedNumber(block, 0, 4);
+  appendFixedNumber(block, 1, 4);
   return block;
 }
 
 std::string handleOf(std::uint64_t offset, std::uint64_t size) {
   std::string handle;
-  appendLevelNumber(handle, offset);
-  appendLevelNumber(handle, size);
+  appendNumber(handle, offset);
+  appendNumber(handle, size);
   return handle;
 }
 
 std::string withTrailer(const std::string& block, char compression) {
   std::string bytes = block + compression;
-  appendLevelFixedNumber(bytes, tidewell::levelChecksum(block, {&compression, 1}), 4);
+  appendFixedNumber(bytes, tidewell::levelChecksum(block, {&compression, 1}), 4);
   return bytes;
 }
 
 std::string footerFor(const std::string& handle) {
   std::string footer = std::string(2, '\0') + handle;
   footer.resize(40);
-  appendLevelFixedNumber(footer, 0xdb4775248b80fb57, 8);
+  appendFixedNumber(footer, 0xdb4775248b80fb57, 8);
   return footer;
 }
 
@@ -82,7 +82,7 @@ TEST_F(OversizedLevel, aTableMadeByHandIsReadWhenItIsWhole) {  // or the other c
 
 TEST_F(OversizedLevel, anImpossibleLengthBeforeCompressionIsDamage) {
   std::string claim;
-  appendLevelNumber(claim, 0xffffffff);
+  appendNumber(claim, 0xffffffff);
   make({tableOf(claim + std::string(1000, 'a'), 1)});
   EXPECT_EQ(keep("precious"), Outcome::kRemoved);
 }
@@ -123,17 +123,17 @@ TEST_F(OversizedLevel, lengthsBeyondTheBlockAreDamage) {
   for (const std::uint64_t length : {std::uint64_t{20}, std::uint64_t{1} << 32, ~std::uint64_t{0}}) {
     for (int which = 0; which < 3; ++which) {
       std::string block;
-      for (int field = 0; field < 3; ++field) appendLevelNumber(block, field == which ? length : 0);
-      appendLevelFixedNumber(block, 0, 4);
-      appendLevelFixedNumber(block, 1, 4);
+      for (int field = 0; field < 3; ++field) appendNumber(block, field == which ? length : 0);
+      appendFixedNumber(block, 0, 4);
+      appendFixedNumber(block, 1, 4);
       make({tableOf(block, 0)});
       EXPECT_EQ(keep("precious"), Outcome::kRemoved) << length << " " << which;
     }
   }
   for (const std::uint64_t places : {std::uint64_t{0}, std::uint64_t{3}, std::uint64_t{0xffffffff}}) {
     std::string block;
-    appendLevelFixedNumber(block, 0, 4);
-    appendLevelFixedNumber(block, places, 4);
+    appendFixedNumber(block, 0, 4);
+    appendFixedNumber(block, places, 4);
     make({tableOf(block, 0)});
     EXPECT_EQ(keep("precious"), Outcome::kRemoved) << places;
   }
@@ -148,12 +148,12 @@ TEST_F(OversizedLevel, aRecordBeyondTheBoundIsLeftAlone) {
 TEST_F(OversizedLevel, aLogOfTooManyEntriesIsLeftAlone) {
   constexpr std::uint64_t kCount = 2'000'000;
   std::string batch;
-  appendLevelFixedNumber(batch, 1, 8);
-  appendLevelFixedNumber(batch, kCount, 4);
+  appendFixedNumber(batch, 1, 8);
+  appendFixedNumber(batch, kCount, 4);
   for (std::uint64_t index = 0; index < kCount; ++index) {
     batch += '\1';
-    appendLevelText(batch, std::to_string(index));
-    appendLevelText(batch, "");
+    appendText(batch, std::to_string(index));
+    appendText(batch, "");
   }
   std::string log;
   tidewell::appendLevelRecord(log, batch);

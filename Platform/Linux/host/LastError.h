@@ -1,0 +1,13 @@
+// The error of the system's call that failed last, in this thread.
+#pragma once
+
+#include <cerrno>
+#include <system_error>
+
+namespace platform::linux_ {
+
+inline std::error_code lastError() {
+  return {errno, std::generic_category()};
+}
+
+}  // namespace platform::linux_
