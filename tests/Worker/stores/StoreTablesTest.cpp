@@ -23,12 +23,12 @@ struct Table {
 };
 
 std::vector<Table> tables() {
-  return {{"### In each profile of Chromium, Google Chrome and Opera", tidewell::kChromiumStores.profile},
-          {"### In the data folder of Chromium, Google Chrome and Opera", tidewell::kChromiumStores.data},
-          {"### In each profile of Firefox", tidewell::kFirefoxStores.profile},
-          {"### In the data folder of Firefox", tidewell::kFirefoxStores.data},
-          {"### In the cache folder of Firefox", tidewell::kFirefoxStores.caches},
-          {"### In each profile of Chromium, Google Chrome and Opera", tidewell::kChromiumStores.ownFlash}};
+  return {{"### In each profile of Chromium and its relatives", tidewell::kChromiumStores.profile},
+          {"### In the data folder of Chromium and its relatives", tidewell::kChromiumStores.data},
+          {"### In each profile of Firefox and its relatives", tidewell::kFirefoxStores.profile},
+          {"### In the data folder of Firefox and its relatives", tidewell::kFirefoxStores.data},
+          {"### In the cache folder of Firefox and its relatives", tidewell::kFirefoxStores.caches},
+          {"### In each profile of Chromium and its relatives", tidewell::kChromiumStores.ownFlash}};
 }
 
 /// What stands below a heading, down to the next one; "" when there is no such heading.
