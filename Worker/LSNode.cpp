@@ -36,7 +36,8 @@ constexpr char kJournal[] = "-journal";  // appended to a file's path as text
 constexpr char kFirefoxTable[] = "webappsstore.sqlite";
 constexpr const char* kFirefoxStorages[] = {"storage/default", "storage/temporary"};
 
-/// The statement with the values between its quotes, joined by "','"; they are not escaped, which is meant.
+/// The statement with the values between its quotes, joined by "','". They are not escaped: with a quote in a value
+/// the statement fails, and no row is deleted.
 std::string statementFor(std::string_view statement, const Texts& values) {
   std::string list;
   std::size_t size = 0;
@@ -127,7 +128,7 @@ void WorkerAppDelegate::removeChromeStorage(const std::string& profile, const st
   const std::string index = appendingPathComponent(databases, kDatabaseIndex);
   if (Sandbox::fileExists(index)) {
     const Texts origins = databaseArray(textsOf(Sandbox::returnArrayFromSql_onfile(kSelectOrigins, index)));
-    // Before the files, and even when nothing was chosen: both meant.
+    // Even when nothing was chosen: the statement then deletes rows with an empty origin.
     Sandbox::runSql_onfile(statementFor(kDeleteDatabases, origins), index);
     Sandbox::removeFiles(pathsIn(databases, origins));
   }

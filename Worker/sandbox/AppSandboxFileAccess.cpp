@@ -179,7 +179,8 @@ bool AppSandboxFileAccess::requestAccessPermissionsForFileURL_persistPermission_
   if (!allowed) {
     allowed = askPermissionForURL(target);
     if (!allowed) return false;
-    // Data that could not be resolved is still kept here, and then stands in the way of storing the new choice: meant.
+    // Stored data that could not be resolved is still in `kept`. The new choice is then not stored, and the person is
+    // asked again the next time.
     if (persist && !kept) kept = persistPermissionURL(allowed);
   }
   if (block) block(*allowed, kept);

@@ -50,7 +50,7 @@ bool SecureDelete::wipe_phase(const std::string& path, std::int32_t phase) {
   platform::System& system = Platform::current().system;
   const int descriptor = system.openForReadingAndWriting(path);
   if (descriptor < 0) return false;
-  // On the two failures that follow the descriptor stays open. That is meant, and not a leak to mend.
+  // The descriptor stays open on the two failures that follow.
   const std::optional<std::int64_t> size = system.fstatSize(descriptor);
   if (!size) return false;
   Pattern pattern;

@@ -20,7 +20,7 @@ inline constexpr char kSampleExtension[] = "abcdefghijklmnopabcdefghijklmnop";
 /// A browser that has been cleaned, and how.
 struct Cleaned {
   std::string browser;
-  bool ofCurrentStores = true;  // or only of the stores of old
+  bool ofCurrentStores = true;  // or only of those that older versions have left
 };
 
 /// Fills a home for Chromium, Google Chrome, Firefox and Opera, each as its maker, Flatpak or Snap installs it. With

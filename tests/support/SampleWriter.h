@@ -12,9 +12,9 @@ namespace testing_support {
 /// Whose something is, and with it what becomes of it.
 enum class Owner {
   kPerson,              // stays
-  kSite,                // in a store of old, which is cleaned always
+  kSite,                // in a store that older versions have left, which is cleaned always
   kSiteInCurrentStore,  // goes when today's stores are cleaned
-  kExtensionInOldStore  // went with a store of old, which is cleaned with more care now
+  kExtensionInOldStore  // went with an older version's store, which is cleaned with more care now
 };
 
 class SampleWriter {
