@@ -9,12 +9,8 @@ namespace {
 
 using namespace treatments;  // NOLINT: names of the tables below, and of nothing else
 
-constexpr StoreAge kCurrent = StoreAge::kCurrent;
-constexpr StoreAge kOld = StoreAge::kOld;
-constexpr StoreAge kReplaced = StoreAge::kReplaced;
-constexpr StoreGroup kCookies = StoreGroup::kCookies;
-constexpr StoreGroup kSiteStorage = StoreGroup::kSiteStorage;
-constexpr StoreGroup kCaches = StoreGroup::kCaches;
+using enum StoreAge;
+using enum StoreGroup;
 
 constexpr Store kProfile[] = {
     {kOld, kCookies, "Origin Bound Certs", deleteChannelIDs, "keys by which servers know a browser again"},

@@ -8,12 +8,8 @@ namespace {
 
 using namespace treatments;  // NOLINT: names of the tables below, and of nothing else
 
-constexpr StoreAge kCurrent = StoreAge::kCurrent;
-constexpr StoreAge kOld = StoreAge::kOld;
-constexpr StoreAge kReplaced = StoreAge::kReplaced;
-constexpr StoreGroup kCookies = StoreGroup::kCookies;
-constexpr StoreGroup kSiteStorage = StoreGroup::kSiteStorage;
-constexpr StoreGroup kCaches = StoreGroup::kCaches;
+using enum StoreAge;
+using enum StoreGroup;
 
 constexpr Store kProfile[] = {
     {kReplaced, kCookies, "cookies.sqlite", removeWhole, "cookies"},
