@@ -49,6 +49,8 @@ PanelWindow::PanelWindow(const PanelRequest& request, Answer answer) : answer_(s
       false);
 }
 
+// Later versions of GTK want gtk_window_present() for this, which takes the time of the last event: there was none here.
+G_GNUC_BEGIN_IGNORE_DEPRECATIONS
 void PanelWindow::presentInFront() {
   set_visible(true);
   GdkSurface* surface = gtk_native_get_surface(GTK_NATIVE(gobj()));
@@ -59,6 +61,7 @@ void PanelWindow::presentInFront() {
 #endif
   gtk_window_present_with_time(GTK_WINDOW(gobj()), now);
 }
+G_GNUC_END_IGNORE_DEPRECATIONS
 
 void PanelWindow::addChoices(const PanelRequest& request) {
   const int preselected = request.preselected();

@@ -94,8 +94,12 @@ class LinuxHome(unittest.TestCase):
 
     @staticmethod
     def wait_for(browser, visit, extension=True):
-        browser.desk.wait(lambda: visit.complete() and (visit.extension or not extension) or browser.has_ended(),
-                          2 * session.BOUND, "the report of the pages")
+        try:
+            browser.desk.wait(lambda: visit.complete() and (visit.extension or not extension) or browser.has_ended(),
+                              2 * session.BOUND, "the report of the pages")
+        except TimeoutError as error:
+            there = sorted(visit.pages) + (["the extension"] if visit.extension else [])
+            raise TimeoutError(f"{error}: there are {', '.join(there) or 'none'}") from error
         if browser.has_ended():
             raise AssertionError("the browser ended by itself")
 
