@@ -1,4 +1,4 @@
-// The main application's request: obtains the grants that later runs will need, while the person is looking.
+// The main application's request: obtains the grants that later runs will need, while the person is present.
 
 #include <utility>
 
@@ -15,7 +15,7 @@ namespace {
 
 using platform::Platform;
 
-constexpr char kBookmarked[] = "bookmarked: %@ ";  // the trailing blank is part of the answer
+constexpr char kBookmarked[] = "bookmarked: %@ ";  // the trailing blank is part of the reply
 constexpr char kSafariFolder[] = "~/Library/Safari/";
 constexpr char kCachesFolder[] = "~/Library/Caches";
 
@@ -34,13 +34,13 @@ void WorkerAppDelegate::obtainGrantsInLibrary(const Browser& browser) {
 
 void WorkerAppDelegate::answerFrom_reply(const std::string& bundleIdentifier, Reply reply) {
   const Browser* browser = browserWithIdentifier(bundleIdentifier);
-  // The reply goes with this call: such a caller is never answered.
+  // Returning drops the reply: such a caller never gets one.
   if (browser == nullptr) return;
   if (!browser->isOnHomesWithLibrary() && !Home::current().layout->knows(*browser)) return;
 
   Platform::current().dispatch.mainQueue().async([browser, reply = std::move(reply)] {
     platform::BlockOperation request;
-    // Whether a grant could be obtained is not looked at: the answer says that the request was processed.
+    // Refused grants are ignored: the reply only says that the request was processed.
     request.block = [browser] { obtainGrants(*browser); };
     request.completion = [browser, reply] { reply(platform::formatted(kBookmarked, {browser->bundleIdentifier})); };
     Platform::current().dispatch.makeOperationQueue()->addOperation(std::move(request));

@@ -12,7 +12,7 @@ namespace {
 
 using platform::appendingPathComponent;
 
-// In the order in which they are removed, in the folder that is named before them.
+// In the order in which they are removed.
 constexpr const char* kSafariCaches[] = {"Cache.db", "fsCachedData"};
 constexpr const char* kSafariExtras[] = {"~/Library/Cookies/Cookies.plist", "~/Library/Cookies/HSTS.plist",
                                          "~/Library/Caches/CloudKit/com.apple.Safari"};
@@ -28,7 +28,7 @@ constexpr char kTemporaryRoot[] = "/private/var/folders/";
 constexpr int kTemporaryLevels = 4;
 constexpr char kMediaCache[] = "MediaCache";
 
-/// Looks at one folder of the fourth level; `name` is its last component.
+/// Removes Safari's caches from one folder of the fourth level; `name` is its last component.
 void clearTemporaryFolder(const std::string& name, const std::string& path) {
   if (name == kMediaCache) Sandbox::remove(path);
   if (name == "com.apple.Safari") Sandbox::remove(appendingPathComponent(path, "ApplicationCache.db"));
@@ -73,7 +73,7 @@ void WorkerAppDelegate::clearChromeCache(const std::string& browserName) {
   if (!isOfChromeFamily(browserName)) return;
   const ProfileMap profiles = profileMap(browserName);
   const Place& library = browserNamed(browserName)->library;
-  // Removed twice for Opera, whose profile is the data folder itself: the second time there is nothing left.
+  // Opera's is removed twice, since its profile is the data folder itself: the second removal finds nothing.
   if (browserName == kOpera) Sandbox::remove(appendingPathComponent(library.dataFolder, kGPUCache));
   for (const auto& [folder, displayName] : profiles) {
     Sandbox::remove(appendingPathComponent(library.cacheFolder, folder));
@@ -92,7 +92,7 @@ void WorkerAppDelegate::clearFireFoxCache() {
   }
   const std::string profiles(library.dataFolder);
   for (const std::string& entry : Sandbox::folderContentsOf(profiles)) {
-    // What is no profile has no such file, and then nothing is removed.
+    // An entry that is no profile has no such file, so nothing is removed.
     Sandbox::remove(appendingPathComponent(appendingPathComponent(profiles, entry), kFirefoxSecureSites));
   }
 }

@@ -1,4 +1,4 @@
-// Who the worker is: the names that other programs know it by.
+// The worker's identity: the names under which other programs know it, and the keys of the shared settings.
 #pragma once
 
 namespace tidewell {
@@ -9,10 +9,10 @@ inline constexpr char kBundleIdentifier[] = "7QX2LM9PDA.com.emberlinestudio.Tide
 /// The settings that the worker shares with the main application.
 inline constexpr char kSharedSuite[] = "7QX2LM9PDA.com.emberlinestudio.Tidewell";
 
-/// Ends the name of what is to take another item's place and is not whole yet, or of what it has replaced.
+/// Suffix of a replacement that is still being written, or of the item that it has replaced.
 inline constexpr char kAsideSuffix[] = ".tidewell";
 
-/// What a person reads as the name of all of it.
+/// The product's name, as the person sees it.
 inline constexpr char kDisplayName[] = "Tidewell";
 
 /// Keys of the shared settings.
@@ -20,7 +20,7 @@ inline constexpr char kEnabledBrowsersKey[] = "enabledBrowsers";            // a
 inline constexpr char kDisplayNotificationsKey[] = "displayNotifications";  // boolean, absent: no
 inline constexpr char kUserFolderKey[] = "userFolder";                      // string, the real home folder
 inline constexpr char kSecureDeleteDataKey[] = "secureDeleteData";          // boolean, absent: no
-inline constexpr char kHomeLayoutKey[] = "homeLayout";                      // "Library" or "XDG", absent: found out
+inline constexpr char kHomeLayoutKey[] = "homeLayout";                      // "Library" or "XDG", absent: detected
 inline constexpr char kCurrentStoresKey[] = "currentStores";                // boolean, absent: by the layout
 inline constexpr char kStartedWithKey[] = "startedWith";  // array of [bundle identifier, folder], written by the worker
 

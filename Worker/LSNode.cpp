@@ -36,8 +36,8 @@ constexpr char kJournal[] = "-journal";  // appended to a file's path as text
 constexpr char kFirefoxTable[] = "webappsstore.sqlite";
 constexpr const char* kFirefoxStorages[] = {"storage/default", "storage/temporary"};
 
-/// The statement with the values between its quotes, joined by "','". They are not escaped: with a quote in a value
-/// the statement fails, and no row is deleted.
+/// The statement with the values between its quotes, joined by "','". They are not escaped: a stray quote in a value
+/// makes the statement fail, and no row is deleted.
 std::string statementFor(std::string_view statement, const Texts& values) {
   std::string list;
   std::size_t size = 0;
@@ -50,7 +50,7 @@ std::string statementFor(std::string_view statement, const Texts& values) {
   return platform::formatted(statement, {list});
 }
 
-/// Every text of the query's rows; with a column's name, those of that column alone.
+/// All texts in the query's rows, or only those of `column` when it is given.
 Texts textsOf(const std::optional<Rows>& rows, std::optional<std::string_view> column = std::nullopt) {
   Texts texts;
   if (!rows) return texts;
@@ -63,7 +63,8 @@ Texts textsOf(const std::optional<Rows>& rows, std::optional<std::string_view> c
   return texts;
 }
 
-/// The items of these names. A name comes from a browser's file: one that is no plain name would lead elsewhere.
+/// The paths of these names in the folder. The names come from a browser's file: those that are not plain are dropped,
+/// since they could lead out of the folder.
 Texts pathsIn(const std::string& folder, const Texts& names) {
   Texts paths;
   paths.reserve(names.size());
@@ -73,8 +74,8 @@ Texts pathsIn(const std::string& folder, const Texts& names) {
   return paths;
 }
 
-/// Today's browsers keep the storage of extensions and of sites in the same folders: where today's stores are cleaned,
-/// that cleaning takes out of them what is sites'.
+/// Today's browsers keep the storage of extensions and of sites in the same folders. Where today's stores are cleaned,
+/// that cleaning removes the sites' part, and these folders must not be removed whole.
 bool keepsExtensionsInSharedStores() {
   return Home::current().cleansCurrentStores;
 }

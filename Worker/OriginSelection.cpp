@@ -1,5 +1,5 @@
-// Chooses what is to be deleted from lists of origins, file names and scopes. Nothing is rewritten: what is chosen is
-// used verbatim, as a name and in a statement.
+// Selects what to delete from lists of origins, file names and scopes. The entries are not rewritten: they are used
+// verbatim as file names and in statements.
 
 #include <algorithm>
 #include <string_view>
@@ -15,7 +15,7 @@ using Texts = std::vector<std::string>;
 constexpr std::string_view kChromeExtension = "chrome-extension_";
 constexpr std::string_view kSafariExtension = "safari-extension_";
 constexpr std::string_view kLocalStorageFile = ".localstorage";
-constexpr std::string_view kEndOfSite = ".:";  // behind the host of a scope in the form of a site
+constexpr std::string_view kEndOfSite = ".:";  // follows the host in a scope that names a site
 
 template <typename Predicate>
 Texts chosen(const Texts& entries, Predicate isToBeDeleted) {

@@ -35,15 +35,16 @@ std::string RealHomeDirectory() {
   return *pw;
 }
 
-/// Whether a browser has been started again since it quit, and must not lose what it has open. When it quits, it is
-/// cleaned anew.
+/// Whether the browser has been started again since it quit: cleaning now would remove data that it has open. It is
+/// cleaned when it quits again.
 bool isSparedNow(const Browser& browser) {
   return Home::current().layout->sparesRunningBrowsers() &&
          Platform::current().workspace.isRunning(std::string(browser.bundleIdentifier));
 }
 
-/// The browser that a notice of a quit is about: Opera by the identifier alone, the others that can be on a home with a
-/// Library by the name alone, and what is on other homes only by either. Null for an application that is none.
+/// The browser that has quit: Opera by the identifier alone, other browsers that can be on a home with a Library by the
+/// name alone, and browsers of other homes only by either. Null for any other application, and on a home with a Library
+/// for a browser of other homes.
 const Browser* browserThatQuit(const std::string& name, const std::string& identifier) {
   if (identifier == kOperaIdentifier) return browserWithIdentifier(kOperaIdentifier);
   const Browser* byName = name == kOpera ? nullptr : browserNamed(name);
@@ -104,7 +105,7 @@ void WorkerAppDelegate::appTerminated(const platform::ApplicationNotification& n
   if (!checkIfBrowserEnabled(browserName)) return;
   const Home home = Home::current();
   rememberFolders(home.folder, *home.layout, *browser, notification.processes);
-  // Both runs do the full work: what the browser wrote while it was going is caught by the second.
+  // Both runs do the full work: the second removes what the browser wrote while it was quitting.
   clearData_andNotify(browserName, false);
   platform::Dispatch& dispatch = Platform::current().dispatch;
   dispatch.after(kSecondRunDelay, dispatch.globalHighPriorityQueue(),

@@ -2,11 +2,11 @@
 // person.
 //
 // One object lives for the whole process, always held by a shared pointer: work that outlives a call keeps it alive
-// until it has run. It has no state: every setting is read at the moment it is needed, and nothing locks. Runs may
-// overlap; removing what is gone and deleting rows twice change nothing.
+// until it has run. It keeps no state between calls: every setting is read when it is needed, and nothing locks. Runs
+// may overlap: removing a missing item or deleting rows twice has no effect.
 //
-// The cleaners (CookieNode, LSNode, FlashNode, SilverlightNode, CacheNode) are for a home with a folder "Library", and
-// know of no other. What becomes of any other home is in cleaning/. clean() decides.
+// The cleaners (CookieNode, LSNode, FlashNode, SilverlightNode, CacheNode) only handle a home with a folder "Library".
+// Other homes, and today's stores on any home, are cleaned by cleaning/. clean() chooses.
 #pragma once
 
 #include <memory>
@@ -28,7 +28,7 @@ class WorkerAppDelegate : public Agent,
                           public platform::UserNotificationCenterDelegate,
                           public std::enable_shared_from_this<WorkerAppDelegate> {
  public:
-  /// Made and set up, on the main thread. The installed platform must outlive it.
+  /// Creates the object and sets it up, on the main thread. The installed platform must outlive it.
   static std::shared_ptr<WorkerAppDelegate> create();
   ~WorkerAppDelegate() override;
   WorkerAppDelegate(const WorkerAppDelegate&) = delete;
@@ -49,7 +49,8 @@ class WorkerAppDelegate : public Agent,
 
   // Cleaning run.
 
-  /// An application has quit. For a browser that is enabled: a run now, and a second one, which notifies, in 8 seconds.
+  /// Called when an application has quit. An enabled browser is cleaned now, and again in 8 seconds with a
+  /// notification.
   void appTerminated(const platform::ApplicationNotification& notification);
 
   static bool checkIfBrowserEnabled(const std::string& browserName);
@@ -76,22 +77,22 @@ class WorkerAppDelegate : public Agent,
 
   // CookieNode.
 
-  /// Removes the cookie stores, whole; Safari's one second later, followed by the script.
+  /// Removes the cookie stores as whole files; Safari's one second later, and then starts the cookie script.
   void removeCookies(const std::string& browserName);
   /// Deletes all rows of the stores of channel IDs of the Chrome family.
   void deleteChromeChannelID(const std::string& browserName);
 
   // WorkerScripts.
 
-  /// Asks the person to confirm the scripts folder, again and again until the script is in it or the person cancels.
-  /// On the main thread; a caller on another one waits.
+  /// Asks the person to confirm the scripts folder, repeatedly until the script is installed or the person cancels.
+  /// Runs on the main thread; a caller on another thread waits.
   static void checkCookieScript();
-  /// Null, with a line in the log, when the script can't be run.
+  /// Null when the script can't be run, which is logged, or when there is no scripts folder.
   std::unique_ptr<platform::UserUnixTask> scriptTask();
   /// Offers to install the script where it is missing, and starts it. On the main thread.
   void executeScript();
 
-  // LSNode. The three selections keep the order, and duplicates.
+  // LSNode. The three selections keep order and duplicates.
 
   void removeNonFavLocalStorage(const std::string& browserName);
   /// The origins to delete: all but those of extensions.
@@ -114,18 +115,18 @@ class WorkerAppDelegate : public Agent,
   void clearExtraCookieCache();
   void clearChromeCache(const std::string& browserName);
   void clearFireFoxCache();
-  /// Safari's caches in the system's temporary folders. No run calls it.
+  /// Safari's caches in the system's temporary folders. Not called by any run.
   void clearExtraCache();
   void clearExtraCache(const std::string& root);
 
  private:
   WorkerAppDelegate() = default;
 
-  // The two that decide what the layout of the home asks for: the operations of this class, or the walk over tables.
+  // These two choose by the layout of the home: the operations of this class, or the tables of stores.
 
-  /// All that a run does for a browser.
+  /// Everything that a run does for a browser.
   void clean(const std::string& browserName);
-  /// Asks the person ahead for all that clean() will touch.
+  /// Asks the person in advance for access to everything that clean() will touch.
   static void obtainGrants(const Browser& browser);
 
   // On a home with a Library.

@@ -32,7 +32,7 @@ int main() {
   const linux_::BundleInfo info{tidewell::kBundleIdentifier,
                                 {{"CFBundleDisplayName", tidewell::kDisplayName}, {"CFBundleName", "TidewellWorker"}}};
   linux_::LinuxPlatform platform(loop, **bus, info, watchedApplications());
-  // Taken when quits can be heard of already: who sees the name may announce one at once.
+  // The name is taken once quits can be received: a program that sees it may announce one at once.
   linux_::BusListener listener(**bus, linux_::BusServiceNames::forIdentifier(
                                           tidewell::kBundleIdentifier, tidewell::kAgentInterface,
                                           tidewell::kAgentMethod, std::string(tidewell::kAgentArgumentNames)));
@@ -46,6 +46,6 @@ int main() {
   platform.startWorkspace([&](const auto& app) { return delegate->checkIfBrowserEnabled(app.applicationName); },
                           tidewell::kSharedSuite);
   const int status = loop.run();
-  if (!platform.finish()) std::_Exit(status);  // something waits for an answer that will not come any more
+  if (!platform.finish()) std::_Exit(status);  // a thread waits for an answer that will never come
   return status;
 }

@@ -1,5 +1,5 @@
-"""A run on a Linux home in which 5,000 sites have left something in every store of today's browsers. Prints how long it
-takes, beside a plain "rm -rf" of as many files, and the memory."""
+"""Measures a run on a Linux home in which 5,000 sites have left data in every store of today's browsers. Prints its
+time beside that of a plain "rm -rf" of the same folders, and the worker's memory."""
 
 import os
 import shutil
@@ -18,7 +18,7 @@ CHROMIUM = ".config/chromium/Default/"
 FIREFOX = ".mozilla/firefox/p.default/"
 GONE = {"Chromium": [CHROMIUM + "Cookies", ".cache/chromium/Default/Cache"],
         "Firefox": [FIREFOX + "cookies.sqlite", ".cache/mozilla/firefox/p.default/cache2"]}
-# Where there is one item for each site, and one for the extension.
+# Folders with one item for each site and one for the extension: only the last may be left.
 ONE_LEFT = {"Chromium": ["IndexedDB", "Service Worker/CacheStorage"], "Firefox": ["storage/default"]}
 IDENTIFIERS = {"Chromium": "org.chromium.Chromium", "Firefox": "org.mozilla.firefox"}
 
@@ -28,7 +28,7 @@ def make(home, sites):
 
 
 def by_rm(sites):
-    """Everything at once, extension and all."""
+    """Returns the seconds that "rm -rf" takes for each browser's folders, the extension's data included."""
     folder = tempfile.mkdtemp(prefix="tidewell-bench-", dir="/tmp")
     try:
         make(folder, sites)
@@ -51,7 +51,7 @@ def is_clean(home, browser):
 
 
 def by_worker(sites, browser):
-    """Answers the seconds of the first run, and the memory in MB: at most, and when idle again."""
+    """Returns the seconds of the first run, and the memory in MB: at its peak, and when idle again."""
     with session.Session(PROGRAMS, library=False) as desk:
         make(desk.home, sites)
         desk.configure([IDENTIFIERS[browser]], notifications=True)

@@ -1,4 +1,4 @@
-"""The worker's process in figures: idle cost, start, and the time from a quit to the first removal."""
+"""Measures the worker's process: idle cost, start, and the time from a quit to the first removal."""
 
 import os
 import statistics
@@ -39,7 +39,7 @@ def idle(seconds):
 
 
 def start(rounds):
-    """Seen from a process on the bus: it waits for the name before the worker is started."""
+    """Measures from another process on the bus, which waits for the name before it starts the worker."""
     times = []
     with session.Session(PROGRAMS) as desk:
         desk.configure(["org.mozilla.firefox"])

@@ -1,5 +1,5 @@
-// Makes a home with a profile of Chromium and one of Firefox in which that many sites have left something in every
-// store, and an extension as well: "many_sites_profile HOME SITES".
+// "many_sites_profile HOME SITES" makes a home with a profile of Chromium and one of Firefox, in which that many sites
+// and one extension have left data in every store.
 
 #include <leveldb/db.h>
 #include <leveldb/write_batch.h>
@@ -25,7 +25,7 @@ void write(const fs::path& path, const std::string& contents) {
   if (!(file << contents)) throw std::runtime_error("can't write " + path.string());
 }
 
-/// Statements and rows of a database of SQLite, in one transaction.
+/// A SQLite database that is filled in one transaction, for speed.
 class Table {
  public:
   explicit Table(const fs::path& path) {
@@ -63,7 +63,7 @@ std::string hostOf(int site) {
   return "www.site" + std::to_string(site) + ".example";
 }
 
-/// The fields of the index of a site's caches: of one cache, and its origin.
+/// The index of a site's caches: the field of one cache, and that of the origin.
 std::string cacheIndex(const std::string& origin) {
   const auto field = [](char tag, const std::string& text) { return tag + std::string(1, char(text.size())) + text; };
   return field(0x0A, field(0x0A, "v1")) + field(0x12, origin);

@@ -26,7 +26,7 @@ def marks_in(image):
 
 
 def marked_files(size, overwrite):
-    """Removes marked files on a file system of their own; answers the marks that its image held before and after."""
+    """Removes marked files on a file system of their own; returns how many marks its image held before and after."""
     folder = tempfile.mkdtemp(prefix="tidewell-proof-", dir="/tmp")
     image, mount = folder + "/image", folder + "/mount"
     os.mkdir(mount)
@@ -36,8 +36,8 @@ def marked_files(size, overwrite):
     try:
         with session.Session(PROGRAMS) as desk:
             desk.home = mount + "/ann"
-            # A profile folder is removed as one item and so is never overwritten; separate files are: each is the
-            # plug-in folder of a profile of its own.
+            # Only files that are removed as items of their own are overwritten, not those in a folder. So each file
+            # has a profile of its own, and the name of its plug-in folder.
             data = "Library/Application Support/Chromium"
             names = [f"P{number}" for number in range(FILES)]
             for name in names:

@@ -1,5 +1,5 @@
-// Removing and overwriting, beside the tools that everyone has: each figure is a ratio of two runs, one after the
-// other, on the same disk.
+// Compares removing and overwriting with the usual tools: each figure is the ratio of two runs, one after the other, on
+// the same disk.
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -56,7 +56,7 @@ void fill(const std::string& path, std::size_t size) {
   ::close(file);
 }
 
-/// The worker's facade on real queues, real settings and real files; nobody is there to be asked.
+/// The worker's sandbox on real queues, real settings and real files. Its home is granted, so no panel opens.
 class Facade {
  public:
   Facade() {

@@ -1,4 +1,4 @@
-// Reads and writes of the settings store with a hundred thousand keys.
+// Measures reads and writes of a settings store with a hundred thousand keys.
 
 #include <benchmark/benchmark.h>
 

@@ -1,5 +1,5 @@
-"""The whole run on a large home, beside a script of "rm -rf" and the sqlite3 shell that removes the same things with the
-same statements. Prints times, their ratio, how they grow, and memory."""
+"""Measures a whole run on a large home, beside a script of "rm -rf" and the sqlite3 shell that removes the same things
+with the same statements. Prints the times, their ratio, how they grow, and the memory."""
 
 import os
 import shutil
@@ -22,7 +22,7 @@ PROFILES = 10
 
 
 class LargeHome:
-    """Ten profiles; origins, cached files and rows as told, spread over them."""
+    """A home with ten profiles, and that many origins and cached files spread over them; the rows are in Firefox's."""
 
     def __init__(self, home, origins=0, files=0, rows=0):
         self.home, self.rows = home, rows
@@ -85,10 +85,10 @@ class LargeHome:
             connection.close()
             return count
         except sqlite3.OperationalError:
-            return 1  # busy: somebody is at it
+            return 1  # busy: the worker has it open
 
     def script(self):
-        """What does the same by hand."""
+        """The shell script that removes what the worker removes."""
         lines = []
         for profile in self.profiles:
             folder = f"{self.home}/{CHROME}{profile}"
@@ -124,7 +124,7 @@ def by_script(**size):
 
 
 def by_worker(**size):
-    """Answers seconds, peak memory in MB, and private memory in MB when idle again."""
+    """Returns seconds, peak memory in MB, and private memory in MB when idle again."""
     with session.Session(PROGRAMS) as desk:
         home = LargeHome(desk.home, **size)
         desk.configure(["com.google.Chrome", "org.mozilla.firefox"], notifications=False)

@@ -1,4 +1,4 @@
-# Everything that the project calls and does not write itself; scripts/setup installs the same list.
+# All libraries that the project uses; scripts/setup installs the same list.
 
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
@@ -11,7 +11,7 @@ find_package(nlohmann_json 3.11 REQUIRED)
 find_package(CLI11 2.1 REQUIRED)
 find_package(Gettext REQUIRED)
 
-# Static, so that a worker that has nothing to do maps no further libraries.
+# Linked statically, so that an idle worker has fewer libraries mapped.
 find_path(LEVELDB_INCLUDE_DIR leveldb/table_builder.h REQUIRED)
 find_library(LEVELDB_LIBRARY libleveldb.a REQUIRED)
 find_library(SNAPPY_LIBRARY libsnappy.a REQUIRED)

@@ -10,14 +10,14 @@ target_include_directories(tidewell_settings INTERFACE ${CMAKE_SOURCE_DIR})
 target_compile_options(tidewell_settings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align)
 if(TIDEWELL_WERROR)
-  # Where the project is checked, with the compilers that it is checked with: another one may warn of other things.
+  # Only with the compilers that the project is checked with: others may warn about other things.
   target_compile_options(tidewell_settings INTERFACE -Werror)
 endif()
 target_compile_definitions(tidewell_settings INTERFACE _GNU_SOURCE)
 
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-  # Optimised, texts make g++ 12 see copies of 2^63 bytes, and variants make it see unset members of the alternatives
-  # that they do not hold.
+  # False positives of g++ 12 when it optimises: copies of 2^63 bytes in strings, and uninitialised members of
+  # alternatives that a variant doesn't hold.
   target_compile_options(tidewell_settings INTERFACE -Wno-restrict)
   if(CMAKE_BUILD_TYPE STREQUAL "Release")
     target_compile_options(tidewell_settings INTERFACE -Wno-maybe-uninitialized)

@@ -1,4 +1,4 @@
-"""The demo: an ordinary Linux home, and browsers that quit in it. See scripts/demo."""
+"""The demo on an ordinary Linux home in which browsers quit. See scripts/demo."""
 
 import ctypes
 import os
@@ -18,7 +18,7 @@ IDLE_SECONDS = 3
 
 
 class FirstRemoval:
-    """Notes when the first entry of some folders goes, at the moment at which the kernel tells of it."""
+    """Records when the kernel reports the first entry that is removed from some folders."""
 
     def __init__(self, folders):
         self.at = None
@@ -45,7 +45,7 @@ def show_home(browsers):
 
 
 def quit_all(desk, browsers):
-    """All quit; answers how long the first removal took."""
+    """Lets all browsers quit; returns the milliseconds until the first removal."""
     running = [desk.run_browser(browser.program) for browser in browsers]
     say(" and ".join(browser.name for browser in browsers) + " run. The worker has noticed them, and sleeps.")
     desk.settle(1)
@@ -67,7 +67,7 @@ def quit_all(desk, browsers):
 
 
 def show_outcome(browser, before):
-    """Each content before and after; whether all is as it should be."""
+    """Shows how much of each content there was and is; returns whether all is as expected."""
     right = True
     rows, colours = [], []
     for content, was in zip(browser.contents, before):
@@ -82,7 +82,7 @@ def show_outcome(browser, before):
 
 
 def switches(pid):
-    """How often each of its threads has been woken up so far."""
+    """How often each thread of the process has been woken up so far."""
     counts = {}
     for thread in os.listdir(f"/proc/{pid}/task"):
         with open(f"/proc/{pid}/task/{thread}/status") as status:
@@ -91,13 +91,13 @@ def switches(pid):
 
 
 def memory(pid, file, *names):
-    """In megabytes."""
+    """The sum of the named lines in megabytes."""
     with open(f"/proc/{pid}/{file}") as lines:
         return sum(int(line.split()[1]) * 1024 / 1e6 for line in lines if line.startswith(names))
 
 
 def look_at_idle_worker(desk):
-    """How often it is woken up while nothing happens, and its own memory then."""
+    """Returns how often the worker is woken up while nothing happens, and its private memory in MB."""
     pid = desk.worker.process.pid
     desk.wait(lambda: len(switches(pid)) == 1, what="the end of the threads that have done their work")
     before = switches(pid)
@@ -120,7 +120,7 @@ def show_figures(desk, milliseconds, woken, own):
 
 
 def main(programs):
-    # Where root runs this, the home is an ordinary user's.
+    # When root runs this, the home still belongs to an ordinary user.
     with session.Session(programs, user="nobody", library=False) as desk:
         chromium = real_chromium.Chromium(desk) if real_chromium.is_installed() else None
         browsers = [linux_sample.firefox(desk.home),

@@ -1,4 +1,4 @@
-"""The demo of a home with a folder "Library": a session of its own, five browsers that quit. See scripts/demo."""
+"""The demo on a home with a folder "Library" in which five browsers quit. See scripts/demo."""
 
 import os
 import sys
@@ -10,7 +10,7 @@ from demo_show import BOLD, CYAN, DIM, GREEN, RED, listing, say, show, table  # 
 
 
 class Person:
-    """The person at the panel: reads it, and clicks the confirm button, or cancels."""
+    """The user at the panel: reads it, and clicks the confirm button or cancels."""
 
     def __init__(self, home):
         self.home = home
@@ -35,7 +35,7 @@ class Person:
 
 
 def what_became_of(desk, browser):
-    """A browser's folders: what went, what was spared. Profiles that fared alike are named together."""
+    """Shows what was removed from a browser's folders and what stays. Profiles with the same outcome are joined."""
     fates = {}
     for folder, goes, stays in browser.groups:
         there = [item for item in goes + stays if desk.exists(folder + item)]
@@ -50,7 +50,7 @@ def what_became_of(desk, browser):
 
 
 def ask_for_grants(desk, browsers, person):
-    """The main application's part; the person hesitates at the third browser."""
+    """Asks for each browser's grants as the main application would; the user declines the third browser once."""
     for browser in browsers:
         if browser is browsers[2]:
             person.declines = True
@@ -76,7 +76,7 @@ def run_and_quit(desk, browsers):
 
 
 def show_rows(desk, browsers, rows_before):
-    """The databases' rows before and after; whether those of sites are gone and all others are there."""
+    """Shows the databases' rows before and after; returns whether only those of sites are gone."""
     rows = []
     right = True
     for browser in browsers:
@@ -125,7 +125,7 @@ def main():
         ask_for_grants(desk, browsers, person)
         run_and_quit(desk, browsers)
         desk.wait(lambda: len(notified) == len(browsers), 15)
-        desk.settle(1.3)  # Safari's last step comes a second later
+        desk.settle(1.3)  # the last step of Safari's run comes a second later
         memory = peak_memory(worker.process.pid)
 
         show()

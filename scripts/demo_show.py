@@ -1,4 +1,4 @@
-"""How the demo speaks: lines with the time that has passed, tables, colours on a terminal."""
+"""The demo's output: lines with the time that has passed, tables, and colours on a terminal."""
 
 import os
 import subprocess
@@ -25,7 +25,7 @@ def show(text="", colour=""):
 
 
 def table(header, rows, colours=None):
-    """Numbers to the right, everything else to the left."""
+    """Prints a table: columns of numbers aligned to the right, all others to the left."""
     widths = [max(len(str(row[column])) for row in [header, *rows]) for column in range(len(header))]
     numeric = [all(isinstance(row[column], int) for row in rows) for column in range(len(header))]
     for row, colour in zip([header, *rows], [BOLD, *(colours or [""] * len(rows))]):
@@ -36,7 +36,7 @@ def table(header, rows, colours=None):
 
 
 def listing(mark, colour, paths):
-    """The paths, as many in a line as fit."""
+    """Prints the paths, as many on a line as fit."""
     text = "  ".join(path.replace(" ", "\0") for path in paths)
     for number, line in enumerate(textwrap.wrap(text, WIDTH - 14, break_long_words=False, break_on_hyphens=False)):
         show(f"    {mark if number == 0 else ' '} {line}".replace("\0", " "), colour)
@@ -47,7 +47,7 @@ def size(count):
 
 
 def say_command(desk, *words, answers=False):
-    """Runs the command before the reader's eyes; `answers` is what the person answers to each question there."""
+    """Prints and runs a command of tidewell; with `answers`, each of its questions is answered with yes."""
     say("$ tidewell " + " ".join(words), BOLD)
     if not answers:
         output = desk.tidewell(*words)
@@ -58,7 +58,7 @@ def say_command(desk, *words, answers=False):
 
 
 def run_with_answers(desk, words):
-    """In a terminal, where a person answers each question with yes."""
+    """Runs the command in a pseudo-terminal, answers each question with yes, and returns the output."""
     ours, theirs = os.openpty()
     process = subprocess.Popen([desk.program("tidewell"), *words], env=desk.environment, stdin=theirs,
                                stdout=subprocess.PIPE, stderr=subprocess.STDOUT, **desk.identity)

@@ -1,4 +1,4 @@
-"""The demo's part with a Chromium that is installed: a site that knows its visitor again, and then does not."""
+"""The demo's part with an installed Chromium: a site recognises its visitor, and after a cleaning it doesn't."""
 
 import os
 import signal
@@ -31,7 +31,7 @@ class Chromium:
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, **self.desk.identity)
 
     def visit(self, meanwhile=None):
-        """Opens the page, waits for its report, and quits; answers what the page found of earlier visits."""
+        """Opens the page, waits for its report, and quits; returns what the page found of earlier visits."""
         reports, served = len(self.site.reports), self.site.served
         self.site.closing_time.clear()
         process = self.start()
@@ -54,7 +54,7 @@ class Chromium:
                    for path, _ in sample_files.list_files(os.path.join(self.desk.home, DATA)))
 
     def show_visits(self):
-        """Whether the site found what it had left where nothing was cleaned, and nothing where it was."""
+        """Whether the site found its data again while nothing was cleaned, and nothing after a cleaning."""
         say("And a real Chromium, which is installed here: it visits a site on this machine.", BOLD)
         self.site = Site()
         try:

@@ -18,7 +18,7 @@ using platform::Value;
 
 constexpr std::string_view kGrantPrefix = "bd_";
 
-/// The path that a key of the worker's settings stands for; absent when it is of something else.
+/// The path in a grant's key of the worker's settings; absent for any other key.
 std::optional<std::string> grantedPath(const std::string& key) {
   if (!key.starts_with(kGrantPrefix)) return std::nullopt;
   const auto url = FileURL::fromString(std::string_view(key).substr(kGrantPrefix.size()));

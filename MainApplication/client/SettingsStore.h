@@ -1,6 +1,6 @@
 // What the main application reads and changes in the settings: the shared ones, and the grants of the worker.
 //
-// Every call reads afresh. A write that fails answers false; the file has said on the log what was in the way.
+// Every call reads the files again. A write that fails returns false; DefaultsFile has logged the reason.
 #pragma once
 
 #include <string>
@@ -22,7 +22,7 @@ class SettingsStore {
   bool flag(const std::string& key) const;
   bool setFlag(const std::string& key, bool on);
 
-  /// The person's home, as the worker sees it; by the password database before the worker has ever run.
+  /// The user's home, as the worker sees it; taken from the password database before the worker has ever run.
   Home home() const;
 
   /// The browsers that can be in that home.
@@ -31,7 +31,7 @@ class SettingsStore {
   /// The folders and files that are granted, as paths, sorted.
   std::vector<std::string> grants() const;
 
-  /// Takes back the grants of the folder and of all below it; answers how many there were.
+  /// Revokes the grants of the folder and of all below it; returns how many there were.
   std::size_t revoke(const std::string& folder);
 
   /// Whether the folder, or one above it, is granted.

@@ -31,8 +31,8 @@ struct Pending {
   std::optional<std::string> text;
 };
 
-/// Asks the worker now and then whether it is still there, until it says nothing twice in a row: once may be because
-/// the answer lay waiting while a person was asked in the terminal.
+/// Pings the worker until two pings in a row go unanswered. A single one proves nothing: its answer may have waited
+/// while the user was asked in the terminal.
 class Heartbeat : public std::enable_shared_from_this<Heartbeat> {
  public:
   explicit Heartbeat(SessionBus& bus) : bus_(bus) {}
@@ -130,7 +130,7 @@ std::optional<std::string> WorkerConnection::requestAccess(const std::string& bu
     sd_bus_slot* slot = nullptr;
     sd_bus_add_object(bus_->get(), &slot, platform::linux_::kOpenPanelObject, &WorkerConnection::panelCalled, this);
     offered.reset(slot);
-    // Where a graphical panel is up already, that one answers.
+    // If a graphical panel has the name already, that panel answers instead.
     static_cast<void>(bus_->requestName(platform::linux_::kOpenPanelName));
   }
   Pending pending;

@@ -20,9 +20,10 @@ class WorkerConnection {
   /// Whether the worker runs now.
   bool isRunning();
 
-  /// Has the worker obtain a browser's grants; the answer of the worker, or absent when there is no worker, or when it
-  /// gives none in that time. While it waits, panels are answered by `panel`, which gets the folders that can be chosen
-  /// as file URLs, nearest first, and answers one of them or "" to cancel; without one they are another program's.
+  /// Asks the worker to obtain a browser's grants. Returns the worker's answer; absent when there is no worker, or when
+  /// it doesn't answer within `patience`. Meanwhile `panel` answers the worker's open panels: it gets the folders that
+  /// can be chosen as file URLs, nearest first, and returns one of them, or "" to cancel. Without `panel`, another
+  /// program answers them.
   struct PanelQuestion {
     std::string title;
     std::string message;

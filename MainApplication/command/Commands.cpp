@@ -21,9 +21,9 @@ namespace {
 using platform::FileURL;
 using platform::linux_::RunLoop;
 
-// A worker that has stopped is noticed much sooner, by its silence.
-constexpr std::chrono::seconds kPatience{3600};       // a person at a panel
-constexpr std::chrono::seconds kPatienceForYes{120};  // when nobody is asked; a disk may be busy with other things
+// A worker that has stopped is noticed much sooner, because it no longer answers pings.
+constexpr std::chrono::seconds kPatience{3600};       // the user takes time at a panel
+constexpr std::chrono::seconds kPatienceForYes{120};  // nobody is asked, but the disk may be busy
 
 std::string lowerCase(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
@@ -100,7 +100,7 @@ int Commands::status() {
                                   {"browsers", nlohmann::ordered_json::array()}};
   for (const Browser* known : settings_.knownBrowsers()) {
     const Browser& browser = *known;
-    nlohmann::json folders = nlohmann::json::array();  // of all installations, without "~"
+    nlohmann::json folders = nlohmann::json::array();  // of all installations, with "~" replaced
     for (const Installation& installation : home.layout->installationsOf(browser)) {
       const std::string& place = installation.dataFolder;
       const std::string folder = place.starts_with('~') ? home.folder.path + place.substr(1) : place;

@@ -1,7 +1,7 @@
 // The everyday commands of "tidewell".
 //
-// Each answers an exit status: 0 done; 1 it could not be done (no bus, no worker, refused, settings that can't be
-// written); 2 misuse. Errors are one line on standard error.
+// Each returns an exit status: 0 done; 1 failed (no bus, no worker, refused, settings that can't be written); 2 misuse.
+// An error is one line on standard error.
 #pragma once
 
 #include <iosfwd>
@@ -18,7 +18,7 @@ class Commands {
   struct Options {
     bool json = false;       // print states for programs
     bool answerYes = false;  // agree to every folder that is asked for
-    bool onlyWords = false;  // print one word of each browser
+    bool onlyWords = false;  // print one word for each browser
   };
 
   Commands(platform::linux_::SqliteUserDefaults& domains, Options options, std::ostream& output, std::ostream& errors)
@@ -38,7 +38,7 @@ class Commands {
   int preview(const std::string& browser);
 
  private:
-  /// The browsers of these names; empty, with a line on the errors, when one is unknown.
+  /// The browsers with these names; empty, with a line on `errors_`, when one is unknown.
   std::vector<const Browser*> browsersFor(const std::vector<std::string>& texts);
   int fail(const std::string& why);
   int allowed(const Browser& browser);

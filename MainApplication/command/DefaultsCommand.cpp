@@ -27,7 +27,7 @@ std::optional<std::int64_t> integerFromText(const std::string& text) {
   return result.ec == std::errc() && result.ptr == end ? std::optional(number) : std::nullopt;
 }
 
-/// The value that the words behind the key stand for; absent when they stand for none.
+/// The value that the words after the key describe; absent when they describe none.
 std::optional<Value> valueFromWords(const std::vector<std::string>& words) {
   if (words.size() == 1 && !words[0].starts_with('-')) return Value(words[0]);
   if (words.empty()) return std::nullopt;
@@ -76,7 +76,7 @@ int DefaultsCommand::write(platform::linux_::DefaultsFile& file, const Arguments
   if (arguments.size() < 3) return misused("a key and a value are needed");
   const std::optional<Value> value = valueFromWords({arguments.begin() + 3, arguments.end()});
   if (!value) return misused("that is no value");
-  // The file has said on the log what was in the way.
+  // If this fails, the file has logged the reason.
   return file.write(arguments[2], *value) && file.checkpoint() ? kDone : kFailed;
 }
 

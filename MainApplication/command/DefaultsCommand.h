@@ -23,7 +23,7 @@ class DefaultsCommand {
   DefaultsCommand(platform::linux_::SqliteUserDefaults& domains, std::ostream& output, std::ostream& errors)
       : domains_(domains), output_(output), errors_(errors) {}
 
-  /// Runs with what stands behind "defaults"; answers the exit status. An error is one line on `errors`.
+  /// Runs with the arguments after "defaults"; returns the exit status. An error is one line on `errors`.
   int run(const std::vector<std::string>& arguments);
 
  private:

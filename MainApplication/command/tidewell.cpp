@@ -64,7 +64,7 @@ int main(int argc, char** argv) {
   preview->add_option("BROWSER", word)->required();
   preview->add_flag("--json", options.json, "For programs");
   CLI::App* defaults = app.add_subcommand("defaults", "Read and write settings");
-  // Its options begin with a single dash, so the command takes its words apart itself.
+  // Its long options begin with a single dash, which the library doesn't parse, so the command parses them itself.
   defaults->prefix_command();
 
   try {

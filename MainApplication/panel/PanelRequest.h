@@ -1,4 +1,4 @@
-// What a caller wants to be asked: one panel.
+// One panel, as a caller requests it over the bus.
 #pragma once
 
 #include <glibmm/variant.h>
@@ -10,8 +10,8 @@ namespace tidewell {
 
 /// A folder that can be chosen.
 struct PanelChoice {
-  std::string url;   // as it is answered
-  std::string path;  // as it is shown: UTF-8, whatever the file's name
+  std::string url;   // returned when it is chosen
+  std::string path;  // as shown: valid UTF-8, whatever bytes the name has
   bool exists = false;
 };
 
@@ -19,10 +19,10 @@ struct PanelRequest {
   std::string title;
   std::string message;
   std::string prompt;
-  bool comesToTheFront = false;      // of whatever the person has open
+  bool comesToTheFront = false;      // in front of all other windows
   std::vector<PanelChoice> choices;  // the folder that is asked for first, then each above it
 
-  /// Reads the dictionary that comes over the bus; what is missing in it stays empty.
+  /// Reads the dictionary that comes over the bus; entries that it lacks stay empty.
   static PanelRequest fromVariant(const Glib::VariantBase& panel);
 
   /// The nearest folder that exists; -1 when none does.

@@ -40,7 +40,7 @@ void PanelService::received(const Glib::ustring& sender, const Glib::ustring&,
   parameters.get_child(panel, 0);
   application_.hold();
   Call call{PanelRequest::fromVariant(panel), invocation, 0};
-  // A caller that goes away takes its panel with it.
+  // When the caller leaves the bus, its panel is closed.
   call.watch = Gio::DBus::watch_name(
       Gio::DBus::BusType::SESSION, sender, {},
       [this](const Glib::RefPtr<Gio::DBus::Connection>&, const Glib::ustring& name) { callerHasGone(name); });
@@ -68,7 +68,7 @@ void PanelService::answer(const std::string& url) {
   call.invocation->return_value(
       Glib::VariantContainerBase::create_tuple({response, Glib::Variant<Glib::ustring>::create(url)}));
   application_.release();
-  // Not here: the window is still busy with the event that brought the answer.
+  // Later, since this destroys the window, which is still handling the event that led to the answer.
   Glib::signal_idle().connect_once([this] { showNext(); });
 }
 

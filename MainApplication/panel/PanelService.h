@@ -18,14 +18,14 @@ class PanelService {
   /// Windows belong to the application, which stays alive as long as panels wait and ends a little after the last.
   explicit PanelService(Gtk::Application& application);
 
-  /// Offers the service. The connection must stay.
+  /// Offers the service. The connection must stay open.
   void offer(const Glib::RefPtr<Gio::DBus::Connection>& connection);
 
  private:
   struct Call {
     PanelRequest request;
     Glib::RefPtr<Gio::DBus::MethodInvocation> invocation;
-    guint watch = 0;  // of the caller's name
+    guint watch = 0;  // for the caller's name
   };
 
   void received(const Glib::ustring& sender, const Glib::ustring& method, const Glib::VariantContainerBase& parameters,

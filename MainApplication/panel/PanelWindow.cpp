@@ -56,7 +56,7 @@ void PanelWindow::presentInFront() {
   GdkSurface* surface = gtk_native_get_surface(GTK_NATIVE(gobj()));
   guint32 now = GDK_CURRENT_TIME;
 #ifdef GDK_WINDOWING_X11
-  // A time of its own counts as the person's; without one the window would be taken for one that nobody asked for.
+  // With a timestamp the request counts as the user's action; without one the window could stay in the background.
   if (GDK_IS_X11_SURFACE(surface)) now = gdk_x11_get_server_time(surface);
 #endif
   gtk_window_present_with_time(GTK_WINDOW(gobj()), now);
@@ -67,7 +67,7 @@ void PanelWindow::addChoices(const PanelRequest& request) {
   const int preselected = request.preselected();
   for (const PanelChoice& choice : request.choices) {
     auto* button = Gtk::make_managed<Gtk::CheckButton>();
-    // A path may be long: it is cut in the middle, and whole in the tool tip and for screen readers.
+    // A long path is shortened in the middle; the tool tip and screen readers have all of it.
     auto* label = Gtk::make_managed<Gtk::Label>(choice.path);
     label->set_ellipsize(Pango::EllipsizeMode::MIDDLE);
     label->set_xalign(0);

@@ -15,13 +15,13 @@ namespace tidewell {
 
 class PanelWindow : public Gtk::Window {
  public:
-  /// Called once: with the URL that was chosen, or with "" for a panel that was cancelled in whatever way.
+  /// Called once: with the URL that was chosen, or with "" when the panel was cancelled in any way.
   using Answer = std::function<void(const std::string& url)>;
 
   PanelWindow(const PanelRequest& request, Answer answer);
 
-  /// Shows the window in front of whatever the person has open, also where window managers keep back new windows of
-  /// programs that nobody clicked.
+  /// Shows the window in front of all others, also where the window manager keeps windows in the background that no
+  /// action of the user has opened.
   void presentInFront();
 
  private:

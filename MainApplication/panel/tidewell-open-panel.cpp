@@ -1,4 +1,4 @@
-// The graphical open panel: started by the bus when it is called, gone a little after the last panel.
+// The graphical open panel: the bus starts it when it is called, and it ends a few seconds after the last panel.
 
 #include <gtkmm.h>
 #include <libintl.h>
@@ -14,7 +14,7 @@ namespace {
 
 constexpr unsigned kLingerMilliseconds = 5000;
 
-/// A service that has windows when it is asked for one.
+/// A service on the bus that opens a window only when a panel is requested.
 class Application : public Gtk::Application {
  public:
   Application()

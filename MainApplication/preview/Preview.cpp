@@ -35,7 +35,7 @@ class NoLog : public platform::Log {
   void log(std::string_view) override {}
 };
 
-/// Agrees to whatever is asked for; everything may be looked at anyway.
+/// Agrees to every request, because a preview may read everything anyway.
 class AgreeingPanel : public platform::OpenPanel {
  public:
   void activateIgnoringOtherApps(bool) override {}
@@ -123,7 +123,7 @@ void appendItems(const PreviewFiles& files, Preview& preview) {
     return false;
   };
   for (const std::string& path : removals) {
-    if (isInsideAnother(path)) continue;  // counted there
+    if (isInsideAnother(path)) continue;  // counted with that one
     if (auto item = measured(path)) preview.items.push_back(std::move(*item));
   }
 }
@@ -138,7 +138,7 @@ void appendRewritings(const PreviewFiles& files, Preview& preview) {
 void appendRows(const PreviewFiles& files, Preview& preview) {
   for (const auto& [original, copy] : files.copies()) {
     const auto after = rowCounts(copy);
-    // The original is looked at through a copy as well: opening a database can write beside it.
+    // The original is read through a copy too: opening a database can create files beside it.
     const std::string untouched = copy + ".before";
     std::error_code error;
     fs::copy_file(original, untouched, error);

@@ -1,7 +1,7 @@
 // What a run of a browser would remove now.
 //
-// The very cleaners run, on a platform whose removals are written down and whose databases are copies. Nothing is
-// touched, and nobody is asked for anything.
+// The worker's own cleaners run, on a platform that records removals and hands out copies of databases. No file of the
+// user is changed, and nobody is asked for anything.
 #pragma once
 
 #include <cstdint>
@@ -25,10 +25,10 @@ struct PreviewedRows {
   std::uint64_t rows = 0;
 };
 
-/// A file, or a database in a folder, of which a part stays.
+/// A file, or a folder with a database, that is rewritten because a part of it stays.
 struct PreviewedRewriting {
   std::string path;
-  std::uint64_t bytes = 0;  // how many fewer it would have
+  std::uint64_t bytes = 0;  // by how many it would shrink
 };
 
 struct Preview {

@@ -66,7 +66,7 @@ std::error_code PreviewFiles::replaceItem(const std::string& path, const std::st
 }
 
 std::error_code PreviewFiles::removeItem(const std::string& path) {
-  if (isMade(path)) return {};  // what it would hold by then has been replaced, and is counted as that
+  if (isMade(path)) return {};  // after the exchange it holds the old content, which is counted as replaced
   if (removed_.insert(path).second) removals_.push_back(path);
   return {};
 }
@@ -86,7 +86,7 @@ platform::Result<platform::FileURL> PreviewFiles::applicationScriptsDirectory(bo
 bool PreviewFiles::copy(const std::string& database, const std::string& to) const {
   std::error_code error;
   if (folder_.path().empty() || !fs::copy_file(database, to, error)) return false;
-  // What was written last may lie beside it.
+  // The latest changes may still be in a journal beside it.
   for (const char* companion : {"-wal", "-journal"}) fs::copy_file(database + companion, to + companion, error);
   return true;
 }

@@ -1,4 +1,4 @@
-// Files that are only looked at: removals are written down, and databases are handed out as copies.
+// A file manager that changes nothing: it records removals, and hands out copies of databases.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@
 
 namespace tidewell {
 
-/// A folder of one's own that goes with the object.
+/// A new folder that is removed with the object.
 class TemporaryFolder {
  public:
   TemporaryFolder();
@@ -21,7 +21,7 @@ class TemporaryFolder {
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
-  const std::string& path() const { return path_; }  // "" when there is none to be had
+  const std::string& path() const { return path_; }  // "" when it could not be created
 
  private:
   std::string path_;
@@ -31,16 +31,16 @@ class PreviewFiles : public platform::linux_::LinuxFileManager {
  public:
   PreviewFiles(platform::linux_::SecurityScopes& scopes, std::string scriptsFolder);
 
-  /// What would have been removed, in order, each once; among it what is not there.
+  /// The paths that would have been removed, in order, each once; some of them may not exist.
   const std::vector<std::string>& removals() const { return removals_; }
 
-  /// The databases that were asked for, and where the copies lie that statements have worked on.
+  /// The databases that were opened, each with the path of its copy, which the statements have changed.
   const std::map<std::string, std::string>& copies() const { return copies_; }
 
-  /// What would have taken the place of something, and its size in bytes.
+  /// The paths that would have been replaced, each with the size in bytes of its replacement.
   const std::map<std::string, std::uint64_t>& replacements() const { return replacements_; }
 
-  /// A browser that runs now does not run when it has quit.
+  /// Always succeeds: the preview is of a run after the browser has quit, even if it runs now.
   platform::Result<std::unique_ptr<platform::FileLock>> lockFile(const std::string&) override {
     return std::make_unique<platform::FileLock>();
   }
@@ -61,7 +61,7 @@ class PreviewFiles : public platform::linux_::LinuxFileManager {
   TemporaryFolder folder_;
   bool isMade(const std::string& path) const;
 
-  std::map<std::string, std::uint64_t> made_;  // sizes of what does not exist in earnest; 0 of folders
+  std::map<std::string, std::uint64_t> made_;  // sizes of what would have been created; 0 for folders
   std::map<std::string, std::uint64_t> replacements_;
   std::set<std::string> removed_;
   std::vector<std::string> removals_;

@@ -1,4 +1,4 @@
-// Settings as they are, with changes that are forgotten.
+// The real settings, with changes that are kept in memory only.
 #pragma once
 
 #include <map>
@@ -18,7 +18,7 @@ class PreviewSettings : public platform::UserDefaultsDomains {
       : real_(real), hidden_(std::move(hidden)) {}
 
   std::unique_ptr<platform::UserDefaults> suite(const std::string& name) override;
-  /// Empty at first: nothing that was granted in earnest plays a part.
+  /// Empty at first, so that real grants play no part.
   std::unique_ptr<platform::UserDefaults> standardUserDefaults() override;
 
  private:

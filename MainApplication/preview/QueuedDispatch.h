@@ -1,4 +1,4 @@
-// Queues without threads and without waiting: everything runs in order, one after the other, when it is told to.
+// Queues without threads and without waiting: tasks run one after the other, within runUntilIdle().
 #pragma once
 
 #include <chrono>
@@ -16,7 +16,8 @@ class QueuedDispatch : public platform::Dispatch {
   QueuedDispatch();
   ~QueuedDispatch() override;
 
-  /// Runs all that was handed over, and what that hands over; then what was delayed, the earliest first.
+  /// Runs all tasks, and those that they add; then the delayed ones, the earliest first, without waiting for their
+  /// time.
   void runUntilIdle();
 
   bool isMainThread() const override { return true; }

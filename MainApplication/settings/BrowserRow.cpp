@@ -17,13 +17,13 @@ constexpr int kSpacing = 12;
 constexpr int kMargin = 12;
 constexpr int kFoldersCharacters = 40;
 
-/// The icon of the browser's desktop entry, if it has one that the theme knows; else one that stands for any browser.
+/// The icon of the browser's desktop entry, if it has one that the theme knows; else a generic one.
 Glib::RefPtr<const Gio::Icon> iconOf(const Browser& browser) {
   const auto theme = Gtk::IconTheme::get_for_display(Gdk::Display::get_default());
   std::vector<std::string> entries = {std::string(browser.bundleIdentifier)};
   for (const std::string_view name : browser.executableNames) {
     entries.emplace_back(name);
-    entries.push_back(entries.back() + "_" + entries.back());  // as one packaging system names them
+    entries.push_back(entries.back() + "_" + entries.back());  // as Snap names them
   }
   for (const std::string& entry : entries) {
     const auto application = Gio::DesktopAppInfo::create(entry + ".desktop");

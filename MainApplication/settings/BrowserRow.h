@@ -1,4 +1,4 @@
-// One browser in the settings window: its icon and name, whether its folders are allowed, and what can be done.
+// One browser in the settings window: its icon and name, whether its folders are allowed, and its actions.
 #pragma once
 
 #include <gtkmm.h>
@@ -12,7 +12,7 @@ namespace tidewell {
 
 class BrowserRow : public Gtk::Box {
  public:
-  /// What a person does here. Each may call back into the row.
+  /// Called when the user does something here. Each may call back into the row.
   struct Actions {
     std::function<void(bool on)> enable;
     std::function<void()> allow;
@@ -40,7 +40,7 @@ class BrowserRow : public Gtk::Box {
   Gtk::Button preview_;
   Gtk::Button allow_;
   Gtk::Switch enabled_;
-  bool shown_ = false;  // what the switch shows by our own doing
+  bool shown_ = false;  // what the program itself has set the switch to
 };
 
 }  // namespace tidewell

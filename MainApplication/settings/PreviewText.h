@@ -1,4 +1,4 @@
-// A preview as a person reads it.
+// Turns a preview into text for people.
 #pragma once
 
 #include <string>

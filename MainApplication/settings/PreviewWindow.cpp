@@ -16,7 +16,7 @@ constexpr int kHeight = 420;
 constexpr int kMargin = 18;
 constexpr int kTextMargin = 8;
 
-/// The program of that name beside the one that runs.
+/// The path of a program in the folder of the running one.
 std::string programBeside(const char* name) {
   std::error_code error;
   return (std::filesystem::read_symlink("/proc/self/exe", error).parent_path() / name).string();
@@ -109,7 +109,7 @@ void PreviewWindow::start(const Browser& browser) {
   g_subprocess_communicate_utf8_async(
       program_, nullptr, cancellable_,
       [](GObject*, GAsyncResult* result, gpointer self) {
-        // A window that is gone has cancelled this.
+        // If cancelled, the window has been destroyed.
         if (g_cancellable_is_cancelled(g_task_get_cancellable(G_TASK(result))) != 0) return;
         static_cast<PreviewWindow*>(self)->ended(result);
       },

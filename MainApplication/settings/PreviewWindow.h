@@ -1,4 +1,4 @@
-// What a run would remove now: the words of the program "tidewell", which touches nothing for it.
+// Shows what a run would remove now, as reported by "tidewell preview", which removes nothing.
 #pragma once
 
 #include <gtkmm.h>

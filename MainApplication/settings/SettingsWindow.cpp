@@ -40,7 +40,7 @@ SettingsWindow::SettingsWindow(platform::linux_::SqliteUserDefaults& domains) : 
   scrolled_.set_child(content_);
   scrolled_.set_policy(Gtk::PolicyType::NEVER, Gtk::PolicyType::AUTOMATIC);
   scrolled_.set_propagate_natural_height(true);
-  outer_.append(message_);  // above what scrolls: it is always seen
+  outer_.append(message_);  // above the scrolled part, so that it is always visible
   outer_.append(scrolled_);
   set_child(outer_);
   addMessage();

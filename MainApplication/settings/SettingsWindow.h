@@ -1,6 +1,6 @@
-// The settings: the browsers, notifications and overwriting, and what the worker has to say.
+// The settings window: the browsers, notifications and overwriting, and a message when something has failed.
 //
-// Shows the settings as they are whenever it gets the focus: other programs change them too.
+// Reads the settings again whenever it gets the focus, because other programs change them too.
 #pragma once
 
 #include <gtkmm.h>
@@ -51,11 +51,11 @@ class SettingsWindow : public Gtk::ApplicationWindow {
   Gtk::Box message_{Gtk::Orientation::HORIZONTAL, 8};
   Gtk::Label messageText_;
   Gtk::Box list_{Gtk::Orientation::VERTICAL};
-  std::vector<BrowserRow*> rows_;  // as browsers_ are ordered
+  std::vector<BrowserRow*> rows_;  // in the order of browsers_
   std::vector<Option> options_;
   std::set<const Browser*> asking_;
   std::unique_ptr<PreviewWindow> preview_;
-  bool isShowing_ = false;                // the switches change by our own doing
+  bool isShowing_ = false;                // the program itself is setting the switches
   std::unique_ptr<WorkerClient> worker_;  // last: it calls into all the rest
 };
 

@@ -11,7 +11,7 @@ namespace tidewell {
 namespace {
 
 constexpr char kPeerInterface[] = "org.freedesktop.DBus.Peer";
-constexpr int kPatienceMilliseconds = 10'000;  // a worker that is there answers at once, even while a panel is open
+constexpr int kPatienceMilliseconds = 10'000;  // a running worker answers at once, even while a panel is open
 constexpr int kPauseMilliseconds = 10'000;
 constexpr int kNoTimeout = std::numeric_limits<int>::max();
 
@@ -98,7 +98,7 @@ void WorkerClient::askWhetherItIsThere(const RequestPointer& request) {
         } catch (const Glib::Error& error) {
           failure = outcomeOf(error);
         }
-        if (!request->done) return;  // and `this` may be gone
+        if (!request->done) return;  // cancelled, and `this` may be gone
         if (failure) return finish(request, *failure);
         request->nextQuestion = Glib::signal_timeout().connect(
             [this, request] {

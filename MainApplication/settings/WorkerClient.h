@@ -1,7 +1,7 @@
-// The worker, as a window reaches it: nothing here ever waits.
+// Calls the worker for a window: asynchronously, so that the window never blocks.
 //
-// A request for folders lasts as long as a person takes at the panels, so it has no time limit of its own. While it
-// lasts, the worker is asked now and then whether it is still there; that question has one.
+// A request for folders takes as long as the user takes at the panels, so it has no time limit. Meanwhile the worker is
+// pinged from time to time; a ping that isn't answered within its time limit ends the request.
 #pragma once
 
 #include <giomm.h>
@@ -17,16 +17,16 @@ class WorkerClient {
  public:
   enum class Outcome { kAnswered, kNotRunning, kNoAnswer };
 
-  /// Called with whether the worker runs: soon, and then whenever that changes. Starts the worker where the bus can.
+  /// Called with whether the worker runs: soon after construction, then at every change. The bus is asked to start it.
   using Running = std::function<void(bool isRunning)>;
   explicit WorkerClient(const Running& running);
 
-  /// Nothing is called any more.
+  /// Ends all requests; no callback is called after this.
   ~WorkerClient();
   WorkerClient(const WorkerClient&) = delete;
   WorkerClient& operator=(const WorkerClient&) = delete;
 
-  /// Has the worker obtain a browser's grants. Calls `done` once, later.
+  /// Asks the worker to obtain a browser's grants. Calls `done` once, after this function has returned.
   using Done = std::function<void(Outcome outcome)>;
   void requestAccess(const std::string& bundleIdentifier, Done done);
 

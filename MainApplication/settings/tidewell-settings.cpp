@@ -1,4 +1,4 @@
-// The settings window; started once more, it comes to the front.
+// The program of the settings window. Starting it again brings the open window to the front.
 
 #include <gtkmm.h>
 #include <libintl.h>

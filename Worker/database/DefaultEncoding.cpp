@@ -25,10 +25,10 @@ class Converter {
 
   bool converts(const std::string& from, const std::string& to) const { return from == from_ && to == to_; }
 
-  /// Absent when the text is not valid, or can not be said in the other encoding.
+  /// Absent when the text is not valid, or has no counterpart in the other encoding.
   std::optional<std::string> convert(std::string_view text) {
     if (!isKnown()) return std::nullopt;
-    ::iconv(handle_, nullptr, nullptr, nullptr, nullptr);  // back to the initial shift state
+    ::iconv(handle_, nullptr, nullptr, nullptr, nullptr);  // resets the shift state
     std::string converted;
     char* in = const_cast<char*>(text.data());  // iconv() does not write to it
     std::size_t left = text.size();
@@ -58,9 +58,9 @@ class Converter {
 };
 
 std::string converted(std::string_view text, const std::string& from, const std::string& to) {
-  // ASCII is the same in UTF-8, and what is not ASCII stays as it is.
+  // ASCII is the same in UTF-8, and other bytes stay as they are.
   if (from == to || from == kASCII || to == kASCII) return std::string(text);
-  // To open a converter takes longer than to convert a cell: the last one is kept.
+  // Opening a converter takes longer than converting a cell: the last one is kept.
   thread_local std::optional<Converter> converter;
   if (!converter || !converter->converts(from, to)) converter.emplace(from, to);
   return converter->convert(text).value_or(std::string(text));

@@ -1,11 +1,12 @@
-// Which file a connection really has open.
+// Detects that a database file was moved or replaced after it was opened.
 #pragma once
 
 namespace tidewell {
 
 class Sqlite;
 
-/// Whether another file, or none, stands now where the connection's was opened. False while it is closed.
+/// Whether the path at which the connection's file was opened now has another file, or none. False while the connection
+/// is closed.
 bool hasMoved(const Sqlite& connection);
 
 }  // namespace tidewell

@@ -26,7 +26,7 @@ Cell cellAt(const char* place) {
   return {static_cast<Kind>(*place), {place + kHeader, length}};
 }
 
-/// The cell of a value. The bytes are those of the value; of a number, those of `real`, which receives it.
+/// The cell of a value. The bytes are those of the value, or for a number those of `real`, which receives it.
 Cell cellFor(const std::optional<SqliteValue>& value, double& real) {
   if (!value) return {Kind::kAbsent, {}};
   if (const auto* text = std::get_if<std::string>(&*value)) return {Kind::kString, *text};
@@ -38,7 +38,7 @@ Cell cellFor(const std::optional<SqliteValue>& value, double& real) {
   return {std::holds_alternative<SqliteNull>(*value) ? Kind::kNull : Kind::kAbsent, {}};
 }
 
-/// Writes the cell, and answers the place behind it.
+/// Writes the cell, and returns the place behind it.
 char* write(const Cell& cell, char* place) {
   const auto length = static_cast<Length>(cell.bytes.size());
   *place = static_cast<char>(cell.kind);

@@ -1,8 +1,8 @@
 // The result of a query: rows in the order in which the database gave them.
 //
-// A million rows are nothing unusual here, so rows share their column names, and a cell costs what its value costs and
-// five bytes. A row is a view: it, and the texts that it gives out, live as long as the Rows that they come from, which
-// may be moved meanwhile. Read from any threads at once; append from one, with no readers. Nothing fails.
+// A million rows are common, so rows share their column names, and a cell takes five bytes more than its value. A row
+// is a view: it and the texts that it returns are valid as long as the Rows they come from, which may be moved. Any
+// number of threads may read at once; append() needs exclusive access. Nothing fails.
 #pragma once
 
 #include <cstddef>
@@ -35,7 +35,7 @@ class Row {
   friend class Rows;
   Row(const std::vector<std::string>& columns, const char* cells) : columns_(&columns), cells_(cells) {}
 
-  /// The place where the column's cell begins, or null.
+  /// Where the column's cell begins; null when there is no such column.
   const char* cellOf(std::string_view column) const;
 
   const std::vector<std::string>* columns_;
@@ -46,7 +46,7 @@ class Rows {
  public:
   class const_iterator {
    public:
-    using iterator_category = std::input_iterator_tag;  // a row is made when it is asked for
+    using iterator_category = std::input_iterator_tag;  // rows are made on demand
     using value_type = Row;
     using difference_type = std::ptrdiff_t;
     using pointer = void;
@@ -99,7 +99,7 @@ class Rows {
     std::size_t used;
   };
 
-  /// Where the next row goes, and stays.
+  /// Reserves bytes for the next row, at an address that stays valid.
   char* placeFor(std::size_t size);
 
   std::shared_ptr<const std::vector<std::string>> columns_;

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::chrono::microseconds kBusyPause{20};
 
-/// What "%s" makes of a C string: text in the default encoding.
+/// The text of a C string in the default encoding; "" for null.
 std::string textFromCString(const char* cString) {
   return cString ? textFromEncoding(cString, defaultCStringEncoding()) : std::string();
 }
@@ -43,9 +43,9 @@ class Binder {
 
   void operator()(const SqliteNull& /*null*/) const { sqlite3_bind_null(statament_, column_); }
   void operator()(const platform::Data& data) const {
-    // Longer than SQLite can take, and as with all that it can not take the parameter stays unbound.
+    // Too long for SQLite. Like every value that SQLite can't take, it leaves the parameter unbound.
     if (data.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) return;
-    // Data without bytes has no address, and without one SQLite would take it for null.
+    // Empty data has no address, and SQLite would bind a null address as NULL.
     const void* bytes = data.empty() ? static_cast<const void*>("") : data.data();
     sqlite3_bind_blob(statament_, column_, bytes, static_cast<std::int32_t>(data.size()), nullptr);
   }
@@ -87,7 +87,7 @@ SqliteValue bindable(SqliteValue value) {
 
 }  // namespace
 
-/// A prepared statement and what is bound to it. Lets go of both, also when the arguments turn out to be too few.
+/// A prepared statement and what is bound to it. Releases both, also when too few arguments raise an exception.
 class Sqlite::BoundStatament {
  public:
   BoundStatament(Sqlite& sqlite, sqlite3_stmt* statament)
@@ -125,13 +125,13 @@ int Sqlite::untilNotBusy(const Call& call) {
     } else {
       std::this_thread::sleep_for(kBusyPause);
     }
-    // This way round: a bound of 0 or more allows no retry at all, and only one below 0 does, without end. Meant.
+    // Deliberately this way round: a bound of 0 or more allows no retry, a negative one allows them without end.
     if (retries <= busyRetryTimeout_) return result;
   }
 }
 
 bool Sqlite::open(const std::string& path) {
-  const std::string opened = path;  // it may be our own filePath(), which close() takes away
+  const std::string opened = path;  // it may be our own filePath(), which close() resets
   close();
   refuseSuperJournals();
   if (sqlite3_open(opened.c_str(), &_db_) != SQLITE_OK) return false;
@@ -164,7 +164,7 @@ std::optional<Rows> Sqlite::executeQuery_arguments(const std::string& sql, const
   std::vector<std::optional<SqliteValue>> cells(static_cast<std::size_t>(count));
   while (hasData(statament)) {
     if (rows.empty()) {
-      // Not before: the first step compiles the statement anew when the tables have changed meanwhile.
+      // Not earlier: the first step recompiles the statement when the tables have changed.
       std::vector<std::string> names(cells.size());
       for (int column = 0; column < count; ++column) {
         names[static_cast<std::size_t>(column)] = columnName_columnIndex(statament, column);

@@ -1,4 +1,4 @@
-// The values that cross Sqlite: arguments of statements on the way in, columns of rows on the way out.
+// The values that Sqlite takes and returns: arguments of statements, and columns of rows.
 //
 // Plain values; any thread.
 #pragma once
@@ -14,7 +14,7 @@
 
 namespace tidewell {
 
-/// A number, and the type that it was made from: that decides how it is bound.
+/// A number, and the type that it was made from, which decides how it is bound.
 class SqliteNumber {
  public:
   template <typename T>
@@ -36,7 +36,7 @@ class SqliteNumber {
   friend bool operator==(const SqliteNumber&, const SqliteNumber&) = default;
 
  private:
-  // Whole numbers are kept in 64 bits; the type encoding remembers how many they had.
+  // Whole numbers are kept in 64 bits; the type encoding records their original width.
   template <typename T>
   using Stored =
       std::conditional_t<std::is_same_v<T, float>, float,
@@ -56,18 +56,18 @@ class SqliteNumber {
   char typeEncoding_;
 };
 
-/// The null marker: a value that says that there is none.
+/// The null marker.
 struct SqliteNull {
   friend bool operator==(const SqliteNull&, const SqliteNull&) = default;
 };
 
-/// Any other object, which is only known by its text description.
+/// Any other object, known only by its text description.
 struct SqliteObject {
   std::string description;
   friend bool operator==(const SqliteObject&, const SqliteObject&) = default;
 };
 
-/// An absent value is a std::optional of this without one.
+/// An absent value is an empty std::optional of this.
 using SqliteValue = std::variant<std::string, SqliteNumber, platform::Data, platform::Date, SqliteNull, SqliteObject>;
 
 }  // namespace tidewell

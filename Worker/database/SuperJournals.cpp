@@ -8,7 +8,7 @@ namespace tidewell {
 namespace {
 
 sqlite3_vfs* systemFiles = nullptr;
-sqlite3_vfs files;  // as the system's, but for the one call
+sqlite3_vfs files;  // the system's, except for xOpen
 
 int openFile(sqlite3_vfs*, sqlite3_filename name, sqlite3_file* file, int flags, int* flagsInUse) {
   if ((flags & SQLITE_OPEN_SUPER_JOURNAL) != 0) {

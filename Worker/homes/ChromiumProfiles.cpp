@@ -13,11 +13,11 @@ namespace {
 
 using platform::appendingPathComponent;
 
-// Something of it is in every profile, and in nothing that lies beside them.
+// Every profile has at least one of these, and no other folder beside the profiles has any.
 constexpr const char* kInProfiles[] = {"Preferences", "Secure Preferences", "History", "Local Storage",
                                        "Service Worker"};
 
-/// Whether a folder is a profile that a browser has filled, as far as it came to that.
+/// Whether a folder is a profile, even one that the browser has only begun to fill.
 bool isProfile(const std::string& folder) {
   const std::vector<std::string> names = GrantedFiles::entriesOf(folder);
   return std::find_first_of(names.begin(), names.end(), std::begin(kInProfiles), std::end(kInProfiles)) != names.end();

@@ -5,8 +5,8 @@
 
 namespace tidewell {
 
-/// The profiles that the list in the data folder names, and those that the browser has not come to list. With
-/// `isProfileItself` the data folder counts as one too.
+/// The profiles listed in the data folder's "Local State", and those that the browser has not listed yet. With
+/// `isProfileItself` the data folder counts as a profile too.
 StoreFolders chromiumStoreFolders(const Installation& installation, bool isProfileItself);
 
 }  // namespace tidewell

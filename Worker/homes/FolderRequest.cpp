@@ -17,7 +17,7 @@ std::string withoutLinks(const std::string& folder) {
 
 void askForFolders(const Layout& layout, const Browser& browser) {
   std::set<std::string> asked;
-  // Twice: a list of profiles in a folder that was granted may name more of them.
+  // Twice: a list of profiles in a newly granted folder may name more folders.
   for (int round = 0; round < 2; ++round) {
     for (const std::string& folder : layout.foldersNeededBy(browser)) {
       if (asked.insert(withoutLinks(folder)).second) GrantedFiles::obtain(folder);

@@ -5,8 +5,8 @@
 
 namespace tidewell {
 
-/// Obtains a grant for each folder that the browser's cleaning needs and that has none, each by itself, once. Returns
-/// when the person has answered.
+/// Obtains a grant for each folder that the browser's cleaning needs, asking once for each that has none. Returns when
+/// the person has answered.
 void askForFolders(const Layout& layout, const Browser& browser);
 
 }  // namespace tidewell

@@ -21,13 +21,13 @@ bool isExistingFolder(const std::string& path) {
   return Platform::current().fileManager.fileExists(path, isDirectory) && isDirectory;
 }
 
-/// Also when something is in the way of looking: only what is known to be none is none.
+/// Also true when the path can't be examined: false only when it is known to be no folder.
 bool mayBeFolder(const std::string& path) {
   const std::error_code error = Platform::current().fileManager.checkResourceIsReachable(path);
   return error ? error != std::errc::no_such_file_or_directory : isExistingFolder(path);
 }
 
-/// By the setting, where that names a layout; else by what lies in the home.
+/// By the setting when it names a layout, else by what lies in the home.
 bool hasLibrary(const platform::UserDefaults& shared, const HomeFolder& home) {
   const std::string named = shared.stringForKey(kHomeLayoutKey).value_or("");
   if (named == "Library" || named == "XDG") return named == "Library";

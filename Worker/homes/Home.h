@@ -12,13 +12,13 @@ namespace tidewell {
 
 struct Home {
   HomeFolder folder;
-  bool cleansCurrentStores = false;  // those of today's browsers, and not only those of the operations
+  bool cleansCurrentStores = false;  // those of today's browsers, besides older ones
   std::unique_ptr<const Layout> layout;
 
   /// The home as it is now, by the settings and files of the installed platform. Any thread.
   static Home current();
 
-  /// The home of the person with these settings, looked at in this way.
+  /// The home of the person with these settings, seen through `eyes`.
   static Home of(const platform::UserDefaults& shared, const platform::System& system, HomeEyes eyes);
 };
 

@@ -1,4 +1,4 @@
-// The home of a person, before anything is known of its layout.
+// The person's home folder, whatever its layout.
 #pragma once
 
 #include <functional>
@@ -8,7 +8,7 @@
 
 namespace tidewell {
 
-/// A folder that a browser was told to use when it was started, and that is not one of its usual places.
+/// A folder that a browser was started with, other than its usual places.
 struct StartedWith {
   std::string bundleIdentifier;
   std::string folder;  // a whole path
@@ -16,14 +16,14 @@ struct StartedWith {
   bool operator==(const StartedWith&) const = default;
 };
 
-/// How a home is looked at. None of these changes anything.
+/// Read-only access to the files of a home.
 struct HomeEyes {
   using Test = std::function<bool(const std::string& path)>;
 
   Test isFolder;
-  Test mayBeFolder;  // also true of what can't be looked at
-  Test isThere;      // anything of that path
-  /// Of a file inside a folder that may have to be granted; absent when it can't be read.
+  Test mayBeFolder;  // also true when the path can't be examined
+  Test isThere;      // whatever is at the path
+  /// The contents of a file whose folder may need a grant; absent when the file can't be read.
   std::function<std::optional<std::string>(const std::string& path)> contentsOf;
   /// Where a path leads when its links are resolved; may be empty.
   std::function<std::string(const std::string& path)> withoutLinks;

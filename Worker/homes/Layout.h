@@ -1,11 +1,11 @@
 // How a home is laid out: where in it each browser keeps its data, and what follows from that.
 //
 // There are two layouts. A home with a folder "Library" has everything in the places that the table of browsers names
-// for it, and is cleaned by the operations of WorkerAppDelegate. Any other home is laid out as the XDG Base Directory
-// Specification has it; a browser can be installed more than once there: by the distribution or its maker, as a
-// Flatpak, as a Snap. Nothing but these two classes knows which one a home has.
+// for it, and is cleaned by the operations of WorkerAppDelegate. Any other home follows the XDG Base Directory
+// Specification, and can have a browser more than once: from the distribution or its maker, as a Flatpak, as a Snap.
+// Other code asks the layout, and does not distinguish the two classes.
 //
-// A layout only looks, and changes nothing. Any thread.
+// A layout is read-only. Any thread.
 #pragma once
 
 #include <string>
@@ -21,16 +21,16 @@ class Layout {
  public:
   virtual ~Layout() = default;
 
-  /// As the setting names it, and as states tell it.
+  /// The layout's name, in the setting and in the state that the main application prints.
   virtual std::string_view name() const = 0;
 
-  /// Whether the operations of WorkerAppDelegate, and its request for folders, are those of this layout.
+  /// Whether this layout is cleaned by the operations of WorkerAppDelegate, with their own request for folders.
   virtual bool hasOperations() const = 0;
 
-  /// Whether folders that a browser was told to use when it was started are cleaned as well.
+  /// Whether folders that a browser was started with are cleaned as well.
   virtual bool followsArguments() const = 0;
 
-  /// Whether a browser that runs again by the time of the second run is left alone by it.
+  /// Whether the second run spares a browser that is running again by then.
   virtual bool sparesRunningBrowsers() const = 0;
 
   /// Whether a request for the browser's folders is answered.
@@ -38,19 +38,19 @@ class Layout {
   /// Whether anything of the browser can be on such a home.
   virtual bool mayHave(const Browser& browser) const = 0;
 
-  /// The one place of the table, or those that exist.
+  /// The browser's places in the table that exist; its single place on a home with a Library, existing or not.
   virtual std::vector<Installation> installationsOf(const Browser& browser) const = 0;
 
   /// Where the stores of an installation lie. Reads lists of profiles and lists folders, under the grants.
   virtual StoreFolders storeFoldersOf(const Browser& browser, const Installation& installation) const = 0;
 
-  /// Where plug-ins that are not a browser's own keep what sites left; those that exist.
+  /// The existing folders in which plug-ins that are not a browser's own keep what sites left.
   virtual std::vector<std::string> pluginFolders() const = 0;
 
   /// The folders that a browser's cleaning needs, as whole paths, in the order in which they are asked for.
   virtual std::vector<std::string> foldersNeededBy(const Browser& browser) const = 0;
 
-  /// Those without which a browser does not count as allowed.
+  /// The folders that must be granted for the browser to count as allowed.
   virtual std::vector<std::string> foldersToAllow(const Browser& browser) const = 0;
 };
 

@@ -56,8 +56,8 @@ void LinuxLayout::appendStartedWith(std::vector<Installation>& found, const Brow
   }
 }
 
-/// Chromium keeps the caches of a data folder that lies among the programs' settings in the same place among their
-/// caches, and those of any other in the data folder itself.
+/// Chromium keeps the caches of a data folder below ".config" at the same relative path below ".cache", and those of
+/// any other data folder in that folder.
 Folders LinuxLayout::cachesFor(const std::string& dataFolder) const {
   for (const std::string& settings :
        {home_.configurationFolder.value_or(""), home_.path + std::string(kConfiguration.substr(1))}) {
@@ -76,7 +76,7 @@ void LinuxLayout::appendInstallation(std::vector<Installation>& found, Installat
   found.push_back(std::move(installation));
 }
 
-/// Caches in a data folder are the profiles' own affair: removing them as a whole would remove the profiles.
+/// Drops cache folders that overlap a data folder: removing them whole would remove profiles.
 void LinuxLayout::dropCachesAmongData(std::vector<Installation>& found) const {
   const auto place = [this](const std::string& path) {
     return home_.eyes.withoutLinks ? home_.eyes.withoutLinks(path) : path;
@@ -93,7 +93,8 @@ void LinuxLayout::dropCachesAmongData(std::vector<Installation>& found) const {
   }
 }
 
-/// The place where the session has moved it, and where it usually is: what runs a browser may not know of the move.
+/// Where a place exists: where the session has moved it, and where it usually is, since a browser's launcher may not
+/// know of the move.
 Folders LinuxLayout::existing(std::string_view place) const {
   Folders candidates;
   if (home_.configurationFolder && place.starts_with(kConfiguration)) {

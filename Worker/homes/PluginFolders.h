@@ -1,4 +1,4 @@
-// Where browser plug-ins that are not a browser's own keep their data.
+// The data folders of plug-ins that are not a browser's own, on a home with a Library.
 #pragma once
 
 namespace tidewell {

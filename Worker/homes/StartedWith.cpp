@@ -19,7 +19,7 @@ constexpr std::array<std::string_view, 3> kTemporaryFolders = {"/tmp", "/var/tmp
 constexpr std::size_t kMostKept = 16;
 constexpr std::size_t kLongestPath = 4096;  // bytes
 
-/// The longest of `start`, `start` and the next word, and so on that is a folder; up to the next option.
+/// The longest path of a folder made of `start` and any number of the words after it, up to the next option.
 std::optional<std::string> folderBeginningWith(std::string start, const std::vector<std::string>& words,
                                                std::size_t next, const HomeEyes::Test& isFolder) {
   if (!start.starts_with('/')) return std::nullopt;
@@ -35,7 +35,7 @@ std::optional<std::string> folderBeginningWith(std::string start, const std::vec
   return isPlain && components.size() > 1 ? std::optional(platform::pathWithComponents(components)) : std::nullopt;
 }
 
-/// The folder that the option names, if it stands at that place of the arguments.
+/// The folder that the option names, if the option is at `index` in the arguments.
 std::optional<std::string> folderBehind(std::string_view option, const std::vector<std::string>& arguments,
                                         std::size_t index, const HomeEyes::Test& isFolder) {
   const std::string& argument = arguments[index];

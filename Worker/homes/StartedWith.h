@@ -1,4 +1,4 @@
-// Folders that a browser was told to use when it was started, in place of its own.
+// Folders that a browser was started with, in place of its own.
 //
 // They are learned from the arguments of a browser that has quit, and kept in the shared settings: later runs clean
 // them as well, and requests ask for them.
@@ -16,16 +16,18 @@
 
 namespace tidewell {
 
-/// What the arguments name, as the browser's family has it: a data folder, or a single profile. Whole paths alone.
-/// A browser may leave its arguments as one text, joined by blanks: the longest that is a folder is taken then.
+/// The folders that the arguments name in the way of the browser's family: data folders or single profiles, as absolute
+/// paths only. Of arguments that the browser has joined with blanks into one text, the longest part that is a folder is
+/// taken.
 std::vector<std::string> foldersNamedIn(const std::vector<std::string>& arguments, const Browser& browser,
                                         const HomeEyes::Test& isFolder);
 
-/// What the setting holds; anything else in it is passed over.
+/// The entries of the setting; malformed ones are skipped.
 std::vector<StartedWith> startedWithFrom(const std::optional<platform::Value::Array>& setting);
 
-/// Adds what the processes of a browser that has quit were started with, unless it is known, or lies in one of the
-/// system's temporary folders: there it is some program's, and not a person's. The oldest give way to new ones.
+/// Adds the folders that the processes of a browser that has quit were started with, except those that are known or lie
+/// in one of the system's temporary folders: such a folder belongs to a program, not to the person. New ones displace
+/// the oldest.
 void rememberFolders(const HomeFolder& home, const Layout& layout, const Browser& browser,
                      const std::vector<platform::Arguments>& processes);
 

@@ -45,7 +45,7 @@ FileURL nearestExistingFolder(const FileURL& url) {
 class AccessToSecurityScopedResource {
  public:
   explicit AccessToSecurityScopedResource(const FileURL& url) : url_(url) {
-    // Whether it could be opened is not looked at: the action then finds its files refused.
+    // A failure is ignored: the action then finds its files refused.
     Platform::current().securityScopedResources.startAccessing(url_);
   }
   ~AccessToSecurityScopedResource() { Platform::current().securityScopedResources.stopAccessing(url_); }
@@ -166,7 +166,7 @@ bool AppSandboxFileAccess::requestAccessPermissionsForFileURL_persistPermission_
     const platform::ResolvedBookmark bookmark =
         Platform::current().securityScopedResources.resolveBookmarkData(*stored);
     if (bookmark.isStale) {
-      // The entry may lie under the key of a folder above; that one stays, and only the target's own key goes.
+      // The entry may be stored under the key of a folder above. That one stays: only the target's own key is removed.
       AppSandboxFileAccessPersist::clearBookmarkDataForURL(target);
       if (bookmark.url) kept = persistPermissionURL(bookmark.url);
       if (kept) allowed = bookmark.url;

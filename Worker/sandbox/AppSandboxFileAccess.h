@@ -24,8 +24,8 @@ class AppSandboxFileAccess {
 
   static std::unique_ptr<AppSandboxFileAccess> fileAccess();
 
-  // The panel's texts; localised, unless they were set. Looked up when they are asked for: most objects never show a
-  // panel, and many wait at a time.
+  // The panel's texts: localised, unless set. Looked up on demand: most objects never show a panel, and many exist at a
+  // time.
   std::string title() const;
   void setTitle(std::string title) { title_ = std::move(title); }
   std::string message() const;
@@ -33,11 +33,11 @@ class AppSandboxFileAccess {
   std::string prompt() const;
   void setPrompt(std::string prompt) { prompt_ = std::move(prompt); }
 
-  // In what follows a missing required argument raises platform::AssertionFailure.
+  // Below, a missing required argument raises platform::AssertionFailure.
 
   /// Runs `block` under a grant that covers the path: a stored one, or one that the person gives now in a panel, which
-  /// is stored when `persist` is true. Answers whether access was obtained and the block ran. The grant is let go when
-  /// the block has returned, or thrown.
+  /// is stored when `persist` is true. Returns whether access was obtained and the block ran. The grant is released
+  /// when the block returns or throws.
   bool accessFilePath_persistPermission_withBlock(const std::string& path, bool persist, const Block& block) const;
   bool accessFileURL_persistPermission_withBlock(const std::optional<platform::FileURL>& fileURL, bool persist,
                                                  const Block& block) const;
@@ -52,8 +52,8 @@ class AppSandboxFileAccess {
   bool requestAccessPermissionsForFileURL_persistPermission_withBlock(const std::optional<platform::FileURL>& fileURL,
                                                                       bool persist, const PermissionBlock& block) const;
 
-  /// Stores a bookmark of the item under its own key, without asking anyone. Absent, and nothing stored, when none can
-  /// be made: nothing stands there, or it was not granted.
+  /// Stores a bookmark of the item under its own key, without asking the person. Absent, with nothing stored, when none
+  /// can be made: the item is missing or was not granted.
   std::optional<platform::Data> persistPermissionPath(const std::optional<std::string>& path) const;
   std::optional<platform::Data> persistPermissionURL(const std::optional<platform::FileURL>& url) const;
 

@@ -1,5 +1,5 @@
 // Limits what a panel lets the person pick: the folder that is asked for, or one of the folders above it, so that the
-// grant covers what it was asked for. Compared component by component, exactly.
+// grant covers what it was asked for. Paths are compared component by component, exactly.
 #pragma once
 
 #include <optional>

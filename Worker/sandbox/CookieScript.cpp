@@ -62,7 +62,7 @@ void askAndInstall() {
                : std::make_error_code(std::errc::no_such_file_or_directory);
   if (!error) {
     Platform::current().userDefaults.suite(kSharedSuite)->removeObjectForKey(kLastRootDirectoryKey);
-  } else if (error != std::errc::file_exists) {  // one that is there already counts as installed
+  } else if (error != std::errc::file_exists) {  // an existing script counts as installed
     askAgain();
   }
 }

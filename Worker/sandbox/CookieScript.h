@@ -1,4 +1,4 @@
-// Safari's cookie script, and how it comes to its place: with the person's consent.
+// Safari's cookie script, and its installation with the person's consent.
 #pragma once
 
 #include <optional>
@@ -9,11 +9,11 @@ namespace tidewell {
 
 inline constexpr char kCookieScript[] = "clearCookies.sh";
 
-/// The folder that the script belongs in; made when it is missing. Absent when it can't be had.
+/// The folder for the script, created when missing. Absent when that fails.
 std::optional<platform::FileURL> cookieScriptsFolder();
 
-/// Asks the person to confirm the scripts folder, again and again until the script is in it or the person cancels.
-/// On the main thread; a caller on another one waits.
+/// Asks the person to confirm the scripts folder, repeatedly until the script is installed or the person cancels. Runs
+/// on the main thread; a caller on another thread waits.
 void installCookieScript();
 
 }  // namespace tidewell

@@ -39,8 +39,7 @@ bool isFileOfType(const std::string& path, const char* type) {
   return attributeOf<std::string>(path, platform::kFileType) == type;
 }
 
-/// Removes a single item as remove() does, but overwrites nothing that a link leads to, and then leaves a folder in
-/// which something has stayed.
+/// Removes a single item. With overwriting, it never overwrites a link's target, and leaves a folder that is not empty.
 void removeItemInsideGrant(const std::string& path, bool overwrites) {
   if (overwrites && isFileOfType(path, platform::kFileTypeDirectory)) {
     const auto rest = Platform::current().fileManager.contentsOfDirectory(path);
@@ -49,7 +48,7 @@ void removeItemInsideGrant(const std::string& path, bool overwrites) {
   removeInsideGrant(path, overwrites && isFileOfType(path, platform::kFileTypeRegular), platform::UnflushedFile::stays);
 }
 
-/// The new contents are whole on the disk before they take the old ones' place.
+/// The new contents are completely on the disk before they replace the old ones.
 void replaceInsideGrant(const std::string& path, const std::string& contents, bool overwrites) {
   platform::FileManager& fileManager = Platform::current().fileManager;
   const std::string other = path + kAsideSuffix;
@@ -57,12 +56,13 @@ void replaceInsideGrant(const std::string& path, const std::string& contents, bo
   if (fileManager.createFile(other, contents, static_cast<unsigned>(permissions.value_or(kOwnerOnly)) & 0777U)) return;
   const std::error_code error = fileManager.exchangeItems(path, other);
   if (!error) return removeItemInsideGrant(other, overwrites);  // the old contents
-  // Where the file system can't, the old contents go without being overwritten: who wants that keeps them.
+  // Where files can't be exchanged, a plain replacement drops the old contents without overwriting them: when the
+  // person wants overwriting, the file stays as it is.
   if (error == std::errc::not_supported && !overwrites && !fileManager.replaceItem(path, other)) return;
   fileManager.removeItem(other);
 }
 
-/// Performs an action under the grant of a folder: its outcome, or `empty` where there is no grant.
+/// Performs an action under the grant of a folder. Returns its outcome, or `empty` when there is no grant.
 template <typename T>
 T underGrantOf(const std::string& folder, const Operation& operation, T empty,
                const std::function<T(const std::string& fullPath)>& action) {
@@ -70,7 +70,7 @@ T underGrantOf(const std::string& folder, const Operation& operation, T empty,
   return perform<T>(operation, std::move(empty), action);
 }
 
-/// The same for an item, under the grant of the folder that it lies in.
+/// The same for an item, under the grant of its parent folder.
 template <typename T>
 T underGrant(const std::string& path, T empty, const std::function<T(const std::string& fullPath)>& action) {
   const Operation operation = Operation::unrecorded(path);
@@ -147,7 +147,7 @@ void GrantedFiles::rewrite(const std::string& path, const Rewriter& rewriter) {
   const bool overwrites = overwritesFirst();
   underGrant<bool>(path, false, [&](const std::string& fullPath) {
     const std::lock_guard turn(turnOf(fullPath));
-    removeItemInsideGrant(fullPath + kAsideSuffix, overwrites);  // left by a worker that was ended in the middle
+    removeItemInsideGrant(fullPath + kAsideSuffix, overwrites);  // left by a worker that was killed
     const auto bytes = bytesInsideGrant(fullPath);
     if (!bytes) return false;
     const Rewriting rewriting = rewriter(*bytes);

@@ -1,8 +1,9 @@
 // The files of today's browsers, and all files of a home without a Library, under the person's grants.
 //
-// The facade Sandbox is for the operations of WorkerAppDelegate alone; everything else goes through here. Nothing here
-// asks the person but obtain(): without a grant that is there already an item counts as not there. No bookmark is
-// recorded of what is touched: names of sites would stay in the settings. Everything is done when the call returns.
+// The facade Sandbox is only for the operations of WorkerAppDelegate and the layout that goes with them; all other code
+// uses this class. Only obtain() asks the person: elsewhere an item that is not granted yet counts as missing. No
+// bookmarks of the touched items are recorded: names of sites would stay in the settings. All work is done when a call
+// returns.
 //
 // Any thread. Paths are whole, or begin with "~".
 #pragma once
@@ -25,14 +26,14 @@ class GrantedFiles {
 
   // Grants.
 
-  /// Obtains a grant for the folder itself, ahead of time: asks the person where there is none. Answers whether there
-  /// is one now; a refusal is one line in the log.
+  /// Obtains a grant for the folder itself, ahead of time: asks the person where there is none. Returns whether there
+  /// is one now; a refusal is logged in one line.
   static bool obtain(const std::string& folder);
 
   /// Whether there is a grant for the folder, or for one above it.
   static bool isGranted(const std::string& path);
 
-  // Looking.
+  // Reading.
 
   /// Whether a path is an existing folder and no link to one.
   static bool isDirectory(const std::string& path);
@@ -43,8 +44,8 @@ class GrantedFiles {
   /// The bytes of a regular file. Absent when it is missing or too large to be taken into memory.
   static std::optional<std::string> bytesOf(const std::string& path);
 
-  // Removing. When the person wants that, every file is overwritten first: what could not be overwritten stays, and so
-  // do the folders that it lies in.
+  // Removing. If the person has chosen so, every file is overwritten first; a file that could not be overwritten stays,
+  // and so do the folders above it.
 
   /// A file, or a folder with all that is in it.
   static void remove(const std::string& path);
@@ -54,15 +55,15 @@ class GrantedFiles {
 
   // Changing.
 
-  /// Hands a file's bytes to the function and does with the file what that answers. New contents take the place of the
-  /// old in one moment; the old ones are then removed.
+  /// Passes a file's bytes to the rewriter and applies its result. New contents replace the old ones atomically; the
+  /// old ones are then removed.
   static void rewrite(const std::string& path, const Rewriter& rewriter);
 
-  /// Runs statements on a database file, where there is one, one after the other on one connection, up to one that
-  /// fails. Answers the rows of the last.
+  /// Runs statements in order, on one connection, on a database file that exists, up to the first that fails. Returns
+  /// the rows of the last one, or none after a failure.
   static Rows runStatements(const std::vector<std::string>& statements, const std::string& path);
 
-  /// LevelDatabase, on the database in a folder.
+  /// LevelDatabase::keepOnly() on the database in a folder.
   static LevelDatabase::Outcome keepInLevelDatabase(const std::string& folder, const LevelDatabase::Selection& isKept,
                                                     const std::function<bool(std::string_view bytes)>& isPrecious);
 };

@@ -75,9 +75,9 @@ Rows executeInsideGrant(const std::vector<std::string>& statements, const std::s
   if (!fileManager.fileExists(path)) return {};  // opening it would make one
   const auto file = fileManager.pinnedFile(path);
   if (!file) return {};
-  const std::lock_guard turn(turnOf((*file)->path()));  // a busy database is never waited for
+  const std::lock_guard turn(turnOf((*file)->path()));  // a busy database is not retried
   Sqlite database;
-  // Looked at again with the database open: what was opened is what was looked at before.
+  // Checked again with the database open: the opened file must be the one that was pinned.
   if (!database.open((*file)->path()) || !(*file)->isInPlace() || hasMoved(database) || !(*file)->isInPlace())
     return {};
   std::optional<Rows> rows = Rows();

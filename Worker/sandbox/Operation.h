@@ -1,4 +1,4 @@
-// What every operation of the sandbox does before and around its action. For the sandbox's own files.
+// What every operation of the sandbox does before and around its action. Internal to sandbox/.
 #pragma once
 
 #include <functional>
@@ -20,7 +20,7 @@ std::string fullPathOf(const std::string& path);
 /// One operation on one path.
 class Operation {
  public:
-  /// Resolves the path and records a bookmark for it, which happens on every call and before any access is asked for.
+  /// Resolves the path and records a bookmark for it, on every call and before any access is requested.
   explicit Operation(const std::string& path) : Operation(path, std::nullopt) {}
 
   /// For an operation whose grant is not that of the parent folder.
@@ -35,7 +35,7 @@ class Operation {
   const std::string& fullPath() const { return fullPath_; }
   void setGrantFolder(std::string folder) { grantFolder_ = std::move(folder); }
 
-  /// Runs the action under the grant, or logs the one line that says that it was refused. Answers whether it ran.
+  /// Runs the action under the grant, or logs one line when access is refused. Returns whether the action ran.
   bool run(const platform::Task& action) const;
 
  private:
@@ -67,14 +67,15 @@ T read(const std::optional<std::string>& path, T empty, const std::function<T(co
 /// Whether the person wants files to be overwritten before they are removed, at this moment.
 bool overwritesFirst();
 
-/// Removes an item inside a grant that is held, as Sandbox::remove() says. `unflushed` is for what was overwritten.
+/// Removes an item inside a held grant, as described at Sandbox::remove(). `unflushed` is for an overwritten file.
 void removeInsideGrant(const std::string& path, bool overwrites, platform::UnflushedFile unflushed);
 
-/// The rows of the last of the statements, run one after the other up to one that can't be, on a database that is
-/// there, can be opened, and lies where the grant allows.
+/// Runs the statements in order up to the first that fails, and returns the rows of the last one. Returns none after a
+/// failure, or when the database is missing, can't be opened or lies outside the grant.
 Rows executeInsideGrant(const std::vector<std::string>& statements, const std::string& path);
 
-/// One at a time works on one file: what is turned away because of another would be lost.
+/// The lock for work on a file; several files may share one. Only one operation at a time may use a database: another
+/// one would find it busy and be lost.
 std::mutex& turnOf(const std::string& path);
 
 }  // namespace tidewell

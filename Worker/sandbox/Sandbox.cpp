@@ -35,7 +35,7 @@ void Sandbox::remove(const Path& path) {
   // Read now: a change of the setting before the task runs makes no difference.
   const bool overwrites = overwritesFirst();
   const auto operation = std::make_shared<const Operation>(*path);
-  // What was overwritten goes, whether or not the disk took the new bytes.
+  // An overwritten file is removed even when its new bytes could not be flushed to the disk.
   constexpr auto kUnflushed = platform::UnflushedFile::isRemoved;
   makeTaskQueue()->async([operation, overwrites] {
     operation->run([&] { removeInsideGrant(operation->fullPath(), overwrites, kUnflushed); });
@@ -91,7 +91,7 @@ std::optional<Rows> Sandbox::returnArrayFromSql_onfile(const std::string& sql, c
 
 void Sandbox::checkForScriptInFolder() {
   const auto folder = Platform::current().fileManager.applicationScriptsDirectory(true);
-  if (!folder) return;  // the reason is of no interest: without the folder there is nothing to check
+  if (!folder) return;  // whatever the reason: without the folder there is nothing to check
   const std::string script = platform::appendingPathComponent(folder->path(), kCookieScript);
   const Operation operation(script, folder->path());
   makeTaskQueue()->sync([&] {

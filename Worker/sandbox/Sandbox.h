@@ -1,10 +1,10 @@
-// The one door through which the operations of WorkerAppDelegate touch the file system. All else goes through
-// GrantedFiles.
+// The only access to the file system for the operations of WorkerAppDelegate and the layout that goes with them. All
+// other code uses GrantedFiles.
 //
 // Class operations only, no state. Each takes a path that may begin with "~", records a bookmark for it where one can
 // be made, obtains access to a folder under the person's grants, performs one action while the access is held, and
-// hands a plain result back. An absent path gives the empty result at once. A refused access gives the empty result and
-// exactly one line in the log, "Sandbox has denied access to " and the path; no other failure is told to anyone.
+// returns a plain result. An absent path gives the empty result at once. A refused access gives the empty result and
+// exactly one line in the log, "Sandbox has denied access to " and the path; no other failure is reported.
 //
 // Any thread may call. The panel that a first access may need runs on the main thread while the caller waits.
 #pragma once
@@ -30,8 +30,8 @@ class Sandbox {
   /// Obtains a grant ahead of time: for the folder itself when its parent has 4 or 5 components, else for the parent.
   static void access(const Path& path);
 
-  /// Removes a file, or a folder with all of its contents; overwrites first when the person wants that, and then leaves
-  /// in place what could not be overwritten. Returns before it is done; nothing tells when, or whether, it happened.
+  /// Removes a file, or a folder with all of its contents; if the person has chosen so, overwrites it first, and leaves
+  /// in place what could not be overwritten. Returns before the removal is done; its outcome is not reported.
   static void remove(const Path& path);
 
   /// remove() for each path, in order.
@@ -52,8 +52,8 @@ class Sandbox {
   /// The item's attributes under the keys of platform::FileManager; empty when it is missing.
   static platform::Value::Dictionary fileAttributes(const Path& path);
 
-  /// Runs one SQL statement on a database file, where there is one; its rows are discarded. Returns before it is done.
-  /// An absent path does nothing.
+  /// Runs one SQL statement on a database file that exists; its rows are discarded. Returns before it is done. An
+  /// absent path does nothing.
   static void runSql_onfile(const std::string& sql, const Path& path);
 
   /// The rows of one SQL statement, in its order. Absent only for an absent path; empty when there is no such file,

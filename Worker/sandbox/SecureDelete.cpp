@@ -79,7 +79,7 @@ bool SecureDelete::wipe(const std::string& path) {
   const auto stopAtFirstError = [](const FileURL&, std::error_code) { return false; };
   const auto enumerator = fileManager.enumeratorAtURL(FileURL(path, true), stopAtFirstError);
   while (const std::optional<FileURL> item = enumerator->nextObject()) {
-    // The test is on the folder, not on the item: as long as the folder is one, nothing in it is overwritten. Meant.
+    // The test is deliberately on the folder, not on the item: as long as it is a folder, nothing in it is overwritten.
     bool folderIsDirectory = false;
     if (fileManager.fileExists(path, folderIsDirectory) && !folderIsDirectory &&
         !wipeContentsofDir(expandingTilde(item->path()))) {

@@ -1,7 +1,7 @@
 // Overwrites a file in place, three times, before it is deleted.
 //
 // Class operations only, no state; any thread. It deletes nothing itself, and runs inside a grant that its caller
-// holds. The answer is the only report: nothing is logged, nothing is thrown.
+// holds. The return value is the only report: nothing is logged, nothing is thrown.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +22,7 @@ class SecureDelete {
   static bool wipeContentsofDir(const std::string& path);
 
   /// One pass over one file: 1 writes 0x55, 2 writes 0xAA, 3 writes random bytes from 0 to 254; any other writes
-  /// nothing and answers false. Covers the low 32 bits of the file's size, in bytes. True when the pass was written and
+  /// nothing and returns false. Covers the low 32 bits of the file's size, in bytes. True when the pass was written and
   /// the file closed without error.
   static bool wipe_phase(const std::string& path, std::int32_t phase);
 };

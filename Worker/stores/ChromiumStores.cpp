@@ -1,4 +1,4 @@
-// The stores of Chromium and its relatives. Seen in Chromium 156, with those of earlier versions that profiles may
+// The stores of Chromium and its relatives. As of Chromium 156, with the stores of earlier versions that profiles may
 // still have.
 
 #include "Worker/stores/StoreTables.h"

@@ -1,4 +1,4 @@
-// The stores of Firefox and its relatives. Seen in Firefox ESR 153.
+// The stores of Firefox and its relatives. As of Firefox ESR 153.
 
 #include "Worker/stores/StoreTables.h"
 #include "Worker/stores/Treatments.h"

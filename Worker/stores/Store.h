@@ -1,4 +1,4 @@
-// A store of a browser: something in which it keeps what sites have left, and what becomes of that.
+// A store: a file or folder in which a browser keeps what sites have left, and how it is cleaned.
 #pragma once
 
 #include <string>
@@ -9,14 +9,14 @@ namespace tidewell {
 /// The kinds of things that sites leave.
 enum class StoreGroup { kCookies, kSiteStorage, kCaches };
 
-/// What a row is for. Which of them a cleaning takes is decided in WorkerAppDelegate::clean().
+/// Which versions of a browser a row is for. WorkerAppDelegate::clean() chooses the ages to clean.
 enum class StoreAge {
   kCurrent,   // a store of today's versions
   kOld,       // one that older versions have left
   kReplaced,  // as kOld, for cleanings that leave out today's stores: a current row treats the same item with more care
 };
 
-/// What becomes of a store: removes what sites have left in it. Does nothing where there is none.
+/// Cleans a store: removes what sites have left in it. Does nothing when the store is missing.
 using Treatment = void (*)(const std::string& path);
 
 struct Store {
@@ -24,7 +24,7 @@ struct Store {
   StoreGroup group;
   std::string_view path;  // in the folder that the table is for; "" for that folder itself
   Treatment treatment;
-  std::string_view holds;  // for people
+  std::string_view holds;  // a description, for readers of the table
 };
 
 }  // namespace tidewell

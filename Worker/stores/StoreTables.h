@@ -1,7 +1,7 @@
-// The stores of each family of browsers. Tables of data: next year's store is one more line.
+// The stores of each family of browsers. These are plain data: a new store takes one more line.
 //
-// Bookmarks, passwords, history, icons, open tabs and the person's settings are in none of them, and of every store the
-// part that belongs to extensions is spared.
+// Bookmarks, passwords, history, icons, open tabs and the person's settings are kept, and so is the part of every store
+// that belongs to extensions.
 #pragma once
 
 #include <span>
@@ -20,12 +20,12 @@ struct StoreTables {
 
 const StoreTables& storesOf(Family family);
 
-/// In the folders of plug-ins that are not a browser's own. The first table is left out for a browser that carries a
-/// Flash plug-in of its own.
+/// The stores in the folders of plug-ins that are not a browser's own. The first table is skipped for a browser that
+/// carries a Flash plug-in of its own.
 std::span<const Store> pluginDataStores();
 std::span<const Store> pluginCacheStores();
 
-// Each in a file of its own.
+// Each is defined in a file of its own.
 extern const StoreTables kFirefoxStores;
 extern const StoreTables kChromiumStores;
 

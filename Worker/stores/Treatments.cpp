@@ -87,7 +87,7 @@ void cleanWebDatabases(const std::string& path) {
   const std::string index = appendingPathComponent(path, "Databases.db");
   for (const Row row : GrantedFiles::runStatements({std::string("SELECT origin") + kOfSites}, index)) {
     const auto origin = row.stringForKey("origin");
-    // The name comes from the browser's file: one that is no plain name would lead elsewhere.
+    // The name comes from the browser's file: one that is not plain could lead out of the folder.
     if (origin && platform::isPlainName(*origin)) GrantedFiles::remove(appendingPathComponent(path, *origin));
   }
   GrantedFiles::runStatements({std::string("DELETE") + kOfSites}, index);
@@ -103,7 +103,7 @@ void removeLocalStorageFiles(const std::string& path) {
 }
 
 void cleanLocalStorage(const std::string& path) {
-  // What a site stored is under "_" and its origin; what is noted of it under these words and its origin.
+  // Keys begin with a prefix and the origin: "_" for what a site has stored, the others for what is noted about it.
   static constexpr std::string_view kOfOrigins[] = {"_", "META:", "METAACCESS:"};
   const auto isKept = [](std::string_view key, std::string_view) {
     for (const std::string_view prefix : kOfOrigins) {
@@ -136,9 +136,9 @@ void cleanFileSystem(const std::string& path) {
     return isOfExtension;
   };
   const auto outcome = GrantedFiles::keepInLevelDatabase(origins, isKept, mentionsExtension);
-  if (outcome == LevelDatabase::Outcome::kLeft) return;  // it can't be told whose each folder is
+  if (outcome == LevelDatabase::Outcome::kLeft) return;  // the owners of the folders are unknown
 
-  // The first origin of all has a place of its own, outside of the database.
+  // The first origin of all is recorded outside the database, and has a folder of its own.
   if (mentionsExtension(GrantedFiles::bytesOf(appendingPathComponent(path, "primary.origin")).value_or(""))) {
     kept.insert({"primary", "primary.origin"});
   }
@@ -148,7 +148,7 @@ void cleanFileSystem(const std::string& path) {
 }
 
 void cleanWebStorage(const std::string& path) {
-  // One row whatever there is, so that none means that the index can't be read.
+  // Always gives one row, so that no row means that the index can't be read.
   static constexpr char kBuckets[] =
       "SELECT '/' || group_concat(id, '/') || '/' AS kept FROM buckets"
       " WHERE substr(storage_key, 1, 19) = 'chrome-extension://';";
@@ -162,7 +162,7 @@ void cleanWebStorage(const std::string& path) {
     if (!mentionsExtension(GrantedFiles::bytesOf(index).value_or(""))) GrantedFiles::remove(path);
     return;
   }
-  const auto kept = rows[0].stringForKey("kept");  // a null for no bucket at all
+  const auto kept = rows[0].stringForKey("kept");  // null when no bucket is kept
   if (!kept) return GrantedFiles::remove(path);
   removeEntriesUnless(path, [&kept](const std::string& name) {
     return name.starts_with(kIndex) || kept->find('/' + name + '/') != std::string_view::npos;
@@ -179,7 +179,7 @@ void cleanStorageIndex(const std::string& path) {
 }
 
 void cleanStorageArchive(const std::string& path) {
-  runStatements(path, "DELETE FROM webappsstore2 WHERE instr(scope, '.:') > 0;");  // behind the host of every site
+  runStatements(path, "DELETE FROM webappsstore2 WHERE instr(scope, '.:') > 0;");  // follows the host of every site
 }
 
 void deleteScopes(const std::string& path) {

@@ -1,4 +1,4 @@
-// What every implementation of the queues promises: the deterministic one of the tests, and the one with threads.
+// The contract of the queues, for both implementations: the deterministic one of the tests, and the one with threads.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,7 +29,7 @@ struct Threaded {
   platform::linux_::LinuxDispatch dispatch{loop};
 
   void runUntil(const std::function<bool()>& done) {
-    // Background threads don't wake the loop when the condition comes true, so it is asked again now and then.
+    // Background threads don't wake the loop when the condition becomes true, so it is checked every millisecond.
     int rounds = 0;
     std::function<void()> again = [&] {
       if (done() || ++rounds == 10'000) return loop.stop(0);

@@ -1,4 +1,4 @@
-// What every implementation of the settings promises: the one in memory that tests use, and the one on the disk.
+// The contract of the settings, for both implementations: the one in memory that tests use, and the one on the disk.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

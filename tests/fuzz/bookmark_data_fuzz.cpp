@@ -1,4 +1,4 @@
-// Bookmark data from who knows where: nothing but what was encoded by us may come out.
+// Bookmark data with any content: only data that this program could have encoded is accepted.
 
 #include <cstdint>
 #include <cstdlib>
@@ -13,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   platform::linux_::SecurityScopes scopes;
   const auto resolved = scopes.resolveBookmarkData(data);
   if (resolved.url && (!decoded || resolved.url->path() != decoded->path)) std::abort();
-  // Whatever it says, it opens nothing by itself.
+  // Resolving the data alone must not open anything.
   if (resolved.url && scopes.open(resolved.url->path(), 0)) std::abort();
   return 0;
 }

@@ -1,4 +1,4 @@
-// A browser's database with any content: its rows are read, or there are none, and nothing but itself is changed.
+// A browser's database with any content: its rows are read, or there are none, and no other file is changed.
 
 #include <cstdint>
 #include <cstdlib>
@@ -20,10 +20,10 @@ constexpr const char* kStatements[] = {"DELETE FROM Databases WHERE origin IN ('
                                        "DELETE FROM webappsstore2 WHERE scope IN ('');",
                                        "DELETE FROM origin_bound_certs;"};
 
-/// Looks at every cell, as the worker does and otherwise.
+/// Reads every cell, by the accessors that the worker uses and by the others.
 void readAll(const char* query) {
   const auto rows = Sandbox::returnArrayFromSql_onfile(query, kPath);
-  if (!rows) std::abort();  // that is for an absent path only
+  if (!rows) std::abort();  // only an absent path may give no array
   for (const Row row : *rows) {
     if (row.columnNames() != rows->columnNames()) std::abort();
     for (const std::string& column : row.columnNames()) {

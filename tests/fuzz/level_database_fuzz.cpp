@@ -1,8 +1,9 @@
-// A folder of a LevelDB database with any content: nothing else is changed, and what it becomes is a database that
-// LevelDB reads, with the chosen entries alone.
+// A LevelDB folder with any content: nothing else is changed, and a rewritten folder is a database that LevelDB reads
+// and that holds the chosen entries only.
 //
-// The input is a row of files: which one, in which form, its size (2 bytes), and its bytes. Since nothing gets past a
-// wrong checksum, logs, manifests and tables can be given as what their checksums are made for.
+// The input is a series of files: for each its name, its form, its size (2 bytes) and its bytes. Random bytes would
+// fail at the checksums, so logs, manifests and tables can be given without them, and are then written with correct
+// ones.
 
 #include <leveldb/db.h>
 
@@ -31,14 +32,14 @@ void require(bool holds) {
   if (!holds) std::abort();
 }
 
-/// The input, taken bit by bit. At its end everything is 0 or empty.
+/// The input, read piece by piece. At its end every piece is 0 or empty.
 class Input {
  public:
   explicit Input(std::string_view bytes) : rest_(bytes) {}
 
   bool atEnd() const { return rest_.empty(); }
   std::uint8_t byte() { return atEnd() ? std::uint8_t{0} : static_cast<std::uint8_t>(take(1).front()); }
-  /// As much as the next two bytes say, or less where the input ends.
+  /// The piece whose size is in the next two bytes, or less where the input ends.
   std::string_view part() {
     const std::size_t low = byte();
     return take(low + byte() * std::size_t{256});
@@ -61,7 +62,7 @@ std::string asRecords(std::string_view bytes) {
   return file;
 }
 
-/// Appends a block with its checksum; answers where it lies.
+/// Appends a block with its checksum; returns its handle.
 std::string appendBlock(std::string& file, std::string_view block, std::uint64_t compression) {
   std::string handle;
   tidewell::appendNumber(handle, file.size());
@@ -82,7 +83,7 @@ std::string asTable(std::string_view bytes) {
     tidewell::appendNumber(index, handle.size());
     index.append("x").append(handle);
   }
-  tidewell::appendFixedNumber(index, std::uint64_t{1} << 32, 8);  // one place, at the start
+  tidewell::appendFixedNumber(index, std::uint64_t{1} << 32, 8);  // one restart point, at the start
   std::string footer = std::string(2, '\0') + appendBlock(file, index, 0);
   footer.resize(40);
   tidewell::appendFixedNumber(footer, 0xdb4775248b80fb57, 8);

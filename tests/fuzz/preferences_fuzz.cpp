@@ -1,4 +1,4 @@
-// A file "Preferences" with any content: what is left of it is such a file, and has nothing more to lose.
+// A file "Preferences" with any content: the rewritten file is valid, and rewriting it again changes nothing.
 
 #include <cstdint>
 #include <cstdlib>

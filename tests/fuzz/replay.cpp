@@ -1,4 +1,4 @@
-// Runs a fuzz target once on each file of the folders that are named: the corpus, as a test.
+// Runs a fuzz target once on each file of the folders in its arguments, so that the corpus serves as a test.
 
 #include <cstdint>
 #include <cstdio>

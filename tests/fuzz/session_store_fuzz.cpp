@@ -12,7 +12,7 @@ namespace {
 
 using Action = tidewell::Rewriting::Action;
 
-/// What is left has nothing more to lose.
+/// Rewriting a rewritten file must change nothing.
 void rewrite(std::string_view file) {
   const tidewell::Rewriting answer = tidewell::withoutSiteData(file);
   if (answer.action != Action::kReplace) return;

@@ -21,7 +21,7 @@ namespace {
 constexpr std::string_view kSessionMagic("mozLz40\0", 8);
 constexpr std::size_t kSessionHeader = 12;  // the magic, and the size of the text
 
-/// Nothing is flushed to the disk: that takes long, and tests survive no power failure.
+/// Never flushes: that takes long, and tests needn't survive a power failure.
 class UnflushedFile : public leveldb::WritableFile {
  public:
   explicit UnflushedFile(leveldb::WritableFile* file) : file_(file) {}
@@ -69,7 +69,7 @@ FilesOfFolder filesIn(const std::string& folder) {
   for (const auto& entry : fs::directory_iterator(folder)) {
     std::ostringstream bytes;
     if (entry.is_regular_file()) bytes << std::ifstream(entry.path(), std::ios::binary).rdbuf();
-    // What the library says of its work, with the time, says nothing of the database.
+    // LOG is the library's own log, with times, and no part of the database.
     if (entry.is_regular_file() && entry.path().filename() != "LOG") files[entry.path().filename()] = bytes.str();
   }
   return files;
@@ -117,7 +117,7 @@ std::string field(int number, const std::string& text) {
 
 void putInLevelDatabase(const std::string& folder, const LevelEntries& entries) {
   if (fs::exists(folder)) return writeWithLibrary(folder, entries);
-  // The same databases are wanted again and again.
+  // Tests ask for the same databases many times, so each is made once.
   static std::map<LevelEntries, FilesOfFolder> made;
   FilesOfFolder& files = made[entries];
   if (files.empty()) {
@@ -163,7 +163,7 @@ std::string unpackedSession(const std::string& file) {
 }
 
 std::string cacheStorageIndexOf(const std::string& origin) {
-  const std::string name = "chrome-extension";  // sites name their caches as they like
+  const std::string name = "chrome-extension";  // a site may choose this name for its cache
   const std::string cache = field(1, name) + name;
   return field(1, cache) + cache + field(2, origin) + origin + field(3, origin) + origin + "\x20\x01\x28\x01";
 }

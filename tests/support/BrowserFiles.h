@@ -9,13 +9,13 @@ namespace testing_support {
 
 using LevelEntries = std::map<std::string, std::string>;
 
-/// Writes entries into a LevelDB database, which is made when it is missing, with the folders above it.
+/// Writes entries into a LevelDB database, which is created when it is missing, with the folders above it.
 void putInLevelDatabase(const std::string& folder, const LevelEntries& entries);
 
-/// What LevelDB finds in it, with all of its checks; absent when it can't be opened. Looks at a copy.
+/// The entries that LevelDB reads, with all of its checks; absent when it can't open the database. Reads a copy.
 std::optional<LevelEntries> levelEntriesOf(const std::string& folder);
 
-/// A file of Firefox's session, of JSON text; and the text of such a file, "" for any other.
+/// Packs JSON text into a file of Firefox's session; unpacks the text of such a file, "" for any other.
 std::string packedSession(const std::string& text);
 std::string unpackedSession(const std::string& file);
 

@@ -21,7 +21,7 @@ int traceConnection(sqlite3* connection, const char**, const void*) {
   return sqlite3_trace_v2(connection, SQLITE_TRACE_STMT, traced, connection);
 }
 
-// As SQLite declares it for extensions.
+// sqlite3_auto_extension() takes entry points of this type.
 const auto kEntryPoint = reinterpret_cast<void (*)()>(traceConnection);
 
 int leaveUnflushed(sqlite3* connection, const char**, const void*) {

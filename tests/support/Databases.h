@@ -1,4 +1,4 @@
-// Real databases for tests, and a look at the statements that are run on them.
+// Real databases for tests, and a journal of the statements that run on them.
 #pragma once
 
 #include <string>
@@ -8,13 +8,13 @@
 
 namespace testing_support {
 
-/// Runs statements on a database file, which is made when it is missing, with the folders above it.
+/// Runs statements on a database file, which is created when it is missing, with the folders above it.
 void runStatements(const std::string& path, const std::string& statements);
 
 /// The first column of every row, as text.
 std::vector<std::string> valuesOf(const std::string& path, const std::string& query);
 
-/// Journal, as long as it lives: "sql STATEMENT on PATH" for each statement that runs in this process.
+/// While it lives, each statement that runs in this process is in the journal: "sql STATEMENT on PATH".
 class StatementJournal {
  public:
   explicit StatementJournal(Journal& journal);
@@ -23,7 +23,7 @@ class StatementJournal {
   StatementJournal& operator=(const StatementJournal&) = delete;
 };
 
-/// As long as it lives no database waits for the disk, which takes long, and tests survive no power failure.
+/// While it lives, no database is flushed: that takes long, and tests needn't survive a power failure.
 class UnflushedDatabases {
  public:
   UnflushedDatabases();

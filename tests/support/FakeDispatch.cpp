@@ -7,7 +7,7 @@ namespace testing_support {
 
 using platform::Task;
 
-/// As long as it lives, everything happens in another place.
+/// While it lives, the journal and isMainThread() report another place.
 class FakeDispatch::Stay {
  public:
   Stay(FakeDispatch& dispatch, const std::string& place, bool onMain)

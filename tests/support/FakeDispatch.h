@@ -13,10 +13,10 @@
 
 namespace testing_support {
 
-/// Background work and the main queue are FIFO queues that run when the test says so. The test's own thread is the main
-/// thread, except while background work runs. Where a task runs is the journal's place as long as it runs. Journal:
-/// "queue LABEL" for each serial queue that is made, "operation queue on main" or "... on background", "after DELAY ns
-/// on LABEL".
+/// The background queue and the main queue are FIFO queues that run when the test says so. The test's own thread counts
+/// as the main thread, except while a background task runs. The journal's place is the label of the queue whose task
+/// runs. Journal: "queue LABEL" for each serial queue that is made, "operation queue on main" or "... on background",
+/// "after DELAY ns on LABEL".
 class FakeDispatch : public platform::Dispatch {
  public:
   explicit FakeDispatch(Journal& journal);
@@ -25,15 +25,15 @@ class FakeDispatch : public platform::Dispatch {
   // For tests.
 
   void runUntilIdle();
-  /// Moves the clock, running what falls due on the way.
+  /// Moves the clock, and runs what falls due meanwhile.
   void advance(std::chrono::nanoseconds duration);
-  /// Runs just one task of the background.
+  /// Runs one background task; returns whether there was one.
   bool runOneInBackground();
   bool runOneOnMain();
   std::size_t waitingInBackground() const { return background_.size(); }
   std::size_t waitingOnMain() const { return main_.size(); }
   std::size_t waitingTimers() const { return timers_.size(); }
-  /// Calls something as a background thread would.
+  /// Runs the task as if on a background thread.
   void asBackgroundThread(const platform::Task& task);
   /// Drops everything that waits.
   void clear();
@@ -53,7 +53,7 @@ class FakeDispatch : public platform::Dispatch {
   class Stay;
 
   static bool runOne(std::deque<platform::Task>& tasks);
-  /// The task, to be run there.
+  /// A task that runs the given one at that place.
   platform::Task at(const std::string& place, bool onMain, platform::Task task);
 
   Journal& journal_;

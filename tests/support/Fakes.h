@@ -1,4 +1,4 @@
-// Small doubles of the platform: settings in memory, panels and notifications that are written down.
+// Small doubles of the platform: settings in memory, and panels and notifications that are recorded.
 #pragma once
 
 #include <deque>
@@ -50,7 +50,7 @@ class FakeOpenPanel : public platform::OpenPanel {
   FakeOpenPanel(const platform::Dispatch& dispatch, Journal& journal, Grant grant)
       : dispatch_(dispatch), journal_(journal), grant_(std::move(grant)) {}
 
-  /// What the person does, panel by panel; without any of these the person cancels.
+  /// What the user does, panel by panel; by default the user cancels.
   void willChoose(const std::string& path) {
     answers_.push_back({platform::ModalResponse::ok, platform::FileURL(path, true)});
   }
@@ -59,7 +59,7 @@ class FakeOpenPanel : public platform::OpenPanel {
   void willCancelAt(const std::string& path) {
     answers_.push_back({platform::ModalResponse::cancel, platform::FileURL(path, true)});
   }
-  /// The person always agrees to the folder that is asked for.
+  /// The user always agrees to the folder that is asked for.
   bool agreesToAll = false;
   /// Called while a panel is up.
   std::function<void()> whileShown;
@@ -71,7 +71,7 @@ class FakeOpenPanel : public platform::OpenPanel {
   platform::OpenPanelAnswer runModal(const platform::OpenPanelSettings& panel) override;
 
  private:
-  static constexpr std::size_t kPatience = 1000;  // panels
+  static constexpr std::size_t kPatience = 1000;  // panels; more are taken for an endless loop
 
   platform::OpenPanelAnswer nextAnswer(const platform::OpenPanelSettings& panel);
 
@@ -136,7 +136,7 @@ class MemoryUserDefaults : public platform::UserDefaultsDomains {
  public:
   explicit MemoryUserDefaults(Journal& journal) : journal_(journal) {}
 
-  /// What a domain holds; "" is the program's own.
+  /// The contents of a domain; "" is the program's own.
   platform::Value::Dictionary& domain(const std::string& name) { return domains_[name]; }
   std::vector<std::string> keys(const std::string& name);
 

@@ -32,15 +32,15 @@ HeldStart::HeldStart(const std::string& program)
   if (::fanotify_mark(events_, FAN_MARK_ADD, FAN_ACCESS_PERM, AT_FDCWD, program.c_str()) != 0) {
     throw std::runtime_error("can't hold " + program);
   }
-  // The child goes on when its number is known here.
+  // The child waits until the parent knows its number.
   std::array<int, 2> input{};
   if (::pipe2(input.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
   pid_ = ::fork();
   if (pid_ == 0) {
     char byte = 0;
     if (::read(input[0], &byte, 1) == 1) {
-      ::close_range(3, ~0U, 0);  // not even until its program runs may it hold what others wait for the end of
-      ::dup2(::open("/dev/ptmx", O_RDWR | O_NOCTTY), STDIN_FILENO);  // an input on which nothing comes
+      ::close_range(3, ~0U, 0);  // or it would hold pipes open whose end other tests wait for
+      ::dup2(::open("/dev/ptmx", O_RDWR | O_NOCTTY), STDIN_FILENO);  // an input that stays empty
       ::execl(program.c_str(), program.c_str(), "wait", nullptr);
     }
     ::_exit(1);

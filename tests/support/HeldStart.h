@@ -1,5 +1,5 @@
-// A program that is held between being opened and running: the kernel has told of the opening, and the process still is
-// what it was before.
+// Holds a program between being opened and running: the kernel has reported that it was opened, but the process doesn't
+// run it yet.
 #pragma once
 
 #include <sys/types.h>
@@ -35,13 +35,13 @@ class HeldStart {
   void allow(int file) const;
 
   int events_ = -1;
-  int ended_ = -1;  // an eventfd: the object goes
-  pid_t pid_ = 0;   // of the child; set before another thread runs
+  int ended_ = -1;  // an eventfd, signalled by the destructor
+  pid_t pid_ = 0;   // the child's; set before the other thread starts
   bool hasEnded_ = false;
   std::promise<void> isHeld_;
   std::mutex mutex_;
   bool isReleased_ = false;  // guarded by mutex_
-  int held_ = -1;            // the event that was not answered; guarded by mutex_
+  int held_ = -1;            // the event that is still to be answered; guarded by mutex_
   std::thread answering_;
 };
 

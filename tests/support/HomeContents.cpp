@@ -67,14 +67,14 @@ class Looked {
   sqlite3* handle_ = nullptr;
 };
 
-/// Every row of every table, written as SQL writes values, without regard to the order.
+/// Every row of every table, with its values as SQL literals, sorted.
 std::string rowsIn(const std::string& original, const std::string& path) {
   constexpr auto kOver = fs::copy_options::overwrite_existing;
   fs::copy_file(original, path, kOver);
   for (const std::string_view companion : kCompanions) {
     const std::string beside = path + std::string(companion);
     fs::remove(beside);
-    std::error_code ignored;  // there may be none
+    std::error_code ignored;  // the file may be missing
     fs::copy_file(original + std::string(companion), beside, ignored);
   }
   const Looked database(path);
@@ -94,7 +94,7 @@ std::string rowsIn(const std::string& original, const std::string& path) {
 }
 
 std::string rowsOf(const std::string& original, const std::string& scratch) {
-  static std::map<std::string, std::string> known;  // the same databases are looked at again and again
+  static std::map<std::string, std::string> known;  // tests read the same databases many times
   std::string bytes = bytesOf(original);
   for (const std::string_view companion : {"-wal", "-journal"}) bytes += bytesOf(original + std::string(companion));
   auto found = known.find(bytes);

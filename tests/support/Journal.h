@@ -1,4 +1,4 @@
-// What the platform was asked, in order, and where the asking code ran.
+// Records the calls to the platform, in order, and where the calling code ran.
 #pragma once
 
 #include <algorithm>
@@ -16,7 +16,7 @@ class Journal {
     entries_.push_back(std::move(entry));
     places_.push_back(place_);
   }
-  /// What is added from now on happens there; answers where it happened before.
+  /// Sets the place of the entries that follow; returns the one before.
   std::string enter(std::string place) {
     const std::lock_guard lock(mutex_);
     return std::exchange(place_, std::move(place));
@@ -25,7 +25,7 @@ class Journal {
     const std::lock_guard lock(mutex_);
     return entries_;
   }
-  /// Those that begin with `prefix`, without it.
+  /// The entries that begin with `prefix`, without it.
   std::vector<std::string> entriesAfter(const std::string& prefix) const {
     std::vector<std::string> rests;
     for (const std::string& entry : entries()) {
@@ -33,8 +33,8 @@ class Journal {
     }
     return rests;
   }
-  /// Where those happened that begin with `prefix`: "main", "operation", "completion", or the label of the queue whose
-  /// task it was.
+  /// The places of the entries that begin with `prefix`: "main", "operation", "completion", or the label of the queue
+  /// whose task made the entry.
   std::vector<std::string> placesOf(const std::string& prefix) const {
     const std::lock_guard lock(mutex_);
     std::vector<std::string> places;

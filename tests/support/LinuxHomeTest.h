@@ -1,4 +1,4 @@
-// The fixture of tests on a home without a Library: nothing is in it, and nothing is granted.
+// The fixture of tests on a home without a Library. The home is empty, and nothing is granted.
 #pragma once
 
 #include <chrono>
@@ -23,12 +23,12 @@ class LinuxHomeTest : public WorkerTest {
 
   static const tidewell::Browser& browser(std::string_view name) { return *tidewell::browserNamed(name); }
 
-  /// Grants what a request for that browser asks for in the sample home, and nothing else.
+  /// Grants exactly what a request for that browser asks for in the sample home.
   void grantSampleHome(const std::string& browserName) {
     for (const std::string& folder : foldersOfLinuxSampleHome(browserName)) platform.grant(home(folder));
   }
 
-  /// The browser alone is enabled and quits; both runs go by.
+  /// Enables only this browser, lets it quit, and lets both runs pass.
   void quit(std::string_view name, std::vector<platform::Arguments> processes = {}) {
     const std::string identifier(browser(name).bundleIdentifier);
     enable({identifier});

@@ -46,7 +46,7 @@ struct FirefoxInstallation {
   Texts profiles;
 };
 
-constexpr char kApart[] = "Disk/ann.apart/";  // named by the first list, with its caches in it
+constexpr char kApart[] = "Disk/ann.apart/";  // in the first installation's list; its caches are inside
 
 const std::vector<FirefoxInstallation> kFirefoxInstallations = {
     {".mozilla/firefox/", ".cache/mozilla/firefox/", {"ann.default/", "ann.work/"}},
@@ -69,7 +69,7 @@ void fillChrome(const ScratchFolder& home, const SampleWriter& writer, const Chr
   }
   writeChromeData(writer, installation.data);
   home.file(installation.data + "Local State", kLocalState);
-  // What looks like a store but lies in no profile.
+  // Looks like a store, but isn't in a profile.
   writer.files(Owner::kPerson, installation.data + "Notes/", {"Cookies", "IndexedDB/https_a_0.indexeddb.leveldb/LOG"});
 }
 
@@ -139,7 +139,7 @@ void fillLinuxSampleHome(const ScratchFolder& home, const std::optional<Cleaned>
   fillFirefox(home, writerFor(home, "Firefox", cleaned));
   const SampleWriter others(home, Stage::kBefore);
   fillOthers(home, others);
-  // Shared by all browsers but those with a Flash Player of their own, which take its caches alone.
+  // Shared by all browsers except those with a Flash Player of their own, whose cleaning removes only its caches.
   const bool takesFlash = cleaned && (cleaned->browser == "Firefox" || cleaned->browser == "Opera");
   const SampleWriter flash(home, takesFlash ? Stage::kCleaned : Stage::kBefore);
   flash.files(Owner::kSite, ".macromedia/", {"Flash_Player/#SharedObjects/x/visited.example/a.sol"});

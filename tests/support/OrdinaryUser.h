@@ -1,4 +1,4 @@
-// While it lives, file permissions count: tests run as root where no one else is.
+// Makes file permissions count while it lives, where the tests run as root.
 #pragma once
 
 #include <unistd.h>

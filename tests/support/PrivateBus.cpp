@@ -16,7 +16,7 @@ namespace testing_support {
 namespace {
 
 constexpr char kVariable[] = "DBUS_SESSION_BUS_ADDRESS";
-constexpr std::chrono::seconds kBound{60};  // no more than a bound: a busy machine is no failure
+constexpr std::chrono::seconds kBound{60};  // generous, so that no test fails on a busy machine
 
 }  // namespace
 

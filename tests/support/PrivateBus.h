@@ -12,7 +12,7 @@
 
 namespace testing_support {
 
-/// Starts a bus and points DBUS_SESSION_BUS_ADDRESS to it as long as it lives.
+/// Starts a bus, and points DBUS_SESSION_BUS_ADDRESS to it while the object lives.
 class PrivateBus {
  public:
   PrivateBus();
@@ -31,7 +31,7 @@ class BusProgram {
   /// Called with each method call that arrives. It may answer now, later or never.
   using Handler = std::function<void(sd_bus_message* call)>;
 
-  /// `name` may be empty: then it has none of its own.
+  /// With an empty `name` the program owns no name.
   BusProgram(platform::linux_::RunLoop& loop, const std::string& name, Handler handler = nullptr);
 
   sd_bus* bus() const { return bus_->get(); }

@@ -67,7 +67,7 @@ void TestProcess::reap() {
 void installStandIn(const std::string& path) {
   namespace fs = std::filesystem;
   fs::create_directories(fs::path(path).parent_path());
-  // Written under another name first: a program that is being written can't be started.
+  // Written under another name first, since a program that is open for writing can't be started.
   fs::copy_file(fs::read_symlink("/proc/self/exe").parent_path() / "stand_in", path + ".new",
                 fs::copy_options::overwrite_existing);
   fs::rename(path + ".new", path);

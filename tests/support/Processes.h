@@ -1,4 +1,4 @@
-// Real processes for tests: copies of the stand-in under the names of browsers.
+// Real processes for tests: copies of the program stand_in under the names of browsers.
 #pragma once
 
 #include <sys/types.h>
@@ -8,10 +8,10 @@
 
 namespace testing_support {
 
-/// A process that a test started. Ended, at the latest, with the object.
+/// A process that a test has started. It ends with the object at the latest.
 class TestProcess {
  public:
-  /// Starts it and waits until it says that it has got so far.
+  /// Starts it, and waits for the byte by which it reports that it is ready.
   explicit TestProcess(const std::vector<std::string>& arguments);
   ~TestProcess();
   TestProcess(TestProcess&& other) noexcept;
@@ -31,10 +31,10 @@ class TestProcess {
   int input_ = -1;
 };
 
-/// Puts a copy of the stand-in there.
+/// Copies the stand-in to `path`.
 void installStandIn(const std::string& path);
 
-/// Puts a script there that becomes the program.
+/// Writes a script to `path` that executes the program in its place.
 void installWrapper(const std::string& path, const std::string& program);
 
 }  // namespace testing_support

@@ -69,7 +69,7 @@ void writeLocalStorage(const SampleWriter& writer, const std::string& profile) {
     entries.insert({{"META:" + kSiteOrigin, "size"},
                     {"METAACCESS:" + kSiteOrigin, "time"},
                     {"_" + kSiteOrigin + "\0\1key"s, "\1mark"},
-                    // A frame of a site in another's page, and in an extension's.
+                    // The site in a frame, in another site's page and in an extension's.
                     {"_" + kSiteOrigin + "/^0https://other.example\0\1key"s, "\1mark"},
                     {"_" + kSiteOrigin + "/^0" + kExtensionOrigin + "\0\1key"s, "\1mark"},
                     {"META:" + kSiteOrigin + "/^0" + kExtensionOrigin, "size"}});

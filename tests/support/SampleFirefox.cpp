@@ -27,7 +27,7 @@ void writeSession(const SampleWriter& writer, const std::string& profile) {
   for (const char* name : {"recovery.jsonlz4", "recovery.baklz4", "previous.jsonlz4", "upgrade.jsonlz4-20260101"}) {
     writer.file(kPerson, profile + "sessionstore-backups/" + name, file);
   }
-  // One that can't be read could hold anything.
+  // Removed, because a file that can't be read could hold anything.
   writer.file(kSiteInCurrentStore, profile + "sessionstore-backups/broken.jsonlz4", file.substr(0, file.size() / 2));
 }
 

@@ -18,7 +18,7 @@ constexpr char kLocalState[] =
     R"({"profile": {"info_cache": {"Default": {"name": "Ann"}, "P 1": {"name": "W\u00f6rk"}}}})";
 constexpr char kDatabaseHeader[] = "SQLite format 3";
 
-/// The sites' storage as the index of web databases lists it, and an extension's of each kind.
+/// The index of web databases, with sites' origins and one of each kind of extension.
 constexpr char kOrigins[] =
     "INSERT INTO Databases VALUES ('http_a.example_0', 'mail'), ('https_b.example_0', NULL), ('file__0', x'00ff'),"
     "  ('chrome-extension_notes_0', 'notes'), ('safari-extension_notes_0', 'notes');";
@@ -62,7 +62,7 @@ void fillSafari(const ScratchFolder& home) {
   fill(home, std::string(kCaches) + "CloudKit/", {"com.apple.Safari/1/db", "com.example.mail/1"});
 }
 
-/// One of the Chrome family's; for Opera that is its data folder.
+/// Fills a profile of the Chrome family; for Opera that is its data folder.
 void fillChromeProfile(const ScratchFolder& home, const std::string& profile) {
   makeWebDatabases(home, profile + "databases/");
   makeLocalStorage(home, profile + "Local Storage/");
@@ -123,7 +123,7 @@ std::string content(const fs::path& path) {
   return content.str();
 }
 
-/// Every row of every table, written as SQL writes values.
+/// Every row of every table, with its values as SQL literals.
 Texts rowsOf(const std::string& path) {
   Texts rows;
   for (const std::string& table : valuesOf(path, "SELECT name FROM sqlite_schema WHERE type = 'table' ORDER BY name")) {
@@ -138,7 +138,7 @@ Texts rowsOf(const std::string& path) {
   return rows;
 }
 
-/// What the first has and the second has not, counting equal ones.
+/// The texts of the first list that the second lacks; equal texts are counted.
 Texts missingIn(Texts first, Texts second) {
   std::sort(first.begin(), first.end());
   std::sort(second.begin(), second.end());
@@ -181,7 +181,7 @@ HomeState::HomeState(const ScratchFolder& home) {
       items[name] = permissions + bytes;
     }
   }
-  // Only now: looking into a database may leave files beside it.
+  // Last, because reading a database may create files beside it.
   for (auto& [name, found] : rows) found = rowsOf(home.path(name));
 }
 
@@ -200,7 +200,7 @@ HomeDifference::HomeDifference(const HomeState& before, const HomeState& after) 
   }
   for (const auto& [name, rowsBefore] : before.rows) {
     const auto found = after.rows.find(name);
-    if (found == after.rows.end()) continue;  // gone, or no database any more
+    if (found == after.rows.end()) continue;  // removed, or no longer a database
     const Texts lost = missingIn(rowsBefore, found->second);
     const Texts gained = missingIn(found->second, rowsBefore);
     for (const std::string& row : lost) goneRows.push_back(name + ", " + row);

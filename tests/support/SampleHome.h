@@ -1,4 +1,4 @@
-// A home folder that holds data of all five browsers, and what a cleaning has changed in it.
+// A home folder that holds data of all five browsers, and the changes that a cleaning has made in it.
 #pragma once
 
 #include <map>
@@ -21,7 +21,7 @@ inline constexpr char kCaches[] = "Library/Caches/";
 /// has two profiles and a plain file among them.
 void fillSampleHome(const ScratchFolder& home);
 
-/// All of a home folder at one moment.
+/// The contents of a home folder at one moment.
 struct HomeState {
   explicit HomeState(const ScratchFolder& home);
 
@@ -29,15 +29,15 @@ struct HomeState {
   std::map<std::string, std::vector<std::string>> rows;  // a database's path to "TABLE: VALUES", in their order
 };
 
-/// What differs between two states. Together the five tell everything: a path that is in none of them is as it was.
+/// All differences between two states: a path that is in none of the five lists is unchanged.
 struct HomeDifference {
   HomeDifference(const HomeState& before, const HomeState& after);
 
-  std::vector<std::string> gone;      // a folder that went whole is named once, with a slash
+  std::vector<std::string> gone;      // a folder that has gone entirely is named once, with a slash
   std::vector<std::string> goneRows;  // "PATH, TABLE: VALUES"
   std::vector<std::string> added;     // paths and rows
-  std::vector<std::string> changed;   // files of other content
-  std::vector<std::string> touched;   // databases of other bytes but the same rows: SQLite counts what is done to them
+  std::vector<std::string> changed;   // files with other content
+  std::vector<std::string> touched;   // databases with other bytes but the same rows: SQLite counts transactions
 };
 
 }  // namespace testing_support

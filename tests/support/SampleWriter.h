@@ -1,4 +1,4 @@
-// Writes profiles of browsers, as they are or as a cleaning is to leave them.
+// Writes profiles of browsers, as they are before a cleaning or as it has to leave them.
 #pragma once
 
 #include <string>
@@ -9,12 +9,12 @@
 
 namespace testing_support {
 
-/// Whose something is, and with it what becomes of it.
+/// Whose data it is, which decides whether a cleaning removes it.
 enum class Owner {
   kPerson,              // stays
-  kSite,                // in a store that older versions have left, which is cleaned always
+  kSite,                // in a store of older versions, which is always cleaned
   kSiteInCurrentStore,  // goes when today's stores are cleaned
-  kExtensionInOldStore  // went with an older version's store, which is cleaned with more care now
+  kExtensionInOldStore  // in a store of older versions; stays only when today's stores are cleaned
 };
 
 class SampleWriter {
@@ -35,15 +35,15 @@ class SampleWriter {
     return true;
   }
 
-  /// The text, where its owner's things are there.
+  /// The text if that owner's data exist at this stage, else "".
   std::string textOf(Owner owner, const std::string& text) const { return has(owner) ? text : ""; }
 
   void file(Owner owner, const std::string& path, const std::string& content) const;
-  /// With contents that name the site when they are a site's.
+  /// Writes files whose contents name the site if they are a site's.
   void files(Owner owner, const std::string& folder, const std::vector<std::string>& names) const;
   void level(Owner owner, const std::string& folder, const LevelEntries& entries) const;
   void statements(Owner owner, const std::string& database, const std::string& statements) const;
-  /// A database with rows that lie in its log alone.
+  /// Writes a database whose rows are only in its log.
   void databaseWithLog(Owner owner, const std::string& database) const;
 
  private:
@@ -51,13 +51,13 @@ class SampleWriter {
   const Stage stage_;
 };
 
-/// A profile of a browser of the Chrome family; both with a slash at their end. `caches` may be the profile.
+/// Writes a profile of the Chrome family; both paths end with a slash. `caches` may be the profile itself.
 void writeChromeProfile(const SampleWriter& writer, const std::string& profile, const std::string& caches,
                         bool hasFlashOfItsOwn);
-/// What lies beside the profiles.
+/// Writes what lies beside the profiles.
 void writeChromeData(const SampleWriter& writer, const std::string& dataFolder);
 
-/// A profile of Firefox, likewise.
+/// Writes a profile of Firefox; both paths end with a slash.
 void writeFirefoxProfile(const SampleWriter& writer, const std::string& profile, const std::string& caches);
 
 }  // namespace testing_support

@@ -27,7 +27,7 @@ ScratchFolder::ScratchFolder() {
 }
 
 ScratchFolder::~ScratchFolder() {
-  // The shell's tool copes with trees that the standard library gives up on.
+  // rm removes trees that are too deep for the standard library.
   const std::string command = "chmod -R u+rwx '" + path_ + "' 2>/dev/null; rm -rf '" + path_ + "'";
   [[maybe_unused]] const int status = std::system(command.c_str());
 }

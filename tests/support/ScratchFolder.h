@@ -17,7 +17,7 @@ class ScratchFolder {
   const std::string& path() const { return path_; }
   std::string path(const std::string& below) const { return path_ + "/" + below; }
 
-  /// Writes a file and makes the folders above it. Answers its path.
+  /// Writes a file and makes the folders above it; returns its path.
   std::string file(const std::string& below, const std::string& content = "content") const;
   std::string folder(const std::string& below) const;
   void link(const std::string& below, const std::string& target) const;

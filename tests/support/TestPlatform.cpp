@@ -103,12 +103,12 @@ TestPlatform::TestPlatform()
       platform_{bundle, dispatch,     fileManager,        log,         openPanel, scopes,
                 system, userDefaults, notificationCenter, userScripts, workspace} {
   system.homeFolder = home.path();
-  home.folder("Library");  // what makes it a home of that layout
+  home.folder("Library");  // so that the home has that layout
   platform::Platform::install(&platform_);
 }
 
 TestPlatform::~TestPlatform() {
-  dispatch.clear();  // what waits may hold the worker, which takes its leave of the platform
+  dispatch.clear();  // waiting tasks may hold the worker, whose destructor uses the platform
   platform::Platform::install(nullptr);
 }
 
@@ -117,7 +117,7 @@ platform::Value::Dictionary& TestPlatform::shared() {
 }
 
 void TestPlatform::grant(const std::string& folder) {
-  // A scope of another table than the one under test: the grant is stored, and nothing is open.
+  // From a scope table of its own: the grant is stored, but not open in the table under test.
   platform::linux_::SecurityScopes earlierSession;
   const FileURL url(folder, true);
   earlierSession.openForProcess(url);

@@ -1,7 +1,7 @@
 // The platform of the tests: deterministic where the real one is not, with real files under real grants.
 //
-// A virtual clock and queues that run when told; a panel, a notification centre and settings that live in memory; one
-// journal of what the platform was asked. The files are those of a scratch home folder.
+// It has a virtual clock and queues that run when told; a panel, a notification centre and settings in memory; and one
+// journal of the calls to it. The files are in a scratch home folder.
 #pragma once
 
 #include <cstdint>
@@ -43,19 +43,19 @@ class JournalingFileManager : public platform::linux_::LinuxFileManager {
   Journal& journal_;
 };
 
-/// The real calls, with a home folder of the test's and failures on demand. Journal: "open PATH", "write COUNT",
+/// The real calls, with a home folder that the test sets and failures on demand. Journal: "open PATH", "write COUNT",
 /// "failed write", "close", "seed".
 class TestSystem : public platform::linux_::LinuxSystem {
  public:
   TestSystem(platform::linux_::SecurityScopes& scopes, Journal& journal) : LinuxSystem(scopes), journal_(journal) {}
 
   static constexpr unsigned kUser = 4711;
-  std::optional<std::string> homeFolder;  // what the password database has for that user, and for nobody else
+  std::optional<std::string> homeFolder;  // in the password database, for kUser only
   std::optional<std::string> movedConfiguration;
   std::optional<std::string> movedCaches;
   bool statFails = false;
   unsigned writesToFail = 0;
-  std::size_t longestWrite = SIZE_MAX;  // bytes that one call writes at the most
+  std::size_t longestWrite = SIZE_MAX;  // in bytes, of one call
   bool closeFails = false;
   std::function<std::int64_t()> randomNumbers;
 
@@ -86,10 +86,10 @@ class TestPlatform {
   /// The worker's own.
   platform::Value::Dictionary& own() { return userDefaults.domain(""); }
 
-  /// As if the person had allowed the folder in a panel in an earlier session: the grant is stored.
+  /// Stores a grant, as if the user had allowed the folder in an earlier session.
   void grant(const std::string& folder);
 
-  /// Everything that was removed, in order, without the home folder in front.
+  /// The paths that were removed, in order, relative to the home folder.
   std::vector<std::string> removals() const;
 
   ScratchFolder home;

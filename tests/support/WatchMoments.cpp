@@ -44,7 +44,7 @@ bool isWatched(const std::string& path) {
 
 }  // namespace testing_support
 
-// Stands before the C library's function of this name.
+// Replaces the C library's function of this name.
 extern "C" int inotify_add_watch(int descriptor, const char* path, std::uint32_t mask) noexcept {
   if (testing_support::current()) testing_support::current()(path);
   return static_cast<int>(::syscall(SYS_inotify_add_watch, descriptor, path, mask));

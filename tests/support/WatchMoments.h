@@ -1,4 +1,4 @@
-// What happens in the moments in which a program begins to watch a file.
+// Runs test code at the moments when the program begins to watch a file.
 #pragma once
 
 #include <functional>
@@ -6,8 +6,8 @@
 
 namespace testing_support {
 
-/// Called before each file or folder that this program begins to watch (inotify_add_watch(2)), as long as the object
-/// lives. One at a time.
+/// While it lives, its handler is called before this program begins to watch a file or folder (inotify_add_watch(2)).
+/// One object at a time.
 class BeforeWatching {
  public:
   using Handler = std::function<void(const std::string& path)>;

@@ -15,7 +15,7 @@ namespace testing_support {
 
 class WorkerTest : public ::testing::Test {
  protected:
-  /// The worker as the process makes it. Tests that want to look at the set-up itself make their own.
+  /// The worker as the process creates it. Tests of the set-up itself create their own.
   std::shared_ptr<tidewell::WorkerAppDelegate> makeWorker() { return tidewell::WorkerAppDelegate::create(); }
 
   void useHome() { platform.shared().insert_or_assign("userFolder", platform.home.path()); }
@@ -27,7 +27,7 @@ class WorkerTest : public ::testing::Test {
   TestPlatform platform;
 };
 
-/// With the home folder set and granted.
+/// The fixture with the home folder set and granted.
 class GrantedHomeTest : public WorkerTest {
  protected:
   GrantedHomeTest() {

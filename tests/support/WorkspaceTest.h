@@ -42,8 +42,8 @@ class QuittingApplications : public ::testing::Test {
     settle();
   }
 
-  /// Lets everything that was set off come to its end: as long as the latest look after a start takes. On a machine
-  /// with much to do the first wait may be over before anything was seen.
+  /// Lets everything that was started finish; by default as long as the last check after a start takes. The second wait
+  /// is for busy machines, where the first may end before the loop has handled any event.
   void settle(std::chrono::milliseconds time = 130ms) {
     for (const auto wait : {time, std::chrono::milliseconds(5)}) {
       bool done = false;

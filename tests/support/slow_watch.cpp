@@ -1,6 +1,5 @@
-// Holds a program up before each file that it begins to watch, and before each look at the table of processes: a
-// library that is loaded before it (LD_PRELOAD). What only goes wrong when two things happen in the same moment then
-// goes wrong every time. TIDEWELL_SLOW is the time in milliseconds.
+// Delays a program, into which it is loaded by LD_PRELOAD, before each file that it begins to watch and before each
+// reading of the process table, so that races show every time. TIDEWELL_SLOW is the delay in milliseconds.
 
 #include <dirent.h>
 #include <dlfcn.h>

@@ -1,4 +1,4 @@
-// Stands in for a browser: a copy of it, under a browser's name, behaves as the words on its command line say.
+// Stands in for a browser: a copy under a browser's name does what its arguments say.
 //
 //   wait [ARGUMENT…]            until standard input is at its end
 //   start PROGRAM ARGUMENT…     starts a program in a child, then waits
@@ -7,7 +7,7 @@
 //   fork                        leaves a child that never starts a program of its own, then waits
 //   lose-first-thread           ends its first thread and waits in another
 //
-// It writes one byte to standard output when it has got so far.
+// It writes one byte to standard output when it is ready.
 
 #include <pthread.h>
 #include <unistd.h>
@@ -32,7 +32,7 @@ void tell() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  ::signal(SIGPIPE, SIG_IGN);  // nobody may be listening any more
+  ::signal(SIGPIPE, SIG_IGN);  // the reader of the byte may have gone
   const char* what = argc > 1 ? argv[1] : "wait";
   if (std::strcmp(what, "become") == 0) {
     ::execv(argv[2], argv + 2);

@@ -1,4 +1,4 @@
-// On a home without a Library, too, what is previewed is what a run removes.
+// On a home without a Library, too, a run removes exactly what the preview lists.
 
 #include <algorithm>
 #include <set>
@@ -23,7 +23,7 @@ class PreviewOnLinux : public LinuxHomeTest, public ::testing::WithParamInterfac
 
   std::string below(const std::string& path) const { return path.substr(platform.home.path().size() + 1); }
 
-  /// The files that an item of the preview stands for.
+  /// The files in the preview's items.
   Paths filesOf(const Preview& preview, const HomeContents& before) const {
     Paths paths;
     for (const tidewell::PreviewedItem& item : preview.items) {
@@ -39,14 +39,14 @@ class PreviewOnLinux : public LinuxHomeTest, public ::testing::WithParamInterfac
     return paths;
   }
 
-  /// Whether a file belongs to what the preview says is rewritten: a file, or a database in a folder.
+  /// Whether the preview lists the file as rewritten, by itself or in a database's folder.
   bool isRewritten(const Preview& preview, const std::string& file) const {
     return std::any_of(preview.rewritings.begin(), preview.rewritings.end(), [&](const auto& rewriting) {
       return file == below(rewriting.path) || file.starts_with(below(rewriting.path) + "/");
     });
   }
 
-  /// How many lines of what databases said are not said any more.
+  /// How many rows of the table have gone.
   static std::uint64_t rowsGone(const HomeContents& before, const HomeContents& after, const std::string& database,
                                 const std::string& table) {
     const auto count = [&](const HomeContents& contents) {
@@ -78,7 +78,7 @@ TEST_P(PreviewOnLinux, isTheRunFileByFileAndRowByRow) {
     EXPECT_EQ(filesOf(previewed, before), gone);
     EXPECT_FALSE(gone.empty());
 
-    // All that was written anew was said to be; and all that was said to be was.
+    // The files that were rewritten are exactly those that the preview has listed as such.
     Paths databases;
     std::uint64_t rows = 0;
     for (const tidewell::PreviewedRows& table : previewed.rows) {

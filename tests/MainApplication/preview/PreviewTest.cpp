@@ -1,4 +1,4 @@
-// What is previewed is what a run removes.
+// A run removes exactly what the preview lists.
 
 #include <algorithm>
 #include <chrono>
