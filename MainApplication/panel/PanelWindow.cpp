@@ -49,7 +49,8 @@ PanelWindow::PanelWindow(const PanelRequest& request, Answer answer) : answer_(s
       false);
 }
 
-// Later versions of GTK want gtk_window_present() for this, which takes the time of the last event: there was none here.
+// Later versions of GTK want gtk_window_present() for this, which takes the time of the last event: there was none
+// here.
 G_GNUC_BEGIN_IGNORE_DEPRECATIONS
 void PanelWindow::presentInFront() {
   set_visible(true);
