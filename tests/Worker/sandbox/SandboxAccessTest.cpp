@@ -241,9 +241,9 @@ TEST_F(SandboxAccess, runsOnTheCallersThreadAndEveryOtherOperationOnAQueueOfItsO
   platform.home.folder("Library/Safari");
   for (const auto& [name, operation] : kOperations) {
     platform.journal.clear();
-    platform.dispatch.asBackgroundThread([&, &operation = operation] {
-      operation("~/Library/Safari");
-      operation("~/Library/Safari");
+    platform.dispatch.asBackgroundThread([&, &call = operation] {
+      call("~/Library/Safari");
+      call("~/Library/Safari");
     });
     platform.dispatch.runUntilIdle();
     const std::size_t queues = name == "access" ? 0 : 2;
