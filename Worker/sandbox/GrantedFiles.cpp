@@ -158,8 +158,9 @@ void GrantedFiles::rewrite(const std::string& path, const Rewriter& rewriter) {
 }
 
 Rows GrantedFiles::runStatements(const std::vector<std::string>& statements, const std::string& path) {
-  return underGrant<Rows>(path, {},
-                          [&](const std::string& fullPath) { return executeInsideGrant(statements, fullPath); });
+  return underGrant<Rows>(path, {}, [&](const std::string& fullPath) {
+    return executeInsideGrant(statements, fullPath, Schema::kMayBeHostile);
+  });
 }
 
 LevelDatabase::Outcome GrantedFiles::keepInLevelDatabase(
