@@ -1,13 +1,24 @@
 #include "Worker/cleaning/Cleaning.h"
 
+#include <exception>
+
+#include "Platform/Format.h"
 #include "Platform/Path.h"
+#include "Platform/Platform.h"
 #include "Worker/sandbox/GrantedFiles.h"
 
 namespace tidewell {
+namespace {
+
+constexpr char kNotCleaned[] = "%@ of %@ could not be cleaned";  // a store's path in its table, and a browser's name
+
+}  // namespace
 
 void Cleaning::run() const {
   if (!layout_.mayHave(browser_)) return;
-  for (const Installation& installation : layout_.installationsOf(browser_)) cleanInstallation(installation);
+  for (const Installation& installation : layout_.installationsOf(browser_)) {
+    fenced("An installation", [&] { cleanInstallation(installation); });
+  }
   const std::vector<std::string> plugins = layout_.pluginFolders();
   if (!browser_.hasFlashOfItsOwn) cleanAll(pluginDataStores(), plugins);
   cleanAll(pluginCacheStores(), plugins);
@@ -28,7 +39,16 @@ void Cleaning::cleanAll(std::span<const Store> table, const std::vector<std::str
 
 void Cleaning::clean(std::span<const Store> table, const std::string& folder) const {
   for (const Store& store : table) {
-    if (ages_.contains(store.age)) store.treatment(platform::appendingPathComponent(folder, store.path));
+    if (!ages_.contains(store.age)) continue;
+    fenced(store.path, [&] { store.treatment(platform::appendingPathComponent(folder, store.path)); });
+  }
+}
+
+void Cleaning::fenced(std::string_view what, const platform::Task& action) const {
+  try {
+    action();
+  } catch (const std::exception&) {  // its text may quote what a site has stored
+    platform::Platform::current().log.log(platform::formatted(kNotCleaned, {what, browser_.name}));
   }
 }
 

@@ -1,14 +1,17 @@
 // The cleaning of a browser's stores, one by one: a walk over its installations, their profiles, and the tables of its
 // family's stores.
 //
+// A store that makes something go wrong, which sites may try, is left with a line in the log; the others are cleaned.
 // Everything is done when run() returns. Nothing is asked for: what is not granted is left.
 #pragma once
 
-#include <initializer_list>
 #include <set>
 #include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
+#include "Platform/Dispatch.h"
 #include "Worker/homes/Layout.h"
 #include "Worker/stores/StoreTables.h"
 
@@ -26,6 +29,8 @@ class Cleaning {
   void cleanInstallation(const Installation& installation) const;
   void cleanAll(std::span<const Store> table, const std::vector<std::string>& folders) const;
   void clean(std::span<const Store> table, const std::string& folder) const;
+  /// Runs the action and logs that it has thrown, if it has.
+  void fenced(std::string_view what, const platform::Task& action) const;
 
   const Layout& layout_;
   const Browser& browser_;
