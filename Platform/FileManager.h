@@ -112,6 +112,9 @@ class FileManager {
   /// Why the item can't be looked at; no error when it can. std::errc::no_such_file_or_directory when there is none.
   virtual std::error_code checkResourceIsReachable(const std::string& path) const = 0;
 
+  /// Whether a folder holds nothing; also true when it can't be listed.
+  virtual bool mayBeEmptyFolder(const std::string& path) const = 0;
+
   // Reading.
 
   /// The whole of a regular file as text; std::errc::illegal_byte_sequence when it is not valid UTF-8.

@@ -69,21 +69,25 @@ Home SettingsStore::home() const {
     std::error_code ignored;
     return std::filesystem::is_directory(path, ignored);
   };
-  const auto mayBeFolder = [](const std::string& path) {
+  const auto mayBeThere = [](const std::string& path) {
     std::error_code error;
-    const bool isDirectory = std::filesystem::is_directory(path, error);
-    return isDirectory ||
+    return std::filesystem::exists(path, error) ||
            (error && error != std::errc::no_such_file_or_directory && error != std::errc::not_a_directory);
   };
-  const auto isThere = [](const std::string& path) {
+  const auto mayBeFolder = [&](const std::string& path) {
     std::error_code ignored;
-    return std::filesystem::exists(path, ignored);
+    return isFolder(path) || (mayBeThere(path) && !std::filesystem::exists(path, ignored));
+  };
+  const auto mayBeEmpty = [](const std::string& path) {
+    std::error_code error;
+    return std::filesystem::is_empty(path, error) || error;
   };
   const auto contentsOf = [](const std::string& path) -> std::optional<std::string> {
     std::ifstream file(path);
     return std::string(std::istreambuf_iterator<char>(file), {});
   };
-  return Home::of(*domains_.suite(kSharedSuite), system, {isFolder, mayBeFolder, isThere, contentsOf, nullptr});
+  return Home::of(*domains_.suite(kSharedSuite), system,
+                  {isFolder, mayBeFolder, mayBeThere, mayBeEmpty, contentsOf, nullptr});
 }
 
 std::vector<const Browser*> SettingsStore::knownBrowsers() const {

@@ -1,5 +1,7 @@
 #include "Worker/homes/Home.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "Platform/Platform.h"
@@ -15,10 +17,17 @@ namespace {
 using platform::Platform;
 
 constexpr char kLibrary[] = "/Library";  // in the home folder
+// Something of these is in every Library of programs. A folder of that name may hold books as well.
+constexpr const char* kInLibrary[] = {"/Application Support", "/Caches", "/Cookies", "/Preferences", "/Safari"};
 
 bool isExistingFolder(const std::string& path) {
   bool isDirectory = false;
   return Platform::current().fileManager.fileExists(path, isDirectory) && isDirectory;
+}
+
+/// Also true when the path can't be examined.
+bool mayBeThere(const std::string& path) {
+  return Platform::current().fileManager.checkResourceIsReachable(path) != std::errc::no_such_file_or_directory;
 }
 
 /// Also true when the path can't be examined: false only when it is known to be no folder.
@@ -31,14 +40,20 @@ bool mayBeFolder(const std::string& path) {
 bool hasLibrary(const platform::UserDefaults& shared, const HomeFolder& home) {
   const std::string named = shared.stringForKey(kHomeLayoutKey).value_or("");
   if (named == "Library" || named == "XDG") return named == "Library";
-  return home.eyes.mayBeFolder(home.path + kLibrary);
+  const std::string library = home.path + kLibrary;
+  if (!home.eyes.mayBeFolder(library)) return false;
+  return home.eyes.mayBeEmpty(library) ||
+         std::any_of(std::begin(kInLibrary), std::end(kInLibrary),
+                     [&](const char* name) { return home.eyes.mayBeThere(library + name); });
 }
 
 }  // namespace
 
 Home Home::current() {
-  HomeEyes eyes{isExistingFolder, mayBeFolder,
-                [](const std::string& path) { return Platform::current().fileManager.fileExists(path); },
+  HomeEyes eyes{isExistingFolder,
+                mayBeFolder,
+                mayBeThere,
+                [](const std::string& path) { return Platform::current().fileManager.mayBeEmptyFolder(path); },
                 GrantedFiles::bytesOf,
                 [](const std::string& path) {
                   const platform::FileURL url(path, true);

@@ -22,7 +22,8 @@ struct HomeEyes {
 
   Test isFolder;
   Test mayBeFolder;  // also true when the path can't be examined
-  Test isThere;      // whatever is at the path
+  Test mayBeThere;   // whatever is at the path; also true when it can't be examined
+  Test mayBeEmpty;   // of a folder; also true when it can't be listed
   /// The contents of a file whose folder may need a grant; absent when the file can't be read.
   std::function<std::optional<std::string>(const std::string& path)> contentsOf;
   /// Where a path leads when its links are resolved; may be empty.

@@ -37,7 +37,7 @@ std::vector<Installation> LinuxLayout::installationsOf(const Browser& browser) c
 
 void LinuxLayout::appendPlace(std::vector<Installation>& found, const Browser& browser, const Place& place) const {
   for (const std::string& dataFolder : existing(place.dataFolder)) {
-    if (browser.needsProfilesList && !home_.eyes.isThere(appendingPathComponent(dataFolder, kProfilesIni))) continue;
+    if (browser.needsProfilesList && !home_.eyes.mayBeThere(appendingPathComponent(dataFolder, kProfilesIni))) continue;
     appendInstallation(found, {dataFolder, existing(place.cacheFolder)});
     if (browser.family != Family::kFirefox) continue;
     const auto list = home_.eyes.contentsOf(appendingPathComponent(dataFolder, kProfilesIni));

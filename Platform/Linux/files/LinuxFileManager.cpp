@@ -11,6 +11,7 @@
 #include <chrono>
 #include <climits>
 #include <cstdlib>
+#include <filesystem>
 
 #include "Platform/Linux/files/FileLocks.h"
 #include "Platform/Linux/files/FileReader.h"
@@ -189,6 +190,12 @@ std::error_code LinuxFileManager::checkResourceIsReachable(const std::string& pa
   if (::stat(fromRoot(path).c_str(), &status) == 0) return {};
   // A file in place of a folder on the way leaves no place for the item either.
   return errno == ENOTDIR ? std::make_error_code(std::errc::no_such_file_or_directory) : lastError();
+}
+
+bool LinuxFileManager::mayBeEmptyFolder(const std::string& path) const {
+  std::error_code error;
+  const bool isEmpty = isNoPath(path) || std::filesystem::is_empty(fromRoot(path), error);
+  return isEmpty || error;
 }
 
 Result<std::string> LinuxFileManager::stringWithContentsOfFile(const std::string& path) const {

@@ -26,6 +26,7 @@ class LinuxFileManager : public FileManager {
   bool fileExists(const std::string& path) const override;
   bool fileExists(const std::string& path, bool& isDirectory) const override;
   std::error_code checkResourceIsReachable(const std::string& path) const override;
+  bool mayBeEmptyFolder(const std::string& path) const override;
 
   Result<std::string> stringWithContentsOfFile(const std::string& path) const override;
   Result<std::unique_ptr<ReadableFile>> readableFile(const std::string& path) const override;

@@ -2,6 +2,7 @@
 
 #include "Worker/homes/Home.h"
 #include "tests/support/LinuxHomeTest.h"
+#include "tests/support/OrdinaryUser.h"
 
 namespace {
 
@@ -41,6 +42,28 @@ TEST_F(HomeTest, isLaidOutByWhetherItHasALibrary) {
   EXPECT_EQ(Home::current().layout->name(), "XDG");
   platform.home.folder("Library");
   EXPECT_EQ(Home::current().layout->name(), "Library");
+}
+
+TEST_F(HomeTest, withALibraryOfBooksHasNone) {
+  platform.home.file("Library/Melville/Moby-Dick.epub");
+  EXPECT_EQ(Home::current().layout->name(), "XDG");
+  for (const char* name : {"Application Support", "Caches", "Cookies", "Preferences", "Safari"}) {
+    const std::string folder = platform.home.folder(std::string("Library/") + name);
+    EXPECT_EQ(Home::current().layout->name(), "Library") << name;
+    std::filesystem::remove(folder);
+  }
+  EXPECT_EQ(Home::current().layout->name(), "XDG");
+}
+
+TEST_F(HomeTest, withALibraryThatCanNotBeListedOrEnteredHasOne) {
+  const testing_support::OrdinaryUser user(platform.home.path());
+  platform.home.file("Library/Melville/Moby-Dick.epub");
+  for (const auto permissions :
+       {std::filesystem::perms::none, std::filesystem::perms::owner_exec, std::filesystem::perms::owner_read}) {
+    std::filesystem::permissions(home("Library"), permissions);
+    EXPECT_EQ(Home::current().layout->name(), "Library");
+  }
+  std::filesystem::permissions(home("Library"), std::filesystem::perms::owner_all);
 }
 
 TEST_F(HomeTest, withAFileInPlaceOfTheLibraryHasNone) {
