@@ -1,7 +1,7 @@
 // The cleaning of a browser's stores, one by one: a walk over its installations, their profiles, and the tables of its
 // family's stores.
 //
-// Everything is done when run() returns. Nothing is asked for: what is not granted is left.
+// All work is done when run() returns. The person is not asked: what is not granted is left.
 #pragma once
 
 #include <initializer_list>
