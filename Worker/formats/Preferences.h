@@ -10,8 +10,8 @@
 
 namespace tidewell {
 
-/// The same settings without what sites have left; all else stays byte for byte. Left alone is a text that is no JSON
-/// and one in which nothing of a site is found, so a second pass changes nothing. Any thread.
+/// The same settings without what sites have left; all else stays byte for byte. A text that is no JSON, or in which
+/// nothing of a site is found, is left alone, so a second pass changes nothing. Any thread.
 Rewriting withoutSites(std::string_view preferences);
 
 }  // namespace tidewell
