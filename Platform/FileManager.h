@@ -127,14 +127,14 @@ class FileManager {
   /// The attributes of the item itself (a symbolic link is not followed), under the keys above.
   virtual Result<Value::Dictionary> attributesOfItem(const std::string& path) const = 0;
 
-  /// A walk below the folder. A null `errorHandler` goes on past what can't be read.
+  /// A walk below the folder. With a null `errorHandler` it continues past what can't be read.
   virtual std::unique_ptr<DirectoryEnumerator> enumeratorAtURL(const FileURL& folder,
                                                                EnumerationErrorHandler errorHandler) const = 0;
 
   // Removing.
 
-  /// Removes a file, a symbolic link (never what it leads to) or a folder with all of its contents. In a folder it goes
-  /// on past what it can't remove, and returns the first error.
+  /// Removes a file, a symbolic link (never what it leads to) or a folder with all of its contents. In a folder it
+  /// continues past what it can't remove, and returns the first error.
   virtual std::error_code removeItem(const std::string& path) = 0;
 
   /// As removeItem(), for an item whose contents were overwritten just now: the data of a regular file is flushed to

@@ -34,7 +34,7 @@ std::optional<std::string_view> nextValue(ByteReader& reader, std::uint64_t type
   }
 }
 
-/// A storage key is the origin, or goes on after it with "^" and what the storage is partitioned by.
+/// A storage key is the origin, which may be followed by "^" and what the storage is partitioned by.
 bool belongsTo(std::string_view storageKey, std::string_view origin) {
   return storageKey.substr(0, storageKey.find('^')) == origin;
 }

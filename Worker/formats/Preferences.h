@@ -3,7 +3,7 @@
 // What sites have left are their permissions and all else that the browser notes about single sites. What belongs to
 // extensions, to the browser's own pages and to local files stays, as do addresses that the person has chosen (home
 // page, pages at start, search engines, bookmarks). "Secure Preferences" holds no entry of a site, on Linux only a
-// checksum; the checksums in "Preferences" cover nothing that goes.
+// checksum; the checksums in "Preferences" cover nothing that is removed.
 #pragma once
 
 #include "Worker/formats/Rewriting.h"

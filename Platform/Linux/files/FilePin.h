@@ -1,7 +1,7 @@
 // A regular file, found once and held by a descriptor, before it is opened for anything.
 //
 // The pin itself opens nothing: no device is touched, no pipe waited for, and closing it ends no lock that this process
-// holds on the file. What is opened through it is the very file that was looked at. Any thread.
+// holds on the file. What is opened through it is the very file that was pinned. Any thread.
 #pragma once
 
 #include <sys/stat.h>
