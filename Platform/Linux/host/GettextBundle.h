@@ -21,8 +21,7 @@ class GettextBundle : public Bundle {
   /// Takes the person's language from the environment. Once, before threads are started.
   static void useLanguageOfEnvironment();
 
-  /// The same, and finds the catalogues of texts beside the program. For programs with windows, whose toolkit calls
-  /// gettext itself.
+  /// The same, with the catalogues of texts beside the program: for windows, whose toolkit calls gettext itself.
   static void useTextsBesideProgram();
 
   /// The folder "share" beside the running program's folder.

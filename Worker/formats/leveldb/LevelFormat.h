@@ -19,7 +19,7 @@ enum class LevelCondition {
                 // another kind than this reads
 };
 
-/// The limit of what is held in memory of one database, in bytes. Browsers' databases take less than a hundredth of it.
+/// The limit of memory for one database, in bytes. Browsers' databases take less than a hundredth of it.
 inline constexpr std::size_t kLevelMaximalMemory = std::size_t{256} << 20;
 /// The limit of one block of a table, which holds at least one whole value, or of one record of a log, in bytes,
 /// uncompressed.
