@@ -9,7 +9,7 @@
 namespace platform {
 
 /// Raised for a missing required argument. what() is the description, "Invalid parameter not satisfying: " and the
-/// parameter's name; the place is that of the check in the source, as values.
+/// parameter's name; file() and line() are the check's place in the source, as its caller gave it.
 class AssertionFailure : public std::logic_error {
  public:
   AssertionFailure(std::string_view parameter, std::optional<std::string_view> file, int line);
@@ -31,7 +31,7 @@ class AssertionFailure : public std::logic_error {
 void assertParameter(bool satisfied, std::string_view parameter, std::optional<std::string_view> file, int line);
 
 /// Prints "Assertion failed: (condition), function F, file F, line N." to standard error and aborts the process. For
-/// the few conditions without which the process has no business going on.
+/// the few conditions without which the process must not go on.
 [[noreturn]] void assertionFailed(std::string_view condition, std::string_view function, std::string_view file,
                                   int line);
 

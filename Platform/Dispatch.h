@@ -20,11 +20,11 @@ class DispatchQueue {
   virtual const std::string& label() const = 0;
 
   /// Runs the task and returns when it is done. A serial queue runs it on the calling thread, when its turn has come;
-  /// the main queue runs it on the main thread. Called on the main thread for the main queue it would wait for itself:
-  /// callers ask Dispatch::isMainThread() first.
+  /// the main queue runs it on the main thread. On the main thread it would wait for itself on the main queue: callers
+  /// check Dispatch::isMainThread() first.
   ///
   /// A task that another thread waits for in this way is not started while a modal panel is up, so that panels come one
-  /// after the other; asynchronous tasks go on underneath.
+  /// after the other; asynchronous tasks still run.
   virtual void sync(const Task& task) = 0;
 
   /// Hands the task over and returns at once. From any thread.
@@ -45,7 +45,7 @@ class OperationQueue {
   virtual void addOperation(BlockOperation operation) = 0;
 };
 
-/// Where queues come from. All operations may be called from any thread; the queues that are handed out by reference
+/// Makes and owns queues. All operations may be called from any thread; the queues that are handed out by reference
 /// live as long as this object.
 class Dispatch {
  public:
@@ -61,7 +61,7 @@ class Dispatch {
   virtual std::unique_ptr<DispatchQueue> makeSerialQueue(std::string label) = 0;
   virtual std::unique_ptr<OperationQueue> makeOperationQueue() = 0;
 
-  /// Hands `task` to `queue` (one of the two above) when `delay` has passed. The delay counts awake time.
+  /// Hands `task` to `queue` (one of the two above) when `delay` has passed. The delay does not count time in suspend.
   virtual void after(std::chrono::nanoseconds delay, DispatchQueue& queue, Task task) = 0;
 };
 

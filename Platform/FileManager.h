@@ -1,8 +1,8 @@
 // Files and folders, under the grants that are open.
 //
-// Every action resolves the item's folder, refuses what lies inside no open security scope (std::errc::
-// operation_not_permitted), and never acts outside one, whatever is swapped in meanwhile. Asking whether something
-// exists, and what a path's standard form is, needs no scope. A path that holds a NUL byte names nothing
+// Every action resolves the item's folder, refuses what lies inside no open security scope
+// (std::errc::operation_not_permitted), and never acts outside one, whatever is swapped in meanwhile. Checking for
+// existence and standardising a path need no scope. A path that holds a NUL byte names nothing
 // (std::errc::invalid_argument); a relative path counts from "/".
 #pragma once
 
@@ -51,15 +51,15 @@ class DirectoryEnumerator {
   virtual std::optional<FileURL> nextObject() = 0;
 };
 
-/// A file that was looked at and must not be exchanged for another.
+/// A file that was checked and must not be exchanged for another.
 class PinnedRegularFile {
  public:
   virtual ~PinnedRegularFile() = default;
 
-  /// Where it really lies: without links and dots.
+  /// The file's real path, without links and dots.
   virtual const std::string& path() const = 0;
 
-  /// Whether that path still leads to it.
+  /// Whether that path still leads to the file.
   virtual bool isInPlace() const = 0;
 };
 
@@ -81,10 +81,10 @@ class FileLock {
   virtual ~FileLock() = default;
 };
 
-/// Asked when an item of a walk can't be read; answers whether the walk goes on.
+/// Called when an item of a walk can't be read; returns whether the walk goes on.
 using EnumerationErrorHandler = std::function<bool(const FileURL& url, std::error_code error)>;
 
-/// What becomes of an overwritten file whose new bytes can't be brought to the disk.
+/// What happens to an overwritten file whose new bytes can't be flushed to the disk.
 enum class UnflushedFile { isRemoved, stays };
 
 /// All operations may be called from any thread.
@@ -92,9 +92,9 @@ class FileManager {
  public:
   virtual ~FileManager() = default;
 
-  // Names. These look at the disk and change nothing.
+  // Names. These read the disk and change nothing.
 
-  /// The file URL of a path: a folder's when the path ends in "/" or a folder stands there.
+  /// The file URL of a path: a folder's when the path ends in "/" or names a folder.
   virtual FileURL fileURLWithPath(const std::string& path) const = 0;
 
   /// Without ".", repeated slashes and "..", the last resolved as the file system would (through symbolic links).
@@ -109,7 +109,7 @@ class FileManager {
   /// `isDirectory` is set only when the item exists.
   virtual bool fileExists(const std::string& path, bool& isDirectory) const = 0;
 
-  /// Why the item can't be looked at; no error when it can. std::errc::no_such_file_or_directory when there is none.
+  /// Why the item can't be reached; no error when it can. std::errc::no_such_file_or_directory when there is none.
   virtual std::error_code checkResourceIsReachable(const std::string& path) const = 0;
 
   /// Whether a folder holds nothing; also true when it can't be listed.
@@ -130,20 +130,20 @@ class FileManager {
   /// The attributes of the item itself (a symbolic link is not followed), under the keys above.
   virtual Result<Value::Dictionary> attributesOfItem(const std::string& path) const = 0;
 
-  /// A walk below the folder. A null `errorHandler` goes on past what can't be read.
+  /// A walk below the folder. With a null `errorHandler` it continues past what can't be read.
   virtual std::unique_ptr<DirectoryEnumerator> enumeratorAtURL(const FileURL& folder,
                                                                EnumerationErrorHandler errorHandler) const = 0;
 
   // Removing.
 
-  /// Removes a file, a symbolic link (never what it leads to) or a folder with all of its contents. In a folder it goes
-  /// on past what it can't remove, and answers the first reason.
+  /// Removes a file, a symbolic link (never what it leads to) or a folder with all of its contents. In a folder it
+  /// continues past what it can't remove, and returns the first error.
   virtual std::error_code removeItem(const std::string& path) = 0;
 
   /// As removeItem(), for an item whose contents were overwritten just now: the data of a regular file is flushed to
-  /// the disk once before the file goes, since the file system may otherwise drop the overwritten pages together with
-  /// the file, and the old bytes stay readable on the disk. A folder is not flushed. Answers why the file could not be
-  /// flushed, when it stays for that.
+  /// the disk once before the file is removed, since the file system may otherwise drop the overwritten pages together
+  /// with the file, and the old bytes stay readable on the disk. A folder is not flushed. Returns the error of the
+  /// flush when the file stays because of it.
   virtual std::error_code removeOverwrittenItem(const std::string& path, UnflushedFile unflushed) = 0;
 
   // Replacing.
@@ -155,16 +155,16 @@ class FileManager {
   /// returns. std::errc::file_exists when anything is there, a link included; after a failure there is no file.
   virtual std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) = 0;
 
-  /// Gives each of two items the other's place, in one moment: nobody ever sees either missing. Neither is followed
-  /// when it is a link. std::errc::not_supported where the file system can't.
+  /// Exchanges two items atomically: neither is ever missing. Links are not followed. std::errc::not_supported where
+  /// the file system can't.
   virtual std::error_code exchangeItems(const std::string& path, const std::string& other) = 0;
 
-  /// Moves a file to the place of another, in one moment, where exchangeItems() can't: what was there is gone.
+  /// Atomically moves a file to the place of another, which is lost: for file systems where exchangeItems() fails.
   virtual std::error_code replaceItem(const std::string& path, const std::string& replacement) = 0;
 
   /// Locks an existing regular file, whole and for writing, as databases lock theirs (a POSIX record lock). Never
   /// waits: std::errc::resource_unavailable_try_again while a lock on it is held, and when it was replaced just now.
-  /// This process must not open the file in another way meanwhile, which would end the lock.
+  /// This process must not open the file in another way meanwhile: closing it again would end the lock.
   virtual Result<std::unique_ptr<FileLock>> lockFile(const std::string& path) = 0;
 
   // Copying.
@@ -173,7 +173,7 @@ class FileManager {
   /// when something is there already; that stays as it is.
   virtual std::error_code copyItem(const FileURL& source, const FileURL& destination) = 0;
 
-  // Files that are opened by others.
+  // Files for libraries.
 
   /// A regular file, for a library that takes a path: refused like every action when it lies in no open scope, with
   /// symbolic links followed.

@@ -12,7 +12,7 @@
 
 namespace platform {
 
-/// What a URL that came out of bookmark data carries with it: the grant. Opaque to everyone but the platform's
+/// The grant that a URL resolved from bookmark data carries. Opaque to everyone but the platform's
 /// SecurityScopedResources, which subclasses it.
 class SecurityScope {
  public:
@@ -21,7 +21,7 @@ class SecurityScope {
 
 class FileURL {
  public:
-  /// Trailing slashes are taken off the path and make the URL a folder's. A relative path counts from "/".
+  /// Trailing slashes are removed from the path and make the URL a folder's. A relative path counts from "/".
   explicit FileURL(std::string_view path, bool isDirectory = false);
 
   /// Reads the text form ("file:///…" or "file://localhost/…", percent-encoded). Absent for anything else, for a broken
@@ -48,7 +48,7 @@ class FileURL {
   const std::shared_ptr<const SecurityScope>& securityScope() const { return scope_; }
   void setSecurityScope(std::shared_ptr<const SecurityScope> scope) { scope_ = std::move(scope); }
 
-  /// URL equality: that of the text forms. A grant that is carried plays no part.
+  /// URL equality: that of the text forms. A carried grant is ignored.
   friend bool operator==(const FileURL& a, const FileURL& b) {
     return a.path_ == b.path_ && a.isDirectory_ == b.isDirectory_;
   }

@@ -1,4 +1,4 @@
-// The log: one line for each entry, for whoever looks into what the worker did.
+// The log: one line for each entry.
 #pragma once
 
 #include <string_view>

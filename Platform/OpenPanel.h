@@ -1,4 +1,4 @@
-// The panel in which a person picks a folder, and so grants it.
+// The panel in which the person picks a folder, and so grants it.
 #pragma once
 
 #include <optional>
@@ -49,11 +49,11 @@ class OpenPanel {
  public:
   virtual ~OpenPanel() = default;
 
-  /// Asks that the next panel comes to the front of whatever the person has open.
+  /// Asks for the next panel to come to the front of the person's other windows.
   virtual void activateIgnoringOtherApps(bool ignoringOtherApps) = 0;
 
-  /// Shows the panel and returns when the person has answered it. Meanwhile the run loop goes on. An answer that the
-  /// delegate does not enable counts as not given: the panel is shown again. Without a panel to show, the answer is
+  /// Shows the panel and returns when the person has answered it. Meanwhile the run loop goes on. A choice that the
+  /// delegate does not enable is rejected: the panel is shown again. When no panel can be shown, the response is
   /// ModalResponse::cancel. The chosen folder is granted for the life of the process.
   virtual OpenPanelAnswer runModal(const OpenPanelSettings& panel) = 0;
 };

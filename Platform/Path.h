@@ -1,6 +1,6 @@
-// Paths as strings of bytes, and the four operations that the worker needs on them.
+// Paths as strings of bytes, and the operations that the worker needs on them.
 //
-// A path is a byte string: every byte but "/" and NUL may stand in a name. Nothing here looks at the file system.
+// A path is a byte string: every byte but "/" and NUL may stand in a name. Nothing here accesses the file system.
 #pragma once
 
 #include <string>
@@ -25,7 +25,7 @@ std::string lastPathComponent(std::string_view path);
 /// Whether this can be the name of an item in a folder: not empty, not "." or "..", without "/".
 bool isPlainName(std::string_view name);
 
-/// Joins components as pathComponents() took them apart.
+/// Joins components: the inverse of pathComponents().
 std::string pathWithComponents(const std::vector<std::string>& components);
 
 /// True when `path` is `folder` or lies below it, compared component by component. Both must be absolute and free of

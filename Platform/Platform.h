@@ -1,4 +1,4 @@
-// Everything that the worker asks of the system that it runs on, gathered in one place.
+// Everything that the worker needs of the system that it runs on.
 #pragma once
 
 #include "Platform/Bundle.h"
@@ -28,12 +28,12 @@ struct Platform {
   UserScripts& userScripts;
   Workspace& workspace;
 
-  /// The platform of this process. The one global of the program: classes that have class operations only have nowhere
-  /// else to take it from. It must have been installed.
+  /// The platform of this process. The only global of the program, for classes that have only class operations. It must
+  /// have been installed.
   static Platform& current();
 
-  /// Makes `platform` the one of this process, before anything else runs; null takes it away. It must outlive every
-  /// use. Answers the one before.
+  /// Makes `platform` the one of this process, before anything else runs; null removes it. It must outlive every use.
+  /// Returns the previous one.
   static Platform* install(Platform* platform);
 };
 

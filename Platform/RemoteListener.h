@@ -8,8 +8,8 @@
 
 namespace platform {
 
-/// Sends the answer. May be kept, called later and from any thread, once; a caller whose reply is dropped without
-/// having been called never gets an answer, and costs nothing from then on.
+/// Sends the reply. May be kept, and called once, later and from any thread. When it is dropped uncalled, the caller
+/// never gets a reply, and nothing of the call is kept.
 using Reply = std::function<void(const std::string& text)>;
 
 /// What a connection offers: the interface's name, its one method's name, and what is called for it.
@@ -19,7 +19,7 @@ struct ExportedInterface {
   std::function<void(const std::string& argument, Reply reply)> call;
 };
 
-/// One caller. Until it is resumed nothing of it is delivered.
+/// One caller. Nothing is delivered before resume().
 class RemoteConnection {
  public:
   virtual ~RemoteConnection() = default;
@@ -32,7 +32,7 @@ class RemoteListenerDelegate {
  public:
   virtual ~RemoteListenerDelegate() = default;
 
-  /// Asked for every incoming connection; a refused one is dropped.
+  /// Called for every incoming connection; a refused one is dropped.
   virtual bool listener_shouldAcceptNewConnection(RemoteConnection& connection) = 0;
 };
 

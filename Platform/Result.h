@@ -1,7 +1,7 @@
 // A value, or the reason why there is none.
 //
-// Nothing throws across a platform interface: an operation that can fail answers a Result, or a std::error_code where
-// there is no value to hand back.
+// Nothing throws across a platform interface: an operation that can fail returns a Result, or a std::error_code when
+// there is no value to return.
 #pragma once
 
 #include <optional>
@@ -26,7 +26,7 @@ class Result {
   /// The reason; the empty error code when there is a value.
   std::error_code error() const { return error_; }
 
-  /// The value as an optional, for callers that do not care for the reason.
+  /// The value as an optional, for callers that don't need the reason.
   std::optional<T> value() && { return std::move(value_); }
 
  private:

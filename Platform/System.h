@@ -19,14 +19,14 @@ class System {
   /// The home folder in the user's entry; absent when there is no entry.
   virtual std::optional<std::string> homeDirectoryFromPasswordDatabase(unsigned uid) const = 0;
 
-  // Folders of the person's programs. Whole paths; absent when they are where they usually are.
+  // Folders of the person's programs. Absolute paths; absent when they are in their usual places.
 
   /// Where the session has moved the programs' settings and data ("$XDG_CONFIG_HOME"), and their caches
   /// ("$XDG_CACHE_HOME").
   virtual std::optional<std::string> configurationFolder() const = 0;
   virtual std::optional<std::string> cachesFolder() const = 0;
 
-  // File descriptors. Failures are the classic ones: -1.
+  // File descriptors. Failures are -1, as with the system's calls.
 
   /// Opens an existing file for reading and writing, under the open grants like every action of FileManager.
   virtual int openForReadingAndWriting(const std::string& path) = 0;

@@ -1,4 +1,4 @@
-// Text is UTF-8; this is the one place that knows what valid UTF-8 is.
+// The check for valid UTF-8, the encoding of all text.
 #pragma once
 
 #include <string_view>

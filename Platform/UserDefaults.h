@@ -1,6 +1,6 @@
 // Settings that outlive the process: typed values under keys, in domains.
 //
-// Several processes and threads read and write the same domain; every read sees what was written last, by whomever.
+// Several processes and threads read and write the same domain; every read sees the last write by any of them.
 #pragma once
 
 #include <memory>
@@ -24,7 +24,7 @@ class UserDefaults {
   /// Every key and value of the domain.
   virtual Value::Dictionary dictionaryRepresentation() const = 0;
 
-  /// Makes sure that what was written has reached the disk. False when it could not be done.
+  /// Makes sure that what was written has reached the disk. False on failure.
   virtual bool synchronize() = 0;
 
   // Typed reads: a value of another type counts as none.

@@ -14,8 +14,8 @@ struct UserNotification {
   std::optional<std::string> informativeText;
   bool hasActionButton = true;
   std::optional<std::string> soundName;  // absent: silent
-  Date deliveryDate{};                   // a date that has come already delivers now
-  std::string identifier;                // given by the centre when it schedules
+  Date deliveryDate{};                   // a past date delivers at once
+  std::string identifier;                // set by the centre when it schedules
 };
 
 /// Called on the main thread.
@@ -35,10 +35,10 @@ class UserNotificationCenter {
  public:
   virtual ~UserNotificationCenter() = default;
 
-  /// Null for none. The delegate must stay until it is replaced.
+  /// Null for none. The delegate must exist until it is replaced.
   virtual void setDelegate(UserNotificationCenterDelegate* delegate) = 0;
 
-  /// Delivers the notification at its date. A delivery that fails is the platform's own affair.
+  /// Delivers the notification at its date. A failed delivery is not reported.
   virtual void scheduleNotification(UserNotification notification) = 0;
 
   virtual void removeDeliveredNotification(const UserNotification& notification) = 0;

@@ -1,4 +1,4 @@
-// Scripts of the person's that run outside the worker's own confinement.
+// The person's scripts that run outside the worker's own confinement.
 #pragma once
 
 #include <memory>
@@ -13,8 +13,8 @@ class UserUnixTask {
  public:
   virtual ~UserUnixTask() = default;
 
-  /// Starts the script without arguments, its standard streams on nothing, and returns at once. What becomes of it is
-  /// not told. The object may be dropped while it runs.
+  /// Starts the script without arguments, its standard streams on /dev/null, and returns at once. Its outcome is not
+  /// reported. The object may be dropped while it runs.
   virtual void execute() = 0;
 };
 

@@ -28,7 +28,7 @@ class Value {
   using Array = std::vector<Value>;
   using Dictionary = std::map<std::string, Value, std::less<>>;
 
-  // Implicit, so that settings can be written as the plain C++ value that they are.
+  // Implicit, so that settings can be written as plain C++ values.
   Value(bool boolean) : value_(boolean) {}                         // NOLINT
   Value(int integer) : value_(std::int64_t{integer}) {}            // NOLINT
   Value(std::int64_t integer) : value_(integer) {}                 // NOLINT
@@ -58,7 +58,7 @@ class Value {
   std::variant<bool, std::int64_t, double, std::string, Data, Date, Array, Dictionary> value_;
 };
 
-/// What "%@" makes of a value that may be absent: "(null)" for none.
+/// A value that may be absent, as "%@" shows it: "(null)" for none.
 std::string descriptionOf(const std::optional<Value>& value);
 
 }  // namespace platform

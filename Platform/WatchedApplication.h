@@ -10,11 +10,10 @@ struct WatchedApplication {
   std::string applicationName;
   std::string bundleIdentifier;
   std::vector<std::string> executableNames;   // file names of its main program
-  std::vector<std::string> executablePlaces;  // where it may lie as well; patterns of glob(7), "~/" is the home folder
+  std::vector<std::string> executablePlaces;  // its other paths: patterns of glob(7), "~/" is the home folder
 
-  /// Main programs start helpers under their own name. An argument that is one of these, or begins with one that ends
-  /// in
-  /// "=", marks a helper.
+  /// Main programs start helpers under their own name. An argument marks a helper if it is one of these, or begins with
+  /// one of these that ends in "=".
   std::vector<std::string> helperMarks;
 };
 

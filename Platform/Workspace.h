@@ -1,4 +1,4 @@
-// The applications of the person's session: tells when one of them has quit.
+// The applications of the person's session: notifies observers when one has quit.
 #pragma once
 
 #include <functional>
@@ -8,14 +8,14 @@
 
 namespace platform {
 
-/// What a process was started with; the first is the program itself.
+/// The arguments of a process; the first is the program itself.
 using Arguments = std::vector<std::string>;
 
-/// The user information of a notice about an application.
+/// The application that a notification is about.
 struct ApplicationNotification {
   std::optional<std::string> applicationName;
   std::optional<std::string> bundleIdentifier;
-  /// Of the application's processes, as far as they are known; of one that was announced nothing is.
+  /// The arguments of the application's processes, as far as known; empty for an announced quit.
   std::vector<Arguments> processes = {};
 };
 

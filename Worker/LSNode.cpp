@@ -63,8 +63,8 @@ Texts textsOf(const std::optional<Rows>& rows, std::optional<std::string_view> c
   return texts;
 }
 
-/// The paths of these names in the folder. The names come from a browser's file: those that are not plain are dropped,
-/// since they could lead out of the folder.
+/// The paths of these names in the folder. The names come from a browser's file: those that are not plain could lead
+/// out of the folder, and are dropped.
 Texts pathsIn(const std::string& folder, const Texts& names) {
   Texts paths;
   paths.reserve(names.size());
@@ -74,8 +74,8 @@ Texts pathsIn(const std::string& folder, const Texts& names) {
   return paths;
 }
 
-/// Today's browsers keep the storage of extensions and of sites in the same folders. Where today's stores are cleaned,
-/// that cleaning removes the sites' part, and these folders must not be removed whole.
+/// Today's browsers keep the storage of extensions and of sites in the same folders: where today's stores are cleaned,
+/// only the sites' part is removed from them.
 bool keepsExtensionsInSharedStores() {
   return Home::current().cleansCurrentStores;
 }

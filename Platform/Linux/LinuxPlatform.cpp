@@ -12,8 +12,8 @@
 namespace platform::linux_ {
 namespace {
 
-constexpr char kDesktopEntry[] = "tidewell-settings";  // whose icon a notification bears
-constexpr std::chrono::seconds kStartTime{2};          // after which nothing of the start is going on any more
+constexpr char kDesktopEntry[] = "tidewell-settings";  // whose icon notifications show
+constexpr std::chrono::seconds kStartTime{2};          // after which the start is over
 
 }  // namespace
 
@@ -34,7 +34,7 @@ LinuxPlatform::LinuxPlatform(RunLoop& loop, SessionBus& bus, BundleInfo info,
       platform_{bundle_, dispatch_,     fileManager_,        log_,         openPanel_, scopes_,
                 system_, userDefaults_, notificationCenter_, userScripts_, workspace_} {
   ::mallopt(M_ARENA_MAX, 2);  // threads come and go: arenas of their own would only keep memory
-  // The folder that the process was started in can be let go of. Where there is no way to do so, nothing is lost.
+  // Leaves the folder that the process was started in, so that it is not kept in use. A failure does no harm.
   if (::chdir("/") != 0) errno = 0;
   dispatch_.threadPool().setIdleHandler(releaseIdleMemory);
   Platform::install(&platform_);

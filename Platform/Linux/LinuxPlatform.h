@@ -1,4 +1,4 @@
-// All of the Linux implementations, put together.
+// Puts the Linux implementations together as the platform.
 #pragma once
 
 #include <string>
@@ -26,11 +26,11 @@ class LinuxPlatform {
   LinuxPlatform(RunLoop& loop, SessionBus& bus, BundleInfo info, std::vector<WatchedApplication> applications);
   ~LinuxPlatform();
 
-  /// Begins to notice applications that quit. `isWanted` answers from the settings of `settingsDomain`.
+  /// Starts watching for applications that quit. `isWanted` reads the settings of `settingsDomain`.
   void startWorkspace(std::function<bool(const WatchedApplication&)> isWanted, const std::string& settingsDomain);
 
-  /// For the end: waits for what is under way in the background, and drops what has not begun. False when something is
-  /// stuck; then nothing may be tidied up any more.
+  /// To be called before exit: waits for running background work, and drops what has not begun. False when something is
+  /// stuck; then nothing may be destroyed any more.
   bool finish();
 
  private:

@@ -9,7 +9,7 @@
 
 namespace tidewell {
 
-// Names that operations of a home with a Library compare with. Everything else takes them from the table.
+// Names that the operations on a home with a Library compare with. All other code takes names from the table.
 inline constexpr std::string_view kSafari = "Safari";
 inline constexpr std::string_view kFirefox = "Firefox";
 inline constexpr std::string_view kGoogleChrome = "Google Chrome";
@@ -17,17 +17,17 @@ inline constexpr std::string_view kChromium = "Chromium";
 inline constexpr std::string_view kOpera = "Opera";
 inline constexpr std::string_view kOperaIdentifier = "com.operasoftware.Opera";
 
-/// In the order in which they are listed to people, and tested.
+/// In the order in which they are listed and matched.
 std::span<const Browser> browsers();
 
-/// As the platform watches it.
+/// The browser as the platform's Workspace watches it.
 platform::WatchedApplication watched(const Browser& browser);
 
 /// The browser of that exact name, or of that exact bundle identifier; null for none.
 const Browser* browserNamed(std::string_view name);
 const Browser* browserWithIdentifier(std::string_view bundleIdentifier);
 
-/// The browser that a person means: by its name, its identifier or one of its words, in upper or lower case. Null for
+/// The browser that the person names: by its name, its identifier or one of its words, in upper or lower case. Null for
 /// none.
 const Browser* browserCalled(std::string_view text);
 

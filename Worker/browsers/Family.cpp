@@ -5,7 +5,7 @@ namespace {
 
 constexpr FamilyFacts kSafariFacts;
 
-// Some helpers do a task on their own when the main program has gone, such as the report of a crash.
+// Some helpers still run when the main program has gone, for example to report a crash.
 constexpr FamilyFacts kFirefoxFacts{
     .helperMarks = {"-contentproc", "--contentproc", "-backgroundtask", "--backgroundtask"},
     .folderOptions = {"-profile", "--profile"},

@@ -1,4 +1,4 @@
-// What a family of browsers knows once.
+// Facts that all browsers of a family share.
 #pragma once
 
 #include <string_view>
@@ -8,9 +8,8 @@
 namespace tidewell {
 
 struct FamilyFacts {
-  /// Main programs start helpers under their own name. An argument that is one of these, or begins with one that ends
-  /// in
-  /// "=", marks a helper.
+  /// Main programs start helpers under their own name. An argument marks a helper if it is one of these, or begins with
+  /// one of these that ends in "=".
   FixedList<std::string_view, 5> helperMarks;
 
   /// Arguments that name a folder to use in place of the usual one: the folder follows the "=", or is the next

@@ -1,4 +1,4 @@
-// A short list whose elements stand in the object itself, so that a table of objects with lists is one constant.
+// A short list that stores its elements in the object itself, so that a table of objects with lists is one constant.
 #pragma once
 
 #include <array>
@@ -11,7 +11,7 @@ template <typename T, std::size_t kCapacity>
 class FixedList {
  public:
   constexpr FixedList() = default;
-  /// More elements than the capacity don't compile in a constant.
+  /// In a constant, more elements than the capacity don't compile.
   constexpr FixedList(std::initializer_list<T> elements) {  // NOLINT: converts, so that rows read as tables
     for (const T& element : elements) elements_[size_++] = element;
   }

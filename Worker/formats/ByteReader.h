@@ -1,5 +1,5 @@
-// Numbers and texts as files of several formats have them: as varints (7 bits in each byte, the lowest first), and with
-// their bytes from the lowest on.
+// Numbers and texts as several file formats store them: varints (7 bits in each byte, the lowest first) and
+// little-endian numbers.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@
 
 namespace tidewell {
 
-/// Reads one after the other. After the first that is absent (the bytes end too early, or make no number), all are.
+/// Reads values in sequence. After the first that is absent (the bytes end too early, or make no number), all are.
 class ByteReader {
  public:
   explicit ByteReader(std::string_view bytes) : rest_(bytes) {}
@@ -22,15 +22,15 @@ class ByteReader {
   /// The length as a varint, and the text.
   std::optional<std::string_view> text();
   std::optional<std::string_view> bytes(std::uint64_t count);
-  /// 1 to 8 bytes, the lowest first.
+  /// A little-endian number of 1 to 8 bytes.
   std::optional<std::uint64_t> fixedNumber(std::size_t size);
 
  private:
   std::string_view rest_;
-  bool isBroken_ = false;  // one was absent
+  bool isBroken_ = false;  // a value was absent
 };
 
-/// The number that 0 to 8 bytes make, the lowest first.
+/// The little-endian number in 0 to 8 bytes.
 std::uint64_t littleEndian(std::string_view bytes);
 
 void appendNumber(std::string& bytes, std::uint64_t number);

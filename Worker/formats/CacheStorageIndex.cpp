@@ -8,7 +8,7 @@ namespace tidewell {
 namespace {
 
 // Fields of the index, a message in the wire format of protocol buffers. The others: 1 is a cache (with its name
-// inside), 4 and 5 tell which bucket of the origin's storage this is.
+// inside), 4 and 5 identify the bucket of the origin's storage.
 constexpr std::uint64_t kOrigin = 2;
 constexpr std::uint64_t kStorageKey = 3;  // the origin; of a frame in a page of another site, with that site after it
 
@@ -17,7 +17,8 @@ constexpr std::uint64_t kFixed64 = 1;
 constexpr std::uint64_t kBytes = 2;
 constexpr std::uint64_t kFixed32 = 5;
 
-/// The value of a field of that type; empty for numbers, which nobody here asks for. Absent where there is none.
+/// The value of a field of that type; empty for numbers, which are not needed. Absent when the bytes hold no such
+/// value.
 std::optional<std::string_view> nextValue(ByteReader& reader, std::uint64_t type) {
   switch (type) {
     case kVarint:
@@ -33,7 +34,7 @@ std::optional<std::string_view> nextValue(ByteReader& reader, std::uint64_t type
   }
 }
 
-/// A storage key is the origin, or goes on after it with "^" and what the storage is partitioned by.
+/// A storage key is the origin, which may be followed by "^" and what the storage is partitioned by.
 bool belongsTo(std::string_view storageKey, std::string_view origin) {
   return storageKey.substr(0, storageKey.find('^')) == origin;
 }
@@ -53,7 +54,7 @@ std::optional<std::string> originOfCacheStorage(std::string_view indexTxt) {
     if (!value || field == 0) return std::nullopt;
     auto* const known = field == kOrigin ? &origin : field == kStorageKey ? &storageKey : nullptr;
     if (known == nullptr) continue;
-    if (type != kBytes || *known) return std::nullopt;  // no text, or told twice
+    if (type != kBytes || *known) return std::nullopt;  // no text, or given twice
     *known = value;
   }
   if (!origin || origin->empty() || (storageKey && !belongsTo(*storageKey, *origin))) return std::nullopt;

@@ -1,7 +1,7 @@
 // The index of one origin's caches in a Chromium: "index.txt" in a folder of "Service Worker/CacheStorage".
 //
-// It is the only place that tells whose caches these are: the folder's name is a digest. It is read field by field, not
-// searched: a site may name its caches as it likes, like an extension too.
+// Only the index names the owner of the caches: the folder's name is a digest. It is read field by field, not searched,
+// since a site may give its caches any names, an extension's origin too.
 #pragma once
 
 #include <optional>
@@ -10,9 +10,9 @@
 
 namespace tidewell {
 
-/// The origin as the index has it, with a slash at its end ("https://a.test/", "chrome-extension://…/"). Of a frame
-/// inside another site's page it is the frame's own. Absent when the bytes can't be read through to the end, or don't
-/// say. Any thread.
+/// The origin as the index has it, with a slash at its end ("https://a.test/", "chrome-extension://…/"). For a frame
+/// inside another site's page, the frame's own origin. Absent when the bytes can't be read to the end, or name no
+/// origin. Any thread.
 std::optional<std::string> originOfCacheStorage(std::string_view indexTxt);
 
 }  // namespace tidewell

@@ -9,7 +9,7 @@ namespace {
 
 using nlohmann::json;
 
-/// The same text, and as long, with a blank for each half of a character that an escape stands for.
+/// The same text, with the escape of a blank in place of each escape of half a character. The length stays the same.
 std::string withoutSurrogates(std::string_view text) {
   std::string result(text);
   for (std::size_t at = result.find('\\'); at < result.size(); at = result.find('\\', at + 2)) {
@@ -63,7 +63,7 @@ class Copy {
         break;
       case ',':
         open_.back().part = result_.size();
-        // The first of the parts that stay has no comma before it.
+        // The first part that stays has no comma before it.
         if (!open_.back().isEmpty) result_ += ',';
         ++at_;
         break;

@@ -1,7 +1,7 @@
-// Takes parts out of a JSON document; all that stays is the document's own text, byte for byte.
+// Removes parts of a JSON document; the rest keeps its own text, byte for byte.
 //
-// Members keep their order, numbers their digits and strings their escapes. The time grows with the length alone,
-// whatever the names and however deep the nesting: sites fill these documents. Any thread; nothing is thrown.
+// Members keep their order, numbers their digits and strings their escapes. The time grows only with the length,
+// whatever the names and however deep the nesting, since sites fill these documents. Any thread; nothing is thrown.
 #pragma once
 
 #include <functional>
@@ -17,11 +17,11 @@ struct JsonPart {
   /// The names that lead to it from the top of the document, its own last; an element's name is empty.
   const std::vector<std::string>& path;
   std::string_view before;  // its value's text
-  std::string_view after;   // what is left of that text, after parts of it have gone
+  std::string_view after;   // what is left of that text after parts inside it were removed
 };
 
-/// The document without those parts that `goes` chooses. It is asked for each part after the parts inside that one.
-/// Absent when the text is no JSON, or no UTF-8. An escape that is half a character ("\ud83d") is no fault: scripts
+/// The document without the parts for which `goes` returns true; it is called for each part after the parts inside that
+/// one. Absent when the text is no JSON, or no UTF-8. An escape of half a character ("\ud83d") is accepted: scripts
 /// make such strings.
 std::optional<std::string> withoutParts(std::string_view document, const std::function<bool(const JsonPart&)>& goes);
 

@@ -13,7 +13,7 @@ inline constexpr char kLocalState[] = "Local State";
 using ProfileMap = std::map<std::string, std::string>;
 
 /// The profiles that the text lists; one without a display name is left out. Empty for a text that is no JSON, or lists
-/// none. Names are as they stand there: one may lead anywhere.
+/// none. Folder names are not checked: one may lead anywhere.
 ProfileMap profilesOfLocalState(std::string_view text);
 
 }  // namespace tidewell

@@ -38,7 +38,7 @@ constexpr std::array kPlaces{
     Place{"site_isolation.user_triggered_isolated_origins", Naming::kAny},
     Place{"site_isolation.web_triggered_isolated_origins", Naming::kAny},
     Place{"login_detection.oauth_signed_in_origins", Naming::kAny},
-    // Where the address bar's suggestions were asked for: address of the page, then the answer.
+    // Pages on which the address bar asked for suggestions: address of the page, then the answer.
     Place{"zerosuggest.cachedresults_with_url", Naming::kAny},
     // Minutes of use today of pages that are installed as applications, by start address.
     Place{"web_apps.daily_metrics", Naming::kAddresses},
@@ -67,7 +67,7 @@ constexpr std::array kPlaces{
     Place{"ntp.most_visited_blacklist", Naming::kAny},
 };
 
-/// Pages of the browser that can be zoomed; their levels stand among those of sites.
+/// Pages of the browser that can be zoomed; their levels are stored among those of sites.
 constexpr std::array<std::string_view, 10> kOwnPages{"settings",     "history",         "extensions", "downloads",
                                                      "bookmarks",    "newtab",          "flags",      "version",
                                                      "new-tab-page", "password-manager"};
@@ -114,7 +114,7 @@ bool hasAddress(std::string_view text) {
   return text.find("http://") != std::string_view::npos || text.find("https://") != std::string_view::npos;
 }
 
-/// How many names the place's path has, if it leads to this part; else 0.
+/// The number of names in the place's path, if it leads to something around this part; else 0.
 std::size_t depthBelow(std::string_view place, const std::vector<std::string>& path) {
   for (std::size_t depth = 0; depth + 1 < path.size(); ++depth) {
     const auto dot = place.find('.');
@@ -125,13 +125,13 @@ std::size_t depthBelow(std::string_view place, const std::vector<std::string>& p
   return 0;
 }
 
-/// Whether one of the names between the place and the part is a pair of patterns that has stayed.
+/// Whether the part lies inside an entry that is named by a pair of patterns: entries stay or go as a whole.
 bool isInsideEntry(const std::vector<std::string>& path, std::size_t depth) {
   return std::any_of(path.begin() + static_cast<std::ptrdiff_t>(depth), path.end() - 1, isPatternPair);
 }
 
 bool namesSite(const JsonPart& part) {
-  constexpr std::size_t kDeepestEntry = 8;  // none is below 5, and hostile nesting takes no time
+  constexpr std::size_t kDeepestEntry = 8;  // none is below 5; keeps hostile nesting from taking time
   if (part.path.size() < 2 || part.path.size() > kDeepestEntry) return false;
   for (const auto& [place, naming] : kPlaces) {
     const std::size_t depth = depthBelow(place, part.path);

@@ -3,15 +3,15 @@
 // What sites have left are their permissions and all else that the browser notes about single sites. What belongs to
 // extensions, to the browser's own pages and to local files stays, as do addresses that the person has chosen (home
 // page, pages at start, search engines, bookmarks). "Secure Preferences" holds no entry of a site, on Linux only a
-// checksum; the checksums in "Preferences" cover nothing that goes.
+// checksum; the checksums in "Preferences" cover nothing that is removed.
 #pragma once
 
 #include "Worker/formats/Rewriting.h"
 
 namespace tidewell {
 
-/// The same settings without what sites have left; all else stays byte for byte. Left alone is a text that is no JSON
-/// and one in which nothing of a site is found, so a second pass changes nothing. Any thread.
+/// The same settings without what sites have left; all else stays byte for byte. A text that is no JSON, or in which
+/// nothing of a site is found, is left alone, so a second pass changes nothing. Any thread.
 Rewriting withoutSites(std::string_view preferences);
 
 }  // namespace tidewell

@@ -16,7 +16,7 @@ std::string_view trimmed(std::string_view line) {
   return line.substr(begin, line.find_last_not_of(kBlanks) - begin + 1);
 }
 
-/// The paths of all profiles that lead straight down from somewhere.
+/// The paths of all profiles that have several components and no "." or "..".
 std::vector<std::string> plainPathsIn(std::string_view list) {
   std::vector<std::string> paths;
   bool isProfile = false;
@@ -24,11 +24,11 @@ std::vector<std::string> plainPathsIn(std::string_view list) {
     const std::size_t end = list.find('\n');
     const std::string_view line = trimmed(list.substr(0, end));
     list.remove_prefix(end == std::string_view::npos ? list.size() : end + 1);
-    // Other sections, of installations, name profiles as well, but only such as have a section of their own.
+    // Sections of installations name profiles as well, but only those that have a section of their own.
     if (line.starts_with('[')) isProfile = line.starts_with("[Profile");
     if (!isProfile || !line.starts_with(kPath)) continue;
     const std::vector<std::string> components = platform::pathComponents(line.substr(kPath.size()));
-    // Those of one component are the root folder, and profiles beside the list, which are found there.
+    // A path of one component is the root folder, or a profile beside the list, which is found without it.
     const bool isPlain =
         components.size() > 1 && std::all_of(components.begin() + 1, components.end(), platform::isPlainName);
     const bool isRooted = isPlain && components[0] == "/";

@@ -9,10 +9,10 @@ namespace tidewell {
 
 inline constexpr char kProfilesIni[] = "profiles.ini";
 
-/// The folders of the profiles that the list places by a whole path, outside of the folder that it lies in.
+/// The folders of the profiles that the list names by absolute paths.
 std::vector<std::string> absoluteProfiles(std::string_view list);
 
-/// Those that lie deeper than right beside the list, relative to the folder that it lies in.
+/// The folders of those that lie deeper than directly beside the list, relative to the list's folder.
 std::vector<std::string> nestedProfiles(std::string_view list);
 
 }  // namespace tidewell

@@ -1,4 +1,4 @@
-// What becomes of a file that holds more than what sites have left: read whole, it is answered with what to do.
+// What to do with a file that holds other things besides what sites have left, decided from its whole contents.
 #pragma once
 
 #include <functional>
@@ -9,8 +9,8 @@ namespace tidewell {
 
 struct Rewriting {
   enum class Action {
-    kLeave,    // nothing of a site is in it, or it can't be told what is
-    kReplace,  // `contents` take the place of the old ones
+    kLeave,    // nothing of a site is in it, or can be recognised
+    kReplace,  // `contents` replace the old ones
     kRemove,   // nothing in it is worth keeping, or it can't be read
   };
 
@@ -22,7 +22,7 @@ struct Rewriting {
   static Rewriting replaceBy(std::string contents) { return {Action::kReplace, std::move(contents)}; }
 };
 
-/// Takes all bytes of a file. Never throws, whatever they are.
+/// Takes all bytes of a file. Never throws, whatever the bytes are.
 using Rewriter = std::function<Rewriting(std::string_view contents)>;
 
 }  // namespace tidewell

@@ -32,7 +32,7 @@ bool isNoSite(std::string_view address) {
   return std::any_of(kSchemes.begin(), kSchemes.end(), [&](auto scheme) { return startsWith(address, scheme); });
 }
 
-/// Tells what of a session is sites'. By names and not by paths: tabs are found in windows, among closed tabs, in
+/// Selects the sites' parts of a session, by names and not by paths: tabs are found in windows, among closed tabs, in
 /// groups and, where a session is offered for restoring, in a form of the page that offers it.
 class SiteData {
  public:
@@ -49,7 +49,7 @@ class SiteData {
   }
 
  private:
-  /// What is stored and the fields of forms have any names, those of the session's own parts too.
+  /// Stored items and form fields can have any name, also that of one of the session's own parts.
   static bool isNameOfSomeonesChoice(const std::vector<std::string>& path) {
     if (path.size() < 3) return false;
     const std::string& parent = path[path.size() - 2];
@@ -57,7 +57,7 @@ class SiteData {
     return grandparent == "storage" || (grandparent == "formdata" && (parent == "id" || parent == "xpath"));
   }
 
-  /// Notes the forms of other pages than sites', and finds the frames of sites in them.
+  /// Records the forms of pages that are no sites. True for the frames inside a form when any of them is a site's.
   bool isPartOfSitesForm(const JsonPart& part, std::string_view parent) {
     if (parent != "formdata") return false;
     if (part.path.back() == "url" && isNoSite(part.before.substr(1))) otherForms_.push_back(part.path.size() - 1);
@@ -72,10 +72,10 @@ class SiteData {
     return isSites;
   }
 
-  std::vector<std::size_t> otherForms_;  // how deep they are, while inside them
+  std::vector<std::size_t> otherForms_;  // the depths of those that are being read
 };
 
-/// The text, or nothing if the file is no such file.
+/// The file's text; absent when it is no such file.
 std::optional<std::string> unpacked(std::string_view file) {
   if (file.size() <= kHeader || !startsWith(file, kMagic)) return std::nullopt;
   const auto size = static_cast<std::size_t>(littleEndian(file.substr(kMagic.size(), kHeader - kMagic.size())));

@@ -1,16 +1,16 @@
 // The files in which Firefox keeps the session: "sessionstore.jsonlz4" and those in "sessionstore-backups".
 //
-// The windows, groups and tabs, also the closed ones, come back with their addresses, titles and order. Nothing stays
-// that a site has stored (cookies of the session, session storage, state of history entries) or that was typed into its
-// forms. What extensions and the browser's own pages store in the session stays.
+// The windows, groups and tabs, closed ones included, keep their addresses, titles and order. What a site has stored
+// (cookies of the session, session storage, state of history entries) and what was typed into its forms is removed.
+// What extensions and the browser's own pages store in the session stays.
 #pragma once
 
 #include "Worker/formats/Rewriting.h"
 
 namespace tidewell {
 
-/// The same session without sites' data; all else stays byte for byte. A file that can't be read is to be removed: it
-/// could hold anything, and the browser starts without it. Any thread.
+/// The same session without sites' data; all else stays byte for byte. A file that can't be read is removed: it could
+/// hold anything, and the browser starts without it. Any thread.
 Rewriting withoutSiteData(std::string_view jsonlz4);
 
 }  // namespace tidewell

@@ -6,8 +6,8 @@
 
 namespace tidewell {
 
-/// The folders beside the list of profiles, and the deeper ones that it names. Folders that are no profiles do no harm:
-/// they have none of a profile's stores.
+/// The folders beside the list of profiles, and the deeper ones that it names. One that is no profile has none of a
+/// profile's stores.
 StoreFolders firefoxStoreFolders(const Installation& installation, const HomeEyes& eyes);
 
 }  // namespace tidewell

@@ -38,7 +38,7 @@ class Layout {
   /// Whether anything of the browser can be on such a home.
   virtual bool mayHave(const Browser& browser) const = 0;
 
-  /// The browser's places in the table that exist; its single place on a home with a Library, existing or not.
+  /// The browser's existing places; on a home with a Library its only place, existing or not.
   virtual std::vector<Installation> installationsOf(const Browser& browser) const = 0;
 
   /// Where the stores of an installation lie. Reads lists of profiles and lists folders, under the grants.

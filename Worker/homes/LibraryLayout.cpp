@@ -12,7 +12,7 @@ namespace {
 
 using platform::appendingPathComponent;
 
-/// Whether a profile's folder could lie outside the data folder: a list of profiles may name any path.
+/// Whether a folder could lie outside the data folder: a list of profiles may name any.
 bool leadsUpwards(const std::string& folder) {
   const std::vector<std::string> components = platform::pathComponents(folder);
   return std::find(components.begin(), components.end(), "..") != components.end();

@@ -25,9 +25,8 @@ std::vector<std::string> foldersNamedIn(const std::vector<std::string>& argument
 /// The entries of the setting; malformed ones are skipped.
 std::vector<StartedWith> startedWithFrom(const std::optional<platform::Value::Array>& setting);
 
-/// Adds the folders that the processes of a browser that has quit were started with, except those that are known or lie
-/// in one of the system's temporary folders: such a folder belongs to a program, not to the person. New ones displace
-/// the oldest.
+/// Adds the folders that the processes of a browser that has quit were started with, except known ones and those in the
+/// system's temporary folders, which belong to programs and not to the person. New ones displace the oldest.
 void rememberFolders(const HomeFolder& home, const Layout& layout, const Browser& browser,
                      const std::vector<platform::Arguments>& processes);
 

@@ -56,8 +56,7 @@ void replaceInsideGrant(const std::string& path, const std::string& contents, bo
   if (fileManager.createFile(other, contents, static_cast<unsigned>(permissions.value_or(kOwnerOnly)) & 0777U)) return;
   const std::error_code error = fileManager.exchangeItems(path, other);
   if (!error) return removeItemInsideGrant(other, overwrites);  // the old contents
-  // Where files can't be exchanged, a plain replacement drops the old contents without overwriting them: when the
-  // person wants overwriting, the file stays as it is.
+  // Replacing drops the old contents without overwriting them: when the person wants overwriting, the file stays.
   if (error == std::errc::not_supported && !overwrites && !fileManager.replaceItem(path, other)) return;
   fileManager.removeItem(other);
 }

@@ -76,8 +76,7 @@ void removeInsideGrant(const std::string& path, bool overwrites, platform::Unflu
 enum class Schema { kAsItIs, kMayBeHostile };
 Rows executeInsideGrant(const std::vector<std::string>& statements, const std::string& path, Schema schema);
 
-/// The lock for work on a file; several files may share one. Only one operation at a time may use a database: another
-/// one would find it busy and be lost.
+/// The lock for work on a file; files may share one. Without it, an operation that finds a database busy would be lost.
 std::mutex& turnOf(const std::string& path);
 
 }  // namespace tidewell

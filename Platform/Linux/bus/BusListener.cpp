@@ -9,8 +9,8 @@ namespace {
 
 using Message = std::shared_ptr<sd_bus_message>;
 
-/// A call that can still be answered. Wherever its last owner goes, the message goes on the main thread, as sd-bus
-/// wants it; at the latest with the tasks that the loop never came to.
+/// A call that can still be answered. Whichever thread its last owner is destroyed on, the message is released on the
+/// main thread, as sd-bus requires; at the latest when the loop discards its tasks.
 class PendingCall {
  public:
   PendingCall(RunLoop& loop, sd_bus_message* message)
@@ -21,7 +21,7 @@ class PendingCall {
   PendingCall(const PendingCall&) = delete;
   PendingCall& operator=(const PendingCall&) = delete;
 
-  /// A caller that has gone meanwhile is no error.
+  /// A caller that has disconnected meanwhile is no error.
   void answer(const std::string& text) { sd_bus_reply_method_return(message_.get(), "s", text.c_str()); }
 
   RunLoop& loop() { return loop_; }
@@ -64,7 +64,7 @@ BusServiceNames BusServiceNames::forIdentifier(const std::string& bundleIdentifi
 BusListener::BusListener(SessionBus& bus, BusServiceNames names) : bus_(bus), names_(std::move(names)) {}
 
 void BusListener::resume() {
-  // Filled by hand: the macros for it want literal names.
+  // Filled by hand: sd-bus's macros require literal names.
   table_[0].type = _SD_BUS_VTABLE_START;
   table_[0].x.start.element_size = sizeof(sd_bus_vtable);
   table_[0].x.start.features = _SD_BUS_VTABLE_PARAM_NAMES;
@@ -86,7 +86,7 @@ int BusListener::received(sd_bus_message* message, void* data, sd_bus_error*) {
   auto* self = static_cast<BusListener*>(data);
   self->bus_.loop().async(
       [self, call = Message(sd_bus_message_ref(message), MessageUnref())] { self->deliver(call.get()); });
-  return 1;  // taken; the answer comes later, or never
+  return 1;  // handled; the reply comes later, or never
 }
 
 void BusListener::deliver(sd_bus_message* message) {

@@ -9,16 +9,16 @@
 
 namespace platform::linux_ {
 
-/// Where a service is found on the bus.
+/// The names of a service on the bus.
 struct BusServiceNames {
   std::string name;    // the service's bus name
   std::string object;  // the object's path
   std::string interface;
-  std::string method;         // takes a string and answers one
+  std::string method;         // takes a string and returns one
   std::string argumentNames;  // of both, for introspection: two names, each followed by a NUL byte
 
   /// For a program's identifier such as "A1.com.example.App": the bus name, with an underscore before a leading digit,
-  /// and the object path, made of the identifier without what stands before its first dot.
+  /// and the object path, made of the identifier from its first dot on.
   static BusServiceNames forIdentifier(const std::string& bundleIdentifier, std::string interface, std::string method,
                                        std::string argumentNames);
 };

@@ -51,7 +51,8 @@ std::string nextIdentifier() {
 
 }  // namespace
 
-/// A notification on its way to the service: first its capabilities are asked for, then it is posted.
+/// A notification on its way to the service: first the service's capabilities are requested, then the notification is
+/// posted.
 struct BusNotificationCenter::Delivery {
   BusNotificationCenter* center;
   UserNotification notification;
@@ -186,7 +187,7 @@ void BusNotificationCenter::listen() {
 void BusNotificationCenter::activated(std::uint32_t id) {
   const auto found = shown_.find(id);
   if (found == shown_.end() || delegate_ == nullptr) return;
-  const UserNotification notification = found->second;  // the delegate takes the shown one away
+  const UserNotification notification = found->second;  // the delegate removes the shown one
   delegate_->userNotificationCenter_didActivateNotification(notification);
 }
 

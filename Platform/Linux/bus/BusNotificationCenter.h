@@ -1,7 +1,7 @@
 // Notifications through the desktop's notification service (Desktop Notifications Specification, version 1.2).
 //
-// Without such a service, or when it refuses, nothing is shown and nothing is said. The service is listened to only as
-// long as a notification is up.
+// Without such a service, or when it refuses, nothing is shown and no error is reported. The service's signals are
+// received only while a notification is up.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +16,7 @@ namespace platform::linux_ {
 
 class BusNotificationCenter : public UserNotificationCenter {
  public:
-  /// `applicationName` is what the service is told of whom a notification is from. The bus must outlive the object.
+  /// `applicationName` is given to the service as the sender of notifications. The bus must outlive the object.
   BusNotificationCenter(SessionBus& bus, std::string applicationName, std::string desktopEntry);
   ~BusNotificationCenter() override;
 
@@ -40,7 +40,7 @@ class BusNotificationCenter : public UserNotificationCenter {
   const std::string applicationName_;
   const std::string desktopEntry_;
   UserNotificationCenterDelegate* delegate_ = nullptr;
-  std::map<Delivery*, std::unique_ptr<Delivery>> deliveries_;  // on their way
+  std::map<Delivery*, std::unique_ptr<Delivery>> deliveries_;  // on their way to the service
   std::map<std::uint32_t, UserNotification> shown_;            // by the service's number
   BusSlot activatedSlot_;
   BusSlot closedSlot_;

@@ -11,9 +11,9 @@
 namespace platform::linux_ {
 namespace {
 
-constexpr std::uint64_t kNoTimeout = UINT64_MAX;  // a person may take an hour
+constexpr std::uint64_t kNoTimeout = UINT64_MAX;  // the person may take an hour
 
-/// A person can't give a wrong answer time and again; a program can, and must not keep the main thread busy for ever.
+/// A faulty program may give wrong answers without end, and must not keep the main thread busy for ever.
 constexpr int kMostWrongAnswers = 20;
 
 struct Answer {
@@ -48,7 +48,7 @@ void append(sd_bus_message* message, const char* key, bool flag) {
   sd_bus_message_append(message, "{sv}", key, "b", static_cast<int>(flag));
 }
 
-/// The folders that can be picked: the one that is asked for, then each above it, as far as the rule enables them.
+/// The folders that can be picked: the one that is asked for, then each above it, as far as the delegate enables them.
 std::vector<std::string> enabledURLs(const OpenPanelSettings& panel) {
   std::vector<std::string> urls;
   for (FileURL url = panel.target;; url = url.deletingLastPathComponent()) {
@@ -107,7 +107,7 @@ OpenPanelAnswer BusOpenPanel::runModal(const OpenPanelSettings& panel) {
   return {};
 }
 
-/// Shows the panel once; the answer is what was picked, whether or not that could be clicked.
+/// Shows the panel once. Returns what was picked, enabled or not.
 OpenPanelAnswer BusOpenPanel::ask(const OpenPanelSettings& panel, bool activates) {
   PendingPanel pending{bus_.loop(), {}};
   const BusMessage call = callFor(bus_.get(), panel, activates);

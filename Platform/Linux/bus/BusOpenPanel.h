@@ -1,7 +1,7 @@
 // Panels that another program shows, over the session bus.
 //
-// That program answers RunModal(panel) with the response and a file URL. No such program on the bus, one that goes away
-// while it is asked, an error, or an answer that is no file URL: all of these count as cancelled.
+// That program replies to RunModal(panel) with the response and a file URL. No such program on the bus, one that exits
+// before it replies, an error, or a reply without a file URL: all of these count as cancelled.
 #pragma once
 
 #include <functional>
@@ -16,10 +16,10 @@ class BusOpenPanel : public OpenPanel {
  public:
   using Grant = std::function<void(const FileURL& url)>;
 
-  /// `grant` is called for every folder that a person chose. Bus and file manager must outlive the object.
+  /// `grant` is called for every folder that the person chose. Bus and file manager must outlive the object.
   BusOpenPanel(SessionBus& bus, const FileManager& fileManager, Grant grant);
 
-  /// The windows are the other program's: it is told with the next panel.
+  /// Passed on with the next panel, since the windows belong to the other program.
   void activateIgnoringOtherApps(bool ignoringOtherApps) override { activates_ = ignoringOtherApps; }
 
   OpenPanelAnswer runModal(const OpenPanelSettings& panel) override;

@@ -1,4 +1,4 @@
-// Where the program that shows open panels is on the bus.
+// The bus names of the program that shows open panels.
 #pragma once
 
 namespace platform::linux_ {

@@ -16,14 +16,14 @@ Result<std::unique_ptr<SessionBus>> SessionBus::open(RunLoop& loop) {
   int result = sd_bus_open_user(&bus->bus_);
   if (result >= 0) result = sd_bus_attach_event(bus->bus_, loop.event(), SD_EVENT_PRIORITY_NORMAL);
   const char* uniqueName = nullptr;
-  if (result >= 0) result = sd_bus_get_unique_name(bus->bus_, &uniqueName);  // waits until the bus has let us in
+  if (result >= 0) result = sd_bus_get_unique_name(bus->bus_, &uniqueName);  // waits until the bus has accepted us
   if (result < 0) return errorFrom(result);
   return bus;
 }
 
 SessionBus::~SessionBus() {
   disconnectSlot_.reset();
-  // What is still to be sent goes out now.
+  // Sends what is still queued.
   sd_bus_flush_close_unref(bus_);
 }
 

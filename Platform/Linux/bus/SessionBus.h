@@ -16,7 +16,7 @@ namespace platform::linux_ {
 struct SlotUnref {
   void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
 };
-/// A call that waits for its answer, an object that is offered, or a match: gone when this goes.
+/// A pending call, an exported object or a match; released with this pointer.
 using BusSlot = std::unique_ptr<sd_bus_slot, SlotUnref>;
 
 struct MessageUnref {

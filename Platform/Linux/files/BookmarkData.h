@@ -1,7 +1,7 @@
 // The content of bookmark data: which file was granted.
 //
 // The bytes: a magic number with the version, the file's identity, the path, and a checksum over all of it. They are
-// opaque to everyone else, and whatever does not read back exactly is no bookmark.
+// opaque to everyone else, and bytes that do not decode exactly are no bookmark.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@
 
 namespace platform::linux_ {
 
-/// Tells a file from another that takes its place. Device numbers play no part: they change between boots.
+/// Distinguishes a file from another that takes its place. Device numbers are left out: they change between boots.
 struct FileIdentity {
   std::uint64_t inode = 0;
   std::int64_t birthNanoseconds = 0;  // since 1970; 0 where the file system records no birth time

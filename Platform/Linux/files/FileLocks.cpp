@@ -67,14 +67,14 @@ class RecordLock : public FileLock {
     whole.l_whence = SEEK_SET;
     if (::fcntl(file_.get(), F_SETLK, &whole) == 0) return {};
     const std::error_code error(errno, std::generic_category());
-    // Systems differ in how they say that another process holds a lock.
+    // Systems differ in the error for a lock that another process holds.
     return error == std::errc::permission_denied ? std::make_error_code(std::errc::resource_unavailable_try_again)
                                                  : error;
   }
 
  private:
   const Reservation reservation_;
-  FileDescriptor file_;  // closed before the reservation goes, so that the next lock is not ended by that
+  FileDescriptor file_;  // closed before the reservation ends: closing later would end the next lock
 };
 
 }  // namespace
@@ -86,7 +86,7 @@ Result<std::unique_ptr<FileLock>> lockFile(const SecurityScopes& scopes, const s
   if (!reservation) return std::errc::resource_unavailable_try_again;
   auto lock = std::make_unique<RecordLock>(std::move(*reservation));
   if (const std::error_code error = lock->take(*pin)) return error;
-  // Someone who put another file there before the lock was held is not kept out by it.
+  // The lock does not protect another file that was put in place before it was held.
   const Result<FilePin> now = FilePin::at(scopes, path);
   if (!now) return now.error();
   if (!now->isSameFile(*pin)) return std::errc::resource_unavailable_try_again;

@@ -1,8 +1,8 @@
 // Locks on whole files against other processes.
 //
 // Such a lock belongs to the process: a second one on the same file would be granted to the process that holds the
-// first, and closing any descriptor of the file ends them all. So the files that are locked are kept in one list for
-// the whole process, and a file in it is not even opened. Any thread.
+// first, and closing any descriptor of the file ends them all. So the process keeps one list of locked files, and does
+// not even open a file that is in it. Any thread.
 #pragma once
 
 #include <memory>

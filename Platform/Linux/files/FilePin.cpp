@@ -15,7 +15,7 @@ bool isSame(const struct stat& one, const struct stat& other) {
   return one.st_ino == other.st_ino && one.st_dev == other.st_dev;
 }
 
-/// A file that was granted by itself: its folder lies in no scope, so nothing can be looked up there.
+/// A file that was granted by itself: its folder is in no scope, so the file can't be looked up in it.
 Result<FilePin> grantedAlone(const SecurityScopes& scopes, const std::string& path) {
   Result<FileDescriptor> opened = scopes.open(path, kPinFlags);
   if (!opened) return opened.error();
@@ -25,7 +25,7 @@ Result<FilePin> grantedAlone(const SecurityScopes& scopes, const std::string& pa
       ::fstatat(AT_FDCWD, path.c_str(), &item, AT_SYMLINK_NOFOLLOW)) {
     return lastError();
   }
-  // Only a link's target is granted then, and the link is not.
+  // The path is a link: only its target is granted.
   if (!isSame(pin.status, item)) return std::errc::operation_not_permitted;
   return pin;
 }

@@ -1,7 +1,7 @@
 // A regular file, found once and held by a descriptor, before it is opened for anything.
 //
 // The pin itself opens nothing: no device is touched, no pipe waited for, and closing it ends no lock that this process
-// holds on the file. What is opened through it is the very file that was looked at. Any thread.
+// holds on the file. What is opened through it is the very file that was pinned. Any thread.
 #pragma once
 
 #include <sys/stat.h>
@@ -18,9 +18,9 @@ struct FilePin {
   FileDescriptor descriptor;  // O_PATH
   struct stat status {};      // when it was pinned
 
-  /// The regular file at a path; links lead to its folder, but the item itself is not followed. Failures:
+  /// The regular file at a path; links to its folder are followed, a link in its own place is not. Failures:
   /// operation_not_permitted outside every open scope, too_many_symbolic_link_levels for a link, is_a_directory,
-  /// invalid_argument for what else is no regular file.
+  /// invalid_argument for anything else that is no regular file.
   static Result<FilePin> at(const SecurityScopes& scopes, const std::string& path);
 
   bool isSameFile(const FilePin& other) const;

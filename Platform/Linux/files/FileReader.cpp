@@ -10,13 +10,13 @@
 namespace platform::linux_ {
 namespace {
 
-constexpr std::size_t kReadChunk = 1 << 20;  // bytes: what is asked for may be far more than there is
+constexpr std::size_t kReadChunk = 1 << 20;  // bytes; the count asked for may be far beyond the file
 constexpr std::uint64_t kLongestFile = std::numeric_limits<off_t>::max();  // bytes; reading beyond is an error
 
 }  // namespace
 
 Result<std::unique_ptr<ReadableFile>> FileReader::open(const FilePin& pin) {
-  Result<FileDescriptor> file = pin.open(O_RDONLY | O_NONBLOCK);  // a lease on it is not waited for
+  Result<FileDescriptor> file = pin.open(O_RDONLY | O_NONBLOCK);  // does not wait for a lease
   if (!file) return file.error();
   struct stat status {};
   if (::fstat(file->get(), &status) != 0) return std::error_code(errno, std::generic_category());

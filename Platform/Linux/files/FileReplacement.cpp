@@ -50,14 +50,14 @@ std::error_code fill(const FileDescriptor& file, std::string_view contents, unsi
   return flush(file);
 }
 
-/// Takes a file back that was made just now, unless something else stands in its place meanwhile.
+/// Removes a file that was just created, unless another has taken its place meanwhile.
 void takeBack(const ItemLocation& item, const FileDescriptor& file) {
   struct stat made {};
   struct stat found {};
   if (::fstat(file.get(), &made) == 0 &&
       ::fstatat(item.folder.get(), item.name.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0 &&
       made.st_ino == found.st_ino && made.st_dev == found.st_dev) {
-    ::unlinkat(item.folder.get(), item.name.c_str(), 0);  // the caller hears of the first failure only
+    ::unlinkat(item.folder.get(), item.name.c_str(), 0);  // only the first failure is reported
   }
 }
 
@@ -95,7 +95,7 @@ std::error_code exchangeItems(const ItemLocation& item, const ItemLocation& othe
   if (const std::error_code error = exchange(item, other)) return error;
   std::error_code error = flushFolder(folder);
   if (!error) error = flushFolder(otherFolder);
-  if (error) exchange(item, other);  // so that nothing is exchanged after a failure, as far as can be
+  if (error) exchange(item, other);  // so that a failure leaves everything as it was, if possible
   return error;
 }
 

@@ -1,5 +1,5 @@
-// Making items and exchanging them, so that what was there before is replaced in one moment. Each item is given by its
-// folder, which was opened under the open scopes; links in an item's own place are never followed. Any thread.
+// Creates and exchanges items, so that earlier ones are replaced atomically. Each item is given by its folder, which
+// was opened under the open scopes; links in an item's own place are never followed. Any thread.
 #pragma once
 
 #include <string_view>

@@ -15,7 +15,7 @@ struct FolderEntry {
 /// Calls `take` for every entry but "." and "..", in the file system's order, from the folder's beginning.
 std::error_code listFolder(int folder, const std::function<void(const FolderEntry&)>& take);
 
-/// Whether an entry is a folder (a link to one is none).
+/// Whether an entry is a folder (a link to one is not).
 bool isFolder(int folder, const FolderEntry& entry);
 
 }  // namespace platform::linux_

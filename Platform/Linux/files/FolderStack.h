@@ -29,7 +29,7 @@ class FolderStack {
   /// Opens the subfolder `name` of the one on top and puts it on top. Links are not followed.
   std::error_code push(const std::string& name);
 
-  /// Goes back to the folder above. An error when that can't be found again; the stack is then of no more use.
+  /// Goes back to the folder above. Fails when that can't be found again; the stack is then unusable.
   std::error_code pop();
 
  private:

@@ -110,7 +110,7 @@ Result<std::string> wholeContents(int descriptor) {
   std::string contents;
   std::size_t size = 0;
   while (true) {
-    // One byte more than the size tells the end without a second round in the usual case.
+    // Room for the whole file, so that one read is usually enough; the next finds the end.
     contents.resize(std::max<std::size_t>(size + 4096, static_cast<std::size_t>(status.st_size) + 1));
     const ssize_t count = ::read(descriptor, contents.data() + size, contents.size() - size);
     if (count < 0 && errno == EINTR) continue;
@@ -188,7 +188,7 @@ std::error_code LinuxFileManager::checkResourceIsReachable(const std::string& pa
   struct stat status {};
   if (isNoPath(path)) return std::make_error_code(std::errc::invalid_argument);
   if (::stat(fromRoot(path).c_str(), &status) == 0) return {};
-  // A file in place of a folder on the way leaves no place for the item either.
+  // A file in place of a folder of the path means that the item does not exist either.
   return errno == ENOTDIR ? std::make_error_code(std::errc::no_such_file_or_directory) : lastError();
 }
 
@@ -231,7 +231,7 @@ Result<Value::Dictionary> LinuxFileManager::attributesOfItem(const std::string& 
     }
     return attributesFrom(status);
   }
-  // The folder of a scope lies in no scope itself, but may be looked at.
+  // The folder of a scope lies in no scope itself, but its attributes may be read.
   const Result<FileDescriptor> root = scopes_.open(path, O_PATH | O_NOFOLLOW);
   if (!root) return item.error();
   if (::statx(root->get(), "", AT_EMPTY_PATH, STATX_BASIC_STATS | STATX_BTIME, &status) != 0) return lastError();
@@ -254,7 +254,7 @@ std::error_code LinuxFileManager::removeOverwrittenItem(const std::string& path,
   if (!item) return item.error();
   const FileDescriptor file(::openat(item->folder.get(), item->name.c_str(), kReadFlags | O_NOFOLLOW | O_CLOEXEC));
   struct stat status {};
-  // A link or a socket can't be opened so, and has no data of its own to flush.
+  // A link or a socket can't be opened this way, and has no data of its own to flush.
   if (file && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) && ::fdatasync(file.get()) != 0 &&
       unflushed == UnflushedFile::stays) {
     return lastError();
@@ -298,10 +298,10 @@ std::error_code LinuxFileManager::copyItem(const FileURL& source, const FileURL&
   const Result<ItemLocation> item = scopes_.locate(destination.path());
   if (!item) return item.error();
   const int folder = item->folder.get();
-  // Complete before it has its name: someone may run it the moment it is there.
+  // Complete before it gets its name: it may be run as soon as it exists.
   FileDescriptor to(::openat(folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
   const std::string temporary = "." + item->name + ".new";
-  const bool isNamed = !to && (errno == EOPNOTSUPP || errno == EISDIR);  // no such files on this file system
+  const bool isNamed = !to && (errno == EOPNOTSUPP || errno == EISDIR);  // O_TMPFILE is not supported
   if (isNamed) {
     ::unlinkat(folder, temporary.c_str(), 0);
     to.reset(::openat(folder, temporary.c_str(), O_CREAT | O_EXCL | O_NOFOLLOW | O_WRONLY | O_CLOEXEC, 0600));
@@ -354,7 +354,7 @@ Result<FileURL> LinuxFileManager::applicationScriptsDirectory(bool create) {
   }
   bool isDirectory = false;
   if (create && (!fileExists(scriptsFolder_, isDirectory) || !isDirectory)) return std::errc::not_a_directory;
-  // As a person confirms it, it leads over no link.
+  // Without links, as the person confirms it.
   return FileURL(urlByResolvingSymlinks(FileURL(scriptsFolder_, true)).path(), true);
 }
 

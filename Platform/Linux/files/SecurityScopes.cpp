@@ -26,12 +26,12 @@ FileDescriptor openat2(int folder, const std::string& path, int flags, std::uint
   long descriptor = 0;
   do {
     descriptor = ::syscall(SYS_openat2, folder, path.c_str(), &how, sizeof how);
-    // EAGAIN: something on the way was renamed in the same moment; the kernel asks to try again.
+    // EAGAIN: a part of the path was renamed at the same time; the kernel asks to try again.
   } while (descriptor < 0 && (errno == EINTR || errno == EAGAIN));
   return FileDescriptor(static_cast<int>(descriptor));
 }
 
-/// An absolute path without trailing or repeated slashes; absent when a NUL byte makes it no path at all.
+/// An absolute path without trailing or repeated slashes; absent when the path is empty or has a NUL byte.
 std::optional<std::string> absolutePath(const std::string& path) {
   if (path.empty() || path.find('\0') != std::string::npos) return std::nullopt;
   return pathWithComponents(pathComponents(path.front() == '/' ? path : "/" + path));
@@ -104,7 +104,7 @@ bool PinnedFile::isSameFile(int descriptor) const {
 }
 
 void SecurityScopes::openForProcess(const FileURL& url) {
-  // As it was shown, it led over no link; a link that was put in its place meanwhile must not move the grant elsewhere.
+  // The path led over no link when it was shown; a link that was put there since must not redirect the grant.
   const std::string path = pathWithComponents(pathComponents(url.path()));
   auto pinned = hasDotComponents(path) ? nullptr : PinnedFile::at(path);
   if (!pinned) return;
@@ -122,13 +122,14 @@ std::optional<Data> SecurityScopes::bookmarkData(const FileURL& url) {
   }
   {
     const std::shared_lock lock(mutex_);
-    if (scopes_.empty()) return std::nullopt;  // the usual case, and not worth a look at the disk
+    if (scopes_.empty()) return std::nullopt;  // the usual case, without disk access
   }
   const std::optional<std::string> path = absolutePath(url.path());
   if (!path) return std::nullopt;
   Result<FileDescriptor> opened = openInScope(*path, O_PATH | O_NOFOLLOW);
   if (!opened && opened.error() == std::errc::no_such_file_or_directory) return std::nullopt;
-  // Opened over no link, so the path is the real one, unless the item itself is a link: that one stands for its target.
+  // Opened over no link, so the path is the real one, unless the item itself is a link: a link's bookmark is one of its
+  // target.
   auto pinned = opened ? PinnedFile::of(*path, std::move(*opened)) : nullptr;
   if (!pinned) {
     const std::optional<std::string> real = realPath(*path);
@@ -156,7 +157,7 @@ bool SecurityScopes::startAccessing(const FileURL& url) {
   if (!pinned || !pinned->isInPlace()) return false;
   const std::unique_lock lock(mutex_);
   OpenScope& scope = scopes_[pinned->path()];
-  // A scope that was opened for what stood here before is taken over by what was resolved last.
+  // A scope that was opened for an earlier item at this path is replaced by the one resolved last.
   if (!scope.file || scope.file->identity() != pinned->identity()) scope = {pinned, false, {}};
   ++scope.starts[pinned];
   return true;
@@ -170,13 +171,13 @@ void SecurityScopes::stopAccessing(const FileURL& url) {
   if (scope == scopes_.end()) return;
   auto& starts = scope->second.starts;
   const auto own = starts.find(pinned);
-  // Its start failed, or ended when another folder took the place of the one it was for.
+  // Its start failed, or ended when the scope of another item replaced its own.
   if (own == starts.end()) return;
   if (--own->second == 0) starts.erase(own);
   if (starts.empty() && !scope->second.forProcess) scopes_.erase(scope);
 }
 
-/// The nearest open scope at or above a path without dots; null when there is none, or when it is not in place.
+/// The nearest open scope in place, at or above a path without dots; null when there is none.
 std::shared_ptr<const PinnedFile> SecurityScopes::scopeContaining(const std::string& path) const {
   const std::shared_lock lock(mutex_);
   std::string_view candidate = path;
@@ -215,7 +216,7 @@ Result<FileDescriptor> SecurityScopes::open(const std::string& path, int flags) 
   if (!absolute) return std::errc::invalid_argument;
   Result<FileDescriptor> opened = openInScope(*absolute, flags);
   if (opened || opened.error() == std::errc::no_such_file_or_directory) return opened;
-  // Links or dots on the way, or in no scope as it is written: what counts is where it really leads.
+  // Links or dots in the path, or no scope for it as written: what counts is the resolved path.
   const std::optional<std::string> real = realPath(*absolute);
   if (!real) return lastError();
   return *real == *absolute ? std::move(opened) : openInScope(*real, flags);
@@ -224,7 +225,7 @@ Result<FileDescriptor> SecurityScopes::open(const std::string& path, int flags) 
 Result<ItemLocation> SecurityScopes::locate(const std::string& path) const {
   std::optional<std::string> absolute = absolutePath(path);
   if (!absolute) return std::errc::invalid_argument;
-  if (endsInDots(*absolute)) absolute = realPath(*absolute);  // such a name is none of an item's own
+  if (endsInDots(*absolute)) absolute = realPath(*absolute);  // dots are not an item's own name
   if (!absolute) return lastError();
   if (*absolute == "/") return std::errc::operation_not_permitted;
   Result<FileDescriptor> folder = open(deletingLastPathComponent(*absolute), O_PATH | O_DIRECTORY);

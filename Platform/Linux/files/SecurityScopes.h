@@ -1,9 +1,9 @@
 // The grants that are open now, and the way from a path to a descriptor inside one of them.
 //
-// A scope is a file or folder pinned by a descriptor. As long as the scope's path leads to what is pinned, everything
-// below it may be used; when something else stands there, the scope gives access to nothing. A descriptor for an action
-// is always opened relative to the pinned folder, beneath it and over no symbolic link, so that nothing that is swapped
-// in meanwhile can lead out.
+// A scope is a file or folder pinned by a descriptor. As long as the scope's path leads to the pinned item, everything
+// below it may be used; when it leads to another item, the scope gives access to nothing. A descriptor for an action is
+// always opened relative to the pinned folder, beneath it and over no symbolic link, so that nothing that is swapped in
+// meanwhile can lead out.
 //
 // Any thread.
 #pragma once
@@ -23,7 +23,7 @@ namespace platform::linux_ {
 /// What a scope pins, and what a URL resolved from bookmark data carries as its grant.
 class PinnedFile : public SecurityScope {
  public:
-  /// Pins what stands at a path that leads over no symbolic link and is none itself.
+  /// Pins the item at a path. Null when there is none, or when the path leads over a symbolic link or to one.
   static std::shared_ptr<const PinnedFile> at(const std::string& path);
 
   /// Pins what was opened at that path, over no symbolic link. Null for a descriptor of a symbolic link.
@@ -37,7 +37,7 @@ class PinnedFile : public SecurityScope {
   /// Whether the path still leads to the pinned file.
   bool isInPlace() const;
 
-  /// The same for an open descriptor: whether it is the pinned file.
+  /// Whether an open descriptor is of the pinned file.
   bool isSameFile(int descriptor) const;
 
  private:
@@ -48,7 +48,7 @@ class PinnedFile : public SecurityScope {
   bool isDirectory_ = false;
 };
 
-/// An item by the folder that holds it. The name may be of nothing that exists.
+/// An item, by its open folder and its name. It need not exist.
 struct ItemLocation {
   FileDescriptor folder;
   std::string name;
@@ -58,7 +58,7 @@ class SecurityScopes : public SecurityScopedResources {
  public:
   // Grants.
 
-  /// Opens what a person chose in a panel, for the life of the process.
+  /// Opens what the person chose in a panel, for the life of the process.
   void openForProcess(const FileURL& url);
 
   std::optional<Data> bookmarkData(const FileURL& url) override;
@@ -70,7 +70,8 @@ class SecurityScopes : public SecurityScopedResources {
   // inside no open scope, invalid_argument for a path with a NUL byte, else what the system says.
 
   /// For actions on the item itself: the folder is resolved, the item's own name is not. A scope's own folder lies in
-  /// no scope unless the folder above it does: a grant covers what is in a folder, and does not allow to take it away.
+  /// no scope unless the folder above it does: a grant covers a folder's contents, and does not allow removing the
+  /// folder.
   Result<ItemLocation> locate(const std::string& path) const;
 
   /// For actions on the content: opens the item, through a final symbolic link if that leads into an open scope.
@@ -80,7 +81,7 @@ class SecurityScopes : public SecurityScopedResources {
   struct OpenScope {
     std::shared_ptr<const PinnedFile> file;
     bool forProcess = false;
-    /// How often each resolved grant has started and not stopped: a stop closes nothing but its own grant's start.
+    /// How often each resolved grant was started and not stopped: a stop only closes a start of its own grant.
     std::map<std::shared_ptr<const PinnedFile>, unsigned> starts;
   };
 

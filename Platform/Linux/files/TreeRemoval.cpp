@@ -13,13 +13,13 @@
 namespace platform::linux_ {
 namespace {
 
-constexpr int kMostRounds = 50;  // through one folder that someone else is writing to
+constexpr int kMostRounds = 50;  // through one folder that other programs are writing to
 
 class TreeRemoval {
  public:
   explicit TreeRemoval(FileDescriptor root) : stack_(std::move(root)) { work_.emplace_back(); }
 
-  /// Empties the folder it was made with; answers the first reason why something stayed.
+  /// Empties the root folder; returns the first reason why something stayed.
   std::error_code emptyRoot() {
     removeFiles();
     while (true) {
@@ -49,7 +49,7 @@ class TreeRemoval {
     work_.back().isStuck = true;
   }
 
-  /// Goes once through the folder on top: removes what is no folder, and takes down what is.
+  /// Goes once through the folder on top: removes what is no folder, and lists the subfolders.
   void removeFiles() {
     Folder& folder = work_.back();
     ++folder.rounds;
@@ -60,7 +60,7 @@ class TreeRemoval {
         folder.subfolders.emplace_back(entry.name);
       } else if (::unlinkat(stack_.top(), entry.name, 0) != 0 && errno != ENOENT) {
         if (errno == EISDIR) {
-          folder.subfolders.emplace_back(entry.name);  // exchanged for a folder in between
+          folder.subfolders.emplace_back(entry.name);  // replaced by a folder meanwhile
         } else {
           note(lastError());
         }
@@ -74,7 +74,7 @@ class TreeRemoval {
     Folder below;
     below.name = std::move(folder.subfolders.back());
     folder.subfolders.pop_back();
-    // An empty folder goes at once; so does what is no folder any more.
+    // An empty folder is removed at once; so is what is no folder any more.
     if (::unlinkat(stack_.top(), below.name.c_str(), AT_REMOVEDIR) == 0 || errno == ENOENT) return;
     if (errno == ENOTDIR && ::unlinkat(stack_.top(), below.name.c_str(), 0) == 0) return;
     if (const std::error_code error = stack_.push(below.name)) {
@@ -85,7 +85,7 @@ class TreeRemoval {
     removeFiles();
   }
 
-  /// Back to the folder above, and takes away the one that was left. False when the way back is lost.
+  /// Goes back to the folder above, and removes the one that was left. False when the way back is lost.
   bool leave() {
     const Folder left = std::move(work_.back());
     work_.pop_back();
@@ -100,7 +100,7 @@ class TreeRemoval {
       note(error);
       return true;
     }
-    // Someone wrote into it: once more.
+    // It was written to meanwhile: once more.
     if (const std::error_code pushed = stack_.push(left.name)) {
       note(pushed);
       return true;

@@ -1,4 +1,4 @@
-// A file descriptor that is closed when its owner goes.
+// A file descriptor that is closed when its owner is destroyed.
 #pragma once
 
 #include <unistd.h>

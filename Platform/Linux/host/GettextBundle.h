@@ -21,10 +21,10 @@ class GettextBundle : public Bundle {
   /// Takes the person's language from the environment. Once, before threads are started.
   static void useLanguageOfEnvironment();
 
-  /// The same, and the catalogues of texts beside the program, for windows: their toolkit calls gettext itself.
+  /// The same, with the catalogues of texts beside the program: for windows, whose toolkit calls gettext itself.
   static void useTextsBesideProgram();
 
-  /// The folder "share" beside the one that the running program lies in.
+  /// The folder "share" beside the running program's folder.
   static std::string sharedFolderOfExecutable();
 
   std::string bundleIdentifier() const override { return info_.identifier; }

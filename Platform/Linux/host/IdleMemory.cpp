@@ -13,7 +13,7 @@
 namespace platform::linux_ {
 namespace {
 
-/// One of the process's mappings, as far as /proc/self/smaps (proc(5)) tells what matters here.
+/// One of the process's mappings, from /proc/self/smaps (proc(5)).
 struct Mapping {
   std::uintptr_t begin = 0;
   std::uintptr_t end = 0;

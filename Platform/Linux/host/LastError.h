@@ -1,4 +1,4 @@
-// The error of the system's call that failed last, in this thread.
+// The error of the last system call that failed in this thread.
 #pragma once
 
 #include <cerrno>

@@ -50,7 +50,7 @@ void LineLog::log(std::string_view text) {
   std::string line = asOneLine(text);
   if (toJournal_ && sd_journal_print(LOG_NOTICE, "%s", line.c_str()) >= 0) return;
   line += '\n';
-  // One write for a line, so that lines of several threads don't mix. Nowhere to complain to when it fails.
+  // One write for a line, so that lines of several threads don't mix. A failure can't be reported anywhere.
   [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
 }
 

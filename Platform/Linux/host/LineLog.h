@@ -1,4 +1,4 @@
-// The log on standard error; in the journal, where standard error leads there.
+// The log on standard error; in the journal, when standard error is connected to it.
 #pragma once
 
 #include "Platform/Log.h"

@@ -1,4 +1,4 @@
-// The person's own folders, as desktops agree on them (XDG Base Directory Specification, version 0.8).
+// The person's own folders (XDG Base Directory Specification, version 0.8).
 #pragma once
 
 #include <optional>
@@ -6,7 +6,7 @@
 
 namespace platform::linux_ {
 
-/// $HOME, or the password database's answer where that is not set.
+/// $HOME, or the home folder in the password database when that is not set.
 std::string homeFolder();
 
 /// $XDG_CONFIG_HOME, or ".config" in the home folder. A relative value counts as not set.

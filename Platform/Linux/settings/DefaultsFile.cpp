@@ -56,7 +56,7 @@ std::string_view columnBytes(sqlite3_stmt* statement, int column) {
   return {bytes != nullptr ? bytes : "", static_cast<std::size_t>(sqlite3_column_bytes(statement, column))};
 }
 
-/// An integer that a statement without parameters answers; absent when it fails.
+/// The integer that a statement without parameters returns; absent when it fails.
 std::optional<int> queriedInteger(sqlite3* database, const char* sql, int& result) {
   sqlite3_stmt* statement = nullptr;
   std::optional<int> integer;
@@ -69,7 +69,7 @@ std::optional<int> queriedInteger(sqlite3* database, const char* sql, int& resul
   return integer;
 }
 
-/// Makes the folder and those above it, for the owner alone.
+/// Creates the folder and those above it, for the owner alone.
 bool makeFolders(const std::string& folder) {
   if (::mkdir(folder.c_str(), kFolderMode) == 0 || errno == EEXIST) return true;
   if (errno != ENOENT || folder.size() < 2) return false;
@@ -77,9 +77,8 @@ bool makeFolders(const std::string& folder) {
          (::mkdir(folder.c_str(), kFolderMode) == 0 || errno == EEXIST);
 }
 
-/// Held while a damaged file is looked at and set aside, so that no process takes away another's fresh file. Nobody
-/// holds it for longer than a moment: when it can't be had, its holder was stopped, and is waited for no longer than
-/// that.
+/// Held while a file is opened, or checked and set aside, so that no process removes another's fresh file. It is only
+/// held briefly: when it can't be obtained within kLockPatience, its holder was stopped, and is not waited for.
 class FolderLock {
  public:
   explicit FolderLock(const std::string& folder)
@@ -156,7 +155,7 @@ bool DefaultsFile::write(const std::string& key, const Value& value) {
     sqlite3_stmt* select = statement(select_, kSelect);
     sqlite3_stmt* replace = statement(replace_, kReplace);
     if (select == nullptr || replace == nullptr) return sqlite3_errcode(database_);
-    // What is stored already is not written again: the same bookmarks are recorded at every run.
+    // An unchanged value is not written again: the same bookmarks are recorded at every run.
     bindText(select, 1, key);
     int result = sqlite3_step(select);
     const bool isStored = result == SQLITE_ROW && columnBytes(select, 0) == bytes;
@@ -186,7 +185,7 @@ bool DefaultsFile::checkpoint() {
   const std::lock_guard lock(mutex_);
   const Outcome outcome = attempt(Creation::existing, [&] {
     int result = SQLITE_BUSY;
-    // Another process that does the same makes this one busy at once, whatever the timeout.
+    // While another process does the same, this returns SQLITE_BUSY at once, whatever the timeout.
     const auto end = std::chrono::steady_clock::now() + kCheckpointPatience;
     do {
       result = sqlite3_wal_checkpoint_v2(database_, nullptr, SQLITE_CHECKPOINT_FULL, nullptr, nullptr);
@@ -231,9 +230,9 @@ DefaultsFile::Outcome DefaultsFile::open(Creation creation) {
     flags |= O_CREAT;
     if (!makeFolders(deletingLastPathComponent(path_))) return Outcome::failed;
   }
-  // One process at a time: a file that another one is making, or taking away, is neither whole nor gone yet.
+  // One process at a time: another one may be in the middle of creating the file or setting it aside.
   const FolderLock folderLock(deletingLastPathComponent(path_));
-  // Made here, so that it is the owner's alone from its first moment; the log's files take its mode over.
+  // Created here, so that it is private to its owner from the start; the write-ahead log's files take over its mode.
   const int descriptor = ::open(path_.c_str(), flags, kFileMode);
   if (descriptor < 0) return errno == ENOENT ? Outcome::absent : Outcome::failed;
   struct stat status {};
@@ -289,7 +288,7 @@ void DefaultsFile::close() {
   database_ = nullptr;
 }
 
-/// Asked before a file is taken away: another process may have put a fresh one in its place meanwhile.
+/// Checked before a file is set aside: another process may have put a fresh one in its place meanwhile.
 bool DefaultsFile::isSound() {
   sqlite3* database = nullptr;
   int result = sqlite3_open_v2(path_.c_str(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
@@ -319,8 +318,8 @@ void DefaultsFile::setAside() {
       if (errno == EEXIST) continue;
       return;
     }
-    ::rename((path_ + "-wal").c_str(), (aside + "-wal").c_str());  // missing as often as not
-    ::unlink((path_ + "-shm").c_str());                            // an index of the log: of no use to anyone
+    ::rename((path_ + "-wal").c_str(), (aside + "-wal").c_str());  // often missing
+    ::unlink((path_ + "-shm").c_str());                            // only an index of the log
     log_.log("Settings file " + path_ + " is damaged; it was set aside as " + aside);
     return;
   }

@@ -1,7 +1,7 @@
 // One settings file: an SQLite database with a row for each key.
 //
 // Several processes and threads use the same file at once, and any of them may be killed at any moment: the database
-// runs with a write-ahead log, and what a killed writer left behind is simply not there. One connection is kept open,
+// runs with a write-ahead log, and what a killed writer left unfinished is ignored. One connection is kept open,
 // guarded by a mutex: a read takes about two microseconds and a write about ten, and an idle process holds one small
 // cache.
 //
@@ -41,7 +41,7 @@ class DefaultsFile {
   bool write(const std::string& key, const Value& value);
   bool erase(const std::string& key);
 
-  /// Brings everything that was written to the disk.
+  /// Flushes everything that was written to the disk.
   bool checkpoint();
 
   /// Removes every key. The file stays: others may have it open.

@@ -1,4 +1,4 @@
-// An event source of the run loop that is gone when its owner goes.
+// An event source of the run loop that is removed when its owner is destroyed.
 #pragma once
 
 #include <systemd/sd-event.h>

@@ -38,7 +38,7 @@ class GlobalQueue : public DispatchQueue {
   ThreadPool& pool_;
 };
 
-/// What a serial queue is; outlives the queue object as long as tasks wait.
+/// The state of a serial queue; outlives the queue object as long as tasks wait.
 class SerialQueueState : public std::enable_shared_from_this<SerialQueueState> {
  public:
   SerialQueueState(ThreadPool& pool, std::string label) : label_(std::move(label)), pool_(pool) {}
@@ -97,7 +97,8 @@ class SerialQueueState : public std::enable_shared_from_this<SerialQueueState> {
     turnCondition_.wait(lock, [&turnHasCome] { return turnHasCome; });
   }
 
-  /// Gives the turn to the first that waits; the task to submit, if that is one. Called with the mutex held.
+  /// Gives the turn to the first waiting entry; returns its task, to be submitted, when it is asynchronous. Called with
+  /// the mutex held.
   Task takeNext() {
     busy_ = !waiting_.empty();
     if (!busy_) return nullptr;
@@ -110,7 +111,7 @@ class SerialQueueState : public std::enable_shared_from_this<SerialQueueState> {
     return std::move(next.task);
   }
 
-  /// Without the mutex: where there is no thread to be had, the task runs at once on this one.
+  /// Called without the mutex: when no thread can be started, the task runs at once on this one.
   void submit(Task next) {
     if (!next) return;
     pool_.submit([self = shared_from_this(), task = std::move(next)] {
@@ -123,7 +124,7 @@ class SerialQueueState : public std::enable_shared_from_this<SerialQueueState> {
   ThreadPool& pool_;
   std::mutex mutex_;
   std::condition_variable turnCondition_;
-  std::list<Waiting> waiting_;  // empty, as it nearly always is, it takes no memory
+  std::list<Waiting> waiting_;  // a list takes no memory while empty, as it nearly always is
   bool busy_ = false;
 };
 

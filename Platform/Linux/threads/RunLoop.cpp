@@ -177,7 +177,7 @@ void RunLoop::stopOnSignals() {
   sigset_t signals;
   ::sigemptyset(&signals);
   for (const int signal : kSignals) ::sigaddset(&signals, signal);
-  ::signal(SIGPIPE, SIG_IGN);  // who reads the log may go away
+  ::signal(SIGPIPE, SIG_IGN);  // the reader of the log may go away
   check(-::pthread_sigmask(SIG_BLOCK, &signals, nullptr), "signals");
   const auto end = [](sd_event_source*, const struct signalfd_siginfo*, void* data) {
     auto* loop = static_cast<RunLoop*>(data);

@@ -32,7 +32,7 @@ class RunLoop {
 
   bool isMainThread() const { return std::this_thread::get_id() == mainThread_; }
 
-  /// For sources of other classes. Main thread only. A source must be gone before the loop is.
+  /// For sources of other classes. Main thread only. A source must be released before the loop is destroyed.
   sd_event* event() const { return event_; }
 
   /// Hands a task to the main thread. From any thread.
@@ -45,20 +45,21 @@ class RunLoop {
   /// Runs the task on the main thread when `delay` has passed since this call (CLOCK_MONOTONIC). From any thread.
   void after(std::chrono::nanoseconds delay, Task task);
 
-  /// Runs until stop() is called; answers the status that it was given. May be called again.
+  /// Runs until stop() is called; returns the status given to stop(). May be called again.
   int run();
 
-  /// Runs until `done` answers true, underneath a task that is already running. `done` is asked between tasks.
+  /// Runs until `done` returns true, nested in a task that is already running. `done` is called between tasks.
   void runModally(const std::function<bool()>& done);
 
   /// Ends run() after the task that is running. Main thread only.
   void stop(int status);
 
-  /// Drops every task that has not run, and the timers. For the end, while what the tasks refer to is still there.
+  /// Drops every task that has not run, and the timers. For shutdown, while the objects that the tasks refer to still
+  /// exist.
   void discardTasks();
 
-  /// Ends run() with status 0 when the process is told to end (SIGTERM, SIGINT, SIGHUP). Call before any thread is
-  /// started: they must inherit the blocked signals. SIGPIPE is ignored from then on.
+  /// Ends run() with status 0 on SIGTERM, SIGINT and SIGHUP. Call before any thread is started: they must inherit the
+  /// blocked signals. SIGPIPE is ignored from then on.
   void stopOnSignals();
 
  private:

@@ -13,7 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr unsigned kMostThreads = 256;          // those that are blocked not counted
+constexpr unsigned kMostThreads = 256;          // not counting blocked ones
 constexpr unsigned kMostBlockedThreads = 1024;  // each waits for a panel, say
 constexpr std::size_t kStackSize = 512 * 1024;  // bytes; only what is touched takes memory
 constexpr auto kIdleTime = 2s;
@@ -43,7 +43,7 @@ void ThreadPool::submit(Task task, Priority priority) {
     }
     grow();
     if (threads_ == 0) {
-      // The system gives no thread at all: better late on this one than never.
+      // No thread can be started at all: the task runs on this one, rather than never.
       task = std::move(tasks_.front());
       tasks_.pop_front();
       runHere = true;
@@ -52,7 +52,7 @@ void ThreadPool::submit(Task task, Priority priority) {
   if (runHere) task();
 }
 
-/// Wakes or adds a thread where one is needed for the tasks that wait.
+/// Wakes or adds a thread when the waiting tasks need one.
 void ThreadPool::grow() {
   if (tasks_.empty()) return;
   if (idle_ > 0) {
@@ -93,7 +93,7 @@ void ThreadPool::work() {
     grow();
     lock.unlock();
     task();
-    task = nullptr;  // what it holds goes before the next wait
+    task = nullptr;  // releases what it holds before the next wait
     lock.lock();
   }
   if (threads_ == 1 && !stopped_ && idleHandler_) {
@@ -105,7 +105,7 @@ void ThreadPool::work() {
   endCondition_.notify_all();
 }
 
-/// False when the thread has nothing more to do here.
+/// False when the thread is to end.
 bool ThreadPool::waitForWork(std::unique_lock<std::mutex>& lock) {
   ++idle_;
   workCondition_.wait_for(lock, kIdleTime, [this] { return stopped_ || !tasks_.empty(); });
@@ -131,7 +131,7 @@ bool ThreadPool::shutDown() {
   dropped.swap(tasks_);
   workCondition_.notify_all();
   endCondition_.notify_all();
-  // Blocked threads wait for the main thread, which is here: they would never end.
+  // Blocked threads wait for the main thread, which is busy here: they would never end.
   endCondition_.wait_for(lock, kShutDownTime, [this] { return threads_ <= blocked_; });
   const bool ended = threads_ == 0;
   lock.unlock();

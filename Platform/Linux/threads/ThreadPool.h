@@ -1,4 +1,4 @@
-// Background threads that are there only while there is work.
+// Background threads that exist only while there is work.
 //
 // As many tasks run at once as suits the machine's cores. A thread that waits for the main thread (a panel can stay
 // open for an hour) says so and does not count; and when tasks wait while none has been taken for a while, since all
@@ -21,16 +21,16 @@ class ThreadPool {
   enum class Priority { standard, high };
 
   ThreadPool();
-  /// shutDown() must have answered true, or no task ever been submitted, or all be done.
+  /// Before, shutDown() must have returned true, unless all submitted tasks are done.
   ~ThreadPool();
   ThreadPool(const ThreadPool&) = delete;
   ThreadPool& operator=(const ThreadPool&) = delete;
 
-  /// Hands a task over and returns at once. From any thread. A task of high priority goes before those that wait.
+  /// Hands a task over and returns at once. From any thread. A task of high priority goes before the waiting ones.
   void submit(Task task, Priority priority = Priority::standard);
 
   /// Drops the tasks that have not been started and waits up to two seconds for the others. False when some are stuck:
-  /// the process can then only leave without tidying up (std::_Exit).
+  /// the process can then only exit without cleaning up (std::_Exit).
   bool shutDown();
 
   /// Called, on a thread of the pool, when the last one is about to end. Before the first task is submitted.

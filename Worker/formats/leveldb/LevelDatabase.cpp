@@ -24,7 +24,7 @@ using Search = std::function<bool(std::string_view bytes)>;
 constexpr std::size_t kSearched = std::size_t{1} << 20;  // bytes at once
 constexpr std::size_t kOverlap = std::size_t{64} << 10;  // bytes that are searched again with those that follow
 
-/// A folder that no other thread rewrites meanwhile: there may be no lock file yet.
+/// Keeps other threads from rewriting the same folder: there may be no lock file yet.
 class Claim {
  public:
   explicit Claim(std::string folder) : folder_(std::move(folder)) {
@@ -54,9 +54,9 @@ class Claim {
   bool isHeld_ = false;
 };
 
-/// A database that no other process opens as long as this lives.
+/// A database that is locked against other processes as long as this lives.
 struct Held {
-  std::unique_ptr<platform::FileLock> lock;  // null when there is nothing to lock: nobody has opened it
+  std::unique_ptr<platform::FileLock> lock;  // null without a lock file: nobody has opened the database
   LevelFolder files;
 };
 
@@ -84,8 +84,8 @@ bool isFolder(const std::string& path) {
   return type != attributes->end() && type->second == platform::Value(platform::kFileTypeDirectory);
 }
 
-/// Hands everything in a folder to `remove`, and then the folder: first what makes it a database, last its lock, which
-/// is let go before (removing a file may open it, and that would end the lock anyway).
+/// Passes everything in a folder to `remove`, and then the folder: first the file that makes it a database, last the
+/// lock file, whose lock is released before (removing a file may open it, which would end the lock anyway).
 void removeAll(const std::string& folder, const Removal& remove, std::unique_ptr<platform::FileLock> lock = nullptr) {
   const auto rank = [](const std::string& name) { return name == "CURRENT" ? 0 : name == "LOCK" ? 2 : 1; };
   auto names = Platform::current().fileManager.contentsOfDirectory(folder);
@@ -116,7 +116,7 @@ void removeLeftover(const std::string& aside, const Removal& remove) {
   }
 }
 
-/// What there is, and which of it stays.
+/// Which entries of a database stay.
 struct Survey {
   LevelCondition condition = LevelCondition::kUnreadable;
   std::vector<bool> isKept;  // by the entry's place in the order
@@ -138,7 +138,7 @@ Survey surveyOf(LevelSource& source, LevelCondition opened, const LevelDatabase:
   return survey;
 }
 
-/// Writes what stays. False when that failed, or when the source is not the same any more.
+/// Writes the entries that stay. False when writing fails, or when the source has changed since the survey.
 bool writeKept(LevelSource& source, const Survey& survey, LevelWriter& writer) {
   std::size_t index = 0;
   bool isFine = true;
@@ -151,8 +151,8 @@ bool writeKept(LevelSource& source, const Survey& survey, LevelWriter& writer) {
 }
 
 /// For file systems that can't exchange two folders: writes the fresh files beside the old ones, under other numbers.
-/// Should the system stop at the one moment at which neither is the database, then the next call finds the entries of
-/// both, which agree, and ends what was begun here.
+/// If the system stops while neither is the database, the next call finds the entries of both, which agree, and
+/// completes the work.
 Outcome rewriteInPlace(const Held& held, LevelSource& source, const Survey& survey, const Removal& remove) {
   platform::FileManager& files = Platform::current().fileManager;
   const LevelFolder& folder = held.files;
@@ -188,7 +188,7 @@ Outcome rewrite(Held held, LevelSource& source, const Survey& survey, const Remo
     removeAll(aside, remove, std::move(held.lock));
     return Outcome::kRewritten;
   }
-  files.removeItem(aside);  // what can't be removed now is what the next call removes first
+  files.removeItem(aside);  // what can't be removed now, the next call removes first
   return error == std::errc::not_supported ? rewriteInPlace(held, source, survey, remove) : Outcome::kLeft;
 }
 
@@ -201,7 +201,7 @@ bool isPreciousFile(const LevelFile& file, const Search& isPrecious) {
   return false;
 }
 
-/// Compressed bytes may hide what is in them, so the entries that can be read are looked at as well.
+/// Compression may hide contents, so the entries that can be read are searched as well.
 bool holdsPrecious(const LevelFolder& folder, LevelSource& source, const Search& isPrecious) {
   bool isFound = false;
   const LevelCondition condition = source.walk([&](std::string_view key, std::string_view value) {

@@ -47,7 +47,7 @@ std::optional<std::uint64_t> numberIn(std::string_view text) {
   return number;
 }
 
-/// Puts a file where it belongs by its name; false for a name that LevelDB does not give.
+/// Sorts a file in by its name; false for a name that LevelDB does not give.
 bool sortIn(LevelFolder& folder, std::string_view name, LevelFile file) {
   constexpr std::string_view kManifest = "MANIFEST-";
   if (name == "CURRENT") {
@@ -86,7 +86,7 @@ bool sortInLost(LevelFolder& folder, const std::string& path) {
   });
 }
 
-/// False when it is what LevelDB would not have put there.
+/// False for an item that LevelDB would not have put there.
 bool sortInItem(LevelFolder& folder, const std::string& name) {
   const std::string path = platform::appendingPathComponent(folder.path, name);
   const auto item = itemAt(path);

@@ -11,30 +11,31 @@
 
 namespace tidewell {
 
-/// How reading went.
+/// The outcome of reading.
 enum class LevelCondition {
   kSound,
   kDamaged,     // the bytes are not what LevelDB wrote
-  kUnreadable,  // nothing is said about the bytes: reading failed, it would take too much memory, or another kind of
-                // database than those that this reads wrote them
+  kUnreadable,  // the bytes could not be judged: reading failed or would take too much memory, or the database is of
+                // another kind than this reads
 };
 
-/// All that is held in memory of one database, in bytes. Browsers' databases take less than a hundredth of it.
+/// The limit of memory for one database, in bytes. Browsers' databases take less than a hundredth of it.
 inline constexpr std::size_t kLevelMaximalMemory = std::size_t{256} << 20;
-/// One block of a table, which holds at least one whole value, or one record of a log, in bytes, uncompressed.
+/// The limit of one block of a table, which holds at least one whole value, or of one record of a log, in bytes,
+/// uncompressed.
 inline constexpr std::size_t kLevelMaximalBlock = std::size_t{64} << 20;
 
-/// The checksum as it stands in files: CRC-32C of both one after the other, turned and shifted so that the checksum of
-/// bytes that hold checksums is none of these.
+/// The checksum as stored in files: CRC-32C of both texts in sequence, rotated and increased by a constant, since
+/// checksums are also made of bytes that hold checksums.
 std::uint32_t levelChecksum(std::string_view bytes, std::string_view more = {});
 
-/// A key as it stands in tables: the database's own key, and in 8 bytes the age and what the entry is.
+/// A key as stored in tables: the database's own key, and 8 bytes with the age and the kind of the entry.
 struct LevelKey {
   std::string_view key;
   std::uint64_t sequence = 0;  // higher is younger; 56 bits
   bool isDeletion = false;
 
-  /// Absent when these bytes are none.
+  /// Absent when the bytes are no such key.
   static std::optional<LevelKey> from(std::string_view bytes);
   std::string bytes() const;
   /// No key comes before it.

@@ -22,7 +22,7 @@ LevelCondition LevelLogReader::next(std::string& record, bool& atEnd) {
     const LevelCondition condition = nextPiece(piece, atEnd);
     if (condition != LevelCondition::kSound || atEnd) return condition;
     const bool isStart = piece.type == kWhole || piece.type == kFirst;
-    // What follows damage may be the rest of a record whose start was in it; it can't be used, and is part of the loss.
+    // Damage may be followed by the rest of a record whose start was damaged: it can't be used, and counts as lost.
     if (isStart == isWithin || piece.type > kLast) return LevelCondition::kDamaged;
     if (record.size() + piece.bytes.size() > kLevelMaximalBlock) return LevelCondition::kUnreadable;
     record.append(piece.bytes);
@@ -41,7 +41,7 @@ LevelCondition LevelLogReader::nextPiece(Piece& piece, bool& atEnd) {
   }
 }
 
-/// Cuts the next piece off the block at hand; what is left of it may hold none.
+/// Cuts the next piece off the current block. `isRest` is set when the block holds no more pieces.
 LevelCondition LevelLogReader::cutPiece(Piece& piece, bool& isRest) {
   isRest = true;
   const bool isLast = isLastBlock() && position_ >= fetched_.size();
@@ -54,12 +54,12 @@ LevelCondition LevelLogReader::cutPiece(Piece& piece, bool& isRest) {
     block_ = {};
     return type && !isLast ? LevelCondition::kDamaged : LevelCondition::kSound;
   }
-  if (*type == kNothing && *size == 0) {  // room that was set aside and not written
+  if (*type == kNothing && *size == 0) {  // room that was preallocated and not written
     block_ = {};
     return LevelCondition::kSound;
   }
   if (levelChecksum(block_.substr(kHeaderSize - 1, 1), *content) != *checksum) {
-    block_ = {};  // the length may be what is wrong
+    block_ = {};  // the length itself may be wrong
     return LevelCondition::kDamaged;
   }
   block_.remove_prefix(kHeaderSize + content->size());
@@ -68,7 +68,7 @@ LevelCondition LevelLogReader::cutPiece(Piece& piece, bool& isRest) {
   return LevelCondition::kSound;
 }
 
-/// Turns to the next block.
+/// Moves to the next block, and reads more of the file when needed.
 LevelCondition LevelLogReader::fetch(bool& atEnd) {
   if (position_ >= fetched_.size()) {
     atEnd = isLastBlock();

@@ -1,6 +1,6 @@
-// Records one after the other: the form of LevelDB's logs and of its manifests.
+// Sequences of records: the format of LevelDB's logs and of its manifests.
 //
-// A file is cut into blocks of 32 KB; a record that does not fit in the rest of its block goes on in the next.
+// A file consists of blocks of 32 KB; a record that does not fit in the rest of its block continues in the next.
 #pragma once
 
 #include <cstdint>
@@ -17,8 +17,8 @@ class LevelLogReader {
   /// The file must outlive the object.
   explicit LevelLogReader(const LevelFile& file) : file_(file) {}
 
-  /// The next record. At the end `atEnd` is set; a last record that is not whole, as one is that was being written when
-  /// the system stopped, counts as none. After damage, going on answers the records behind it.
+  /// The next record. At the end `atEnd` is set. An incomplete last record, which was being written when the system
+  /// stopped, is ignored. After damage, further calls return the records behind it.
   LevelCondition next(std::string& record, bool& atEnd);
 
  private:
@@ -35,7 +35,7 @@ class LevelLogReader {
   const LevelFile& file_;
   std::uint64_t offset_ = 0;  // in the file, of what is not fetched yet
   std::string fetched_;       // whole blocks, but for the last
-  std::string_view block_;    // the rest of the block at hand
+  std::string_view block_;    // the rest of the current block
   std::size_t position_ = 0;  // in what is fetched, of the next block
 };
 

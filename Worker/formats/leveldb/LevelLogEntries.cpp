@@ -15,7 +15,7 @@ LevelCondition LevelLogEntries::add(const LevelFile& log, bool& hasLoss) {
   bool atEnd = false;
   while (true) {
     LevelCondition condition = reader.next(batch, atEnd);
-    if (atEnd) return LevelCondition::kSound;  // a last record that is not whole was never promised to anybody
+    if (atEnd) return LevelCondition::kSound;  // an incomplete last record was never acknowledged
     if (condition == LevelCondition::kSound) condition = addBatch(batch);
     if (condition == LevelCondition::kUnreadable) return condition;
     if (condition == LevelCondition::kDamaged) hasLoss = true;

@@ -38,7 +38,7 @@ LevelCondition LevelManifest::read(const LevelFile& file) {
     if (atEnd) break;
     if (const LevelCondition condition = apply(edit); condition != LevelCondition::kSound) return condition;
   }
-  // A last change that is not whole was never made: the files that it would have put aside are still there.
+  // An incomplete last edit never took effect: the files that it would have made obsolete are still there.
   return nextNumber != 0 ? LevelCondition::kSound : LevelCondition::kDamaged;
 }
 

@@ -1,4 +1,4 @@
-// The manifest of a LevelDB database: which tables and logs are the database, and which keys each table spans.
+// The manifest of a LevelDB database: which tables and logs make up the database, and which keys each table spans.
 #pragma once
 
 #include <cstdint>
@@ -19,18 +19,18 @@ struct LevelManifest {
     std::string largest;
   };
 
-  std::uint64_t firstLog = 0;  // logs of lower numbers are done with, but for this one:
+  std::uint64_t firstLog = 0;  // logs of lower numbers are obsolete, except for this one:
   std::uint64_t previousLog = 0;
   std::uint64_t nextNumber = 0;
   std::uint64_t lastSequence = 0;
   std::map<std::uint64_t, Table> tables;  // by number
-  bool hasHistory = false;                // it tells of more than the tables that there are
+  bool hasHistory = false;                // it records more than the present tables
 
-  /// Takes the state at the end of the file. kUnreadable when the database orders its keys in a way of its own; that
-  /// is told even of a damaged file, as long as its beginning is whole.
+  /// Reads the state at the end of the file. kUnreadable when the database has a key order of its own, even in a
+  /// damaged file, as long as its beginning is intact.
   LevelCondition read(const LevelFile& file);
 
-  /// The bytes of a manifest that says this.
+  /// The bytes of a manifest with this state.
   std::string bytes() const;
 
  private:

@@ -1,4 +1,4 @@
-// Entries in the order of their keys, from one place: a table, or the logs of a database.
+// Entries in the order of their keys, from one source: a table, or the logs of a database.
 #pragma once
 
 #include <cstddef>
@@ -15,23 +15,24 @@ class LevelRun {
  public:
   virtual ~LevelRun() = default;
 
-  /// To the first entry, then to the next, or to the end. After damage, going on leads to the next that is whole.
+  /// Moves to the first entry, then to the next, or to the end. After damage, a further call moves to the next intact
+  /// entry.
   virtual LevelCondition next() = 0;
   virtual bool atEnd() const = 0;
 
-  /// With the age. Before the first next(): no key of the run comes before this one. Good until next().
+  /// The key with the age, valid until next(). Before the first next(), a lower bound of the run's keys.
   virtual std::string_view key() const = 0;
   virtual std::string_view value() const = 0;
 
-  /// What it holds, in bytes.
+  /// The memory that the run holds, in bytes.
   virtual std::size_t memory() const = 0;
 };
 
-/// The youngest entry of each key in a database's logs, which are read into memory. They are small, since a database
-/// that has more than some megabytes in a log makes a table of it.
+/// The youngest entry of each key in a database's logs, which are read into memory. They are small, since LevelDB turns
+/// a log of more than a few megabytes into a table.
 class LevelLogEntries {
  public:
-  /// Adds what is in a log. `hasLoss` is set when a part of it is damaged; the rest is added even so.
+  /// Adds the entries of a log. `hasLoss` is set when a part of it is damaged; the rest is still added.
   LevelCondition add(const LevelFile& log, bool& hasLoss);
 
   bool empty() const { return entries_.empty(); }
@@ -52,7 +53,7 @@ class LevelLogEntries {
   std::size_t memory_ = 0;  // in bytes
 };
 
-/// A run over them. They must outlive it, unchanged.
+/// A run over the entries of logs, which must outlive it unchanged.
 class LevelLogRun : public LevelRun {
  public:
   explicit LevelLogRun(const LevelLogEntries& entries) : entries_(entries.entries_), next_(entries_.begin()) {}

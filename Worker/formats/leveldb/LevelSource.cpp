@@ -16,8 +16,8 @@ constexpr std::uint64_t kLongestName = 64;                 // of a manifest, in 
 
 }  // namespace
 
-/// Runs as one, in the order of their keys. A run is begun when its turn comes, so that only those hold memory which
-/// overlap at the place at hand.
+/// Merges runs in the order of their keys. A run is begun when its first key is due, so that only runs which overlap
+/// the current position hold memory.
 class LevelSource::Merge {
  public:
   Merge(std::vector<std::unique_ptr<LevelRun>> runs, std::size_t memory, bool isTolerant)
@@ -29,7 +29,7 @@ class LevelSource::Merge {
     std::make_heap(waiting_.begin(), waiting_.end(), isLater);
   }
 
-  /// To the next entry, which run() is at; null at the end.
+  /// Moves to the next entry. run() is then at that entry, or null at the end.
   LevelCondition next() {
     while (true) {
       if (const LevelCondition condition = advance(); condition != LevelCondition::kSound) return condition;

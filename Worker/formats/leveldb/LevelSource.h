@@ -1,7 +1,7 @@
-// The entries of a LevelDB database as it lies in its folder. Nothing is changed.
+// The entries of a LevelDB database in its folder. Read-only.
 //
-// Memory: for each table that overlaps others at the place at hand one block, its index, and a window of at most 64 KB;
-// the logs as a whole. All of it stays below kLevelMaximalMemory, or the database is unreadable.
+// Memory: for each table that overlaps the current position one block, its index, and a window of at most 64 KB; the
+// logs as a whole. All of it stays below kLevelMaximalMemory, or the database is unreadable.
 #pragma once
 
 #include <cstddef>
@@ -22,20 +22,20 @@ class LevelSource {
   /// The folder must outlive the object.
   explicit LevelSource(const LevelFolder& folder) : folder_(folder) {}
 
-  /// As LevelDB would: the tables and logs that the manifest names. Damage found later is told by walk().
+  /// Opens the tables and logs that the manifest names, as LevelDB would. Damage found later is returned by walk().
   LevelCondition open();
 
-  /// As a repair would: all tables and logs that there are, as much of each as is whole. Of a key that is in several
-  /// places, the youngest entry counts. Never damaged, but see hasLoss().
+  /// Opens all tables and logs in the folder, as a repair would, for as much of each as is intact. Of a key that is in
+  /// several places, the youngest entry counts. Never returns kDamaged, but see hasLoss().
   LevelCondition openAll();
 
-  /// Answers whether the walk goes on.
+  /// Returns whether the walk goes on.
   using Visitor = std::function<bool(std::string_view key, std::string_view value)>;
 
-  /// Every entry in the order of the keys, the same each time. What was read up to damage has been visited.
+  /// Visits every entry in the order of the keys, the same each time. Entries read before damage have been visited.
   LevelCondition walk(const Visitor& visit);
 
-  /// After openAll() and a whole walk: whether anything can't be read that was in the database, as far as can be told.
+  /// After openAll() and a whole walk: whether anything of the database was lost, as far as is known.
   bool hasLoss() const { return hasLoss_; }
 
   /// After open() and a whole walk: whether its files hold nothing but the entries that were visited.

@@ -7,18 +7,18 @@
 namespace tidewell {
 namespace {
 
-constexpr std::size_t kFooterSize = 48;  // bytes: where two blocks lie, filled up, and the magic number
+constexpr std::size_t kFooterSize = 48;  // bytes: two block handles, padding, and the magic number
 constexpr std::uint64_t kMagic = 0xdb4775248b80fb57;
 constexpr std::size_t kTrailerSize = 5;    // behind each block: how it is compressed, and the checksum
 constexpr std::size_t kHighestRatio = 22;  // snappy makes at most 64 bytes of 3
 
-/// What stands in a block.
+/// The contents of a block, within the limits on memory.
 LevelCondition decompress(std::string_view bytes, char compression, std::string& content) {
   if (compression == 0) {
     content = bytes;
     return LevelCondition::kSound;
   }
-  if (compression != 1) return LevelCondition::kUnreadable;  // of a later LevelDB
+  if (compression != 1) return LevelCondition::kUnreadable;  // written by a later LevelDB
   std::size_t size = 0;
   if (!snappy::GetUncompressedLength(bytes.data(), bytes.size(), &size)) return LevelCondition::kDamaged;
   if (size > bytes.size() * kHighestRatio) return LevelCondition::kDamaged;
@@ -33,7 +33,7 @@ LevelCondition decompress(std::string_view bytes, char compression, std::string&
 LevelCondition LevelBlock::assign(std::string bytes) {
   *this = {};
   bytes_ = std::move(bytes);
-  // Behind the entries: where among them whole keys stand, and how many such places there are.
+  // Behind the entries: the offsets of those with whole keys, and the number of these offsets.
   if (bytes_.size() < 8) return LevelCondition::kDamaged;
   const std::uint64_t places = *ByteReader(std::string_view(bytes_).substr(bytes_.size() - 4)).fixedNumber(4);
   if (places == 0 || places > (bytes_.size() - 4) / 4) return LevelCondition::kDamaged;
@@ -82,7 +82,7 @@ LevelCondition LevelTable::nextInBlock() {
     return condition;
   }
   if (!LevelKey::from(block_.key())) return LevelCondition::kDamaged;
-  // Its checksum says that the block is as it was written: then it was written in another order than that of bytes.
+  // The block's checksum is right, so it was written in another order than that of bytes.
   if (!previous_.empty() && compareLevelKeys(previous_, block_.key()) >= 0) return LevelCondition::kUnreadable;
   const bool isTooEarly = !smallest_.empty() && compareLevelKeys(block_.key(), smallest_) < 0;
   smallest_.clear();
@@ -106,12 +106,12 @@ LevelCondition LevelTable::open() {
   }
   if (*ByteReader(footer.substr(kFooterSize - 8)).fixedNumber(8) != kMagic) return LevelCondition::kDamaged;
   ByteReader handles(footer);
-  if (!handles.number() || !handles.number()) return LevelCondition::kDamaged;  // the filters', which none needs here
+  if (!handles.number() || !handles.number()) return LevelCondition::kDamaged;  // the filters', which is not needed
   const std::string handle(*handles.bytes(kFooterSize - 8 - 20));
   return readBlock(handle, index_);
 }
 
-/// Reads the block that lies where `handle` says: offset and size.
+/// Reads the block whose offset and size are in `handle`.
 LevelCondition LevelTable::readBlock(std::string_view handle, LevelBlock& block) {
   block = {};
   ByteReader numbers(handle);
@@ -134,7 +134,7 @@ LevelCondition LevelTable::readBlock(std::string_view handle, LevelBlock& block)
   return condition == LevelCondition::kSound ? block.assign(std::move(content)) : condition;
 }
 
-/// The bytes of the file, good until the next call.
+/// The bytes of the file, valid until the next call.
 LevelCondition LevelTable::fetch(std::uint64_t offset, std::size_t count, std::string_view& bytes) {
   const bool isFetched = offset >= fetchedFrom_ && offset + count <= fetchedFrom_ + fetched_.size();
   if (!isFetched) {

@@ -1,7 +1,7 @@
 // A table of a LevelDB database, read from front to back, one block at a time.
 //
 // Every length in it is checked before anything is allocated, and every block against its checksum. LevelDB's own
-// reader is built with assertions that files can break: one flipped bit in a table is enough to end the process.
+// reader is built with assertions that files can break: one flipped bit in a table is enough to abort the process.
 #pragma once
 
 #include <cstddef>
@@ -13,13 +13,13 @@
 
 namespace tidewell {
 
-/// Keys that are written as what they don't share with the one before, and their values.
+/// A block of entries. Each key is stored without the beginning that it shares with the key before.
 class LevelBlock {
  public:
   /// Takes the bytes of a block.
   LevelCondition assign(std::string bytes);
 
-  /// To the next entry; at the end there is none.
+  /// Moves to the next entry, or to the end.
   LevelCondition next();
   bool atEnd() const { return atEnd_; }
   const std::string& key() const { return key_; }
@@ -37,8 +37,8 @@ class LevelBlock {
 
 class LevelTable : public LevelRun {
  public:
-  /// Nothing is read before the first next(). `size` is what the table has of the file, which must outlive the object.
-  /// No key comes before `smallest`. As much as `window` is read at once, in bytes.
+  /// Nothing is read before the first next(). The table takes the first `size` bytes of the file, which must outlive
+  /// the object. No key comes before `smallest`. `window` bytes are read at once.
   LevelTable(const LevelFile& file, std::uint64_t size, std::string smallest, std::size_t window)
       : file_(file), size_(size), window_(window), smallest_(std::move(smallest)) {}
 

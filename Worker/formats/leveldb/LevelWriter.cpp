@@ -19,7 +19,7 @@ using platform::Platform;
 
 constexpr std::uint64_t kTableSize = 2 << 20;  // bytes, about
 constexpr unsigned kPermissions = 0600;
-constexpr std::uint64_t kLowestLevel = 2;  // where LevelDB puts what overlaps nothing
+constexpr std::uint64_t kLowestLevel = 2;  // where LevelDB puts tables that overlap nothing
 constexpr std::uint64_t kHighestLevel = 6;
 constexpr std::uint64_t kLevelSize = std::uint64_t{100} << 20;  // bytes in that level; each above has ten times as much
 
@@ -30,7 +30,7 @@ std::string inName(std::uint64_t number) {
   return text;
 }
 
-/// The keys that the tables' indexes hold are whole ones: shorter ones would save little.
+/// The keys in the tables' indexes are not shortened: that would save little.
 class KeyOrder : public leveldb::Comparator {
  public:
   int Compare(const leveldb::Slice& one, const leveldb::Slice& other) const override {
@@ -108,7 +108,7 @@ std::error_code LevelWriter::finish() {
   for (std::uint64_t room = kLevelSize; size > room && level < kHighestLevel; room *= 10) ++level;
   for (auto& [number, table] : manifest_.tables) table.level = level;
   manifest_.nextNumber = nextNumber_;
-  manifest_.firstLog = manifestNumber_;  // there is none; those of lower numbers are not the database's
+  manifest_.firstLog = manifestNumber_;  // there is no log; logs of lower numbers are not part of the database
   return create("MANIFEST-" + inName(manifestNumber_), manifest_.bytes());
 }
 

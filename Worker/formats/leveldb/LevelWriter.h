@@ -1,4 +1,4 @@
-// Writes a fresh LevelDB database: tables of about 2 MB, a manifest, and nothing of what was there before.
+// Writes a fresh LevelDB database: tables of about 2 MB and a manifest, with nothing of an earlier database.
 //
 // The files are written one by one through the platform's files, so that no more than one table is held in memory.
 #pragma once
@@ -22,19 +22,19 @@ class LevelWriter {
   LevelWriter(const LevelWriter&) = delete;
   LevelWriter& operator=(const LevelWriter&) = delete;
 
-  // After the first error nothing but takeBack() makes sense.
+  // After the first error only takeBack() may be called.
 
-  /// The entry that follows, in the order of the keys' bytes.
+  /// Adds an entry. Keys must come in the order of their bytes.
   std::error_code add(std::string_view key, std::string_view value);
 
-  /// Writes what is left, and the manifest. The tables become the database by makeCurrent().
+  /// Writes the rest, and the manifest. makeCurrent() then makes the tables the database.
   std::error_code finish();
   std::error_code makeCurrent();
 
   /// Writes the file that processes lock, as LevelDB would when it opens the database.
   std::error_code makeLock();
 
-  /// Removes the files that were written. That a removal fails leaves files that are part of no database.
+  /// Removes the files that were written. Those that can't be removed are part of no database.
   void takeBack();
 
  private:
@@ -47,7 +47,7 @@ class LevelWriter {
   const std::uint64_t manifestNumber_;
   std::uint64_t nextNumber_;
   LevelManifest manifest_;
-  std::unique_ptr<Table> table_;  // null between two
+  std::unique_ptr<Table> table_;  // null between two tables
   std::vector<std::string> created_;
 };
 
