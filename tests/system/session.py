@@ -345,8 +345,8 @@ class Session:
         return os.path.lexists(os.path.join(self.home, path))
 
     def run_browser(self, program, *arguments):
-        """Runs a program of that name, a copy of one that just waits, until quit_browser(). When this returns, the worker
-        has noticed the process, if it runs: it holds at least one process of each browser."""
+        """Runs a program of that name, a copy of one that just waits, until quit_browser(). When this returns, a
+        running worker has noticed the process. The worker holds at least one process of each browser."""
         path = os.path.join(self.bin, program)
         if not os.path.exists(path):
             shutil.copy("/usr/bin/cat", path + ".new")

@@ -62,7 +62,7 @@ class Round:
         self.install_decoys()
 
     def install_decoys(self):
-        """Installs each browser a second time: were one found nowhere, the worker would ask the kernel for all starts."""
+        """Installs each browser a second time: if one were missing, the worker would ask the kernel for all starts."""
         folder = os.path.join(self.desk.root, "decoys")
         os.makedirs(folder)
         for name in BROWSERS:
