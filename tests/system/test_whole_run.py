@@ -70,7 +70,7 @@ class WholeRun(unittest.TestCase):
         asked = len(self.panel.asked)
         self.assertEqual(self.gone(), set())
 
-        # The user has confirmed the script's folder, so our script is installed. A stand-in replaces it to record starts.
+        # The user has confirmed the script's folder, so our script is there. A stand-in replaces it, to record starts.
         installed = os.path.join(self.desk.home, SCRIPT)
         with open(installed) as script, open(os.path.join(PROGRAMS, "../share/tidewell/clearCookies.sh")) as ours:
             self.assertEqual(script.read(), ours.read())
