@@ -124,7 +124,7 @@ TEST_F(AccessRequest, isAnsweredThoughEveryGrantWasRefused) {
 TEST_F(AccessRequest, isAnsweredAfterTheLastStepAndNotBefore) {
   ask("com.google.Chrome");
   EXPECT_THAT(answers, IsEmpty());
-  EXPECT_TRUE(platform.dispatch.runOneOnMain());  // makes the operation
+  EXPECT_TRUE(platform.dispatch.runOneOnMain());  // adds the operation
   EXPECT_THAT(panels(), IsEmpty());
   EXPECT_TRUE(platform.dispatch.runOneInBackground());  // the steps
   EXPECT_THAT(panels(), SizeIs(4));
@@ -188,7 +188,7 @@ TEST_F(AccessRequest, ofSafariThatIsAgreedToInstallsTheScriptAndAsksForNothingAS
   platform.openPanel.agreesToAll = true;
   ask("com.apple.Safari");
   platform.dispatch.runUntilIdle();
-  // The scripts folder twice: to be allowed, and to be confirmed as the place to save the script in.
+  // The scripts folder is shown twice: to be allowed, and to be confirmed as the place for the script.
   EXPECT_THAT(panels(),
               ElementsAre("Library/Cookies", "Library/Safari", ".local/share/scripts", ".local/share/scripts",
                           "Library/Caches", "Library/Application Support/Microsoft", "Library/Preferences/Macromedia"));

@@ -1,4 +1,4 @@
-// From an application that quits to the two runs.
+// Runs after an application has quit: when they start, and in what order.
 
 #include <chrono>
 
@@ -24,7 +24,7 @@ constexpr char kProfile[] = "Library/Application Support/Firefox/Profiles/p";
 
 class CleaningRun : public GrantedHomeTest {
  protected:
-  /// How many runs have removed Silverlight's data, which each of them does once.
+  /// How many runs there were: each removes Silverlight's data once.
   std::size_t runs() const {
     const auto removals = platform.removals();
     return static_cast<std::size_t>(std::count(removals.begin(), removals.end(), kSilverlight));
@@ -164,7 +164,7 @@ TEST_F(CleaningRun, schedulesTheSecondOnTheGlobalQueueOfHighPriority) {
 
 TEST_F(CleaningRun, makesItsOperationQueueOnTheMainThread) {
   platform.dispatch.asBackgroundThread([this] { worker->clearData_andNotify("Firefox", false); });
-  EXPECT_THAT(platform.journal.entriesAfter("operation queue"), IsEmpty());  // it only hands over, and returns
+  EXPECT_THAT(platform.journal.entriesAfter("operation queue"), IsEmpty());  // it only posts a task, and returns
   platform.dispatch.runUntilIdle();
   EXPECT_THAT(platform.journal.entriesAfter("operation queue on "), ElementsAre("main"));
 }
@@ -181,7 +181,7 @@ TEST_F(CleaningRun, cleansInItsOperationAndNowhereElse) {
   platform.home.file(std::string(kProfile) + "/storage/default/a");
   platform.journal.clear();
   worker->clearData_andNotify("Firefox", false);
-  EXPECT_TRUE(platform.dispatch.runOneOnMain());  // makes the operation
+  EXPECT_TRUE(platform.dispatch.runOneOnMain());  // adds the operation
   EXPECT_THAT(platform.journal.entriesAfter("queue "), IsEmpty());
   EXPECT_TRUE(platform.dispatch.runOneInBackground());  // the operation
   EXPECT_THAT(platform.journal.placesOf("queue "), AllOf(Not(IsEmpty()), Each("operation")));
@@ -232,7 +232,7 @@ TEST_F(CleaningRun, ofSafariCallsTheFiveCleanersInTheirOrder) {
   worker->clearData_andNotify("Safari", false);
   platform.journal.clear();
   platform.dispatch.runUntilIdle();
-  // The cookies' turn comes first, though they go later.
+  // The cookie cleaner is called first, though it removes the cookies a second later.
   EXPECT_THAT(platform.journal.entriesAfter("after "), ElementsAre("1000000000 ns on main"));
   const auto entries = platform.journal.entries();
   const auto cookies = std::find(entries.begin(), entries.end(), "after 1000000000 ns on main");
@@ -249,12 +249,12 @@ TEST_F(CleaningRun, thatIsStillUnderWayWhenTheSecondStartsDoesAllItsWorkAndSoDoe
   platform.home.file(std::string(kProfile) + "/storage/default/a");
   enable({"org.mozilla.firefox"});
   platform.own().clear();
-  // The first run waits for the person at a panel, while eight seconds go by.
+  // The first run waits for the user at a panel while eight seconds pass.
   int panels = 0;
   platform.openPanel.whileShown = [&] {
     if (++panels > 1) return;
     platform.dispatch.advance(8s);
-    EXPECT_EQ(runs(), 1U);  // the second run is over, its notification is there
+    EXPECT_EQ(runs(), 1U);  // the second run is over, and has notified
     EXPECT_THAT(platform.journal.entriesAfter("notify "), SizeIs(1));
     EXPECT_FALSE(platform.home.exists(std::string(kProfile) + "/storage/default"));
     platform.home.file(std::string(kProfile) + "/storage/default/b");  // the browser has been started again
@@ -284,7 +284,7 @@ TEST_F(CleaningRun, isNotLeftOutBecauseTheBrowserRunsAgain) {
 TEST_F(CleaningRun, ofTwoBrowsersAreFourRunsThatOverlap) {
   platform.shared().insert_or_assign("displayNotifications", true);
   enable({"org.mozilla.firefox", "com.operasoftware.Opera"});
-  // Neither run has begun when the other is handed over.
+  // Both first runs are queued before either begins.
   platform.workspace.quit("Firefox", std::nullopt);
   platform.workspace.quit("Opera", "com.operasoftware.Opera");
   EXPECT_EQ(platform.dispatch.waitingOnMain(), 2U);

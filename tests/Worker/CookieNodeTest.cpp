@@ -66,7 +66,7 @@ TEST_F(Cookies, ofSafariGoThoughNobodyElseHoldsTheWorker) {
 TEST_F(Cookies, ofSafariAreHandedOverBeforeTheScriptAndBothOnTheMainThread) {
   platform.home.file("Library/Cookies/Cookies.binarycookies");
   std::size_t handedOver = 0;
-  // The script is missing, and so a panel asks for it.
+  // The script is missing, so a panel asks for its folder.
   platform.openPanel.whileShown = [&] { handedOver = platform.dispatch.waitingInBackground(); };
   removeCookies("Safari");
   platform.journal.clear();
@@ -150,7 +150,7 @@ TEST_F(Cookies, ofChromeAreThoseOfTheProfilesThatWereListedBeforeTheChannelIDs) 
     if (entry.starts_with("read ")) order.emplace_back("list");
     if (entry.starts_with("queue ")) order.emplace_back("queue");
   }
-  // Each call of the facade makes a queue: for the two lists, two statements and two removals.
+  // Each call of Sandbox makes a queue: for the two lists, two statements and two removals.
   EXPECT_THAT(order, ElementsAre("queue", "list", "queue", "list", "queue", "queue", "queue", "queue"));
 }
 

@@ -26,7 +26,7 @@ class SiteStorage : public GrantedHomeTest {
     }
     runStatements(home(below), statements);
   }
-  /// What was handed over, in order: statements and removals, below the home folder.
+  /// The statements and removals so far, in order, with paths relative to the home folder.
   std::vector<std::string> steps() const {
     std::vector<std::string> steps;
     for (std::string entry : platform.journal.entries()) {
@@ -128,7 +128,7 @@ TEST_F(SiteStorage, ofSafariKeepsTheOriginsOfAnIndexAsTheyAre) {
   makeIndex(index, {"it''s_0"});
   removeStorage("Safari");
   EXPECT_THAT(steps(), ElementsAre("sql SELECT origin FROM Databases; on " + index,
-                                   "remove " + std::string(kSafari) + "Databases/it's_0"));  // the others can't be run
+                                   "remove " + std::string(kSafari) + "Databases/it's_0"));  // the DELETEs fail
   EXPECT_THAT(valuesOf(home(index), "SELECT origin FROM Databases"), ElementsAre("it's_0"));
 }
 
@@ -170,7 +170,7 @@ TEST_F(SiteStorage, ofChromeWithoutLocalStorageStillLosesIndexedDB) {
   platform.home.file(std::string(kChrome) + "P/IndexedDB/x");
   removeStorage("Google Chrome");
   EXPECT_THAT(steps(), ElementsAre("remove " + std::string(kChrome) + "P/IndexedDB"));
-  EXPECT_THAT(platform.journal.entriesAfter("list "), IsEmpty());  // what is not there is not looked into
+  EXPECT_THAT(platform.journal.entriesAfter("list "), IsEmpty());  // a missing folder is not listed
 }
 
 TEST_F(SiteStorage, ofChromeWithoutAnIndexIsLocalStorage) {
@@ -331,7 +331,7 @@ TEST_F(SiteStorage, ofFirefoxWithoutTheScopeColumnAddsNothing) {
   EXPECT_THAT(valuesOf(home(table), "SELECT other FROM webappsstore2"), ElementsAre("a.:b"));
 }
 
-// Values that are hostile to statements.
+// Values that try to break out of statements.
 
 TEST_F(SiteStorage, withAQuoteInAnOriginMakesOnlyThatStatementFail) {
   listChromeProfile();
@@ -339,7 +339,7 @@ TEST_F(SiteStorage, withAQuoteInAnOriginMakesOnlyThatStatementFail) {
   makeIndex(profile + "databases/Databases.db", {"a''); DROP TABLE Databases; --", "http_a.com_0"});
   platform.home.file(profile + "databases/http_a.com_0/1");
   removeStorage("Google Chrome");
-  // Only the first statement of a text is ever compiled, and here it matches nothing of the site's.
+  // Only the first statement of a text is compiled, and here it matches no row.
   EXPECT_THAT(valuesOf(home(profile + "databases/Databases.db"), "SELECT count(*) FROM Databases"), ElementsAre("2"));
   EXPECT_FALSE(platform.home.exists(profile + "databases/http_a.com_0"));
 }

@@ -1,4 +1,4 @@
-// What is chosen for deletion, and what is spared.
+// Which origins are chosen for deletion, and which are kept.
 
 #include "tests/support/WorkerTest.h"
 

@@ -1,5 +1,5 @@
-// Names that are no browser's, in a home that holds data of all five: cleaners leave everything as it is, but for what
-// they do whatever the name.
+// Cleaners that are called with names of no browser, in a home that holds data of all five: they change nothing except
+// what they remove for every name.
 
 #include <chrono>
 
@@ -38,7 +38,7 @@ class OtherNames : public GrantedHomeTest {
 
   HomeState sampleHome() const {
     testing_support::fillSampleHome(platform.home);
-    // The stores of one browser, where another would look for its own.
+    // A store of one browser, in the places of the others.
     for (const char* folder : {"Library/Cookies/", testing_support::kFirefox, testing_support::kChrome, "Library/"}) {
       testing_support::runStatements(
           home(std::string(folder) + "Origin Bound Certs"),
@@ -47,7 +47,7 @@ class OtherNames : public GrantedHomeTest {
     return HomeState(platform.home);
   }
 
-  /// What differs in the home when a cleaner was called with all of the names, and a while has gone by.
+  /// What has changed in the home after the cleaner was called with all of the names, and time has passed.
   HomeDifference differenceAfter(Cleaner cleaner) {
     const testing_support::StatementJournal statements(platform.journal);
     for (const char* name : kNames) {

@@ -1,4 +1,4 @@
-// What goes of Flash's and Silverlight's data, and what stays.
+// Which of Flash's and Silverlight's data are removed, and which stay.
 
 #include "tests/support/WorkerTest.h"
 

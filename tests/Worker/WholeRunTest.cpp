@@ -1,5 +1,5 @@
-// A browser quits in a home that holds data of all five: exactly what is to go goes, and everything else is byte for
-// byte as it was.
+// A browser quits in a home that holds data of all five: exactly the expected items are removed, and everything else
+// stays the same byte for byte.
 
 #include <sys/stat.h>
 
@@ -37,13 +37,13 @@ Texts operator+(Texts first, const Texts& second) {
   return first;
 }
 
-/// With the same words in front of each.
+/// The texts with `front` before each.
 Texts each(const std::string& front, Texts rests) {
   for (std::string& rest : rests) rest.insert(0, front);
   return rests;
 }
 
-// What every browser's quit takes along, and what those without a Flash Player of their own do.
+// What every browser's run removes, and what those of browsers without their own Flash Player remove.
 const Texts kOfEveryBrowser = {"Library/Caches/Adobe/Flash Player/AssetCache/", "Library/Caches/QuickTime/downloads/",
                                "Library/Application Support/Microsoft/Silverlight/"};
 const Texts kFlashPlayer = {"Library/Preferences/Macromedia/Flash Player/"};
@@ -87,7 +87,7 @@ class WholeRun : public GrantedHomeTest {
     return HomeState(platform.home);
   }
 
-  /// The browser alone is enabled, quits, and its first run goes by; Safari's takes a second to the end.
+  /// Enables only this browser, lets it quit, and lets its first run pass; Safari's takes a second.
   void quit(const std::string& name, const std::string& identifier) {
     enable({identifier});
     platform.workspace.quit(name, identifier);
@@ -96,7 +96,7 @@ class WholeRun : public GrantedHomeTest {
 
   HomeDifference difference() const { return {before, HomeState(platform.home)}; }
 
-  /// All that goes, with nothing else changed: at once, and after the second run, too.
+  /// Expects exactly these items and rows to be removed by the first run, and no change by the second.
   void expectToGo(const std::string& name, const std::string& identifier, const Texts& items, const Texts& rows) {
     quit(name, identifier);
     const HomeState afterFirst(platform.home);
@@ -139,7 +139,7 @@ TEST_F(WholeRun, ofSafariTakesItsSitesDataAndNothingElse) {
               ElementsAre("safari-extension_notes_0"));
   EXPECT_THAT(valuesOf(home(safari + "LocalStorage/StorageTracker.db"), "SELECT origin FROM Origins"),
               ElementsAre("safari-extension_notes_0"));
-  EXPECT_THAT(platform.journal.entriesAfter("script "), ElementsAre(home(kScript), home(kScript)));  // once a run
+  EXPECT_THAT(platform.journal.entriesAfter("script "), ElementsAre(home(kScript), home(kScript)));  // once in each run
 }
 
 TEST_F(WholeRun, ofFirefoxTakesItsSitesDataAndNothingElse) {
@@ -227,7 +227,7 @@ TEST_F(WholeRun, ofAllFiveAtOnceIsTheSumOfThem) {
 TEST_F(WholeRun, withOverwritingTakesTheSame) {
   quit("Firefox", "org.mozilla.firefox");
   const HomeDifference plain = difference();
-  const testing_support::ScratchFolder scratch;  // the same once more
+  const testing_support::ScratchFolder scratch;  // a second, equal home
   platform.shared().insert_or_assign(tidewell::kUserFolderKey, scratch.path());
   platform.shared().insert_or_assign("secureDeleteData", true);
   platform.grant(scratch.path());

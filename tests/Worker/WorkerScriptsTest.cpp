@@ -197,7 +197,7 @@ TEST_F(CookieScript, thatCanNotBeExecutedIsLogged) {
 }
 
 TEST_F(CookieScript, isCheckedForOnTheMainThreadWhoeverAsks) {
-  platform.openPanel.willChoose(home(kFolder));  // the panel itself refuses another thread
+  platform.openPanel.willChoose(home(kFolder));  // FakeOpenPanel throws on any other thread
   platform.dispatch.asBackgroundThread([] { WorkerAppDelegate::checkCookieScript(); });
   EXPECT_TRUE(platform.home.exists(kScript));
 }

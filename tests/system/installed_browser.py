@@ -1,5 +1,5 @@
-"""Browsers as they are installed, of an ordinary user who just starts them: where they keep their data, what their
-owner has in them, and the ways in which they end."""
+"""Installed browsers that an ordinary user starts: where they keep their data, what the user has stored in them, and
+the ways in which they end."""
 
 import contextlib
 import glob
@@ -12,8 +12,7 @@ import subprocess
 
 import traces
 
-# A mark of a site that stays with a list: names and titles are what these lists are for, and the tabs that are open go
-# on with what was typed into them.
+# Marks of a site that may stay: history and bookmarks hold titles, and open tabs keep their own state.
 TITLES = {"title"}
 TABS = {"title", "field", "formText", "historyState", "windowName"}
 COMPLAINTS = re.compile(r"corrupt|malformed|not a database|disk image|IO error|could not be (opened|read)|"
@@ -21,18 +20,18 @@ COMPLAINTS = re.compile(r"corrupt|malformed|not a database|disk image|IO error|c
 
 
 class Browser:
-    """One browser of a session with a screen. Its data and caches lie in `data` and `cache`, from the home folder."""
+    """One browser of a session with a screen. Its data and caches are in `data` and `cache`, below the home folder."""
 
     name = identifier = command = data = cache = ""
     other_places = {}   # of sandboxed installations: the folders for data and cache
     arguments = []
-    first_profile = []  # what to say to get the first one, where the browser opens the one that was used last
+    first_profile = []  # arguments for the first profile, where the browser opens the last used one by itself
     quit_keys = []
-    manifest = {}       # of the extension
-    spared = {}         # what may go on naming sites, as expressions for paths in `data`: marks that may be there
+    manifest = {}       # the extension's
+    spared = {}         # files that may name sites: expressions for paths in `data`, with the allowed marks
     stores = {}         # what sites fill: expressions for paths in `data` and `cache`
-    fills_at_once = ()  # those of them that are on the disk before the browser ends, whatever the way
-    read_back = set()   # what a visit finds again besides what pages could write
+    fills_at_once = ()  # those of them that are on the disk before the browser ends in any way
+    read_back = set()   # what a visit finds again besides what pages write
 
     def __init__(self, desk, screen, site):
         self.desk, self.screen, self.site = desk, screen, site
@@ -43,7 +42,7 @@ class Browser:
         return os.path.join(self.desk.home, *parts)
 
     def run(self, *arguments):
-        """Starts it; it may hand over to one that runs already."""
+        """Starts the browser, which may hand over to an instance that runs already."""
         with open(self.output, "a") as output:
             process = subprocess.Popen(
                 ["/usr/bin/" + self.command, *self.arguments, *arguments], cwd=self.desk.home,
@@ -61,7 +60,7 @@ class Browser:
         return all(process.poll() is not None for process in self.processes)
 
     def complaints(self):
-        """What it says about files that are not as it left them."""
+        """The browser's messages about damaged files, and the files and windows that show such damage."""
         with open(self.output, errors="replace") as output:
             found = [line for line in output if COMPLAINTS.search(line)]
         for folder in (self.data, self.cache):
@@ -73,7 +72,7 @@ class Browser:
     def titles(self):
         return [self.screen.xdotool("getwindowname", number).strip() for number in self.screen.windows(".")]
 
-    # Ways to end. Some browsers ask whether that is meant: the suggested answer is yes.
+    # Ways to end. Some browsers ask for confirmation; their default answer is yes.
 
     def press_and_agree(self, *keys):
         self.screen.press(*keys)
@@ -101,12 +100,12 @@ class Browser:
         self.desk.wait(self.has_ended, what="the browser's end by " + way)
 
     def see_to_what_it_asks(self):
-        """What its owner does after the end, where it has left a window."""
+        """Closes the window that the browser may have left after its end."""
 
-    # What lies where.
+    # Stores and files.
 
     def store_of(self, path, data=None, cache=None):
-        """The store that the file at that path from the home folder belongs to; itself when it is none of them."""
+        """The store that the file belongs to, or its path if it belongs to none. The path is below the home folder."""
         for folder in (data or self.data, cache or self.cache):
             if path.startswith(folder + "/"):
                 inside = path[len(folder) + 1:]
@@ -116,12 +115,12 @@ class Browser:
         return path
 
     def stores_in(self, found, data=None, cache=None):
-        """The stores that those traces of sites are in."""
+        """The stores in which these traces of sites were found."""
         return {self.store_of(path, data, cache) for path, words in found.items()
                 if any(not word.startswith("zqextension-") for word in words)}
 
     def wait_until_filled(self):
-        """Until all is on the disk that is there whichever way it ends."""
+        """Waits until all stores in `fills_at_once` are on the disk."""
         missing = set()
 
         def filled():
@@ -135,7 +134,7 @@ class Browser:
             raise AssertionError(f"not on the disk: {missing}") from None
 
     def must_go(self, found, data=None):
-        """Of what was found below the home folder, what a cleaning leaves nowhere."""
+        """The traces, of those found below the home folder, that a cleaning must remove."""
         left = {}
         for path, words in found.items():
             allowed = None
@@ -150,7 +149,7 @@ class Browser:
         return left
 
     def rows(self, path, query):
-        """Of a database of the profile, which a browser may hold: thus of a copy."""
+        """The result of a query on a database, which is copied first, since a browser may have it locked."""
         copy = os.path.join(self.desk.root, "copy")
         for ending in ("", "-wal"):
             with contextlib.suppress(FileNotFoundError):
@@ -163,9 +162,9 @@ class Browser:
                 os.remove(left)
 
     def prepare(self):
-        """The first start, after which all is there that its owner has in it."""
+        """Starts the browser for the first time, and stores what belongs to the user."""
         raise NotImplementedError
 
     def owned(self):
-        """Bookmarks, passwords and history, as they lie on the disk."""
+        """Bookmarks, passwords and history, as they are on the disk."""
         raise NotImplementedError

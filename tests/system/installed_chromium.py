@@ -80,7 +80,7 @@ class Chromium(Browser):
         self.desk.give(self.desk.home)
 
     def install_extension(self):
-        """As a package of the system's does: a note in a folder for that says where the extension is."""
+        """Installs the extension as a system package does: a file in "External Extensions" names its path."""
         folder = os.path.join(self.desk.root, "extension")
         self.site.extension(folder, self.manifest)
         self.desk.give(self.site.folder)
@@ -110,7 +110,7 @@ class Chromium(Browser):
                 "synced": {**folder, "children": [], "id": "3", "name": "Mobile bookmarks"}}}, file)
 
     def save_password(self):
-        # With no keyring in the session the browser encrypts by a key that it knows by heart.
+        # Without a keyring in the session the browser encrypts with a fixed key.
         key = hashlib.pbkdf2_hmac("sha1", b"peanuts", b"saltysalt", 1, 16)
         secret = subprocess.run(["openssl", "enc", "-aes-128-cbc", "-K", key.hex(), "-iv", (b" " * 16).hex()],
                                 input=b"a password", check=True, capture_output=True).stdout

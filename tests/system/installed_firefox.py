@@ -64,8 +64,8 @@ class Firefox(Browser):
                     if section.get("Name") == name)
 
     def prepare(self):
-        """Its owner trusts an authority, installs an extension that nobody has signed, keeps a bookmark and a password,
-        and lets a site notify."""
+        """Trusts a certificate authority, installs an unsigned extension, stores a bookmark and a password, and lets a
+        site notify."""
         self.site.extension(os.path.join(self.desk.root, "extension"), self.manifest)
         with marionette.turn():
             self.start(*marionette.Marionette.arguments)
@@ -97,7 +97,7 @@ class Firefox(Browser):
             self.end("quitting by the menu or its key")
 
     def see_to_what_it_asks(self):
-        """After a crash a window of another program asks for a report: its button to quit."""
+        """After a crash another program asks in a window for a report: clicks its button to quit."""
         for number in self.screen.windows("Crash Reporter"):
             self.screen.click(number, 340, 372)
             self.desk.wait(lambda: not self.screen.windows("Crash Reporter"),

@@ -1,5 +1,5 @@
-"""Browsers in the home of an ordinary user: sites fill all that they can, the browser ends, the worker cleans, and
-nothing of any site is left, while all that belongs to the user is whole. Each browser's tests derive from LinuxHome."""
+"""Tests of browsers in the home of an ordinary user: sites fill every store, the browser ends, the worker cleans, and
+no data of sites is left, while the user's own data is unchanged. Each browser's tests derive from LinuxHome."""
 
 import contextlib
 import os
@@ -35,7 +35,7 @@ class Desk(session.Session):
         super().close()
 
     def enable(self, browser):
-        """All that is ever set, and where the home of this session is: the account of its user names another."""
+        """Enables the browser, and sets the home folder, since the user's account names another one."""
         self.defaults("write", session.SHARED, "userFolder", "-string", self.home)
         self.start_worker()
         self.tidewell("notifications", "on")
@@ -43,7 +43,7 @@ class Desk(session.Session):
 
     @contextlib.contextmanager
     def worker_held_up(self):
-        """What happens meanwhile it sees afterwards."""
+        """Stops the worker meanwhile; it handles afterwards what has happened."""
         self.worker.process.send_signal(signal.SIGSTOP)
         try:
             yield
@@ -56,8 +56,8 @@ class LinuxHome(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        """A home whose browser has an extension, a bookmark, a password, and all that one visit leaves; nothing has
-        been cleaned."""
+        """Makes a home whose browser has an extension, a bookmark, a password, and all that one visit leaves. Nothing
+        in it has been cleaned."""
         cls.template = session.tempfile.mkdtemp(prefix="tidewell-", dir="/tmp")
         cls.addClassCleanup(shutil.rmtree, cls.template, ignore_errors=True)
         cls.site = local_site.Site(cls.template + "/site")
@@ -77,7 +77,7 @@ class LinuxHome(unittest.TestCase):
         self.browser = self.browser_class(self.desk, self.desk.screen, self.site)
 
     def take_over(self, *folders):
-        """Folders of the filled home: (which, and where it shall lie)."""
+        """Copies folders of the filled home; each argument is (the folder, its place in the new home)."""
         for folder, place in folders:
             shutil.copytree(os.path.join(self.template, "home", folder), os.path.join(self.desk.home, place),
                             symlinks=True, dirs_exist_ok=True)
@@ -85,7 +85,7 @@ class LinuxHome(unittest.TestCase):
 
     @classmethod
     def use(cls, browser, *arguments):
-        """A visit, with all that it takes to fill every store; answers what was told."""
+        """Starts the browser for a visit that fills every store; returns what the pages reported."""
         address, visit = cls.site.next_visit()
         browser.start(*arguments, address)
         cls.wait_for(browser, visit)
@@ -110,10 +110,10 @@ class LinuxHome(unittest.TestCase):
         browser.screen.press("ctrl+plus")
         browser.desk.wait(lambda: visit.zoomed, what="the zoom")
 
-    # What is looked at.
+    # Checks.
 
     def check_works(self, visit):
-        """Whatever was there before, every store can be used."""
+        """Checks that every store can be used, whatever was there before."""
         for place, page in visit.pages.items():
             self.assertNotIn("error", page, place)
             self.assertEqual(page["failed"], {}, place)
@@ -124,12 +124,12 @@ class LinuxHome(unittest.TestCase):
 
     @staticmethod
     def written(visit):
-        """What the next visit must find, when nothing is cleaned."""
+        """What the next visit must find if nothing is cleaned."""
         return {f"{place}: {name}" for place, page in visit.pages.items() for name, value in page["works"].items()
                 if value is not None and name != "sessionStorage"}
 
     def check_extension(self, visit):
-        """It has all that it ever kept."""
+        """Checks that the extension still has everything that it has stored."""
         told = visit.extension
         self.assertEqual(told["failed"], {})
         self.assertEqual(told["found"], told["works"])
@@ -148,7 +148,7 @@ class LinuxHome(unittest.TestCase):
 
     def wait_for_cleaning(self, count):
         self.desk.wait(lambda: len(self.desk.notifications.posted) >= count, what="the notification")
-        # It is posted when the second run is through, and there is no other run.
+        # The notification is posted at the end of the second run, after which there is no other.
         self.assertEqual(self.desk.notifications.posted[-1]["body"],
                          f"Cookies, Databases, Flash, Silverlight, and Cache removed from {self.browser.name}")
         self.assertEqual(len(self.desk.notifications.posted), count)
@@ -176,7 +176,7 @@ class LinuxHome(unittest.TestCase):
                     owned = self.browser.owned()
                 self.wait_for_cleaning(count)
                 after = self.traces()
-                self.browser.see_to_what_it_asks()  # a report of a crash is written anew by that, until the next quit
+                self.browser.see_to_what_it_asks()  # this writes a crash report again, which stays until the next quit
                 table.ended(way, before, after)
                 self.check_nothing_is_left(after)
                 self.assertEqual(self.browser.owned(), owned)

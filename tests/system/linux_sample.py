@@ -1,5 +1,5 @@
-"""A home as an ordinary Linux desktop has it: what Firefox and browsers of Chromium's family keep after some days of
-use. Each line of `contents` is counted on the disk, before and after a cleaning."""
+"""A home of an ordinary Linux desktop, with what Firefox and browsers of Chromium's family keep after some days of use.
+Each entry of `contents` can be counted on the disk, before and after a cleaning."""
 
 import os
 import random
@@ -15,20 +15,20 @@ FIREFOX_EXTENSION = "0d4f7ba1-65d4-4a2c-8e2e-d3dcd5bb7e0c"
 
 
 class Content:
-    """One kind of thing in one place: `goes` says whether a cleaning removes it; `count()` looks how many there are."""
+    """One kind of data in one place: `goes` says whether a cleaning removes it; `count()` counts it on the disk."""
 
     def __init__(self, what, place, goes, count):
         self.what, self.place, self.goes, self.count = what, place, goes, count
 
 
 class Browser:
-    """`program` is what its process is called, `word` what the command calls it."""
+    """`program` is the name of the browser's process, `word` its name for the command."""
 
     def __init__(self, name, word, program, home, folders):
         self.name, self.word, self.program, self.home = name, word, program, home
-        self.folders = folders  # for data and for caches, as they are asked for
+        self.folders = folders  # for data and for caches, in the order in which they are asked for
         self.contents = []
-        self.late = None  # what it writes once more while it goes down
+        self.late = None  # the file that it writes again while it shuts down
 
     @property
     def notification(self):
@@ -41,13 +41,13 @@ class Browser:
         self.contents.append(Content(what, place, False, count))
 
     def size(self):
-        """The number of its files, and of their bytes."""
+        """The number of the browser's files, and their size in bytes."""
         found = [size for folder in self.folders for _, size in files.list_files(os.path.join(self.home, folder))]
         return len(found), sum(found)
 
 
 def pages(folder, count, seed, name):
-    """A cache of that many pages and pictures."""
+    """Fills a cache with that many pages and pictures."""
     chance = random.Random(seed)
     for number in range(count):
         files.write(os.path.join(folder, name(chance)), chance.randbytes(chance.randrange(2_000, 90_000)))

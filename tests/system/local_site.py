@@ -1,6 +1,6 @@
 """Sites on this machine that leave in a browser all that a site can: one that is visited and two that it frames, one of
-those over secure connections. Their names end in "localhost", which browsers resolve by themselves and trust as they
-trust a secure site."""
+those over secure connections. Their names end in "localhost": browsers resolve these by themselves, and trust them like
+secure sites."""
 
 import base64
 import http.server
@@ -30,12 +30,12 @@ addEventListener("fetch", event => {});
 """
 KEPT = {"Cache-Control": "public, max-age=864000"}
 NOT_KEPT = {"Cache-Control": "no-store"}
-# What a page's requests bring to the server that the browser has kept: told with the rest of the page's report.
+# Data that the browser has kept and sends to the server with its requests, by the name in the page's report.
 COOKIES = {"httpOnlyCookie": "httponly", "sessionCookie": "session", "partitionedHttpOnlyCookie": "__Host-part"}
 
 
 class Authority:
-    """Makes certificates; its own is in `folder`/authority.pem."""
+    """A certificate authority; its own certificate is in `folder`/authority.pem."""
 
     def __init__(self, folder):
         self.folder = folder
@@ -52,7 +52,7 @@ class Authority:
         subprocess.run(["openssl", *words], cwd=self.folder, check=True, capture_output=True)
 
     def context(self, host):
-        """For a server of that name."""
+        """The TLS context for a server of that name."""
         with open(os.path.join(self.folder, "extensions"), "w") as file:
             file.write(f"subjectAltName=DNS:{host}\nextendedKeyUsage=serverAuth\nbasicConstraints=CA:FALSE\n")
         self._run("req", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-subj", "/CN=" + host,
@@ -64,7 +64,7 @@ class Authority:
         return context
 
     def trust_in(self, database):
-        """Adds it to a database of trusted authorities, as its owner does in the browser."""
+        """Adds the authority to a database of trusted ones, as the user does in the browser."""
         os.makedirs(database, exist_ok=True)
         if not os.path.exists(database + "/cert9.db"):
             subprocess.run(["certutil", "-d", "sql:" + database, "-N", "--empty-password"], check=True)
@@ -73,22 +73,22 @@ class Authority:
 
 
 class Visit:
-    """What the pages of one visit have told."""
+    """What the pages of one visit have reported."""
 
     def __init__(self):
         self.pages = {}      # place: {"found": …, "failed": …, "works": …}
         self.extension = None
         self.typed = ""
         self.zoomed = None
-        self.again = []      # what tabs still have that were opened again
-        self.asked = {}      # place: {what the browser had kept and sent along}
-        self.served = set()  # (place, path): what it did not have
+        self.again = []      # what reopened tabs still have
+        self.asked = {}      # place: {what the browser had kept and sent}
+        self.served = set()  # (place, path): what the browser requested, and so did not have
 
     def complete(self):
         return set(self.pages) == set(HOSTS)
 
     def found(self):
-        """What was found, of all pages, as "place: store" and its contents."""
+        """What all pages have found, as "place: store" with its contents."""
         found = {}
         for place, page in self.pages.items():
             found.update({f"{place}: {name}": value for name, value in page["found"].items() if value is not None})
@@ -99,14 +99,14 @@ class Visit:
 
 
 class Site:
-    """Serves all places; `visits` holds what was told, by number."""
+    """Serves all places; `visits` holds the reports by number."""
 
     def __init__(self, folder):
         os.makedirs(folder)
         self.folder = folder
         self.authority = Authority(folder)
         self.visit = 0
-        self.visits = {0: Visit()}  # the first is that of an extension alone
+        self.visits = {0: Visit()}  # number 0 is for the extension only
         self.extension_told = False
         self.servers = [self._serve(None), self._serve(self.authority.context(HOSTS["secure"]))]
         self.port, self.secure_port = (server.server_port for server in self.servers)
@@ -116,12 +116,12 @@ class Site:
             daemon_threads = True
 
             def handle_error(self, *_):
-                pass  # a browser that went while it was answered
+                pass  # the browser ended during the reply
 
             def finish_request(self, request, address):
                 if not context:
                     return super().finish_request(request, address)
-                # In the thread of this connection: others must not wait for its handshake.
+                # In this connection's thread, so that others don't wait for the handshake.
                 request.settimeout(60)
                 with context.wrap_socket(request, server_side=True) as secured:
                     super().finish_request(secured, address)
@@ -141,7 +141,7 @@ class Site:
         return f"http://{HOSTS[place]}:{self.port}/"
 
     def next_visit(self):
-        """Answers its address and what will be told."""
+        """Begins a visit; returns its address and its reports, which are still empty."""
         self.visit = len(self.visits)
         self.visits[self.visit] = Visit()
         return self.address("first") + f"?visit={self.visit}", self.visits[self.visit]
@@ -157,7 +157,7 @@ class Site:
                                other=f"http://{HOSTS['secure']}:{self.port}/plain")
 
     def extension(self, folder, manifest):
-        """Lays an extension out in a folder, which then holds "extension.xpi" too."""
+        """Writes an extension to a folder, and beside it "extension.xpi"."""
         shutil.copytree(os.path.join(PAGES, "extension"), folder)
         shutil.copy(os.path.join(PAGES, "stores.js"), folder)
         for name, contents in (("manifest.json", manifest),
@@ -223,7 +223,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
             self.send_error(404)
 
     def note_what_came(self, place, path):
-        """With the first request of a visit for this path, before the visit has written anything that belongs to it."""
+        """Records what came with a visit's first request for this path, before the visit has written anything."""
         visit = self.site.visits[self.site.visit]
         if (place, path) in visit.served:
             return
@@ -238,7 +238,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
             asked["dictionary"] = "yes"
 
     def lasting(self, place):
-        """All that a server can ask a browser to keep about it."""
+        """The headers by which a server makes a browser keep something about it."""
         everywhere = "Path=/; HttpOnly; SameSite=None; Secure"
         reports = self.site.address(place) + "reports"
         return {

@@ -1,4 +1,4 @@
-"""Does in a running Firefox what its owner does in its own pages, which no window shows by a key alone."""
+"""Controls a running Firefox, for what a user does in the browser's own pages and can't be done by keys alone."""
 
 import contextlib
 import json
@@ -8,8 +8,8 @@ import time
 
 @contextlib.contextmanager
 def turn():
-    """Every Firefox that can be talked to listens on the same port: there is one at a time on the machine, whoever runs
-    these tests. Held by a name that is given back with the end of the process, however that comes."""
+    """Waits for this process's turn: every controlled Firefox listens on the same port, so there is one at a time on
+    the machine. An abstract socket name holds the turn; the kernel frees it when the process ends in any way."""
     with socket.socket(socket.AF_UNIX) as name:
         while True:
             try:
@@ -37,7 +37,7 @@ class Marionette:
                     raise
                 time.sleep(0.1)
         self.number = 0
-        self._receive()  # its greeting
+        self._receive()  # the server's greeting
         self._call("WebDriver:NewSession", {})
         self._call("Marionette:SetContext", {"value": "chrome"})
 
@@ -63,7 +63,7 @@ class Marionette:
         return answer
 
     def run(self, script, *arguments):
-        """The script may await; it answers with `return`."""
+        """Runs a script, which may await, and returns its value."""
         return self._call("WebDriver:ExecuteAsyncScript", {
             "script": "const done = arguments[arguments.length - 1]; (async (...given) => {" + script +
                       "})(...arguments).then(value => done({value}), error => done({error: String(error)}))",

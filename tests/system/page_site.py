@@ -1,11 +1,11 @@
-"""A site of one page that fills the stores of a browser, and tells what it found in them."""
+"""A site of one page that fills the stores of a browser, and reports what it found in them."""
 
 import http.server
 import json
 import threading
 
-# Tells what it finds in every store, then fills them and reads them back. Chromium writes its cookies to the disk after
-# half a minute or after 512 changes, and not when it is told to quit: thus so many changes.
+# Reports what it finds in every store, then fills them and reads them back. Chromium writes its cookies to the disk
+# after half a minute or after 512 changes, but not when it is told to quit, hence the 600 changes.
 PAGE = b"""<!doctype html><meta charset="utf-8"><title>Stores</title><link rel="icon" href="data:,"><script>
 const result = request => new Promise((done, fail) => {
   request.onsuccess = () => done(request.result);
@@ -50,7 +50,7 @@ const write = base => new Promise((done, fail) => {
 
 
 class Site:
-    """Serves the page; `reports` holds what it has told, with the cookies that came with the visit."""
+    """Serves the page; `reports` holds its reports, with the cookies that came with the visit."""
 
     def __init__(self):
         site = self
@@ -90,7 +90,7 @@ class Site:
 
         class Server(http.server.ThreadingHTTPServer):
             def handle_error(self, *_):
-                pass  # a browser that went while it was answered
+                pass  # the browser ended during the reply
 
         self.reports = []
         self.cookies = ""

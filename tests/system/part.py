@@ -19,7 +19,7 @@ def main(part, path):
     folder, name = os.path.split(os.path.abspath(path))
     sys.path.insert(0, folder)
     module = importlib.import_module(name.removesuffix(".py"))
-    # In the order in which all of them would run, dealt out one by one.
+    # The tests in their usual order, of which each part takes every `count`th.
     chosen = list(cases(unittest.defaultTestLoader.loadTestsFromModule(module)))[number - 1::count]
     result = unittest.TextTestRunner(verbosity=2).run(unittest.TestSuite(chosen))
     return 0 if chosen and result.wasSuccessful() else 1

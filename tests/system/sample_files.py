@@ -1,4 +1,4 @@
-"""Writes and reads the kinds of files in which browsers keep things, as small ones for a sample home."""
+"""Writes and reads small files in the formats of browsers, for a sample home."""
 
 import json
 import os
@@ -27,7 +27,7 @@ def read_json(path):
 # Databases.
 
 def write_database(path, schema, **rows):
-    """The tables of the schema, with those rows in each."""
+    """Writes a database with the schema's tables and these rows."""
     os.makedirs(os.path.dirname(path), exist_ok=True)
     connection = sqlite3.connect(path)
     try:
@@ -40,7 +40,7 @@ def write_database(path, schema, **rows):
 
 
 def count_rows(path, table, condition="TRUE"):
-    """None are left when the database has gone."""
+    """Counts rows; 0 when the database is missing."""
     if not os.path.exists(path):
         return 0
     connection = sqlite3.connect(f"file:{path}?mode=ro", uri=True)
@@ -50,7 +50,7 @@ def count_rows(path, table, condition="TRUE"):
         connection.close()
 
 
-# Firefox's compressed JSON: a mark, the size, and one block of LZ4, here of plain bytes only.
+# Firefox's compressed JSON: a magic number, the size, and one block of LZ4, here with literals only.
 
 MARK = b"mozLz40\0"
 
@@ -68,7 +68,7 @@ def read_packed(path):
         return json.loads(traces.expand(file.read()[len(MARK) + 4:], traces.lz4))
 
 
-# A LevelDB as one that was just filled: all its entries are in its log (doc/log_format.md and doc/impl.md there).
+# A LevelDB database that was just filled: all entries are in its log (doc/log_format.md and doc/impl.md of LevelDB).
 
 def _crc32c_table():
     for byte in range(256):
@@ -90,7 +90,7 @@ def _masked_crc(data):
 
 
 def _number(value):
-    """Of a varying count of bytes."""
+    """The number in LevelDB's encoding of variable length."""
     encoded = bytearray()
     while value > 127:
         encoded.append(value & 127 | 128)
@@ -119,7 +119,7 @@ def write_level(folder, entries):
 
 
 def find_in_level(folder, expression):
-    """The different texts in its logs and tables that the expression matches."""
+    """The distinct matches of the expression in the database's logs and tables."""
     found = set()
     for name in os.listdir(folder) if os.path.isdir(folder) else []:
         if name.endswith((".log", ".ldb")):
@@ -131,7 +131,7 @@ def find_in_level(folder, expression):
 # Folders.
 
 def list_names(folder, *starts):
-    """What lies in the folder and begins so."""
+    """The names in the folder that begin with one of `starts`."""
     return [name for name in os.listdir(folder) if name.startswith(starts or "")] if os.path.isdir(folder) else []
 
 

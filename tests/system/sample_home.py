@@ -1,5 +1,5 @@
-"""A home folder that holds data of all five browsers, for the system tests and the demo: what a browser's quit takes
-along, what it spares, and the rows of the databases that stay."""
+"""A home folder that holds data of all five browsers, for the system tests and the demo: what a browser's quit removes,
+what stays, and the rows of the databases that stay."""
 
 import os
 import sqlite3
@@ -10,7 +10,7 @@ FLASH = "Library/Preferences/Macromedia/Flash Player"
 
 LOCAL_STATE = '{"profile": {"info_cache": {"Default": {"name": "Ann"}, "Profile 1": {"name": "Work"}}}}\n'
 
-# What the quit of any browser takes along: each item with a file that lies in it.
+# What every browser's quit removes: each item, with a file in it.
 COMMON = {
     SUPPORT + "Microsoft/Silverlight": "is/store/video.example.dat",
     CACHES + "Adobe/Flash Player/AssetCache": "1.swz",
@@ -22,15 +22,15 @@ UNTOUCHED = ["Documents/letter.txt", SUPPORT + "Microsoft/Office/letters", CACHE
 
 
 class Browser:
-    """`program` is what its process is called; without one its quit is announced."""
+    """`program` is the name of the browser's process; without one its quit is announced."""
 
     def __init__(self, name, identifier, program):
         self.name = name
         self.identifier = identifier
         self.program = program
-        self.goes = {}  # each item with a file in it, or "" when it is a file itself
+        self.goes = {}  # each item with a file in it, or with "" when it is a file itself
         self.stays = []
-        self.groups = []  # (folder, items in it that go, paths in it that stay)
+        self.groups = []  # (folder, items in it that are removed, paths in it that stay)
         self.tables = []
 
     def add(self, folder, goes, stays):
@@ -63,7 +63,7 @@ class Table:
             connection.close()
 
     def rows(self, home):
-        """The first column of what is in it now."""
+        """The first column of the rows that are in the table now."""
         connection = sqlite3.connect(f"file:{os.path.join(home, self.path)}?mode=ro", uri=True)
         try:
             return [row[0] for row in connection.execute(f"SELECT * FROM {self.name} ORDER BY rowid")]
@@ -155,7 +155,7 @@ def browsers():
 
 
 def fill(desk):
-    """Fills the session's home folder; answers the browsers whose data it holds."""
+    """Fills the session's home folder; returns the browsers whose data it holds."""
     found = browsers()
     for browser in found:
         for item, inside in browser.goes.items():
@@ -174,7 +174,7 @@ def fill(desk):
 
 
 def contents(home):
-    """Every file below the home folder with its bytes, and every folder; what is hidden is the session's own."""
+    """Every file below the home folder with its bytes, and every folder; hidden folders are the session's own."""
     found = {}
     for folder, folders, files in os.walk(home):
         folders[:] = [name for name in folders if not name.startswith(".")]
@@ -187,7 +187,7 @@ def contents(home):
 
 
 def topmost(paths):
-    """Those that do not lie in another of them."""
+    """The paths that are not inside another of them."""
     paths = set(paths)
     return {path for path in paths
             if not any(path[:at] in paths for at, character in enumerate(path) if character == "/")}

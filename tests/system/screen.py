@@ -1,5 +1,5 @@
-"""A screen of its own for programs with windows, driven by keyboard and pointer from outside, and what they tell
-assistive technologies."""
+"""A private X server for programs with windows, driven by keyboard and pointer from outside, and what the programs
+report to assistive technologies."""
 
 import os
 import subprocess
@@ -15,7 +15,7 @@ VISIBLE, FOCUSED = 30, 12  # the numbers of these states
 
 
 class Screen:
-    # A server that starts afresh when its last client goes would turn away the next one for a moment: "-noreset".
+    # "-noreset": a server that resets when its last client leaves would reject the next one for a moment.
 
     def __init__(self, desk, size="1024x768"):
         """Changes the environment of the session's programs; close() ends all that was started here."""
@@ -48,7 +48,7 @@ class Screen:
         return self.xdotool("search", "--onlyvisible", "--name", title).split()
 
     def focus(self, title):
-        """Waits for the window of that title; answers its number."""
+        """Waits for the window of that title; returns its number."""
         self.desk.wait(lambda: self.windows(title), what=f"the window {title}")
         number = self.windows(title)[0]
         self.xdotool("windowfocus", "--sync", number)
@@ -61,13 +61,13 @@ class Screen:
             self.desk.settle(0.1)
 
     def click(self, number, x, y):
-        """The point is the window's own."""
+        """Clicks a point, which is relative to the window."""
         self.xdotool("mousemove", "--window", number, str(x), str(y), "click", "1")
         self.desk.settle(0.2)
 
 
 class Accessibility:
-    """What the windows of the session's programs say, role by role. Start it before them."""
+    """What the windows of the session's programs report, role by role. Start it before them."""
 
     def __init__(self, screen):
         self.screen = screen
@@ -98,7 +98,7 @@ class Accessibility:
             yield from self._walk((str(name), str(path)))
 
     def items(self):
-        """(role, name, has the focus) of all that is on the screen; nothing while it changes."""
+        """(role, name, has the focus) of everything on the screen; empty while the screen changes."""
         found = []
         try:
             for name, path in self._call((REGISTRY, ROOT), ACCESSIBLE, "GetChildren"):
@@ -108,7 +108,7 @@ class Accessibility:
         return found
 
     def values(self):
-        """The contents of all texts that can be selected."""
+        """The contents of all text fields."""
         found = []
         pending = [(REGISTRY, ROOT)]
         try:
@@ -125,7 +125,7 @@ class Accessibility:
         return any(text in name for _, name, _ in self.items())
 
     def tab_to(self, name):
-        """Goes from control to control until that one has the focus; False when none is of that name."""
+        """Moves the focus from control to control to the one of that name; False when there is none."""
         for _ in range(40):
             if any(item[1] == name and item[2] for item in self.items()):
                 return True

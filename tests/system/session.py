@@ -1,5 +1,5 @@
-"""A desktop session of its own, for the system tests and the demo: a private bus with a notification service and an
-open panel, a home folder, the worker, and programs that are named as browsers are."""
+"""A private desktop session for the system tests and the demo: a bus with a notification service and an open panel, a
+home folder, the worker, and programs with the names of browsers."""
 
 import contextlib
 import os
@@ -29,10 +29,10 @@ NOTIFICATIONS_OBJECT = "/org/freedesktop/Notifications"
 WORKSPACE = "com.emberlinestudio.Tidewell.Workspace"
 BUS_CONFIGURATION = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../support/session-bus.conf")
 
-# How long anything may take that has to happen. Generous: it costs nothing where all is well, and a machine that is
-# busy with other things is no failure.
+# Time limit in seconds for anything that must happen. It is generous: that costs nothing when all is well, and a busy
+# machine must not fail a test.
 BOUND = 60
-# How long what the first run does may take: what is seen so soon after a quit is not the second run's work.
+# Time limit in seconds for the first run: what happens so soon after a quit is not the second run's work.
 FIRST_RUN = 7.5
 
 dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
@@ -83,7 +83,7 @@ class NotificationService(dbus.service.Object):
 
 
 class OpenPanel(dbus.service.Object):
-    """The panel program. `answer(panel)` gives (response, url), or None to leave the panel open."""
+    """The panel program. `answer(panel)` returns (response, url), or None to leave the panel open."""
 
     def __init__(self, connection, answer=None):
         self.answer = answer or OpenPanel.agree
@@ -94,7 +94,7 @@ class OpenPanel(dbus.service.Object):
 
     @staticmethod
     def agree(panel):
-        """As a person does: the folder that is asked for, or the nearest one above it that exists."""
+        """Chooses what a user would: the folder that is asked for, or the nearest existing one above it."""
         for url in panel["enabled"]:
             if os.path.isdir(path_of(url)):
                 return (1, url)
@@ -147,7 +147,7 @@ class Worker:
         return bool(data)
 
     def stop(self):
-        """Ends it as the session does; answers its exit status."""
+        """Ends the worker as a session does; returns its exit status."""
         if self.process.poll() is None:
             self.process.send_signal(signal.SIGTERM)
         try:
@@ -163,10 +163,10 @@ class Worker:
 
 
 class Session:
-    """Everything together, in a scratch folder; gone with the end of a `with`. With `user`, where the tests run as root
-    it is the session of that ordinary user: the home folder, the bus and all programs are theirs."""
+    """The whole session, in a scratch folder that is removed at the end of a `with`. With `user`, and if the tests run
+    as root, the home folder, the bus and all programs are that ordinary user's."""
 
-    account = None  # of another user than the one who runs the tests
+    account = None  # the user's, if not the one who runs the tests
     identity = {}   # for subprocess, to start a program as that user
 
     def __init__(self, programs, user=None, library=None):
@@ -181,7 +181,7 @@ class Session:
         os.makedirs(self.home)
         os.makedirs(self.bin)
         if library if library is not None else not user:
-            os.makedirs(os.path.join(self.home, "Library"))  # what makes it a home of that layout
+            os.makedirs(os.path.join(self.home, "Library"))  # so that the home has that layout
         if self.account:
             self.take_along(programs)
             self.give(self.home)
@@ -213,7 +213,7 @@ class Session:
         shutil.rmtree(self.root, ignore_errors=True)
 
     def take_along(self, programs):
-        """Copies the programs to where that user can run them, whoever can enter the folder of the build."""
+        """Copies the programs to where that user can run them, who may not have access to the build folder."""
         self.programs = os.path.join(self.root, "programs/bin")
         os.makedirs(self.programs)
         for name in ("tidewell", "tidewell-worker"):
@@ -225,7 +225,7 @@ class Session:
     # The bus.
 
     def start_bus(self):
-        # A copy, since the session's user may not be let into the folder of the original.
+        # A copy, since the session's user may not have access to the original.
         configuration = shutil.copy(BUS_CONFIGURATION, self.root)
         self.daemon = subprocess.Popen(["dbus-daemon", "--config-file=" + configuration, "--nofork", "--nopidfile",
                                         "--print-address=1"],
@@ -235,7 +235,7 @@ class Session:
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = self.address
 
     def let_bus_start(self, name, program):
-        """As when it is installed: the bus starts the program of that name when it is called."""
+        """Lets the bus start the program when the name is called, as when it is installed."""
         variables = " ".join(f"{key}={value}" for key, value in self.environment.items())
         folder = os.path.join(self.root, "services")
         os.makedirs(folder, exist_ok=True)
@@ -251,7 +251,7 @@ class Session:
         self.daemon.stdout.close()
 
     def connect(self):
-        # The bus lets in nobody but its user.
+        # The bus accepts only connections of its own user.
         os.seteuid(self.account.pw_uid if self.account else os.geteuid())
         try:
             connection = dbus.bus.BusConnection(self.address)
@@ -261,7 +261,7 @@ class Session:
         return connection
 
     def wait(self, condition, seconds=BOUND, what="what was waited for"):
-        """Lets the session go on until the condition holds; TimeoutError when it does not in time."""
+        """Runs the session until the condition holds; TimeoutError when it doesn't in time."""
         context = GLib.MainContext.default()
         end = time.monotonic() + seconds
         tick = GLib.timeout_add(20, lambda: True)
@@ -293,7 +293,7 @@ class Session:
                               capture_output=True, check=check, **self.identity)
 
     def tidewell(self, *words, seconds=BOUND):
-        """Runs the command while the session goes on; answers what it prints."""
+        """Runs the command while the session continues; returns what it prints."""
         process = subprocess.Popen([self.program("tidewell"), *words], env=self.environment, text=True,
                                    stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                                    **self.identity)
@@ -311,7 +311,7 @@ class Session:
         self.defaults("write", SHARED, "secureDeleteData", "-bool", "YES" if overwrite else "NO")
 
     def request(self, identifier, seconds=BOUND):
-        """The main application's request; answers the worker's text, or None when none comes in time."""
+        """Makes the main application's request; returns the worker's answer, or None when none arrives in time."""
         answers = []
         agent = dbus.Interface(self.connection.get_object(WORKER_NAME, WORKER_OBJECT, introspect=False), AGENT)
         agent.answerFrom(identifier, reply_handler=answers.append, error_handler=answers.append, timeout=3600,
@@ -337,7 +337,7 @@ class Session:
         return full
 
     def give(self, folder):
-        """Makes the session's user the owner of all in that folder, where that is not who runs the tests."""
+        """Makes the session's user the owner of everything in that folder, if it is not the user who runs the tests."""
         if self.account:
             subprocess.run(["chown", "-R", f"{self.account.pw_uid}:{self.account.pw_gid}", folder], check=True)
 
@@ -345,8 +345,8 @@ class Session:
         return os.path.lexists(os.path.join(self.home, path))
 
     def run_browser(self, program, *arguments):
-        """Runs a program of that name until quit_browser(). It is a copy of one that just waits. A worker that runs has
-        noticed it when this returns; it holds one process of each browser at least."""
+        """Runs a program of that name, a copy of one that just waits, until quit_browser(). When this returns, a
+        running worker has noticed the process. The worker holds at least one process of each browser."""
         path = os.path.join(self.bin, program)
         if not os.path.exists(path):
             shutil.copy("/usr/bin/cat", path + ".new")
@@ -359,7 +359,7 @@ class Session:
         return browser
 
     def is_noticed(self, browser):
-        """Whether the worker holds a descriptor of that process: then it learns of its end."""
+        """Whether the worker holds a descriptor of that process, by which it learns of its end."""
         folder = f"/proc/{self.worker.process.pid}/fdinfo/"
         for name in os.listdir(folder):
             with contextlib.suppress(FileNotFoundError), open(folder + name) as lines:

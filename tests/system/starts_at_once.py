@@ -1,14 +1,15 @@
 """Starts the worker and browsers at the same moment, again and again, and tells which quits were missed and why.
 
-Run by hand, since it takes its time:
+Run by hand, since it takes long:
 
     TIDEWELL_PROGRAMS=build/release/bin /usr/bin/python3 tests/system/starts_at_once.py [--rounds 500] [--install]
                                         [--slow MILLISECONDS] [--busy 2]
 
 Each round starts a worker and four browsers, somewhere between 5 ms before and 40 ms after each other, and ends all
-browsers a moment later. With --install the programs are put in place in that moment, and started at once or up to half
-a second later. With --slow the worker is held up before each watch that it sets, and before each look at the processes. With --busy as many loops keep the
-processors busy meanwhile. What the worker watches and holds is written down when a quit was missed.
+browsers a moment later. With --install the programs are installed in that moment, and started at once or up to half a
+second later. With --slow the worker is delayed before each watch that it sets, and before each reading of the process
+table. With --busy as many endless loops keep the processors busy meanwhile. When a quit was missed, the worker's
+watches and process descriptors are printed.
 """
 
 import argparse
@@ -34,7 +35,7 @@ FILES = {"firefox": [".mozilla/firefox/p/prefs.js"],
 
 
 def what_it_sees(pid):
-    """Inodes that are watched, and processes that are held, as the kernel tells it."""
+    """The inodes that the worker watches and the processes that it holds, from /proc."""
     watched, held = set(), set()
     folder = f"/proc/{pid}/fdinfo"
     for descriptor in os.listdir(folder):
@@ -61,7 +62,7 @@ class Round:
         self.install_decoys()
 
     def install_decoys(self):
-        """Each browser is installed a second time: where one is found nowhere, the kernel is asked of every start."""
+        """Installs each browser a second time: if one were missing, the worker would ask the kernel for all starts."""
         folder = os.path.join(self.desk.root, "decoys")
         os.makedirs(folder)
         for name in BROWSERS:

@@ -1,4 +1,4 @@
-"""What was seen of each store, as tables for people: docs/real-browsers.md is written by these tests when the variable
+"""The results for each store, as tables for people: the tests write them to docs/real-browsers.md when the variable
 TIDEWELL_TABLES names that file."""
 
 import fcntl
@@ -39,13 +39,13 @@ READ_BACK = {
 
 
 class Table:
-    """Of one browser."""
+    """The tables of one browser."""
 
     def __init__(self, browser):
         self.browser = browser
         self.ways = []
-        self.stores = {}    # store: {way: what became of it}
-        self.readable = {}  # the same, of what pages can find, with the places that found it "before"
+        self.stores = {}    # store: {way to end: outcome}
+        self.readable = {}  # the same for what pages can find, with the places that found it under "before"
 
     def found_before(self, found):
         for name in found:
@@ -84,13 +84,13 @@ class Table:
         return "\n".join(lines) + "\n"
 
     def write(self):
-        """Puts them in the place of those that are there."""
+        """Replaces the browser's tables in the file."""
         path = os.environ.get("TIDEWELL_TABLES")
         if not path:
             return
         text = self.text()
         with open(path, "r+") as file:
-            fcntl.flock(file, fcntl.LOCK_EX)  # the other browser's tests may be as far
+            fcntl.flock(file, fcntl.LOCK_EX)  # the other browser's tests may write at the same time
             page = file.read()
             start = page.index(f"## {self.browser.name} ")
             end = page.find("\n## ", start + 1)

@@ -20,7 +20,7 @@ class Commands(unittest.TestCase):
         self.addCleanup(self.desk.close)
 
     def tidewell(self, *words, environment=None, given=""):
-        """Runs the command while the session goes on; answers (status, output, errors)."""
+        """Runs the command while the session continues; returns (status, output, errors)."""
         process = subprocess.Popen([self.desk.program("tidewell"), *words], env=environment or self.desk.environment,
                                    stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
         process.stdin.write(given)
@@ -32,7 +32,7 @@ class Commands(unittest.TestCase):
         return process.returncode, output, errors
 
     def succeed(self, *words, **more):
-        """Answers what the command prints."""
+        """Runs the command, which must succeed; returns what it prints."""
         status, output, errors = self.tidewell(*words, **more)
         self.assertEqual((status, errors), (0, ""), words)
         return output
@@ -117,13 +117,13 @@ class Commands(unittest.TestCase):
         os.close(slave)
         self.assertEqual(process.returncode, 0)
         self.assertIn("Allow Access: Tidewell needs to access this path", output)
-        self.assertEqual(len(self.desk.worker.log), 1)  # the one that was refused
+        self.assertEqual(len(self.desk.worker.log), 1)  # for the folder that was refused
 
     def test_with_a_worker_that_does_not_answer(self):
         self.start()
         os.kill(self.desk.worker.process.pid, signal.SIGSTOP)
         self.addCleanup(os.kill, self.desk.worker.process.pid, signal.SIGCONT)
-        # Somebody would have to be asked in a window, which may take an hour: it is not waited for that long.
+        # Questions in a window may take up to an hour, but a worker that has stopped is noticed much sooner.
         environment = dict(self.desk.environment, DISPLAY=":nowhere")
         status, output, errors = self.tidewell("allow", "firefox", environment=environment)
         self.assertEqual((status, output, errors), (1, "", "tidewell: the worker does not answer; does it run?\n"))

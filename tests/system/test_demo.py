@@ -11,7 +11,7 @@ SCRIPTS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../script
 
 class Demo(unittest.TestCase):
     def show(self, name):
-        """Answers what it prints. It looks by itself at all that it shows, and its exit status is the verdict."""
+        """Runs the demo; returns what it prints. The demo checks its results itself, and reports by its exit status."""
         shown = subprocess.run([sys.executable, "-B", os.path.join(SCRIPTS, name), PROGRAMS], stdin=subprocess.DEVNULL,
                                capture_output=True, text=True)
         self.assertEqual((shown.returncode, shown.stderr), (0, ""), shown.stdout)

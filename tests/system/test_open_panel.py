@@ -1,4 +1,4 @@
-"""The graphical open panel, on a screen of its own, driven by keyboard and pointer from outside."""
+"""The graphical open panel, on a private X server, driven by keyboard and pointer from outside."""
 
 import os
 import subprocess
@@ -37,7 +37,7 @@ class OpenPanelProgram(unittest.TestCase):
         process.wait()
 
     def ask(self, connection=None, title="Allow Access", target="/Library/Application Support"):
-        """Asks for a folder; the list that is returned gets the answer."""
+        """Asks for a folder; returns a list to which the answer will be added."""
         answers = []
         panel = session.dbus.Interface(
             (connection or self.desk.connection).get_object(session.PANEL, session.PANEL_OBJECT, introspect=False),
@@ -60,7 +60,7 @@ class OpenPanelProgram(unittest.TestCase):
         return subprocess.run(["xdotool", *words], env=self.desk.environment, capture_output=True, text=True)
 
     def window(self, title="Allow Access"):
-        """Waits for the window of that title; answers its number."""
+        """Waits for the window of that title; returns its number."""
         found = []
 
         def look():
@@ -114,7 +114,7 @@ class OpenPanelProgram(unittest.TestCase):
         answers = self.ask()
         number = self.window()
         subprocess.run(["xdotool", "windowclose", number], env=self.desk.environment)
-        # Without a window manager the window is gone by force; with one it is asked to close. Both are no consent.
+        # Without a window manager the window is destroyed; with one it is asked to close. Neither may count as consent.
         answer = self.answer_of(answers)
         self.assertTrue(answer == (0, "") or isinstance(answer, Exception))
 

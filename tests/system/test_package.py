@@ -19,13 +19,13 @@ DEBIAN = os.environ["TIDEWELL_DEBIAN"]
 
 PROFILE = "Library/Application Support/Firefox/Profiles/ann.default/"
 SETTINGS = ".config/tidewell"
-# What installing and removing any package changes.
+# Paths that change when any package is installed or removed.
 BOOKKEEPING = ("var/log/", "var/cache/", "var/lib/dpkg/", "var/lib/apt/", "etc/ld.so.cache", "tmp/", "run/", "root/",
                "home/", "proc/", "var/tmp/")
 
 
 class Machine:
-    """A Debian in a folder: layers that stay as they are, and one above that takes all changes."""
+    """A Debian in a folder: layers that stay unchanged, and one on top that takes all changes."""
 
     def __init__(self, scratch, *layers):
         self.top = tempfile.mkdtemp(dir=scratch)
@@ -53,7 +53,7 @@ class Machine:
         return self.run("apt-get", "install", "-y", "--no-install-recommends", "/var/tmp/" + os.path.basename(package))
 
     def files(self):
-        """Every path, without what the package manager itself writes down."""
+        """Every path, except those that the package manager itself changes."""
         found = set()
         for folder, folders, files in os.walk(self.root):
             inside = os.path.relpath(folder, self.root) + "/"
@@ -66,7 +66,7 @@ class Machine:
         return found
 
     def running(self):
-        """The numbers of the processes whose program the package brought."""
+        """The numbers of the processes that run the package's programs."""
         found = []
         for process in pathlib.Path(self.root, "proc").glob("[0-9]*"):
             try:
@@ -78,7 +78,7 @@ class Machine:
 
 
 class Desk(session.Session):
-    """The session of an ordinary user of the machine. Its bus starts the worker, as the package says."""
+    """The session of an ordinary user of the machine. Its bus starts the worker by the package's service file."""
 
     def __init__(self, machine, user):
         self.machine = machine
@@ -97,7 +97,7 @@ class Desk(session.Session):
         self.notifications = session.NotificationService(self.connection)
 
     def connect(self):
-        # The bus lets in nobody but its user.
+        # The bus accepts only connections of its own user.
         os.seteuid(self.user)
         try:
             return super().connect()
@@ -122,11 +122,11 @@ class Desk(session.Session):
             browser.wait()
             browser.stdin.close()
         self.connection.close()
-        self.stop_bus()  # the worker goes with it
+        self.stop_bus()  # the worker ends with the bus
         self.wait(lambda: not self.machine.running(), what="the worker's end")
 
     def call(self, *words):
-        """Runs a program while the session goes on; answers (status, output, errors)."""
+        """Runs a program while the session continues; returns (status, output, errors)."""
         process = self.popen(*words, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
         self.wait(lambda: process.poll() is not None, 60, "the end of " + " ".join(words))
         with process.stdout, process.stderr:
@@ -166,7 +166,7 @@ class Desk(session.Session):
         return browser
 
     def clean(self):
-        """The browser runs and quits; back when the notification says that it was cleaned."""
+        """Runs the browser and lets it quit; returns when the notification says that it was cleaned."""
         before = len(self.notifications.posted)
         self.quit_browser(self.start_browser())
         self.wait(lambda: len(self.notifications.posted) > before, 25, "the notification")
@@ -179,7 +179,7 @@ class Package(unittest.TestCase):
         cls.addClassCleanup(shutil.rmtree, scratch, ignore_errors=True)
         cls.scratch = scratch
         os.chmod(scratch, 0o755)
-        # What the package needs, first, so that what it brings itself can be told apart.
+        # The dependencies first, so that the package's own files can be told from theirs.
         needed = Machine(scratch, DEBIAN)
         depends = subprocess.run(["dpkg-deb", "-f", PACKAGE, "Depends"], text=True, stdout=subprocess.PIPE, check=True)
         try:
@@ -234,7 +234,7 @@ class Package(unittest.TestCase):
         self.assertIn("+next", self.machine.run("dpkg-query", "-W", "tidewell"))
         self.assertEqual((desk.tidewell("status"), desk.tidewell("grants")), before)
 
-        # The next session, with the new worker. Nobody is asked again.
+        # The next session, with the new worker, in which no folder is asked for again.
         for worker in self.machine.running():
             os.kill(worker, 15)
         desk.wait(lambda: not self.machine.running(), what="the old worker's end")

@@ -1,4 +1,4 @@
-"""Real browsers, headless: a page fills their stores, they quit, the worker cleans, and the page looks what is left."""
+"""Real browsers, headless: a page fills their stores, they quit, the worker cleans, and the page looks for the rest."""
 
 import contextlib
 import json
@@ -16,12 +16,12 @@ from test_worker import PROGRAMS, SUPPORT  # noqa: E402
 
 
 class RealBrowser(unittest.TestCase):
-    """What the tests of each browser have in common; they give the name, the identifier and what a run covers."""
+    """Common to the tests of each browser, which define the name, the identifier and what a run covers."""
 
     name = identifier = ""
-    folders = ()  # what must be there before the browser is first started
-    covered = ()  # what a run removes, whole
-    spared = ()   # some of what it leaves
+    folders = ()  # created before the first start of the browser
+    covered = ()  # what a run removes completely
+    spared = ()   # some of what a run leaves
 
     def setUp(self):
         self.desk = session.Session(PROGRAMS)
@@ -44,7 +44,7 @@ class RealBrowser(unittest.TestCase):
         return dict(self.desk.environment, PATH="/usr/bin:/bin")
 
     def visit(self):
-        """Starts the browser on the page; answers it and the page's report."""
+        """Starts the browser on the page; returns the browser and the page's report."""
         count = len(self.site.reports)
         self.site.closing_time.clear()
         browser = subprocess.Popen([*self.command(), self.site.url], env=self.environment(),
@@ -55,7 +55,7 @@ class RealBrowser(unittest.TestCase):
         self.assertIsNone(browser.poll(), "the browser ended by itself")
         report = self.site.reports[-1]
         self.assertNotIn("error", report)
-        # Whatever was there before, the stores work.
+        # The stores work, whatever was there before.
         self.assertEqual(report["works"], {"local": "kept", "indexed": "kept", "cookie": "page=kept"})
         return browser, report["found"]
 
@@ -69,7 +69,7 @@ class RealBrowser(unittest.TestCase):
         raise NotImplementedError
 
     def clean(self, end):
-        """Fills the stores, has them cleaned when `end` ends the browser, and answers what is found after that."""
+        """Fills the stores, has them cleaned when `end` ends the browser, and returns what is found after that."""
         browser, found = self.visit()
         self.assertEqual(found, {"cookies": "", "local": None, "indexed": None, "cached": "1"})
         self.desk.settle(1)
@@ -79,7 +79,7 @@ class RealBrowser(unittest.TestCase):
 
         # The browser is not yet enabled: all that the page left is found again.
         browser, found = self.visit()
-        # How many of its last cookies a browser has written out by the time that it quits is its own affair.
+        # A browser may quit before it has written its last cookies to the disk, so not all of them are required.
         self.assertIn("server=kept", found.pop("cookies").split("; "))
         self.assertEqual(found, {"local": "kept", "indexed": "kept", "cached": "1"})
         self.desk.defaults("write", session.SHARED, "enabledBrowsers", "-array", self.identifier)
@@ -89,7 +89,7 @@ class RealBrowser(unittest.TestCase):
             self.assertTrue(self.desk.exists(path), path)
         self.assertEqual(self.notifications.posted, [])
 
-        # Nobody announces the quit.
+        # The quit isn't announced on the bus: the worker must notice it.
         end(browser)
         self.ended(browser)
         self.desk.wait(self.gone, session.FIRST_RUN, "the first run")
@@ -113,10 +113,10 @@ class RealBrowser(unittest.TestCase):
         return found
 
     def check_filled(self):
-        """More about the files, before anything was cleaned."""
+        """Further checks of the files before the cleaning."""
 
     def check_cleaned(self):
-        """More about the files, when the worker is through."""
+        """Further checks of the files after the cleaning."""
 
 
 class Chromium(RealBrowser):
@@ -157,7 +157,7 @@ class Firefox(RealBrowser):
     spared = (profile + "prefs.js", profile + "places.sqlite", profile + "key4.db", profile + "storage/permanent")
     preferences = {
         "dom.allow_scripts_to_close_windows": True,
-        # Nothing but the visit asks the site: no race with the cache, no picture of the page.
+        # Only the visit makes requests to the site: the network doesn't race the cache, and no thumbnail is loaded.
         "network.http.rcwn.enabled": False,
         "browser.pagethumbnails.capturing_disabled": True,
         "browser.startup.page": 0,
@@ -197,18 +197,18 @@ class Firefox(RealBrowser):
 
     def environment(self):
         startup_cache = os.path.join(self.desk.home, self.cache, "startupCache/startupCache.8.little")
-        # Without a sandbox, as Chromium: setting one up has crashed here at a start, and the page is the test's own.
+        # Without a sandbox, like Chromium: its set-up has crashed at a start, and the page is the test's own.
         sandboxes = {f"MOZ_DISABLE_{process}_SANDBOX": "1"
                      for process in ("CONTENT", "SOCKET_PROCESS", "RDD", "UTILITY", "GMP")}
         return dict(super().environment(), MOZ_HEADLESS="1", MOZ_CRASHREPORTER_DISABLE="1",
                     MOZ_STARTUP_CACHE=startup_cache, **sandboxes)
 
     def tell_to_quit(self, browser):
-        """It quits when its last window is closed."""
+        """Lets the page close the last window, at which Firefox quits."""
         self.site.closing_time.set()
 
     def terminate(self, browser):
-        """It ends at once, with nothing put in order."""
+        """Ends Firefox at once, without its usual shutdown."""
         browser.send_signal(signal.SIGTERM)
 
     def test_told_to_quit(self):
@@ -221,7 +221,7 @@ class Firefox(RealBrowser):
 
 
 class FirefoxWithOneTable(Firefox):
-    """With local storage as Firefox kept it formerly: one table for all sites."""
+    """With local storage as older versions of Firefox kept it: one table for all sites."""
 
     table = Firefox.profile + "webappsstore.sqlite"
     spared = Firefox.spared + (table,)

@@ -34,7 +34,7 @@ class RealChromium(unittest.TestCase):
              "--user-data-dir=" + self.desk.home + "/" + PROFILE, "about:blank"],
             env=environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         self.desk.browsers.append(chromium)
-        # It lists its profile when it has come up.
+        # Chromium lists its profile once it has started.
         self.desk.wait(lambda: self.desk.exists(PROFILE + "Local State") and "info_cache" in open(
             self.desk.home + "/" + PROFILE + "Local State").read(), 2 * session.BOUND, "Chromium's start")
         self.desk.file(PROFILE + "Default/Pepper Data/Shockwave Flash/site.sol")

@@ -1,4 +1,4 @@
-"""The script that clears Safari's cookies, as this system runs it and with a home folder that is made known to it."""
+"""The script that clears Safari's cookies, run as it is and with home folders that the tests provide."""
 
 import os
 import shutil
@@ -15,7 +15,7 @@ SPARED = ("HSTS.plist", "Cookies.binarycookies.old", "other.binarycookies", "fol
 
 
 def tree(root):
-    """Every path below the folder, with what it holds; links are not followed."""
+    """Every path below the folder, with its content; links are not followed."""
     found = {}
     for folder, folders, files in os.walk(root):
         for name in folders + files:
@@ -47,7 +47,7 @@ class ScriptTest(unittest.TestCase):
         return path
 
     def program(self, name, text):
-        """A program of that name in the folder "bin", in place of the system's."""
+        """Writes a program of that name to the folder "bin", in place of the system's."""
         path = self.file("bin", name, content="#!/bin/sh\n" + text + "\n")
         os.chmod(path, 0o755)
         return path
@@ -103,7 +103,7 @@ class AsItStands(ScriptTest):
 
 
 class InAHomeThatThePasswordDatabaseNames(ScriptTest):
-    """A copy of the script that finds stand-ins of the system's programs first; nothing else of it is changed."""
+    """Runs a copy of the script that finds stand-ins of the system's programs first, and is otherwise unchanged."""
 
     def setUp(self):
         super().setUp()

@@ -1,5 +1,5 @@
-"""The settings window with the graphical open panel, on a screen of their own, driven from outside. What the window
-says is read as assistive technologies read it."""
+"""The settings window with the graphical open panel, on a private X server, driven from outside. The window's texts are
+read as assistive technologies read them."""
 
 import os
 import shutil
@@ -36,7 +36,7 @@ class SettingsWindow(unittest.TestCase):
         return number
 
     def start_panels(self):
-        # It ends when nobody has called it for a while, and is started anew.
+        # The panel program ends when it hasn't been called for a while, so the bus must be able to start it again.
         self.desk.let_bus_start(session.PANEL, "tidewell-open-panel")
 
     def wait_for_text(self, text):
@@ -49,13 +49,13 @@ class SettingsWindow(unittest.TestCase):
         return self.desk.defaults("read", session.SHARED, key, check=False).stdout.strip()
 
     def use(self, name):
-        """From the keyboard."""
+        """Presses the control of that name from the keyboard."""
         self.screen.focus(TITLE)
         self.assertTrue(self.reader.tab_to(name), name)
         self.screen.press("space")
 
     def agree_to_all(self, done):
-        """Answers the panels, one after the other, from the keyboard."""
+        """Confirms the panels, one after the other, from the keyboard."""
         end = time.monotonic() + 2 * session.BOUND
         while not done():
             self.assertLess(time.monotonic(), end)
@@ -79,7 +79,7 @@ class SettingsWindow(unittest.TestCase):
         self.use("Clean after Chromium")
         self.desk.wait(lambda: self.screen.windows("Allow Access"), what="the panel")
         self.assertIn(CHROMIUM, self.setting("enabledBrowsers"))
-        # The window lives on while the panel is up.
+        # The window still works while the panel is open.
         self.wait_for_text("Waiting for your answer")
         self.use("Overwrite files before they are removed")
         self.desk.wait(lambda: self.setting("secureDeleteData") == "1", what="the setting")
@@ -98,7 +98,7 @@ class SettingsWindow(unittest.TestCase):
         self.assert_cleans()
 
     def switch_of_chromium(self, number):
-        """Its place: near the right edge, in the fourth of five rows of the same height."""
+        """The switch's position: near the right edge, in the fourth of five rows of the same height."""
         lines = self.screen.xdotool("getwindowgeometry", "--shell", number).splitlines()
         size = dict(line.split("=") for line in lines if "=" in line)
         return int(size["WIDTH"]) - 56, 265
@@ -164,7 +164,7 @@ class SettingsWindow(unittest.TestCase):
         self.use("Preview of what would be removed from Chromium")
         self.screen.focus("^Preview$")
         heading = "What would be removed from Chromium now"
-        # The heading, and then the text that is named by it.
+        # Twice: the heading itself, and the text, which has the heading as its name.
         self.desk.wait(lambda: [name for _, name, _ in self.reader.items()].count(heading) == 2, what="the text")
         self.wait_for_value("~/" + next(iter(self.chromium.goes)))
         self.screen.press("Escape")

@@ -1,4 +1,4 @@
-"""All five browsers quit in one home, in real time: what goes, what stays, and what the person sees of it."""
+"""All five browsers quit in one home, in real time: what is removed, what stays, and what the user sees."""
 
 import os
 import sys
@@ -30,7 +30,7 @@ class WholeRun(unittest.TestCase):
             self.assertEqual(self.desk.request(browser.identifier), f"bookmarked: {browser.identifier} ")
 
     def quit(self, browsers):
-        """All at the same time."""
+        """Lets all these browsers quit at the same time."""
         running = [self.desk.run_browser(browser.program) for browser in browsers if browser.program]
         for process in running:
             self.desk.quit_browser(process)
@@ -48,10 +48,10 @@ class WholeRun(unittest.TestCase):
     def wait_until_it_is_all_over(self, browsers):
         self.desk.wait(lambda: len(self.notifications.posted) == len(browsers), what="the notifications")
         self.assertCountEqual(self.bodies(), [browser.notification for browser in browsers])
-        self.desk.settle(1.5)  # Safari's last step comes a second later, and nothing else
+        self.desk.settle(1.5)  # Safari's last step comes a second later, and is the last of all
 
     def assert_went(self, browsers, common):
-        """Exactly the data of these browsers: files, rows, and nothing else."""
+        """Checks that exactly the data of these browsers have gone: files, rows, and nothing else."""
         expected = set(common).union(*(browser.goes for browser in browsers))
         self.desk.wait(lambda: expected <= self.gone(), what="the last of what has to go")
         self.assertEqual(sorted(self.gone() ^ expected), [])
@@ -70,7 +70,7 @@ class WholeRun(unittest.TestCase):
         asked = len(self.panel.asked)
         self.assertEqual(self.gone(), set())
 
-        # The person has confirmed the script's folder; what is there is ours. From here on a stand-in tells of it.
+        # The user has confirmed the script's folder, so our script is there. A stand-in replaces it, to record starts.
         installed = os.path.join(self.desk.home, SCRIPT)
         with open(installed) as script, open(os.path.join(PROGRAMS, "../share/tidewell/clearCookies.sh")) as ours:
             self.assertEqual(script.read(), ours.read())

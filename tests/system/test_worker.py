@@ -58,7 +58,7 @@ class Cleaning(SystemTest):
         self.desk.quit_browser(browser)
         self.desk.wait(lambda: not self.desk.exists(FLASH) and not self.desk.exists(SILVERLIGHT), session.FIRST_RUN)
         self.assertEqual(self.notifications.posted, [])
-        # What the browser writes while it goes down is caught by the second run.
+        # The second run removes what the browser writes while it shuts down.
         self.desk.file(FLASH + "/written late")
         self.notified()
         self.assertGreater(time.monotonic() - quit_at, 7.9)
@@ -128,7 +128,7 @@ class Cleaning(SystemTest):
         self.assertEqual(service.posted, [])
 
     def test_in_the_language_of_the_session(self):
-        # Compiled for this test: systems have the locales of their own people.
+        # Compiled for this test, since systems have only the locales of their own users.
         subprocess.run(["localedef", "-i", "de_DE", "-f", "UTF-8", "--no-archive", self.desk.root + "/de_DE.UTF-8"],
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         self.desk.environment.update(LANG="de_DE.UTF-8", LOCPATH=self.desk.root)
@@ -164,7 +164,7 @@ class Requests(SystemTest):
 
     def test_quits_and_requests_are_served_while_a_panel_is_open(self):
         self.start(["org.mozilla.firefox"])
-        self.assertIsNotNone(self.desk.request("org.mozilla.firefox"))  # all that its run needs
+        self.assertIsNotNone(self.desk.request("org.mozilla.firefox"))  # grants all that its run needs
         shutil.rmtree(self.desk.home + "/" + SILVERLIGHT)
         self.panel.answer = lambda panel: None
         os.makedirs(self.desk.home + "/outside/Library")
@@ -175,12 +175,12 @@ class Requests(SystemTest):
         self.desk.announce_quit("Firefox", "")
         self.desk.wait(lambda: not self.desk.exists(FLASH), session.FIRST_RUN)
         self.notified()
-        self.assertEqual(self.desk.worker.stop(), 0)  # and can be told to end
+        self.assertEqual(self.desk.worker.stop(), 0)  # it still ends when it is told to
 
 
 class Troubles(SystemTest):
     def cleans(self):
-        """The worker is alive and does its work."""
+        """Checks that the worker is alive and still cleans."""
         self.desk.file(FLASH + "/again")
         self.desk.announce_quit("Firefox", "")
         self.desk.wait(lambda: not self.desk.exists(FLASH), what="the cleaning")
@@ -248,7 +248,7 @@ class Troubles(SystemTest):
         wrong = ["file:///etc/", "file:///", "file://" + self.desk.home + "/Documents/"]
         self.panel.answer = lambda panel: (1, wrong.pop()) if wrong else session.OpenPanel.agree(panel)
         self.assertIsNotNone(self.desk.request("org.mozilla.firefox"))
-        # The root is above the folder that was asked for, so it can be picked; the other two were asked for again.
+        # The root is above the folder that was asked for, so it is accepted; after the other two the panel opens again.
         self.assertLessEqual(len(wrong), 1)
         self.assertEqual(self.panel.asked[0], self.panel.asked[1])
         self.cleans()
@@ -332,7 +332,7 @@ class Defaults(SystemTest):
         status = lambda *words: self.desk.defaults(*words, check=False).returncode  # noqa: E731
         self.assertEqual(status("read", session.SHARED, "missing"), 1)
         self.assertEqual(status("delete", session.SHARED, "missing"), 1)
-        self.assertEqual(os.listdir(self.desk.home), ["Library"])  # nothing was made by looking
+        self.assertEqual(os.listdir(self.desk.home), ["Library"])  # reading creates nothing
         for words in ([], ["read"], ["write", session.SHARED], ["write", session.SHARED, "k"],
                       ["write", session.SHARED, "k", "-int", "x"], ["write", session.SHARED, "k", "-bool", "maybe"],
                       ["write", session.SHARED, "k", "-unknown", "x"], ["read", "../x"], ["frobnicate", "x"],

@@ -1,4 +1,4 @@
-"""Looks through a folder for what sites have left: names of hosts, and the marks "zqPLACE-STORE" that pages write."""
+"""Searches a folder for what sites have left: names of hosts, and the marks "zqPLACE-STORE" that pages write."""
 
 import base64
 import os
@@ -11,12 +11,12 @@ STARTS = NAMES + [f"zq{place}-".encode() for place in (*HOSTS, "extension", "lar
 WORDS = re.compile(b"(?:" + b"|".join(STARTS) + b")(?:(?<=[a-z]-)[A-Za-z]+)?")
 WIDE_STARTS = [start.decode().encode("utf-16-le") for start in STARTS]
 WIDE = re.compile(b"((?:[!-~]\0){8,})")
-# Firefox keeps the text of a key in a database as its bytes, each one higher.
+# Firefox stores the text of a key in a database with each byte increased by one.
 HIGHER = {bytes(byte + 1 for byte in name): name for name in NAMES}
 
 
 def in_base64(name):
-    """As it is in the middle of a longer text, at each of the three places where it can begin."""
+    """The name in the base64 form of a longer text, for each of its three alignments."""
     for shift in range(3):
         text = base64.b64encode(bytes(shift) + name)
         yield text[(8 * shift + 5) // 6:8 * (shift + len(name)) // 6]
@@ -26,7 +26,7 @@ CODED = {text: name for name in NAMES for text in in_base64(name)}
 
 
 def expand(block, repeat_in):
-    """What LZ77 formats share: `repeat_in` yields either bytes, or (distance, length) of what is repeated."""
+    """Decompresses an LZ77 format: `repeat_in` yields either bytes, or (distance, length) of a repetition."""
     text = bytearray()
     try:
         for piece in repeat_in(block):
@@ -39,7 +39,7 @@ def expand(block, repeat_in):
                     text += again
                     length -= len(again) or length
     except IndexError:
-        pass  # damaged: what came before counts
+        pass  # damaged: keeps what came before
     return bytes(text)
 
 
@@ -68,7 +68,7 @@ def lz4(block):
 
 
 def number_at(text, place):
-    """A number of a varying count of bytes, and where it ends."""
+    """A number of variable length, and the place where it ends."""
     value = shift = 0
     while True:
         value |= (text[place] & 127) << shift
@@ -106,10 +106,10 @@ def table_block(table, offset, size):
 
 
 def table_contents(table):
-    """The blocks of a table of LevelDB's, as they are without compression."""
+    """The blocks of a LevelDB table, decompressed."""
     footer = table[-48:]
     place = 0
-    for _ in range(2):  # an index of what is there more than once
+    for _ in range(2):  # the footer's two handles
         _, place = number_at(footer, place)
         _, place = number_at(footer, place)
     offset, size = number_at(footer, number_at(footer, number_at(footer, 0)[1])[1])
@@ -129,7 +129,7 @@ def table_contents(table):
 
 
 def texts_of(path):
-    """All that the file holds, as it lies there and decompressed."""
+    """The contents of the file, as they are and decompressed."""
     with open(path, "rb") as file:
         contents = file.read()
     if contents.startswith(b"mozLz40\0"):
@@ -151,7 +151,7 @@ def words_in(text):
 
 
 def of_file(path):
-    """What sites have left in a file, and in its name."""
+    """The traces of sites in a file and in its name."""
     found = words_in(os.path.basename(path).encode())
     if os.path.isfile(path) and not os.path.islink(path):
         for text in texts_of(path):
@@ -160,7 +160,7 @@ def of_file(path):
 
 
 def below(folder):
-    """By the path from the folder: what sites have left there. The browser may be running."""
+    """The traces of sites below the folder, by relative path. The browser may be running."""
     found = {}
     for where, folders, files in os.walk(folder):
         for name in folders + files:

@@ -1,4 +1,4 @@
-// The table of browsers, and the page for people that lists them.
+// The table of browsers, and docs/browsers.md, which lists them.
 
 #include <gmock/gmock.h>
 

@@ -12,7 +12,7 @@
 
 namespace testing_support {
 
-/// Runs statements on a connection of its own, without the class under test.
+/// Runs statements on a separate connection, without the class under test.
 inline int runDirectly(const std::string& path, const std::string& statements) {
   sqlite3* db = nullptr;
   int result = sqlite3_open(path.c_str(), &db);
@@ -23,13 +23,13 @@ inline int runDirectly(const std::string& path, const std::string& statements) {
 
 class DatabaseTest : public ::testing::Test {
  protected:
-  /// Makes the database with these statements, and opens it.
+  /// Creates the database with these statements, and opens it.
   void make(const std::string& statements) {
     ASSERT_EQ(runDirectly(path, statements), SQLITE_OK);
     ASSERT_TRUE(sqlite.open(path));
   }
 
-  /// The one value that the statement selects.
+  /// The value that the statement selects.
   std::optional<tidewell::SqliteValue> valueOf(const std::string& expression,
                                                const tidewell::Sqlite::Arguments& arguments = {}) {
     const auto rows = sqlite.executeQuery_arguments("SELECT " + expression + " AS value", arguments);
@@ -37,7 +37,7 @@ class DatabaseTest : public ::testing::Test {
     return (*rows)[0].find("value");
   }
 
-  /// The texts of a column, in order; "-" where there is none.
+  /// The texts of a column, in order; "-" for a cell without text.
   std::vector<std::string> texts(const std::string& query, const std::string& column) {
     std::vector<std::string> texts;
     const auto rows = sqlite.executeQuery(query);

@@ -79,11 +79,11 @@ class SqliteInAnotherLocale : public testing_support::DatabaseTest {
     ::unsetenv("LOCPATH");
   }
 
-  /// One of Latin-1, compiled for this test: systems seldom have one.
+  /// Enters a Latin-1 locale, which is compiled for this test, since systems seldom have one.
   bool enterLatin1() {
     const std::string compiler =
         "localedef -i en_US -f ISO-8859-1 --no-archive " + folder.path("en_US.ISO-8859-1") + " > /dev/null 2>&1";
-    if (std::system(compiler.c_str()) != 0) return false;  // NOLINT: no one else's text is in it
+    if (std::system(compiler.c_str()) != 0) return false;  // NOLINT: no foreign text is in the command
     ::setenv("LOCPATH", folder.path().c_str(), 1);
     return std::setlocale(LC_CTYPE, "en_US.ISO-8859-1") && tidewell::defaultCStringEncoding() == "ISO-8859-1";
   }

@@ -1,4 +1,4 @@
-// Arguments: which type of the database each kind becomes.
+// Arguments: the SQLite type that each kind of value becomes.
 
 #include <stdexcept>
 
@@ -18,7 +18,7 @@ class SqliteBinding : public testing_support::DatabaseTest {
  protected:
   SqliteBinding() { make("CREATE TABLE t (a); INSERT INTO t VALUES ('x'), ('it''s')"); }
 
-  /// What the argument has become: type and literal.
+  /// The type and literal of the bound argument.
   std::pair<std::string, std::string> bound(const SqliteValue& argument) {
     const auto rows = sqlite.executeQuery_arguments("SELECT typeof(?1) AS type, quote(?1) AS literal", {argument});
     if (!rows || rows->size() != 1) return {};
@@ -55,7 +55,7 @@ TEST_F(SqliteBinding, bindsADateAsSecondsSince1970) {
 TEST_F(SqliteBinding, bindsABooleanAs1Or0) {
   EXPECT_THAT(bound(true), Pair("integer", "1"));
   EXPECT_THAT(bound(false), Pair("integer", "0"));
-  EXPECT_THAT(bound(static_cast<signed char>(7)), Pair("integer", "1"));  // of the same type encoding
+  EXPECT_THAT(bound(static_cast<signed char>(7)), Pair("integer", "1"));  // it has the type encoding of a boolean
 }
 
 TEST_F(SqliteBinding, bindsWholeNumbersOf32And64Bits) {
@@ -65,7 +65,7 @@ TEST_F(SqliteBinding, bindsWholeNumbersOf32And64Bits) {
 
 TEST_F(SqliteBinding, bindsRealNumbers) {
   EXPECT_THAT(bound(4.5), Pair("real", "4.5"));
-  EXPECT_THAT(valueOf("?", {0.1}), Optional(SqliteValue(0.1)));  // no float is that near
+  EXPECT_THAT(valueOf("?", {0.1}), Optional(SqliteValue(0.1)));  // a float would not be equal
   EXPECT_THAT(valueOf("?", {0.1F}), Optional(SqliteValue(double{0.1F})));
 }
 
@@ -106,7 +106,7 @@ TEST_F(SqliteBinding, leavesArgumentsBeyondTheParametersAlone) {
 TEST_F(SqliteBinding, raisesWhenArgumentsAreMissing) {
   EXPECT_THROW(sqlite.executeQuery_arguments("SELECT ?, ?", {"a"}), std::out_of_range);
   EXPECT_THROW(sqlite.executeNonQuery_arguments("DELETE FROM t WHERE a = ?", {}), std::out_of_range);
-  EXPECT_EQ(sqlite3_next_stmt(sqlite._db(), nullptr), nullptr);  // finalised all the same
+  EXPECT_EQ(sqlite3_next_stmt(sqlite._db(), nullptr), nullptr);  // the statement is finalised
 }
 
 TEST_F(SqliteBinding, doesNotReadArgumentsBehindTheText) {

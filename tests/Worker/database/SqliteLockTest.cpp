@@ -14,7 +14,7 @@ using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::SizeIs;
 
-/// Another process that holds a lock on a database until it is told to let go.
+/// Another process that holds a lock on a database until it is told to release it.
 class LockingProcess {
  public:
   LockingProcess(const std::string& path, const std::string& lockingStatements) {
@@ -179,7 +179,7 @@ TEST_F(SqliteClosing, thatIsRefusedDropsTheConnectionAfterASinglePause) {
   EXPECT_THAT(pauses, ElementsAre(microseconds(20)));
   EXPECT_EQ(sqlite._db(), nullptr);
   EXPECT_EQ(sqlite.filePath(), std::nullopt);
-  EXPECT_EQ(sqlite3_errcode(dropped), SQLITE_BUSY);  // it is still alive
+  EXPECT_EQ(sqlite3_errcode(dropped), SQLITE_BUSY);  // the connection is still open
 }
 
 TEST_F(SqliteClosing, isTriedAgainWithANegativeBound) {

@@ -72,7 +72,7 @@ TEST_F(SqliteQuery, thatFailsOnTheWayGivesTheRowsUpToThere) {
   make("CREATE TABLE t (a); INSERT INTO t VALUES (1), (2), (-9223372036854775808), (4)");
   EXPECT_THAT(texts("SELECT abs(a) AS n FROM t", "n"), ElementsAre("1", "2"));
   EXPECT_EQ(sqlite.errorMessage(), "integer overflow");
-  EXPECT_TRUE(sqlite.open(path));  // nothing was left behind
+  EXPECT_TRUE(sqlite.open(path));  // fails while a statement is left
 }
 
 TEST_F(SqliteQuery, runsOnlyTheFirstStatementOfAText) {
@@ -111,7 +111,7 @@ TEST_F(SqliteQuery, readsAMillionRowsInLittleMemory) {
   ASSERT_TRUE(rows);
   ASSERT_EQ(rows->size(), 1'000'000U);
   EXPECT_EQ((*rows)[999'999].stringForKey("origin"), "https://site999999.example");
-  // Each has 26 + 6 bytes of values, 2 * 5 for its cells, 8 for its place (up to 16 in a vector that grew).
+  // A row takes 26 + 6 bytes for its values, 2 * 5 for its cells, and 8 for its index (up to 16 in a vector that grew).
   EXPECT_LT(after - std::min(after, before), 60'000'000U);
 }
 

@@ -59,7 +59,7 @@ TEST_F(SqliteConnection, opensAPathThatALinkLeadsTo) {
 
 TEST_F(SqliteConnection, openedTwiceClosesTheFirstBeforeTheSecond) {
   make("CREATE TABLE t (a)");
-  ASSERT_TRUE(sqlite.beginTransaction());  // a lock that only closing lets go
+  ASSERT_TRUE(sqlite.beginTransaction());  // takes a lock that only closing releases
   const std::string second = folder.path("second.sqlite");
   EXPECT_TRUE(sqlite.open(second));
   EXPECT_EQ(sqlite.filePath(), second);
@@ -73,7 +73,7 @@ TEST_F(SqliteConnection, opensItsOwnFilePathAgain) {
   EXPECT_THAT(texts("SELECT a FROM t", "a"), ElementsAre("x"));
 }
 
-/// Done while a connection is being opened, once.
+/// Called once, while a connection is being opened.
 std::function<void()> whileOpening;
 
 int onOpening(sqlite3*, const char**, const void*) {
@@ -86,7 +86,7 @@ TEST_F(SqliteConnection, hasClosedTheFirstWhenItOpensTheSecond) {
   ASSERT_TRUE(sqlite.beginTransaction());
   int whileTheSecondOpened = SQLITE_BUSY;
   whileOpening = [&] { whileTheSecondOpened = testing_support::runDirectly(path, "INSERT INTO t VALUES (1)"); };
-  const auto entryPoint = reinterpret_cast<void (*)()>(onOpening);  // as SQLite declares it for extensions
+  const auto entryPoint = reinterpret_cast<void (*)()>(onOpening);  // the type that SQLite declares for entry points
   sqlite3_auto_extension(entryPoint);
   EXPECT_TRUE(sqlite.open(folder.path("second.sqlite")));
   sqlite3_cancel_auto_extension(entryPoint);
@@ -187,14 +187,14 @@ TEST_F(SqliteConnection, locksTheFileInADeferredTransactionOnlyWhenItIsUsed) {
   EXPECT_EQ(testing_support::runDirectly(path, "INSERT INTO t VALUES (1)"), SQLITE_OK);
   ASSERT_TRUE(sqlite.executeNonQuery("INSERT INTO t VALUES (2)"));
   EXPECT_EQ(testing_support::runDirectly(path, "INSERT INTO t VALUES (3)"), SQLITE_BUSY);
-  EXPECT_EQ(testing_support::runDirectly(path, "SELECT a FROM t"), SQLITE_OK);  // it is not exclusive
+  EXPECT_EQ(testing_support::runDirectly(path, "SELECT a FROM t"), SQLITE_OK);  // the lock is not exclusive
 }
 
 TEST_F(SqliteConnection, beginsAndEndsTransactionsWithTheseStatements) {
   make("CREATE TABLE t (a)");
   testing_support::Journal journal;
   const testing_support::StatementJournal statements(journal);
-  ASSERT_TRUE(sqlite.open(path));  // from now on statements are noted
+  ASSERT_TRUE(sqlite.open(path));  // the journal notes the statements of connections opened from now on
   EXPECT_TRUE(sqlite.beginTransaction());
   EXPECT_TRUE(sqlite.commit());
   EXPECT_TRUE(sqlite.beginDeferredTransaction());

@@ -1,5 +1,4 @@
-// Whose caches an index of Chromium's is about. The samples were written by Chromium 156; the names of hosts are
-// changed.
+// Reading the origin from Chromium's index of caches. The samples were written by Chromium 156; host names are changed.
 
 #include <gmock/gmock.h>
 
@@ -12,7 +11,7 @@ namespace {
 using ::testing::Optional;
 using tidewell::originOfCacheStorage;
 
-/// A field with a text of at most 16,383 bytes.
+/// A protocol buffer field with a text of at most 16,383 bytes.
 std::string field(int number, const std::string& text) {
   std::string result(1, static_cast<char>(number << 3 | 2));
   if (text.size() > 127) result += static_cast<char>((text.size() & 0x7f) | 0x80);
@@ -20,7 +19,7 @@ std::string field(int number, const std::string& text) {
 }
 
 std::string cacheNamed(const std::string& name) {
-  // Name, folder, size, padding, its version, and the name once more in UTF-16.
+  // The fields are: name, folder, size, padding, its version, and the name again in UTF-16.
   const std::string wide = [&] {
     std::string result;
     for (const char c : name) result += {c, '\0'};
@@ -125,7 +124,7 @@ TEST(CacheStorageIndex, isReadWhereverItIsCut) {
 }
 
 TEST(CacheStorageIndex, mayBeAnyBytes) {
-  std::mt19937 random(7);  // NOLINT: the same bytes each time
+  std::mt19937 random(7);  // NOLINT: a fixed seed, for the same bytes each time
   for (int round = 0; round < 20'000; ++round) {
     std::string bytes(random() % 40, '\0');
     for (char& byte : bytes) byte = static_cast<char>(random() % 3 == 0 ? random() : random() % 24);

@@ -1,4 +1,4 @@
-// What becomes of a Chromium's settings. The samples were written by Chromium 156, and cut down.
+// Removing sites' data from Chromium's settings. The samples were written by Chromium 156, and shortened.
 
 #include <gmock/gmock.h>
 
@@ -14,7 +14,7 @@ using tidewell::Rewriting;
 using tidewell::withoutSites;
 using Action = tidewell::Rewriting::Action;
 
-// Settings of a person who has visited sites, zoomed pages of all kinds, and decided about permissions.
+// Settings of a user who has visited sites, zoomed pages of all kinds, and decided about permissions.
 constexpr char kVisited[] =
     R"({"account_tracker_service_last_update":"13439727171255463","bookmark":{"storage_computation_last_update":"1"},)"
     R"("custom_handlers":{"enabled":true,"ignored_protocol_handlers":[{"is_confirmed":true,"protocol":"web+xyz",)"
@@ -61,14 +61,14 @@ void expectLeft(std::string_view preferences) {
   EXPECT_EQ(answer.contents, "");
 }
 
-/// Settings with one member in a place, which is given as a JSON pointer.
+/// Settings with one more member, at the place of a JSON pointer.
 std::string with(const std::string& pointer, const ordered_json& value) {
   ordered_json settings = {{"homepage", "https://a.test/"}};
   settings[ordered_json::json_pointer(pointer)] = value;
   return settings.dump();
 }
 
-/// What is left of a value in that place.
+/// What is left of the value at that place after the rewriting.
 ordered_json rest(const std::string& pointer, const ordered_json& value) {
   const std::string before = with(pointer, value);
   const Rewriting answer = withoutSites(before);
@@ -231,7 +231,7 @@ TEST(Preferences, mayBeNestedWithoutEnd) {
 }
 
 TEST(Preferences, areWellFormedAfterAnyChange) {
-  std::mt19937 random(7);  // NOLINT: the same changes each time
+  std::mt19937 random(7);  // NOLINT: a fixed seed, for the same changes each time
   for (int round = 0; round < 3000; ++round) {
     std::string text = kVisited;
     for (int change = 0; change < 3; ++change) {

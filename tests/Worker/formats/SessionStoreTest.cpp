@@ -1,4 +1,4 @@
-// What becomes of Firefox's session. The samples were written by Firefox ESR 153, and cut down.
+// Removing sites' data from Firefox's session. The samples were written by Firefox ESR 153, and shortened.
 
 #include <gmock/gmock.h>
 #include <lz4.h>
@@ -40,7 +40,7 @@ std::string unpacked(const std::string& file) {
   return text;
 }
 
-/// What is left of a session.
+/// What is left of a session after the rewriting.
 std::string rest(const std::string& session) {
   const Rewriting answer = withoutSiteData(packed(session));
   EXPECT_NE(answer.action, Action::kRemove) << session;
@@ -53,7 +53,7 @@ void expectRemoved(const std::string& file) {
   EXPECT_EQ(answer.contents, "");
 }
 
-/// One session, as it was (`%` starts what is to go, `$` ends it) and as it is to be.
+/// A session before and after: `%` begins a part that must be removed, `$` ends it.
 class Marked {
  public:
   explicit Marked(std::string_view marked) {
@@ -171,7 +171,7 @@ TEST(SessionStore, isRemovedWhenTheSizeThatItTellsIsNotSo) {
 }
 
 TEST(SessionStore, isRemovedWhenItIsLongerThanAnySession) {
-  // One blank, repeated as often as 255s tell, and then "{}" with what must come after the last repetition.
+  // LZ4: one blank, repeated (each 0xff adds 255 to the count), then "{}" and the bytes that must end a block.
   constexpr std::size_t kBlanks = std::size_t{256} << 20;
   const std::string end = "{}    ";
   std::string block = std::string("\x1f \x01\x00", 4) + std::string((kBlanks - 20) / 255, '\xff');
@@ -193,7 +193,7 @@ TEST(SessionStore, isRemovedWhereverItIsCut) {
 
 TEST(SessionStore, isReadableAfterAnyChange) {
   const std::string file = packed(kSession.before);
-  std::mt19937 random(7);  // NOLINT: the same changes each time
+  std::mt19937 random(7);  // NOLINT: a fixed seed, for the same changes each time
   for (int round = 0; round < 3000; ++round) {
     std::string changed = file;
     for (int change = 0; change < 2; ++change) changed[random() % changed.size()] = static_cast<char>(random());

@@ -1,4 +1,4 @@
-// Stores that are damaged, in use, or not what they seem: nothing else suffers, and what is an extension's stays.
+// Stores that are damaged, in use, or not what they seem: the other stores are cleaned, and extensions' data stay.
 
 #include <fcntl.h>
 #include <sqlite3.h>
@@ -31,7 +31,7 @@ using Texts = std::vector<std::string>;
 constexpr char kProfile[] = ".config/chromium/Default/";
 constexpr char kFirefoxProfile[] = ".mozilla/firefox/ann/";
 
-/// Another process that holds a lock on a file, as long as it lives.
+/// Another process that holds a lock on a file while the object lives.
 class LockHolder {
  public:
   explicit LockHolder(const std::string& path) {
@@ -86,14 +86,14 @@ class DamagedStores : public LinuxHomeTest {
   std::string chrome(const std::string& store) const { return kProfile + store; }
   std::string firefox(const std::string& store) const { return kFirefoxProfile + store; }
 
-  /// All files of both browsers in which something of the site is left, after both were cleaned.
+  /// Cleans both browsers; returns all files in which data of the site are left.
   Texts leftByARun() {
     quit("Chromium");
     quit("Firefox");
     return HomeContents(platform.home).mentioning(kVisitedSite);
   }
 
-  /// Breaks the bytes of every file in a database of LevelDB that holds entries.
+  /// Damages every file of a LevelDB database that holds entries.
   void damage(const std::string& folder) const {
     for (const auto& entry : std::filesystem::directory_iterator(home(folder))) {
       const std::string name = entry.path().filename();

@@ -1,4 +1,4 @@
-// Every browser of the table, in every place of its row: found there, asked for, cleaned there, and nowhere else.
+// Every browser of the table, in every place of its row: found, asked for and cleaned there, and nowhere else.
 
 #include <algorithm>
 #include <ostream>
@@ -53,7 +53,7 @@ class EveryInstallation : public LinuxHomeTest, public ::testing::WithParamInter
   static const std::string& data() { return GetParam().data; }
   static const std::string& caches() { return GetParam().caches; }
 
-  /// An empty one.
+  /// Makes an empty data folder.
   void makeDataFolder() {
     platform.home.folder(data());
     if (browser().needsProfilesList) platform.home.file(data() + "/profiles.ini");
@@ -87,7 +87,7 @@ TEST_P(EveryInstallation, isNoOtherBrowsers) {
 
 TEST_P(EveryInstallation, isNoneWithoutItsDataFolder) {
   platform.home.folder(caches());
-  platform.home.file(data());  // a file is none
+  platform.home.file(data());  // a file is no data folder
   EXPECT_THAT(Home::current().layout->installationsOf(browser()), IsEmpty());
   EXPECT_THAT(needed(), IsEmpty());
 }

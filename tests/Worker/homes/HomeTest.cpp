@@ -72,7 +72,7 @@ TEST_F(HomeTest, withAFileInPlaceOfTheLibraryHasNone) {
 }
 
 TEST_F(HomeTest, withALibraryThatCanNotBeLookedAtHasOne) {
-  platform.home.link("Library", "Library");  // leads round in a circle
+  platform.home.link("Library", "Library");  // a link to itself
   EXPECT_EQ(Home::current().layout->name(), "Library");
 }
 
@@ -163,7 +163,7 @@ TEST_F(HomeTest, withALibraryHasEveryBrowserInTheOnePlaceOfTheTable) {
   EXPECT_THAT(Home::current().layout->pluginFolders(), IsEmpty());
 }
 
-// The places. Each of them is looked at in EveryInstallationTest.
+// The places. EveryInstallationTest tests each of them.
 
 TEST_F(HomeTest, canHoldSeveralInstallations) {
   for (const char* folder : {".mozilla/firefox", ".config/mozilla/firefox", ".cache/mozilla/firefox",
@@ -214,7 +214,7 @@ TEST_F(HomeTest, hasItsFoldersAlsoWhereTheSessionHasMovedThem) {
   moved.folder("caches/chromium");
   const Installation there{moved.path("settings/chromium"), {moved.path("caches/chromium")}, Kind::kWhole};
   EXPECT_THAT(installations("Chromium"), ElementsAre(there));
-  // What doesn't know of it has them where they usually are.
+  // Browsers that were started without these variables use the usual folders.
   platform.home.folder(".config/chromium");
   platform.home.folder(".cache/chromium");
   EXPECT_THAT(
@@ -224,7 +224,7 @@ TEST_F(HomeTest, hasItsFoldersAlsoWhereTheSessionHasMovedThem) {
               moved.path("settings/chromium"), {moved.path("caches/chromium"), home(".cache/chromium")}, Kind::kWhole},
           Installation{
               home(".config/chromium"), {moved.path("caches/chromium"), home(".cache/chromium")}, Kind::kWhole}));
-  // Other places don't move with them.
+  // Places outside of ~/.config and ~/.cache don't move.
   moved.folder("settings/.mozilla/firefox");
   EXPECT_THAT(installations("Firefox"), IsEmpty());
   moved.folder("settings/mozilla/firefox");

@@ -1,4 +1,4 @@
-// Homes in which someone has laid out links and names that lead elsewhere.
+// Homes in which an attacker has put links and names that lead elsewhere.
 
 #include "tests/support/LinuxHomeTest.h"
 #include "tests/support/SampleWriter.h"
@@ -25,7 +25,7 @@ class HostileHome : public LinuxHomeTest {
       platform.grant(platform.home.folder(folder));
     }
   }
-  /// A profile outside of what is granted.
+  /// Fills profiles outside of what is granted.
   static void fill(const ScratchFolder& outside) {
     const SampleWriter writer(outside, SampleWriter::Stage::kBefore);
     testing_support::writeChromeProfile(writer, "chromium/", "chromium/caches/", true);
@@ -60,7 +60,7 @@ TEST_F(HostileHome, withNamesOfProfilesThatLeadElsewhereIsLeftAlone) {
   const HomeContents before(platform.home);
   quit("Chromium");
   const HomeContents after(platform.home);
-  // In the data folder itself nothing is a profile's but what lies beside profiles.
+  // The data folder itself is no profile, so only stores beside profiles are removed there.
   for (const std::string& path : after.goneSince(before)) {
     EXPECT_THAT((Texts{"ShaderCache", "GrShaderCache", "GraphiteDawnCache", "GPUPersistentCache"}),
                 Contains(path.substr(std::string(kData).size(), path.rfind('/') - std::string(kData).size())));
@@ -163,7 +163,7 @@ TEST_F(HostileHome, losesNothingOfAWorkerThatWasEndedInTheMiddle) {
   const SampleWriter writer(platform.home, SampleWriter::Stage::kCleaned);
   const std::string profile = std::string(kData) + "Default/";
   testing_support::writeChromeProfile(writer, profile, ".cache/chromium/Default/", true);
-  platform.home.file(profile + "Preferences.tidewell", "{\"visited.example\": 1}");  // the old ones, exchanged already
+  platform.home.file(profile + "Preferences.tidewell", "{\"visited.example\": 1}");  // the old files, already exchanged
   platform.home.file(profile + "Local Storage/leveldb.tidewell/000003.log", "visited.example");
   quit("Chromium");
   EXPECT_THAT(HomeContents(platform.home).mentioning(testing_support::kVisitedSite), IsEmpty());

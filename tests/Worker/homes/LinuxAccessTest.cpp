@@ -14,7 +14,7 @@ using Texts = std::vector<std::string>;
 
 class LinuxAccess : public LinuxHomeTest {
  protected:
-  /// The folders of the panels of one request.
+  /// Makes a request; returns the folders of its panels.
   Texts asked(std::string_view name) {
     platform.journal.clear();
     const std::string identifier(browser(name).bundleIdentifier);
@@ -26,7 +26,7 @@ class LinuxAccess : public LinuxHomeTest {
     return panels();
   }
 
-  /// Firefox with a profile in another place.
+  /// Makes a profile of Firefox outside of its data folder.
   std::string makeProfileElsewhere() {
     platform.home.file(".mozilla/firefox/profiles.ini",
                        "[Profile0]\nIsRelative=0\nPath=" + home("Disk/ann.apart") + "\n");
@@ -154,7 +154,7 @@ TEST_F(LinuxAccess, isMadeUpForByEachRunOnce) {
   platform.home.file(".config/chromium/Default/Cookies");
   platform.home.folder(".cache/chromium/Default/Cache");
   platform.home.folder(".macromedia");
-  quit("Chromium");  // all is refused, in both runs
+  quit("Chromium");  // all folders are refused, in both runs
   const Texts all = {".config/chromium", ".cache/chromium", ".macromedia"};
   Texts twice = all;
   twice.insert(twice.end(), all.begin(), all.end());
@@ -165,7 +165,7 @@ TEST_F(LinuxAccess, isMadeUpForByEachRunOnce) {
   platform.journal.clear();
   platform.openPanel.willCancel();
   platform.openPanel.agreesToAll = true;
-  quit("Chromium");  // the first is refused in the first run alone
+  quit("Chromium");  // the first folder is refused, in the first run only
   EXPECT_THAT(panels(), ElementsAre(all[0], all[1], all[2], all[0]));
   EXPECT_FALSE(platform.home.exists(".config/chromium/Default/Cookies"));
   EXPECT_FALSE(platform.home.exists(".cache/chromium/Default/Cache"));

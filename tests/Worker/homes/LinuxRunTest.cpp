@@ -1,5 +1,5 @@
 // A browser quits in a home without a Library, with data in every store of today's browsers: what sites have left is
-// gone, and everything else is byte for byte as it was.
+// removed, and everything else stays the same byte for byte.
 
 #include <algorithm>
 
@@ -23,7 +23,7 @@ using testing_support::LinuxHomeTest;
 using testing_support::ScratchFolder;
 using Texts = std::vector<std::string>;
 
-/// Whether a cleaning may write that file anew: everything else is there byte for byte, or not at all.
+/// Whether a cleaning may rewrite that file; any other file stays the same byte for byte, or is removed.
 bool mayBeRewritten(const std::string& path) {
   static const Texts kParts = {"/Preferences", "/Local Storage/leveldb/", "/File System/Origins/",
                                "/WebStorage/QuotaManager", "/databases/Databases.db", "/Origin Bound Certs",
@@ -38,7 +38,7 @@ class LinuxRun : public LinuxHomeTest, public ::testing::WithParamInterface<std:
  protected:
   using Fill = void (*)(const ScratchFolder&, const std::optional<Cleaned>&);
 
-  /// The home after the browser has quit. What it is to be is made afresh beside it.
+  /// Compares the home after the browser has quit with the expected one, which is made in another folder.
   void expectCleaned(const HomeContents& before, const Cleaned& cleaned, Fill fill = fillLinuxSampleHome) {
     const HomeContents after(platform.home);
     const ScratchFolder beside;
@@ -51,7 +51,7 @@ class LinuxRun : public LinuxHomeTest, public ::testing::WithParamInterface<std:
     EXPECT_THAT(panels(), IsEmpty());
   }
 
-  /// A list of profiles has the home's own path in it.
+  /// The differences; the home's path, which is in lists of profiles, is replaced before the comparison.
   Texts differencesIn(const HomeContents& after, HomeContents expected, const ScratchFolder& beside) const {
     for (auto& [path, meaning] : expected.meanings) {
       if (!path.ends_with("profiles.ini")) continue;
@@ -82,7 +82,7 @@ TEST_P(LinuxRun, changesNothingASecondTime) {
   EXPECT_THAT(again.differencesFrom(after), IsEmpty());
   EXPECT_THAT(again.goneSince(after), IsEmpty());
   EXPECT_THAT(again.addedSince(after), IsEmpty());
-  // SQLite counts what is done to a database.
+  // SQLite counts the transactions in a database's header.
   for (const std::string& path : again.changedSince(after)) {
     EXPECT_TRUE(path.ends_with(".sqlite") || path.ends_with("/QuotaManager") || path.ends_with("/Databases.db") ||
                 path.ends_with("/Origin Bound Certs"))

@@ -1,4 +1,4 @@
-// Folders that browsers were told to use when they were started.
+// Folders that browsers were started with.
 
 #include "Worker/homes/Home.h"
 #include "Worker/homes/StartedWith.h"
@@ -19,7 +19,7 @@ class StartedWithTest : public LinuxHomeTest {
     arguments.insert(arguments.begin(), "/usr/bin/browser");
     return tidewell::foldersNamedIn(arguments, browser(browserName), tidewell::Home::current().folder.eyes.isFolder);
   }
-  /// What is remembered, without the home folder in front.
+  /// The remembered folders, relative to the home folder.
   Texts remembered() const {
     Texts folders;
     for (const tidewell::StartedWith& started : tidewell::Home::current().folder.startedWith) {
@@ -33,7 +33,7 @@ class StartedWithTest : public LinuxHomeTest {
   std::shared_ptr<tidewell::WorkerAppDelegate> worker = makeWorker();
 };
 
-// What arguments name.
+// Folders in the arguments.
 
 TEST_F(StartedWithTest, isTheDataFolderOfTheChromeFamily) {
   const std::string folder = platform.home.folder("work");
@@ -79,7 +79,7 @@ TEST_F(StartedWithTest, isNeverTheProgramItself) {
 TEST_F(StartedWithTest, mayHaveBlanksInItsName) {
   const std::string folder = platform.home.folder("my own browser");
   EXPECT_THAT(named("Chromium", {"--user-data-dir=" + folder}), ElementsAre(folder));
-  // Joined by blanks, and taken apart at them.
+  // The same name when the arguments were joined by blanks and split at them.
   EXPECT_THAT(named("Chromium", {"--user-data-dir=" + home("my"), "own", "browser", "--flag", "x"}),
               ElementsAre(folder));
   EXPECT_THAT(named("Firefox", {"--profile", home("my"), "own", "browser", "https://a.test"}), ElementsAre(folder));
@@ -100,7 +100,7 @@ TEST_F(StartedWithTest, takesNoTimeOverManyWords) {
   EXPECT_THAT(named("Chromium", words), ElementsAre(folder));
 }
 
-// What the setting holds.
+// The setting.
 
 TEST_F(StartedWithTest, passesOverWhatASettingMayHoldInstead) {
   using platform::Value;
@@ -118,7 +118,7 @@ TEST_F(StartedWithTest, passesOverWhatASettingMayHoldInstead) {
   EXPECT_THAT(tidewell::startedWithFrom(std::nullopt), IsEmpty());
 }
 
-// What is remembered of a quit.
+// Remembering the folders of a quit.
 
 TEST_F(StartedWithTest, isRememberedAndCleanedByBothRuns) {
   platform.home.file("work/Default/Preferences", "{}");
@@ -135,7 +135,7 @@ TEST_F(StartedWithTest, isRememberedAndCleanedByBothRuns) {
   platform.dispatch.advance(std::chrono::seconds(60));
   EXPECT_FALSE(platform.home.exists("work/Default/Cookies"));
   platform.home.file("work/Default/Cookies");
-  quit("Chromium");  // of which nothing is known
+  quit("Chromium");  // a quit without arguments
   EXPECT_FALSE(platform.home.exists("work/Default/Cookies"));
   EXPECT_THAT(panels(), IsEmpty());
 }
@@ -211,7 +211,7 @@ TEST_F(StartedWithTest, isNotRememberedOfATemporaryFolderOutsideTheHome) {
                     {"chromium", "--user-data-dir=/tmp"},
                     {"chromium", "--user-data-dir=/dev/shm"}});
   EXPECT_THAT(remembered(), IsEmpty());
-  platform.home.folder("tmp/work");  // the home itself lies in such a folder
+  platform.home.folder("tmp/work");  // not /tmp, though the home itself is in /tmp
   quit("Chromium", {{"chromium", "--user-data-dir=" + home("tmp/work")}, {"chromium", "--user-data-dir=/usr/share"}});
   EXPECT_THAT(remembered(), ElementsAre("org.chromium.Chromium tmp/work", "org.chromium.Chromium /usr/share"));
 }

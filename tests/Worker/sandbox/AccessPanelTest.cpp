@@ -1,4 +1,4 @@
-// The panel that asks for a folder: what is in it, what can be chosen, and what its answer is worth.
+// The panel that asks for a folder: what it shows, what can be chosen, and which answers are accepted.
 
 #include "Worker/sandbox/AppSandboxFileAccess.h"
 #include "Worker/sandbox/AppSandboxFileAccessOpenSavePanelDelegate.h"
@@ -103,7 +103,7 @@ TEST_F(AccessPanel, carriesTextsThatWereChanged) {
 
 TEST_F(AccessPanel, runsOnTheMainThreadWhoeverAsks) {
   platform.home.folder("Library");
-  platform.openPanel.agreesToAll = true;  // the panel itself refuses another thread
+  platform.openPanel.agreesToAll = true;  // FakeOpenPanel throws on any other thread
   platform.dispatch.asBackgroundThread([this] { EXPECT_TRUE(accessTo(home("Library"))); });
   EXPECT_TRUE(accessTo(home("Library")));
   platform.own().clear();

@@ -25,7 +25,7 @@ class FolderAccess : public WorkerTest {
     return access->accessFilePath_persistPermission_withBlock(path, persist, [this] { ++ran; });
   }
   std::vector<std::string> panels() const { return platform.journal.entriesAfter("panel "); }
-  /// What is stored for the folder is a grant of the one that stands there now.
+  /// Expects the stored grant to be of the folder that is at that path now.
   void expectFreshGrantOf(const std::string& below) {
     const auto* stored = platform.own().at(key(below)).as<platform::Data>();
     ASSERT_NE(stored, nullptr);

@@ -1,4 +1,4 @@
-// Files of which all goes, and files of which a part stays.
+// Files that are removed, and files that are rewritten because a part stays.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ using ::testing::IsEmpty;
 using tidewell::GrantedFiles;
 using tidewell::Rewriting;
 
-/// Can't exchange items when it is told so.
+/// A file manager that can be told to fail at exchanging items or creating files.
 class OlderFileSystem : public platform::linux_::LinuxFileManager {
  public:
   using LinuxFileManager::LinuxFileManager;
@@ -148,7 +148,7 @@ TEST_F(GrantedFilesTest, recordsNothing) {
   GrantedFiles::remove("~/data/www.site.example");
   rewrite(Rewriting::replaceBy("rest"));
   EXPECT_THAT(GrantedFiles::bytesOf("~/data/file"), ::testing::Optional(std::string("rest")));
-  EXPECT_EQ(platform.own(), before);  // names of sites would stay among the grants
+  EXPECT_EQ(platform.own(), before);  // or names of sites would stay in the list of grants
 }
 
 TEST_F(GrantedFilesTest, aFolderIsListedUnderItsOwnGrantAlone) {

@@ -1,4 +1,4 @@
-// Which folder a path is granted by, the home folder in paths, and what a refusal leaves behind.
+// Which folder's grant a path needs, the home folder in paths, and the effects of a refusal.
 
 #include <functional>
 #include <map>
@@ -100,7 +100,7 @@ TEST_F(SandboxAccess, recordsTheChoiceForLaterRuns) {
   EXPECT_TRUE(platform.own().contains("bd_file://" + home("Library/Safari") + "/"));
 }
 
-// Refusals: one line each, nothing changed, the empty result.
+// Refusals: one line in the log each, no change, and the empty result.
 
 class DeniedOperation : public WorkerTest {
  protected:
@@ -148,7 +148,7 @@ TEST_F(DeniedOperation, checkForScriptInFolder) {
   Sandbox::checkForScriptInFolder();
   EXPECT_THAT(platform.log.lines(),
               ElementsAre("Sandbox has denied access to " + home(".local/share/scripts/clearCookies.sh")));
-  EXPECT_TRUE(platform.home.exists(".local/share/scripts"));  // it was made, to be asked for
+  EXPECT_TRUE(platform.home.exists(".local/share/scripts"));  // created, so that the panel can ask for it
 }
 TEST_F(DeniedOperation, removeFilesLogsOneLineForEach) {
   Sandbox::removeFiles(std::vector<std::string>{"~/Library/a", "~/Library/b"});
@@ -190,10 +190,10 @@ TEST_F(SandboxAccess, recordsABookmarkOfThePathWhateverTheOperationBeforeAnyPane
     std::vector<bool> wasThere;
     platform.openPanel.whileShown = [&] { wasThere.push_back(platform.own().contains(key)); };
     operation("~/Library/a");
-    EXPECT_TRUE(platform.own().contains(key)) << name;  // at once, though the work may come later
+    EXPECT_TRUE(platform.own().contains(key)) << name;  // at once, even if the work is done later
     platform.dispatch.runUntilIdle();
     EXPECT_THAT(platform.userDefaults.keys(""), ElementsAre(key)) << name;
-    // For access() it is enough: that asks for the path itself.
+    // access() asks for the path itself, for which this bookmark is enough.
     EXPECT_THAT(wasThere, AllOf(Each(true), SizeIs(name == "access" ? 0 : 1))) << name;
   }
 }
@@ -210,7 +210,7 @@ TEST_F(SandboxAccess, recordsABookmarkOfTheScriptThatIsCheckedFor) {
   platform.home.file(".local/share/scripts/clearCookies.sh");
   platform.scopes.openForProcess(platform::FileURL(home(".local/share/scripts"), true));
   Sandbox::checkForScriptInFolder();
-  EXPECT_THAT(panels(), ElementsAre(home(".local/share/scripts")));  // of which nothing is stored
+  EXPECT_THAT(panels(), ElementsAre(home(".local/share/scripts")));  // no grant of this folder is stored
   EXPECT_THAT(platform.userDefaults.keys(""), ElementsAre("bd_file://" + home(".local/share/scripts/clearCookies.sh")));
 }
 

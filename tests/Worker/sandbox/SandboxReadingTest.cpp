@@ -1,4 +1,4 @@
-// The reading operations of the one door to the file system.
+// The reading operations of Sandbox, through which all access to files goes.
 
 #include <filesystem>
 
@@ -119,7 +119,7 @@ TEST_F(SandboxReading, fileAttributesAreThoseOfTheItem) {
 TEST_F(SandboxReading, recordsABookmarkOfTheFolderThatHoldsTheGrantAtTheMost) {
   platform.home.file("folder/a");
   Sandbox::fileExists("~/folder/a");
-  // The home folder's stored grant was enough, so nothing new was asked; the path itself was not open yet.
+  // The home folder's stored grant was enough, so no panel was shown; the path itself was not open yet.
   EXPECT_THAT(platform.userDefaults.keys(""), ElementsAre("bd_file://" + platform.home.path() + "/"));
 }
 

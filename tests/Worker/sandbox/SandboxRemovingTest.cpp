@@ -105,7 +105,7 @@ TEST_F(SandboxRemove, leavesAFileThatCanNotBeOpenedForWriting) {
     remove("~/a");
     EXPECT_TRUE(platform.home.exists("a"));
     overwrite(false);
-    remove("~/a");  // what may be removed need not be writable
+    remove("~/a");  // a plain removal doesn't need the file to be writable
   }
   EXPECT_FALSE(platform.home.exists("a"));
 }

@@ -156,7 +156,7 @@ TEST_F(SandboxSql, reachesADatabaseInsideThroughALink) {
   EXPECT_THAT(query("~/link"), ElementsAre("1", "2"));
 }
 
-/// Leaves a database whose interrupted transaction names another file as its super-journal.
+/// Makes a database whose interrupted transaction names another file as its super-journal.
 void makeDatabaseWithHostileJournal(const std::string& folder, const std::string& target) {
   sqlite3* database = nullptr;
   const std::string original = folder + "/original";
@@ -176,7 +176,8 @@ void makeDatabaseWithHostileJournal(const std::string& folder, const std::string
   };
   std::uint32_t sum = 0;
   for (const char character : target) sum += static_cast<unsigned char>(character);
-  // The end of a journal: the page that is never used, the name, its length and checksum, and a magic number.
+  // A journal ends with the number of the page that is never used, the super-journal's name, the name's length and
+  // checksum, and a magic number.
   std::ofstream(folder + "/hostile-journal", std::ios::app | std::ios::binary)
       << bigEndian(0x40000000 / 4096 + 1) << target << bigEndian(static_cast<std::uint32_t>(target.size()))
       << bigEndian(sum) << "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7";

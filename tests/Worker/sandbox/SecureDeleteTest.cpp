@@ -151,7 +151,7 @@ TEST_F(SecureDeletion, goesOnWhenWritesFailAndCountsEachAsAByteMoreToGo) {
   const std::string path = fileOf(1000);
   platform.system.writesToFail = 30;
   EXPECT_TRUE(SecureDelete::wipe_phase(path, 1));
-  // 1000 bytes and 30 more: the first chunk that succeeds has 1024 of the 1030, the next has 6.
+  // Each failure adds a byte, so 1030 are to be written: a chunk of 1024, and one of 6.
   EXPECT_THAT(writes(), ElementsAre("1024", "6"));
 }
 
@@ -165,7 +165,7 @@ TEST_F(SecureDeletion, countsWhatWasWrittenAndNotWhatWasToBe) {
 
 TEST_F(SecureDeletion, coversTheLow32BitsOfTheSizeOnly) {
   const std::string path = fileOf(0);
-  ASSERT_EQ(::truncate(path.c_str(), (std::int64_t{1} << 32) + 5), 0);  // a file with a hole takes no space
+  ASSERT_EQ(::truncate(path.c_str(), (std::int64_t{1} << 32) + 5), 0);  // a sparse file, which takes no space
   EXPECT_TRUE(SecureDelete::wipe_phase(path, 1));
   EXPECT_THAT(writes(), ElementsAre("5"));
 }

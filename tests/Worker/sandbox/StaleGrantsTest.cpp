@@ -1,5 +1,5 @@
-// Grants that lead elsewhere than to where they are kept, that can't be refreshed, or that can't be opened: as the
-// system's answers have it, whatever the disk says.
+// Grants that resolve to another folder than that of their key, that can't be refreshed, or that can't be opened. The
+// results of the system are scripted, whatever is on the disk.
 
 #include <map>
 #include <set>
@@ -19,7 +19,7 @@ using ::testing::UnorderedElementsAre;
 using testing_support::WorkerTest;
 using tidewell::AppSandboxFileAccess;
 
-/// Answers as it is told. Journal: "start PATH", "stop PATH".
+/// Returns what the test has set. Journal: "start PATH", "stop PATH".
 class ScriptedScopes : public platform::SecurityScopedResources {
  public:
   explicit ScriptedScopes(testing_support::Journal& journal) : journal_(journal) {}
@@ -51,7 +51,7 @@ class StaleGrants : public WorkerTest {
   void store(const std::string& bytes, const std::string& folder) {
     platform.own().insert_or_assign("bd_file://" + folder + "/", dataFromBytes(bytes));
   }
-  /// Key, without its beginning, to the data's bytes.
+  /// The stored grants: the key without its prefix, and the data's bytes.
   std::map<std::string, std::string> stored() {
     std::map<std::string, std::string> grants;
     for (const auto& [key, value] : platform.own()) {
@@ -59,7 +59,7 @@ class StaleGrants : public WorkerTest {
     }
     return grants;
   }
-  /// Asks for the folder; answers whether it was allowed.
+  /// Asks for the folder; returns whether it was allowed.
   bool request(const std::string& folder, bool persist) {
     return AppSandboxFileAccess::fileAccess()->requestAccessPermissionsForFileURL_persistPermission_withBlock(
         FileURL(folder, true), persist, [this](const FileURL& url, const std::optional<Data>& data) {

@@ -1,4 +1,4 @@
-// The tables of today's stores, and the page for people that lists them.
+// The tables of today's stores, and docs/what-is-removed.md, which lists them.
 
 #include <gmock/gmock.h>
 
@@ -18,7 +18,7 @@ using tidewell::StoreAge;
 constexpr char kPage[] = TIDEWELL_DOCS "/what-is-removed.md";
 
 struct Table {
-  std::string heading;  // of its part of the page
+  std::string heading;  // of the table's part of the page
   std::span<const Store> stores;
 };
 
@@ -31,7 +31,7 @@ std::vector<Table> tables() {
           {"### In each profile of Chromium and its relatives", tidewell::kChromiumStores.ownFlash}};
 }
 
-/// What stands below a heading, down to the next one; "" when there is no such heading.
+/// The text below a heading, down to the next one; "" when there is no such heading.
 std::string partOfThePage(const std::string& heading) {
   std::ifstream file(kPage);
   const std::string page(std::istreambuf_iterator<char>(file), {});
@@ -68,7 +68,7 @@ TEST(StoreTables, thePathsAreRelativeAndPlain) {
 
 TEST(StoreTables, noneIsTwiceInATable) {
   for (const auto& [heading, stores] : tables()) {
-    // A store is in a table once more as what it is treated as where today's stores are not cleaned.
+    // A store can be listed a second time, with its treatment where today's stores are not cleaned.
     std::set<std::pair<std::string_view, bool>> paths;
     for (const Store& store : stores) {
       EXPECT_TRUE(paths.emplace(store.path, store.age == StoreAge::kCurrent).second) << heading << ": " << store.path;
@@ -78,7 +78,7 @@ TEST(StoreTables, noneIsTwiceInATable) {
 
 TEST(StoreTables, everyLineSaysWhatTheStoreHoldsAndWhatBecomesOfIt) {
   for (const auto& [heading, stores] : tables()) {
-    // "The same" is as the line above.
+    // "The same" refers to the line above, which the first line lacks.
     EXPECT_THAT(std::string(stores.front().holds), testing::Not(testing::HasSubstr("the same"))) << heading;
     for (const Store& store : stores) {
       EXPECT_NE(store.holds, "") << heading << ": " << store.path;

@@ -1,6 +1,6 @@
-// What a visit does: tells what it finds in every store, fills them, and reads them back. The document has set `place`
-// (which of the sites this is), `visit` (its number) and `other` (the address of the same server over plain HTTP, for a
-// site that has asked for secure connections).
+// A visit: reports what it finds in every store, fills them, and reads them back. The document has set `place` (which
+// of the sites this is), `visit` (its number) and `other` (the address of the same server over plain HTTP, for a site
+// that has asked for secure connections).
 "use strict";
 
 const all = {...stores, ...storesOfSites};
@@ -8,7 +8,7 @@ const markOf = name => `zq${place}-${name}.`;
 const tell = (what, answer) => report(`/report/${what}?visit=${visit}`, answer);
 const times = window.devicePixelRatio;
 
-// Loaded a few times, a large script is kept compiled.
+// After a few loads the browser keeps the compiled form of a large script.
 const runTheLargeScriptAgain = async () => {
   for (let count = 0; count < 3; ++count) {
     const frame = document.createElement("iframe");
@@ -62,6 +62,6 @@ const start = async () => {
   }
 };
 
-// A tab of an earlier visit that the browser opened again only tells what it still has.
+// A tab of an earlier visit that the browser has reopened only reports what it still has.
 if (past) tell("again", ofThisTab());
 else start();

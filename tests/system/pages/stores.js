@@ -99,7 +99,7 @@ if (navigator.storageBuckets) {
   });
 }
 
-// Those that are a site's alone, and not an extension's.
+// Stores of sites that extensions don't have.
 const storesOfSites = {
   partitionedCookie: {
     read: () => cookie("partitioned"),
@@ -109,7 +109,7 @@ const storesOfSites = {
   },
   cookie: {
     read: () => cookie("script"),
-    // Chromium writes cookies to the disk after half a minute or after 512 changes: thus so many.
+    // Chromium writes cookies to the disk after half a minute or after 512 changes, hence the 600 changes.
     write: mark => {
       for (let count = 0; count < 600; ++count)
         document.cookie = `script=${mark}; Max-Age=864000; SameSite=None; Secure`;
@@ -166,7 +166,7 @@ const readAll = async from => {
   return found;
 };
 
-// Writes what is not there yet; answers what failed, twice.
+// Writes what is missing; returns the errors of those stores that failed twice.
 const writeAll = async (into, found, markOf) => {
   const failed = {};
   for (const [name, store] of Object.entries(into)) {

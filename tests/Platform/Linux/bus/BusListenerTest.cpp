@@ -42,7 +42,7 @@ class Listener : public ::testing::Test {
     listener.resume();
   }
 
-  /// Calls as another program does; `answers` grows when an answer comes.
+  /// Calls the service as another program does; its reply is appended to `answers`.
   void ask(const std::string& argument) {
     const auto answered = [](sd_bus_message* reply, void* data, sd_bus_error*) {
       const char* text = nullptr;
@@ -91,7 +91,7 @@ TEST_F(Listener, takesAnAnswerLaterAndFromAnotherThread) {
   EXPECT_EQ(answers[0], "late");
 }
 
-// What is not let go of is found by the address sanitizer at the end of the program.
+// The address sanitizer finds a leaked call at the end of the program.
 TEST_F(Listener, letsGoOfACallWhoseReplyIsDroppedByAnotherThreadWhenTheLoopHasEnded) {
   platform::Reply kept;
   delegate.call = [&](const std::string&, platform::Reply reply) { kept = std::move(reply); };
@@ -123,7 +123,7 @@ TEST_F(Listener, deliversNothingOfAConnectionThatIsRefusedOrNotResumed) {
   ASSERT_TRUE(runUntil(loop, [&] { return asked; }));
   delegate.resumes = false;
   ask("not resumed");
-  // Another method of the bus shows that the calls before it have been through.
+  // The reply to a later call shows that the calls before it have been handled.
   bool pinged = false;
   const auto ponged = [](sd_bus_message*, void* data, sd_bus_error*) {
     *static_cast<bool*>(data) = true;

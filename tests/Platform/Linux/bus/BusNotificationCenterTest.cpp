@@ -180,7 +180,7 @@ TEST_F(NotificationsOverTheBus, areSilentlyLostWithoutAService) {
   bool idle = false;
   loop.after(std::chrono::milliseconds(50), [&] { idle = true; });
   waitFor([&] { return idle; });
-  startService();  // one that comes later gets what comes later
+  startService();  // it gets only what is posted after its start
   schedule("somebody", "");
   ASSERT_TRUE(waitFor([&] { return !posted.empty(); }));
   EXPECT_EQ(posted[0].summary, "somebody");

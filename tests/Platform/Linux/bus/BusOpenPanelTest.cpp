@@ -44,7 +44,7 @@ class PanelOverTheBus : public ::testing::Test {
     settings.delegate = &rule;
   }
 
-  /// A panel program that gives these answers, one after the other.
+  /// A panel program that returns these answers, one after the other.
   std::unique_ptr<BusProgram> program(std::deque<std::pair<unsigned, std::string>> given) {
     answers = std::move(given);
     return std::make_unique<BusProgram>(loop, kName, [this](sd_bus_message* call) {
@@ -140,7 +140,7 @@ TEST_F(PanelOverTheBus, grantsWhatWasChosen) {
   const auto shown = program({{1, "file:///tmp"}});
   const auto answer = panel.runModal(settings);
   EXPECT_EQ(answer.response, ModalResponse::ok);
-  EXPECT_EQ(answer.url, FileURL("/tmp", true));  // a folder stands there, whatever the answer's form
+  EXPECT_EQ(answer.url, FileURL("/tmp", true));  // /tmp is a folder, even though the answer has no slash at its end
   EXPECT_THAT(granted, ElementsAre("/tmp"));
 }
 

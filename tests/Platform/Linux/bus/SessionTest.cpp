@@ -65,7 +65,7 @@ TEST_F(Texts, resourcesLieInTheSharedFolder) {
   EXPECT_FALSE(bundle.urlForResource("missing", "sh"));
 }
 
-/// What a log entry leaves on standard error.
+/// What a log entry writes to standard error.
 std::string logged(std::string_view text) {
   std::array<int, 2> ends{};
   if (::pipe(ends.data()) != 0) return "no pipe";

@@ -1,4 +1,4 @@
-// Making folders and files: what is on the disk afterwards, and what is left alone.
+// Creating folders and files: what is on the disk afterwards, and what stays unchanged.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -41,7 +41,7 @@ class NewItems : public ::testing::Test {
   }
   unsigned permissions(const std::string& below) const { return statusOf(below).st_mode & 07777; }
   ino_t inode(const std::string& below) const { return statusOf(below).st_ino; }
-  /// A path that starts inside the grant and leads to this outside of it by dots.
+  /// A path that begins inside the grant and leads to `below` outside of it through "..".
   std::string wayOut(const std::string& below) const {
     return granted.path("../" + elsewhere.path().substr(5) + "/" + below);
   }

@@ -1,4 +1,4 @@
-// Exchanging two items: each gets the place of the other, and nothing outside of the grants is reached.
+// Exchanging two items: each gets the other's name, and nothing outside of the grants is reached.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -36,7 +36,7 @@ class Exchange : public ::testing::Test {
     return status;
   }
   ino_t inode(const std::string& below) const { return statusOf(below).st_ino; }
-  /// A path that starts inside the grant and leads to this outside of it by dots.
+  /// A path that begins inside the grant and leads to `below` outside of it through "..".
   std::string wayOut(const std::string& below) const {
     return granted.path("../" + elsewhere.path().substr(5) + "/" + below);
   }
@@ -171,7 +171,7 @@ TEST_F(Exchange, reachesNothingOutsideThoughLinksAreSwappedInMeanwhile) {
   bool isUntouched = true;
   for (int round = 0; round < 10'000 && isUntouched; ++round) {
     if (!(round % 2 == 0 ? exchange("sub/a", "b") : exchange("b", "sub/a"))) ++exchanged;
-    // Looked at each time: a second exchange would put everything right again.
+    // Checked each time, because a second exchange would restore the content.
     isUntouched = elsewhere.content("a") == "outside";
   }
   done = true;

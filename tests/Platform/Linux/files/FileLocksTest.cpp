@@ -1,4 +1,4 @@
-// Locks against other processes, and that there is one at a time in this one.
+// Locks against other processes, of which this process holds one at a time for each file.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -84,7 +84,7 @@ class FileLocks : public ::testing::Test {
   std::error_code refusal(const std::string& path) { return files.lockFile(path).error(); }
   static bool hasOpen(const std::string& path) {
     for (const auto& descriptor : std::filesystem::directory_iterator("/proc/self/fd")) {
-      std::error_code ignored;  // of the iterator's own descriptor, which may go meanwhile
+      std::error_code ignored;  // for the iterator's own descriptor, which may be closed meanwhile
       if (std::filesystem::read_symlink(descriptor, ignored) == path) return true;
     }
     return false;
@@ -127,13 +127,13 @@ TEST_F(FileLocks, areGivenOnceInThisProcess) {
   ASSERT_TRUE(held);
   EXPECT_EQ(refusal(granted.path("a")), std::errc::resource_unavailable_try_again);
   EXPECT_EQ(refusal(granted.path("b")), std::errc::resource_unavailable_try_again);
-  EXPECT_FALSE(anotherProcessCanLock(granted.path("a")));  // the refused ones have not ended the first
+  EXPECT_FALSE(anotherProcessCanLock(granted.path("a")));  // the refused attempts have not released the first lock
   held->reset();
   EXPECT_TRUE(lock("b"));
 }
 
 TEST_F(FileLocks, areNotGivenUntilTheOneBeforeHasEnded) {
-  // Its end would end the new one, too.
+  // Closing the old descriptor would release the new lock, too.
   granted.file("a");
   auto held = lock("a");
   ASSERT_TRUE(held);

@@ -1,4 +1,4 @@
-// Files that are read piece by piece, and what is not read so.
+// Reading files piece by piece, and what is refused.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -34,7 +34,7 @@ class ReadableFiles : public ::testing::Test {
 
   std::error_code refusal(const std::string& path) const { return files.readableFile(path).error(); }
 
-  /// What is read, or why nothing is.
+  /// The content, or why it can't be read.
   static std::string read(const ReadableFile& file, std::uint64_t offset, std::size_t count) {
     const auto bytes = file.read(offset, count);
     return bytes ? *bytes : bytes.error().message();
@@ -115,7 +115,7 @@ TEST_F(ReadableFiles, areRegularOnly) {
   ::close(socket);
   scopes.openForProcess(FileURL("/dev", true));
   EXPECT_EQ(refusal(granted.path("folder")), std::errc::is_a_directory);
-  EXPECT_EQ(refusal(granted.path("pipe")), std::errc::invalid_argument);  // and does not wait for a writer
+  EXPECT_EQ(refusal(granted.path("pipe")), std::errc::invalid_argument);  // without waiting for a writer
   EXPECT_EQ(refusal(granted.path("socket")), std::errc::invalid_argument);
   EXPECT_EQ(refusal("/dev/null"), std::errc::invalid_argument);
 }
@@ -160,7 +160,7 @@ TEST_F(ReadableFiles, mayBeGrantedAlone) {
   const auto file = files.readableFile(elsewhere.path("a"));
   ASSERT_TRUE(file);
   EXPECT_EQ(read(**file, 0, 10), "content");
-  EXPECT_TRUE(files.readableFile(elsewhere.path("a").substr(1)));  // counts from "/"
+  EXPECT_TRUE(files.readableFile(elsewhere.path("a").substr(1)));  // a relative path begins at "/"
   EXPECT_EQ(refusal(elsewhere.path("b")), std::errc::operation_not_permitted);
   EXPECT_EQ(refusal(elsewhere.path("link")), std::errc::operation_not_permitted);
 }

@@ -77,7 +77,7 @@ TEST_F(Files, readAsTextMustBeRegularFilesOfValidUTF8) {
   EXPECT_TRUE(files.stringWithContentsOfFile(granted.path("good")));
   EXPECT_EQ(files.stringWithContentsOfFile(granted.path("bad")).error(), std::errc::illegal_byte_sequence);
   EXPECT_FALSE(files.stringWithContentsOfFile(granted.path("folder")));
-  EXPECT_FALSE(files.stringWithContentsOfFile(granted.path("pipe")));  // and does not wait for a writer
+  EXPECT_FALSE(files.stringWithContentsOfFile(granted.path("pipe")));  // without waiting for a writer
   EXPECT_FALSE(files.stringWithContentsOfFile(granted.path("missing")));
 }
 

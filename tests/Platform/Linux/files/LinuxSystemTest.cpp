@@ -1,4 +1,4 @@
-// The operating system's calls.
+// The system calls behind platform::System.
 
 #include <gtest/gtest.h>
 #include <pwd.h>

@@ -1,4 +1,4 @@
-// Grants: what can be recorded, what comes back, and what is open meanwhile.
+// Grants: what can be recorded, what a bookmark resolves to, and what is open meanwhile.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 
 class Grants : public ::testing::Test {
  protected:
-  /// What a person's choice of the folder would have left in the settings.
+  /// The data that would be in the settings if the user had chosen the folder.
   static Data earlierGrant(const std::string& path) {
     SecurityScopes session;
     session.openForProcess(FileURL(path, true));
@@ -178,7 +178,7 @@ TEST_F(Grants, areCounted) {
   EXPECT_TRUE(canReach(granted.path("a")));
   scopes.stopAccessing(url);
   EXPECT_FALSE(canReach(granted.path("a")));
-  scopes.stopAccessing(url);  // one too many is nothing
+  scopes.stopAccessing(url);  // one call too many has no effect
   EXPECT_FALSE(canReach(granted.path("a")));
 }
 
@@ -192,7 +192,7 @@ TEST_F(Grants, ofAPanelStayOpenThoughAccessesEnd) {
 }
 
 TEST_F(Grants, ofAPanelAreNotMovedByALinkThatCameMeanwhile) {
-  // The person was shown a folder; a link stands there by the time that the answer comes.
+  // The user was shown a folder, but a link is there by the time that the answer arrives.
   granted.link("shown", elsewhere.path());
   elsewhere.file("a");
   scopes.openForProcess(FileURL(granted.path("shown"), true));

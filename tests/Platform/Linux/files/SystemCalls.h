@@ -1,7 +1,7 @@
-// A few of the system's calls, noted, failing on demand, or with something done in the moment before. Disks do not fail
-// on demand, and an attacker seldom meets the worst moment by himself.
+// Records a few system calls, makes them fail on demand, or runs test code just before them. So tests can have a disk
+// that fails, and an attacker at the worst moment.
 //
-// The program's own functions of these names stand before the C library's and do the real thing otherwise.
+// The program's own functions of these names replace the C library's, and make the real calls.
 #pragma once
 
 #include <sys/types.h>
@@ -13,7 +13,7 @@
 
 namespace testing_support {
 
-/// Those of the thread that made it, as long as it lives. One at a time.
+/// Affects the calls of the thread that created it, while it lives. One object at a time.
 class SystemCalls {
  public:
   SystemCalls();
@@ -22,19 +22,19 @@ class SystemCalls {
   SystemCalls& operator=(const SystemCalls&) = delete;
 
   std::vector<ino_t> flushed;    // by fsync and fdatasync, in order
-  bool skipsFlushes = false;     // where many are made and none is of interest
-  std::size_t failingFlush = 0;  // which one, from 1 on
+  bool skipsFlushes = false;     // for tests with many flushes that don't check them
+  std::size_t failingFlush = 0;  // its number, from 1; 0 for none
   int flushError = EIO;
   int exchangeError = 0;  // of renameat2
 
-  // Done once.
+  // Each is run once.
   std::function<void()> beforeFlush;     // fsync, fdatasync
   std::function<void()> beforeExchange;  // renameat2
   std::function<void()> beforeLock;      // fcntl with F_SETLK
   std::function<void()> beforeClose;
 };
 
-/// Gives two items each other's place, as an attacker would.
+/// Exchanges two items, as an attacker would.
 void swapItems(const std::string& path, const std::string& other);
 
 }  // namespace testing_support

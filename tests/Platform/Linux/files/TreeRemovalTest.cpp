@@ -1,4 +1,4 @@
-// Removing whole folders: deep, odd, attacked, and written to meanwhile.
+// Removing whole folders that are deep, odd, attacked, or written to meanwhile.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -32,7 +32,7 @@ class TreeRemoval : public ::testing::Test {
   LinuxFileManager files{scopes, granted.path("scripts")};
 };
 
-/// Makes folders inside each other, with a file in the last. Their path is longer than a path may be.
+/// Makes nested folders with a file in the last. The path is longer than PATH_MAX.
 void makeDeepTree(const std::string& root, int levels) {
   int folder = ::open(root.c_str(), O_DIRECTORY | O_CLOEXEC);
   for (int level = 0; level < levels; ++level) {
@@ -125,7 +125,7 @@ TEST_F(TreeRemoval, removesAFolderThatIsWrittenToMeanwhile) {
   granted.folder("busy");
   std::atomic<bool> started = false;
   std::thread writer([&] {
-    // Writes as long as the folder is there: a program that is going down.
+    // Keeps writing during the removal, like a program that is shutting down.
     for (int number = 0; number < 3000; ++number) {
       const std::string path = granted.path("busy/" + std::to_string(number % 7));
       ::mkdir(path.c_str(), 0700);
@@ -137,7 +137,7 @@ TEST_F(TreeRemoval, removesAFolderThatIsWrittenToMeanwhile) {
   while (!started) std::this_thread::yield();
   remove("busy");
   writer.join();
-  // What was written after the folder had gone, or while it went, goes with the second run.
+  // The second run removes what was written during or after the first.
   remove("busy");
   EXPECT_FALSE(granted.exists("busy"));
 }

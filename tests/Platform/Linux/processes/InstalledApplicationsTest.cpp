@@ -1,4 +1,4 @@
-// Quits of applications, wherever their programs lie and whenever they are installed.
+// Quits of applications, wherever their programs are and whenever they are installed.
 
 #include <filesystem>
 
@@ -86,7 +86,7 @@ TEST_F(QuittingApplications, areFoundByTheirDesktopEntry) {
 TEST_F(QuittingApplications, areNoticedThoughTheirProgramLiesNowhereWhenTheyAreWanted) {
   std::filesystem::remove(bin("opera"));
   if (!platform::linux_::ProcessConnector::open(loop, [](pid_t) {})) {
-    // Where the kernel announces nothing to us, one that runs already is still found.
+    // The kernel announces no starts to this process, so there is nothing to test.
     SUCCEED();
     return;
   }

@@ -1,4 +1,4 @@
-// Scripts of the person's, as real processes.
+// The user's scripts, as real processes.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -91,7 +91,7 @@ TEST_F(QuittingApplications, whoseProcessesEndTogetherQuitOnce) {
   start();
   for (std::size_t round = 1; round <= 10; ++round) {
     TestProcess first = run("chrome");
-    TestProcess second({bin("chrome"), "wait"});  // not looked at: one runs already
+    TestProcess second({bin("chrome"), "wait"});  // not examined, because one runs already
     ::kill(first.pid(), SIGKILL);
     ::kill(second.pid(), SIGKILL);
     ASSERT_TRUE(waitForQuits(round));
@@ -104,7 +104,7 @@ TEST_F(QuittingApplications, doNotQuitWhenASecondStartOnlyHandsOver) {
   start();
   TestProcess running = run("chrome");
   run("chrome").end();
-  TestProcess({bin("chrome"), "wait"}).end();  // over at once
+  TestProcess({bin("chrome"), "wait"}).end();  // ends at once
   settle();
   EXPECT_THAT(quits, IsEmpty());
   running.end();
@@ -200,7 +200,7 @@ TEST_F(QuittingApplications, mayBeAProgramThatAnotherBecame) {
 TEST_F(QuittingApplications, haveQuitWhenWhatIsLeftBecameAnotherProgram) {
   installStandIn(bin("mail"));
   start();
-  // A child that is about to start another program outlives the browser, and looks like it for a moment.
+  // A child that is about to execute another program outlives the browser, and looks like it until then.
   TestProcess browser = run("opera", {"fork-for", bin("mail"), "wait"});
   browser.kill(SIGTERM);
   settle();
@@ -269,7 +269,7 @@ TEST_F(QuittingApplications, areEachToldOfTwoHundredOneAfterTheOther) {
   EXPECT_THAT(quits, SizeIs(200));
 }
 
-// Telling.
+// Reporting.
 
 TEST_F(QuittingApplications, mayBeAnnounced) {
   workspace.announce("Any Name", "any.identifier");

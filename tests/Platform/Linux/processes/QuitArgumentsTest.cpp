@@ -1,4 +1,4 @@
-// What the processes of an application that has quit were started with.
+// The arguments that the processes of an application that has quit were started with.
 
 #include "tests/support/WorkspaceTest.h"
 

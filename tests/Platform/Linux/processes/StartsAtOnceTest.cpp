@@ -1,4 +1,4 @@
-// Quits of applications that were installed or started in the very moment in which we began to look.
+// Quits of applications that were installed or started at the moment when the workspace began to watch.
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -21,7 +21,7 @@ using testing_support::installStandIn;
 using testing_support::isWatched;
 using testing_support::QuittingApplications;
 
-/// Does something once, before `folder` is watched.
+/// Calls a function once, before `folder` is watched.
 BeforeWatching once(const std::string& folder, std::function<void()> task) {
   return BeforeWatching([folder, task = std::move(task)](const std::string& path) mutable {
     if (path == folder && task) std::exchange(task, nullptr)();
@@ -78,7 +78,7 @@ TEST_F(QuittingApplications, mayBeMadeExecutableAfterTheyWereWritten) {
   std::filesystem::rename(folder.path("program"), bin("opera"));
   settle();
   ::chmod(bin("opera").c_str(), 0755);
-  settle(3200ms);  // longer than it is looked for after each change
+  settle(3200ms);  // longer than the checks after each change go on
   run("opera").end();
   ASSERT_TRUE(waitForQuits(1));
 }
@@ -98,7 +98,7 @@ TEST_F(QuittingApplications, mayBeWrittenAfterTheyWereMade) {
   ASSERT_TRUE(waitForQuits(1));
 }
 
-// Only root can hold a start; as an ordinary user these show nothing.
+// Only root can hold a start, so these tests check nothing when an ordinary user runs them.
 
 using HeldApplications = QuittingApplications;
 

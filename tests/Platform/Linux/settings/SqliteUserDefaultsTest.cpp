@@ -141,7 +141,8 @@ TEST_F(SettingsFile, losesNothingWhenSeveralProcessesMakeIt) {
 }
 
 TEST_F(SettingsFile, isWholeAfterEachOfTwoHundredKillsInMidWrite) {
-  // The writer keeps two values equal, and tells its progress through a pipe, so that every kill hits a writer at work.
+  // The writer keeps two values equal, and reports its progress through a pipe, so that every kill hits it in mid
+  // write.
   const std::string large(20'000, 'x');
   for (int kill = 0; kill < 200; ++kill) {
     int progress[2];

@@ -52,7 +52,7 @@ TEST_F(Loop, letsAnotherThreadWaitForItsTask) {
   other.join();
 }
 
-/// Keeps the thread busy, as a long task does.
+/// Keeps the thread busy, like a long task.
 void workFor(std::chrono::milliseconds duration) {
   const auto end = std::chrono::steady_clock::now() + duration;
   while (std::chrono::steady_clock::now() < end) {

@@ -28,7 +28,7 @@ TEST(Pool, hasNoThreadBeforeThereIsWork) {
 }
 
 TEST(Pool, growsWhileItsThreadsAreStuck) {
-  // More tasks that wait for each other than the pool runs at once of its own accord.
+  // More tasks that wait for each other than the pool normally runs at once.
   constexpr int kTasks = 60;
   ThreadPool pool;
   std::barrier together(kTasks);
@@ -64,7 +64,7 @@ TEST(Pool, doesNotCountThreadsThatSayThatTheyAreBlocked) {
     ran.count_down();
     done.count_down();
   });
-  ran.wait();  // nobody was held up
+  ran.wait();  // no task was blocked
   open.count_down();
   done.wait();
 }
@@ -88,7 +88,7 @@ TEST(Pool, hasAnUpperBound) {
 }
 
 TEST(Pool, isAsGoodAsNewAfterABurst) {
-  // Whatever was set up for a burst of short tasks has gone with its threads.
+  // What a burst of short tasks has needed is freed with its threads.
   {
     ThreadPool pool;
     std::latch idle(1);
@@ -116,8 +116,8 @@ TEST(Pool, takesTasksOfHighPriorityFirst) {
   std::mutex mutex;
   std::vector<std::string> order;
   std::latch open(1);
-  // As many as run at once stay stuck until the end: the one thread that is added for those that wait takes both, in
-  // its own order.
+  // All threads that normally run are stuck until the end, so the one thread that is added for waiting tasks takes
+  // both, in the pool's order.
   const unsigned busy = std::max(4U, 2 * std::thread::hardware_concurrency());
   std::latch started(static_cast<std::ptrdiff_t>(busy));
   std::latch done(static_cast<std::ptrdiff_t>(busy));

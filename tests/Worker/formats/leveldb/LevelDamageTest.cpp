@@ -1,4 +1,4 @@
-// Databases that are not as LevelDB left them, and folders that hold something else.
+// Damaged databases, and folders that hold something else than a database.
 
 #include <leveldb/comparator.h>
 #include <sys/resource.h>
@@ -25,7 +25,7 @@ class DamagedLevel : public LevelDatabaseTest {
     fs::copy(folder, elsewhere.path("pristine"));
   }
 
-  /// Takes the folder back to what it was at first.
+  /// Restores the folder to its first state.
   void restore() {
     fs::remove_all(folder);
     fs::remove_all(aside);
@@ -93,12 +93,12 @@ TEST_F(DamagedLevel, aFlippedBitOfATableIsNeverTakenForData) {
     flip(pathOf(".ldb"), offset, static_cast<int>(offset % 8));
     const auto damaged = platform.home.tree();
     const Outcome outcome = keep("kept.test");
-    // Only what no reader looks at can be flipped without being noticed.
+    // A flipped bit goes unnoticed only in bytes that no reader uses.
     if (outcome == Outcome::kRewritten) {
       ASSERT_THAT(inLibrary(), Optional(kKept)) << offset;
       continue;
     }
-    ASSERT_EQ(outcome, Outcome::kLeft) << offset;  // the name stands in the log at least
+    ASSERT_EQ(outcome, Outcome::kLeft) << offset;  // the log, at least, contains the name
     ASSERT_EQ(platform.home.tree(), damaged) << offset;
     ++left;
   }
@@ -112,7 +112,7 @@ TEST_F(DamagedLevel, aFlippedBitOfTheLogIsNeverTakenForData) {
     restore();
     flip(pathOf(".log"), offset, static_cast<int>(offset % 8));
     const Outcome outcome = keep("kept.test");
-    if (outcome == Outcome::kRewritten) {  // the last record can seem not to be whole, which LevelDB accepts
+    if (outcome == Outcome::kRewritten) {  // the last record can look incomplete, which LevelDB accepts
       ASSERT_EQ(inLibrary()->at("_http://kept.test\0\1a"s), kKept.at("_http://kept.test\0\1a"s));
     } else {
       ASSERT_EQ(outcome, Outcome::kLeft) << offset;
@@ -137,7 +137,7 @@ TEST_F(DamagedLevel, whatCannotBeRepairedStaysWhenSomethingPreciousIsInIt) {
 }
 
 TEST_F(DamagedLevel, somethingPreciousIsSeenWhereverItStands) {
-  // Across the places where a long file is cut for the search, in a table that no manifest names, in the messages.
+  // Across the boundaries of the pieces that are searched, in a table that no manifest names, and in LevelDB's own log.
   for (const std::size_t offset :
        {std::size_t{0}, (std::size_t{1} << 20) - 3, (std::size_t{17} << 16) - 3, std::size_t{3000000}}) {
     for (const std::string& name : {"000777.ldb"s, "LOG"s, "LOG.old"s, "000777.dbtmp"s, "lost/000003.ldb"s}) {
@@ -257,7 +257,7 @@ TEST_F(DamagedLevel, aLinkInsteadOfTheFolderIsNotFollowed) {
   EXPECT_EQ(platform.home.tree(), before);
 }
 
-/// An order under a name of its own: that of bytes, or its reverse.
+/// A comparator with another name, by bytes or in reverse.
 struct OtherOrder : leveldb::Comparator {
   explicit OtherOrder(bool reverse) : isReverse(reverse) {}
   int Compare(const leveldb::Slice& one, const leveldb::Slice& other) const override {
@@ -279,7 +279,7 @@ TEST_F(DamagedLevel, databasesInAnotherOrderAreLeft) {
     put(kFirst, options);
     open([](leveldb::DB& database) { database.CompactRange(nullptr, nullptr); }, options);
     std::vector<std::function<void()>> damages = {[] {}, [&] { write(folder + "/CURRENT", "x"); }};
-    // Without the manifest nothing tells of the name, but the order of the keys in the table does.
+    // Without the manifest the comparator's name is lost, but the keys in the table are in the wrong order.
     if (isReverse) damages.emplace_back([&] { fs::remove(pathOf("MANIFEST-")); });
     for (const auto& damage : damages) {
       damage();

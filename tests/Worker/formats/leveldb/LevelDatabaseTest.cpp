@@ -1,4 +1,4 @@
-// Databases of LevelDB of which some entries stay.
+// LevelDB databases of which only some entries stay.
 
 #include "tests/Worker/formats/leveldb/LevelDatabaseTest.h"
 
@@ -18,7 +18,7 @@ using ::testing::Optional;
 using ::testing::UnorderedElementsAre;
 using testing_support::LevelDatabaseTest;
 
-/// Hard to compress, the same each time.
+/// Bytes that don't compress, the same for each seed.
 std::string noise(std::size_t size, unsigned seed = 1) {
   std::mt19937 random(seed);
   std::string bytes(size, '\0');
@@ -39,7 +39,7 @@ class Level : public LevelDatabaseTest {
   };
   const Entries kKept = {{"META:http://kept.test", "\x08\x80"}, {"_http://kept.test\0\1key"s, "\1kept value"}};
 
-  /// So that tables are made early, and many.
+  /// Small buffers and files, so that LevelDB makes many tables early.
   static leveldb::Options small() {
     leveldb::Options options;
     options.write_buffer_size = 64 << 10;
@@ -62,7 +62,7 @@ TEST_F(Level, keepsTheChosenEntriesInAFreshDatabase) {
 
 TEST_F(Level, leavesNoTraceOfTheOtherEntriesInAnyFile) {
   put(kSites);
-  compact();  // in a table and in the manifest
+  compact();  // the entries are now in a table, and their keys in the manifest
   put({{"_http://gone.test\0\1late"s, "gone.test in the log"}});
   ASSERT_THAT(allBytes(), HasSubstr("gone.test"));
   EXPECT_EQ(keep("kept.test"), Outcome::kRewritten);
@@ -153,7 +153,7 @@ TEST_F(Level, aSecondTimeNothingIsTouched) {
   files.failing = "file";
   files.operations = 0;
   EXPECT_EQ(keep("kept.test"), Outcome::kRewritten);
-  EXPECT_EQ(files.operations, 0);  // created
+  EXPECT_EQ(files.operations, 0);  // nothing was created
   EXPECT_THAT(removed, IsEmpty());
   EXPECT_EQ(platform.home.tree(), before);
 }
@@ -167,10 +167,10 @@ TEST_F(Level, whatOnlyLooksFreshIsRewritten) {
   put(kSites);
   keep("");
   open([](leveldb::DB& database) { ASSERT_TRUE(database.Delete({}, "META:http://gone.test").ok()); });
-  open([](leveldb::DB&) {});  // makes a table of the log
+  open([](leveldb::DB&) {});  // opening turns the log into a table
   removeMessagesAndLogs();
   EXPECT_EQ(keep(""), Outcome::kRewritten);
-  EXPECT_THAT(allBytes(), Not(HasSubstr("META:http://gone.test")));  // but for the entry that is deleted it was fresh
+  EXPECT_THAT(allBytes(), Not(HasSubstr("META:http://gone.test")));  // all but the deleted entry looked fresh
 
   for (const char* key : {"_http://gone.test at the end", "_http://gone.test, too"}) put({{key, ""}});
   compact();
@@ -182,7 +182,7 @@ TEST_F(Level, whatOnlyLooksFreshIsRewritten) {
   });
   removeMessagesAndLogs();
   EXPECT_EQ(keep(""), Outcome::kRewritten);
-  EXPECT_THAT(allBytes(), Not(HasSubstr("at the end")));  // but for the manifest's history it was
+  EXPECT_THAT(allBytes(), Not(HasSubstr("at the end")));  // all but the manifest's history looked fresh
 }
 
 TEST_F(Level, afterTheBrowserHasUsedItAgainItIsRewrittenAgain) {

@@ -1,4 +1,4 @@
-// LevelDB databases made by the library itself, in a granted folder, and a look at them through the library.
+// Databases that the LevelDB library writes to a granted folder and reads back.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -19,16 +19,16 @@
 
 namespace testing_support {
 
-/// The real files; operations are counted, and fail on demand.
+/// The real file manager, which counts operations and lets them fail on demand.
 class FailingFileManager : public platform::linux_::LinuxFileManager {
  public:
   using LinuxFileManager::LinuxFileManager;
 
   int operations = 0;       // so far
-  int failsFrom = 1 << 30;  // the first that fails
+  int failsFrom = 1 << 30;  // the number of the first that fails
   int failures = 1;         // how many fail
   bool canExchange = true;  // as most file systems
-  std::string failing;      // only this one fails, when it is set
+  std::string failing;      // if set, only operations of this name count
 
   platform::Result<std::unique_ptr<platform::ReadableFile>> readableFile(const std::string& path) const override {
     if (fails("read")) return std::errc::io_error;
@@ -86,7 +86,7 @@ class LevelDatabaseTest : public ::testing::Test {
     std::filesystem::create_directories(folder.substr(0, folder.rfind('/')));
   }
 
-  /// Opens the database with LevelDB, makes it when it is missing, and does this with it.
+  /// Opens the database with LevelDB, which creates it when it is missing, and calls the function with it.
   void open(const std::function<void(leveldb::DB&)>& use, leveldb::Options options = {}) {
     options.create_if_missing = true;
     leveldb::DB* opened = nullptr;
@@ -102,10 +102,10 @@ class LevelDatabaseTest : public ::testing::Test {
         },
         options);
   }
-  /// What LevelDB finds in it, with all of its checks; absent when it can't be opened. Looks at a copy.
+  /// The entries that LevelDB reads, with all of its checks; absent when it can't open the database. Reads a copy.
   std::optional<Entries> inLibrary(leveldb::Options options = {});
 
-  /// Keeps the entries whose key or value has `wanted` in it.
+  /// Keeps the entries whose key or value contains `wanted`.
   Outcome keep(const std::string& wanted) {
     return LevelDatabase::keepOnly(
         folder,
@@ -151,7 +151,7 @@ class LevelDatabaseTest : public ::testing::Test {
   std::unique_ptr<platform::Platform> withFailures;
 };
 
-/// The file in the folder whose name ends so, or begins so; empty when there is none.
+/// The file in the folder whose name begins or ends with the text; empty when there is none.
 inline std::string LevelDatabaseTest::pathOf(const std::string& ending) const {
   for (const std::string& name : names()) {
     if (name.ends_with(ending) || name.starts_with(ending)) return folder + "/" + name;

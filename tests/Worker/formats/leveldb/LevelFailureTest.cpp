@@ -1,4 +1,4 @@
-// What stands in the way: other processes, permissions, failures at any step, and calls that were cut short.
+// Obstacles: other processes, permissions, failures at any step, and calls that were cut short.
 
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -17,7 +17,7 @@ using ::testing::Not;
 using ::testing::Optional;
 using testing_support::LevelDatabaseTest;
 
-/// Another process that holds a lock on a file as long as this lives.
+/// Another process that holds a lock on a file while the object lives.
 class OtherProcess {
  public:
   explicit OtherProcess(const std::string& path) {
@@ -66,7 +66,7 @@ class HinderedLevel : public LevelDatabaseTest {
     fs::copy(folder, elsewhere.path("pristine"));
   }
 
-  /// Nothing fails any more: the next call ends with what stays, and nothing else, whatever happened before.
+  /// Ends the failures, and expects the next call to leave exactly the kept entries, whatever happened before.
   void expectThatTheNextCallEndsIt(int step) {
     files.failsFrom = 1 << 30;
     onRemove = nullptr;
@@ -130,7 +130,7 @@ TEST_F(HinderedLevel, theLockIsHeldUntilOnlyItIsLeft) {
     };
     keep(wanted);
     ASSERT_GT(isFree.size(), 3U);
-    EXPECT_TRUE(isFree.back());  // removing it may open it
+    EXPECT_TRUE(isFree.back());  // by the last removal the lock is free
     isFree.pop_back();
     EXPECT_THAT(isFree, testing::Each(false));
   }
@@ -140,7 +140,7 @@ TEST_F(HinderedLevel, afterwardsTheLockIsFree) {
   for (const std::string& wanted : {"kept.test"s, "nobody"s}) {
     make();
     keep(wanted);
-    put({{"a", "b"}});  // LevelDB locks it
+    put({{"a", "b"}});  // fails unless LevelDB can lock it
   }
 }
 
@@ -205,14 +205,14 @@ TEST_F(HinderedLevel, aCallThatIsCutShortAtAnyStepIsEndedByTheNext) {
       make();
       files.operations = 0;
       files.failsFrom = step;
-      files.failures = 1 << 30;  // from then on nothing happens any more, as if the process were gone
+      files.failures = 1 << 30;  // all further operations fail, as if the process had ended
       keep("kept.test");
       isReached = files.operations > step;
       files.failsFrom = 1 << 30;
       if (isThere(folder + "/CURRENT")) {
         ASSERT_THAT(inLibrary(), Optional(AnyOf(all, kKept))) << step;
       } else {
-        ++withoutDatabase;  // the one moment, without the exchange
+        ++withoutDatabase;  // without the exchange there is one such moment
         ASSERT_FALSE(canExchange) << step;
       }
       expectThatTheNextCallEndsIt(step);
@@ -246,7 +246,7 @@ TEST_F(HinderedLevel, theRemovalMayTakeItsTime) {
   const auto isPrecious = [](std::string_view) { return false; };
   EXPECT_EQ(LevelDatabase::keepOnly(folder, isKept, isPrecious, removal), Outcome::kRewritten);
   EXPECT_THAT(inLibrary(), Optional(kKept));
-  // What the browser does meanwhile is rewritten when the place is free.
+  // What the browser writes meanwhile is rewritten once the earlier removals are done.
   put({{"_gone.test c", "gone"}});
   const auto pending = later;
   EXPECT_EQ(LevelDatabase::keepOnly(folder, isKept, isPrecious, removal), Outcome::kLeft);

@@ -1,4 +1,4 @@
-// LevelDB files that ask for more than there is, or for more than is good.
+// LevelDB files with sizes that exceed the file, or the limits.
 
 #include <snappy.h>
 
@@ -51,7 +51,7 @@ std::string footerFor(const std::string& handle) {
   return footer;
 }
 
-/// A table of one block, whole in every respect but what the block itself is.
+/// A table of one block, correct except for what the block contains.
 std::string tableOf(const std::string& block, char compression) {
   const std::string index = blockOf(LevelKey{"z", 1, false}.bytes(), handleOf(0, block.size()));
   std::string table = withTrailer(block, compression);
@@ -61,7 +61,7 @@ std::string tableOf(const std::string& block, char compression) {
 
 class OversizedLevel : public LevelDatabaseTest {
  protected:
-  /// A database without a manifest: every table that is there counts.
+  /// Makes a database without a manifest, so that every table in the folder counts.
   void make(const std::vector<std::string>& tables) {
     std::filesystem::remove_all(folder);
     for (std::size_t index = 0; index < tables.size(); ++index) {
@@ -71,7 +71,7 @@ class OversizedLevel : public LevelDatabaseTest {
   const std::string key = LevelKey{"kept", 7, false}.bytes();
 };
 
-TEST_F(OversizedLevel, aTableMadeByHandIsReadWhenItIsWhole) {  // or the other cases would show nothing
+TEST_F(OversizedLevel, aTableMadeByHandIsReadWhenItIsWhole) {  // or the other cases would prove nothing
   for (const char compression : {'\0', '\1'}) {
     const std::string block = blockOf(key, "value");
     make({tableOf(compression == '\0' ? block : compressed(block), compression)});

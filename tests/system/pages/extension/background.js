@@ -7,7 +7,7 @@ const showPage = async () => {
   try {
     await api.tabs.create({url: api.runtime.getURL("page.html"), active: false});
   } catch {
-    setTimeout(showPage, 200);  // there is no window yet
+    setTimeout(showPage, 200);  // fails while there is no window yet
   }
 };
 

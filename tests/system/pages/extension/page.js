@@ -1,4 +1,4 @@
-// The extension's own page: tells what it finds in its stores, and writes what is missing.
+// The extension's own page: reports what it finds in its stores, and writes what is missing.
 "use strict";
 
 const api = globalThis.browser ?? chrome;
@@ -13,7 +13,7 @@ const kept = {
   local: fromArea(api.storage.local),
   synchronized: fromArea(api.storage.sync),
 };
-// Of a visit only, as a tab of its own.
+// It belongs to a tab, and this page gets a new tab at each start.
 delete kept.sessionStorage;
 const markOf = name => `zqextension-${name}.`;
 
