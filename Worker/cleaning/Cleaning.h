@@ -1,8 +1,9 @@
 // The cleaning of a browser's stores, one by one: a walk over its installations, their profiles, and the tables of its
 // family's stores.
 //
-// A store whose treatment fails with an exception, which sites may try to bring about, is left with a line in the log, and
-// the others are cleaned. All work is done when run() returns. The person is not asked: what is not granted is left.
+// A store whose treatment fails with an exception, which sites may try to bring about, is left with a line in the log,
+// and the others are cleaned. All work is done when run() returns. The person is not asked: what is not granted is
+// left.
 #pragma once
 
 #include <set>
