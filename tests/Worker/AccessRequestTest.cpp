@@ -1,5 +1,6 @@
 // The main application's request for a browser's grants.
 
+#include "Worker/browsers/Browsers.h"
 #include "tests/support/WorkerTest.h"
 
 namespace {
@@ -112,6 +113,15 @@ TEST_F(AccessRequest, ofAnUnknownIdentifierIsNeverAnswered) {
   platform.dispatch.runUntilIdle();
   EXPECT_THAT(answers, IsEmpty());
   EXPECT_THAT(platform.log.lines(), IsEmpty());
+}
+
+TEST_F(AccessRequest, ofABrowserThatIsOnOtherHomesAloneIsNeverAnswered) {
+  for (const tidewell::Browser& browser : tidewell::browsers()) {
+    if (!browser.isOnHomesWithLibrary()) ask(std::string(browser.bundleIdentifier));
+  }
+  platform.dispatch.runUntilIdle();
+  EXPECT_THAT(answers, IsEmpty());
+  EXPECT_THAT(panels(), IsEmpty());
 }
 
 TEST_F(AccessRequest, isAnsweredThoughEveryGrantWasRefused) {

@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "Worker/browsers/Browsers.h"
 #include "tests/support/WorkerTest.h"
 
 namespace {
@@ -96,6 +97,17 @@ TEST_F(CleaningRun, comparesNamesExactly) {
   EXPECT_EQ(runs(), 0U);
   EXPECT_EQ(platform.dispatch.waitingTimers(), 0U);
   EXPECT_THAT(platform.log.lines(), IsEmpty());
+}
+
+TEST_F(CleaningRun, isNotStartedByABrowserThatIsOnOtherHomesAlone) {
+  for (const tidewell::Browser& browser : tidewell::browsers()) {
+    if (browser.isOnHomesWithLibrary()) continue;
+    const std::string identifier(browser.bundleIdentifier);
+    enable({identifier});
+    quit(std::string(browser.name), identifier);
+  }
+  EXPECT_EQ(runs(), 0U);
+  EXPECT_EQ(platform.dispatch.waitingTimers(), 0U);
 }
 
 TEST_F(CleaningRun, happensOnlyForAnEnabledBrowser) {

@@ -118,6 +118,23 @@ TEST_P(EveryInstallation, isLeftAloneByTheQuitsOfAllOthers) {
 
 INSTANTIATE_TEST_SUITE_P(Of, EveryInstallation, ::testing::ValuesIn(everyInstallation()), nameOf);
 
+TEST_F(LinuxHomeTest, aBrowserThatIsOnSuchHomesAloneIsKnownByItsNameAndByItsIdentifier) {
+  const auto worker = makeWorker();
+  platform.shared().insert_or_assign("displayNotifications", true);
+  for (const Browser& browser : browsers()) {
+    if (browser.isOnHomesWithLibrary()) continue;
+    const std::string name(browser.name);
+    const std::string identifier(browser.bundleIdentifier);
+    enable({identifier});
+    platform.journal.clear();
+    platform.workspace.quit(name, "com.example.Impostor");
+    platform.workspace.quit("another name", identifier);
+    platform.dispatch.advance(std::chrono::seconds(60));
+    const std::string notice = "Tidewell: Cookies, Databases, Flash, Silverlight, and Cache removed from " + name;
+    EXPECT_THAT(platform.journal.entriesAfter("notify "), ElementsAre(notice, notice));
+  }
+}
+
 TEST_F(LinuxHomeTest, aBrowserWhoseFoldersBelongToOtherProgramsTooNeedsAListOfProfiles) {
   for (const Browser& browser : browsers()) {
     if (!browser.needsProfilesList) continue;

@@ -161,4 +161,29 @@ TEST_F(GrantedFilesTest, aFolderIsListedUnderItsOwnGrantAlone) {
   EXPECT_TRUE(platform.home.exists("alone"));
 }
 
+TEST_F(GrantedFilesTest, whereNothingIsGrantedNobodyIsAsked) {
+  const std::string file = platform.elsewhere.file("file", "theirs");
+  EXPECT_FALSE(GrantedFiles::isGranted(platform.elsewhere.path()));
+  EXPECT_EQ(GrantedFiles::bytesOf(file), std::nullopt);
+  EXPECT_THAT(GrantedFiles::entriesOf(platform.elsewhere.path()), IsEmpty());
+  GrantedFiles::remove(file);
+  EXPECT_EQ(platform.elsewhere.content("file"), "theirs");
+  EXPECT_THAT(platform.openPanel.shown(), IsEmpty());
+}
+
+TEST_F(GrantedFilesTest, aGrantThatCanNotBeMadeGoodAnyMoreIsNone) {
+  platform.home.file("alone/one");
+  const std::string key = "bd_file://" + platform.home.path("alone") + "/";
+  platform.own().insert_or_assign(key, platform::dataFromBytes("of another time"));
+  EXPECT_FALSE(GrantedFiles::isGranted("~/alone"));
+  EXPECT_THAT(GrantedFiles::entriesOf("~/alone"), IsEmpty());
+  EXPECT_THAT(platform.openPanel.shown(), IsEmpty());
+}
+
+TEST_F(GrantedFilesTest, aGrantCountsUnderEveryNameThatLinksGiveItsFolder) {
+  platform.home.link("name", "data");
+  EXPECT_TRUE(GrantedFiles::isGranted("~/name"));
+  EXPECT_EQ(GrantedFiles::bytesOf("~/name/file"), "site and rest");
+}
+
 }  // namespace
