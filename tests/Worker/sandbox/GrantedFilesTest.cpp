@@ -9,6 +9,7 @@
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"
 #include "Worker/sandbox/GrantedFiles.h"
+#include "tests/support/Databases.h"
 #include "tests/support/TestPlatform.h"
 
 namespace {
@@ -126,6 +127,14 @@ TEST_F(GrantedFilesTest, followsNoLinkAndTouchesNothingOutsideOfTheGrant) {
     });
   }
   EXPECT_EQ(platform.elsewhere.content("file"), "theirs");
+}
+
+TEST_F(GrantedFilesTest, runsStatementsWithoutTheTriggersOfAHostileSchema) {
+  testing_support::runStatements(platform.home.path("data/hostile.sqlite"),
+                                 "CREATE TABLE t (a); CREATE TABLE caught (a); INSERT INTO t VALUES ('x');"
+                                 "CREATE TRIGGER trap AFTER DELETE ON t BEGIN INSERT INTO caught VALUES ('x'); END;");
+  EXPECT_EQ(GrantedFiles::runStatements({"DELETE FROM t;", "SELECT * FROM caught;"}, "~/data/hostile.sqlite").size(),
+            0U);
 }
 
 TEST_F(GrantedFilesTest, ofWhatIsMissingDoesNothing) {
