@@ -195,4 +195,13 @@ TEST_F(GrantedFilesTest, aGrantCountsUnderEveryNameThatLinksGiveItsFolder) {
   EXPECT_EQ(GrantedFiles::bytesOf("~/name/file"), "site and rest");
 }
 
+TEST_F(GrantedFilesTest, aLinkToAFolderIsNoFolder) {
+  platform.home.folder("data/folder");
+  platform.home.link("data/link", "folder");
+  EXPECT_TRUE(GrantedFiles::isDirectory("~/data/folder"));
+  for (const char* path : {"~/data/link", "~/data/file", "~/data/missing"}) {
+    EXPECT_FALSE(GrantedFiles::isDirectory(path)) << path;
+  }
+}
+
 }  // namespace
