@@ -84,6 +84,19 @@ class FileLock {
 /// Called when an item of a walk can't be read; returns whether the walk goes on.
 using EnumerationErrorHandler = std::function<bool(const FileURL& url, std::error_code error)>;
 
+enum class Overwriting { kNone, kThreePasses };
+
+/// What became of an item that was to be erased, with all that is in it.
+struct Erasure {
+  std::uint64_t removed = 0;         // files, links and folders that are gone now
+  std::uint64_t notOverwritten = 0;  // files that stay because they could not be overwritten
+  std::uint64_t onOtherMounts = 0;   // items that stay because they lie on another mount than the grant
+  std::uint64_t failed = 0;          // other items that stay, not counting the folders that they are in
+  std::error_code error;             // the reason for the first that stays; operation_not_permitted outside every grant
+
+  bool leftNothing() const { return !error; }
+};
+
 /// What happens to an overwritten file whose new bytes can't be flushed to the disk.
 enum class UnflushedFile { isRemoved, stays };
 
@@ -145,6 +158,15 @@ class FileManager {
   /// with the file, and the old bytes stay readable on the disk. A folder is not flushed. Returns the error of the
   /// flush when the file stays because of it.
   virtual std::error_code removeOverwrittenItem(const std::string& path, UnflushedFile unflushed) = 0;
+
+  /// Erases a file, a symbolic link (never what it leads to) or a folder with all of its contents, going on past what
+  /// has to stay. A missing item is no error.
+  ///
+  /// Never leaves the mount that the grant lies on: what is mounted inside it stays, be it a folder or a single file.
+  /// With kThreePasses every regular file is overwritten in place with 0x55, 0xAA and random bytes, flushed to the disk
+  /// once, and then removed; holes are not filled, and a file that could not be overwritten stays. A file that has
+  /// other names (hard links) is never overwritten: its name is removed.
+  virtual Erasure eraseItem(const std::string& path, Overwriting overwriting) = 0;
 
   // Replacing.
 

@@ -79,15 +79,15 @@ class RecordLock : public FileLock {
 
 }  // namespace
 
-Result<std::unique_ptr<FileLock>> lockFile(const SecurityScopes& scopes, const std::string& path) {
-  const Result<FilePin> pin = FilePin::at(scopes, path);
+Result<std::unique_ptr<FileLock>> lockFile(const SecurityScopes& scopes, const std::string& path, Mounts mounts) {
+  const Result<FilePin> pin = FilePin::at(scopes, path, mounts);
   if (!pin) return pin.error();
   std::optional<Reservation> reservation = Reservation::of({pin->status.st_dev, pin->status.st_ino});
   if (!reservation) return std::errc::resource_unavailable_try_again;
   auto lock = std::make_unique<RecordLock>(std::move(*reservation));
   if (const std::error_code error = lock->take(*pin)) return error;
   // The lock does not protect another file that was put in place before it was held.
-  const Result<FilePin> now = FilePin::at(scopes, path);
+  const Result<FilePin> now = FilePin::at(scopes, path, mounts);
   if (!now) return now.error();
   if (!now->isSameFile(*pin)) return std::errc::resource_unavailable_try_again;
   return std::unique_ptr<FileLock>(std::move(lock));

@@ -15,6 +15,6 @@ namespace platform::linux_ {
 
 /// As FileManager::lockFile(). Within this process, too, a file is locked once:
 /// resource_unavailable_try_again while another lock on it lives, under whatever name.
-Result<std::unique_ptr<FileLock>> lockFile(const SecurityScopes& scopes, const std::string& path);
+Result<std::unique_ptr<FileLock>> lockFile(const SecurityScopes& scopes, const std::string& path, Mounts mounts);
 
 }  // namespace platform::linux_

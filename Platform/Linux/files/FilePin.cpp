@@ -30,21 +30,23 @@ Result<FilePin> grantedAlone(const SecurityScopes& scopes, const std::string& pa
   return pin;
 }
 
-Result<FilePin> pinnedItem(const SecurityScopes& scopes, const std::string& path) {
-  const Result<ItemLocation> item = scopes.locate(path);
+Result<FilePin> pinnedItem(const SecurityScopes& scopes, const std::string& path, Mounts mounts) {
+  const Result<ItemLocation> item = scopes.locate(path, mounts);
   if (!item) {
     if (item.error() != std::errc::operation_not_permitted) return item.error();
     return grantedAlone(scopes, path.front() == '/' ? path : "/" + path);
   }
-  FilePin pin{FileDescriptor(::openat(item->folder.get(), item->name.c_str(), kPinFlags | O_CLOEXEC)), {}};
-  if (!pin.descriptor || ::fstat(pin.descriptor.get(), &pin.status) != 0) return lastError();
+  Result<FileDescriptor> opened = openBeneath(item->folder.get(), item->name, kPinFlags, mounts);
+  if (!opened) return opened.error();
+  FilePin pin{std::move(*opened), {}};
+  if (::fstat(pin.descriptor.get(), &pin.status) != 0) return lastError();
   return pin;
 }
 
 }  // namespace
 
-Result<FilePin> FilePin::at(const SecurityScopes& scopes, const std::string& path) {
-  Result<FilePin> pin = pinnedItem(scopes, path);
+Result<FilePin> FilePin::at(const SecurityScopes& scopes, const std::string& path, Mounts mounts) {
+  Result<FilePin> pin = pinnedItem(scopes, path, mounts);
   if (!pin || S_ISREG(pin->status.st_mode)) return pin;
   if (S_ISLNK(pin->status.st_mode)) return std::errc::too_many_symbolic_link_levels;
   return S_ISDIR(pin->status.st_mode) ? std::errc::is_a_directory : std::errc::invalid_argument;

@@ -20,8 +20,9 @@ struct FilePin {
 
   /// The regular file at a path; links to its folder are followed, a link in its own place is not. Failures:
   /// operation_not_permitted outside every open scope, too_many_symbolic_link_levels for a link, is_a_directory,
-  /// invalid_argument for anything else that is no regular file.
-  static Result<FilePin> at(const SecurityScopes& scopes, const std::string& path);
+  /// invalid_argument for anything else that is no regular file; cross_device_link for what lies on another mount than
+  /// its scope where `mounts` is kSame.
+  static Result<FilePin> at(const SecurityScopes& scopes, const std::string& path, Mounts mounts = Mounts::kAny);
 
   bool isSameFile(const FilePin& other) const;
 

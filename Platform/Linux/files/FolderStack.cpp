@@ -5,6 +5,7 @@
 
 #include <cerrno>
 
+#include "Platform/Linux/files/BeneathFolder.h"
 #include "Platform/Linux/host/LastError.h"
 
 namespace platform::linux_ {
@@ -31,8 +32,9 @@ std::error_code FolderStack::identify(Level& level) {
 
 std::error_code FolderStack::push(const std::string& name) {
   Level level;
-  level.folder.reset(::openat(top(), name.c_str(), kFolderFlags));
-  if (!level.folder) return lastError();
+  Result<FileDescriptor> folder = openBeneath(top(), name, kFolderFlags, Mounts::kSame);
+  if (!folder) return folder.error();
+  level.folder = std::move(*folder);
   if (const std::error_code error = identify(level)) return error;
   levels_.push_back(std::move(level));
   if (levels_.size() > kOpenLevels) levels_[levels_.size() - 1 - kOpenLevels].folder.reset();

@@ -1,7 +1,8 @@
 // The way from a folder down into its subfolders and back up, by descriptors.
 //
 // Nothing is ever looked up by a path, so a tree may be deeper than a path can be long, and a folder that is exchanged
-// for a link is not entered. Only the lowest levels keep their descriptors: the ones above are opened again through
+// for a link is not entered; nor is a folder on another mount. Only the lowest levels keep their descriptors: the ones
+// above are opened again through
 // ".." on the way back, and only if that leads to the very folder it came from.
 #pragma once
 
@@ -26,7 +27,8 @@ class FolderStack {
   /// The folder on top, open for reading.
   int top() const { return levels_.back().folder.get(); }
 
-  /// Opens the subfolder `name` of the one on top and puts it on top. Links are not followed.
+  /// Opens the subfolder `name` of the one on top and puts it on top. Links are not followed;
+  /// std::errc::cross_device_link for a folder on another mount.
   std::error_code push(const std::string& name);
 
   /// Goes back to the folder above. Fails when that can't be found again; the stack is then unusable.

@@ -134,13 +134,17 @@ class Pinned : public PinnedRegularFile {
 
 std::error_code removeAt(const ItemLocation& item) {
   if (::unlinkat(item.folder.get(), item.name.c_str(), 0) == 0) return {};
-  return errno == EISDIR ? removeTree(item.folder.get(), item.name) : lastError();
+  if (errno != EISDIR) return lastError();
+  FileErasure files(Overwriting::kNone);
+  Erasure erasure;
+  removeTree(item.folder.get(), item.name, files, erasure);
+  return erasure.error;
 }
 
 }  // namespace
 
-LinuxFileManager::LinuxFileManager(SecurityScopes& scopes, std::string scriptsFolder)
-    : scopes_(scopes), scriptsFolder_(std::move(scriptsFolder)) {}
+LinuxFileManager::LinuxFileManager(SecurityScopes& scopes, std::string scriptsFolder, Mounts mounts)
+    : scopes_(scopes), scriptsFolder_(std::move(scriptsFolder)), mounts_(mounts) {}
 
 std::string LinuxFileManager::scriptsFolderFromEnvironment(const std::string& bundleIdentifier) {
   return pathWithComponents({dataFolder(), "tidewell", "Application Scripts", bundleIdentifier});
@@ -199,7 +203,7 @@ bool LinuxFileManager::mayBeEmptyFolder(const std::string& path) const {
 }
 
 Result<std::string> LinuxFileManager::stringWithContentsOfFile(const std::string& path) const {
-  const Result<FileDescriptor> file = scopes_.open(path, kReadFlags);
+  const Result<FileDescriptor> file = scopes_.open(path, kReadFlags, mounts_);
   if (!file) return file.error();
   Result<std::string> contents = wholeContents(file->get());
   if (contents && !isValidUTF8(*contents)) return std::errc::illegal_byte_sequence;
@@ -207,12 +211,12 @@ Result<std::string> LinuxFileManager::stringWithContentsOfFile(const std::string
 }
 
 Result<std::unique_ptr<ReadableFile>> LinuxFileManager::readableFile(const std::string& path) const {
-  const Result<FilePin> pin = FilePin::at(scopes_, path);
+  const Result<FilePin> pin = FilePin::at(scopes_, path, mounts_);
   return pin ? FileReader::open(*pin) : pin.error();
 }
 
 Result<std::vector<std::string>> LinuxFileManager::contentsOfDirectory(const std::string& path) const {
-  const Result<FileDescriptor> folder = scopes_.open(path, kReadFlags | O_DIRECTORY);
+  const Result<FileDescriptor> folder = scopes_.open(path, kReadFlags | O_DIRECTORY, mounts_);
   if (!folder) return folder.error();
   std::vector<std::string> names;
   const std::error_code error =
@@ -223,7 +227,7 @@ Result<std::vector<std::string>> LinuxFileManager::contentsOfDirectory(const std
 
 Result<Value::Dictionary> LinuxFileManager::attributesOfItem(const std::string& path) const {
   struct statx status {};
-  const Result<ItemLocation> item = scopes_.locate(path);
+  const Result<ItemLocation> item = scopes_.locate(path, mounts_);
   if (item) {
     if (::statx(item->folder.get(), item->name.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME,
                 &status) != 0) {
@@ -232,7 +236,7 @@ Result<Value::Dictionary> LinuxFileManager::attributesOfItem(const std::string& 
     return attributesFrom(status);
   }
   // The folder of a scope lies in no scope itself, but its attributes may be read.
-  const Result<FileDescriptor> root = scopes_.open(path, O_PATH | O_NOFOLLOW);
+  const Result<FileDescriptor> root = scopes_.open(path, O_PATH | O_NOFOLLOW, mounts_);
   if (!root) return item.error();
   if (::statx(root->get(), "", AT_EMPTY_PATH, STATX_BASIC_STATS | STATX_BTIME, &status) != 0) return lastError();
   return attributesFrom(status);
@@ -240,17 +244,17 @@ Result<Value::Dictionary> LinuxFileManager::attributesOfItem(const std::string& 
 
 std::unique_ptr<DirectoryEnumerator> LinuxFileManager::enumeratorAtURL(const FileURL& folder,
                                                                        EnumerationErrorHandler errorHandler) const {
-  return std::make_unique<LinuxDirectoryEnumerator>(folder, scopes_.open(folder.path(), kReadFlags | O_DIRECTORY),
-                                                    std::move(errorHandler));
+  return std::make_unique<LinuxDirectoryEnumerator>(
+      folder, scopes_.open(folder.path(), kReadFlags | O_DIRECTORY, mounts_), std::move(errorHandler));
 }
 
 std::error_code LinuxFileManager::removeItem(const std::string& path) {
-  const Result<ItemLocation> item = scopes_.locate(path);
+  const Result<ItemLocation> item = scopes_.locate(path, mounts_);
   return item ? removeAt(*item) : item.error();
 }
 
 std::error_code LinuxFileManager::removeOverwrittenItem(const std::string& path, UnflushedFile unflushed) {
-  const Result<ItemLocation> item = scopes_.locate(path);
+  const Result<ItemLocation> item = scopes_.locate(path, mounts_);
   if (!item) return item.error();
   const FileDescriptor file(::openat(item->folder.get(), item->name.c_str(), kReadFlags | O_NOFOLLOW | O_CLOEXEC));
   struct stat status {};
@@ -262,32 +266,48 @@ std::error_code LinuxFileManager::removeOverwrittenItem(const std::string& path,
   return removeAt(*item);
 }
 
+Erasure LinuxFileManager::eraseItem(const std::string& path, Overwriting overwriting) {
+  Erasure erasure;
+  const Result<ItemLocation> item = scopes_.locate(path, Mounts::kSame);
+  if (item) {
+    FileErasure files(overwriting);
+    linux_::removeItem(item->folder.get(), item->name, files, erasure);
+  } else if (item.error() == std::errc::cross_device_link) {
+    erasure.onOtherMounts = 1;
+    erasure.error = item.error();
+  } else if (item.error() != std::errc::no_such_file_or_directory) {
+    erasure.failed = 1;
+    erasure.error = item.error();
+  }
+  return erasure;
+}
+
 std::error_code LinuxFileManager::createFolder(const std::string& path) {
-  const Result<ItemLocation> item = scopes_.locate(path);
+  const Result<ItemLocation> item = scopes_.locate(path, mounts_);
   return item ? linux_::createFolder(*item) : item.error();
 }
 
 std::error_code LinuxFileManager::createFile(const std::string& path, std::string_view contents, unsigned permissions) {
-  const Result<ItemLocation> item = scopes_.locate(path);
+  const Result<ItemLocation> item = scopes_.locate(path, mounts_);
   return item ? linux_::createFile(*item, contents, permissions) : item.error();
 }
 
 std::error_code LinuxFileManager::exchangeItems(const std::string& path, const std::string& other) {
-  const Result<ItemLocation> item = scopes_.locate(path);
+  const Result<ItemLocation> item = scopes_.locate(path, mounts_);
   if (!item) return item.error();
-  const Result<ItemLocation> otherItem = scopes_.locate(other);
+  const Result<ItemLocation> otherItem = scopes_.locate(other, mounts_);
   return otherItem ? linux_::exchangeItems(*item, *otherItem) : otherItem.error();
 }
 
 std::error_code LinuxFileManager::replaceItem(const std::string& path, const std::string& replacement) {
-  const Result<ItemLocation> item = scopes_.locate(path);
+  const Result<ItemLocation> item = scopes_.locate(path, mounts_);
   if (!item) return item.error();
-  const Result<ItemLocation> other = scopes_.locate(replacement);
+  const Result<ItemLocation> other = scopes_.locate(replacement, mounts_);
   return other ? linux_::replaceItem(*item, *other) : other.error();
 }
 
 Result<std::unique_ptr<FileLock>> LinuxFileManager::lockFile(const std::string& path) {
-  return linux_::lockFile(scopes_, path);
+  return linux_::lockFile(scopes_, path, mounts_);
 }
 
 std::error_code LinuxFileManager::copyItem(const FileURL& source, const FileURL& destination) {
@@ -295,7 +315,7 @@ std::error_code LinuxFileManager::copyItem(const FileURL& source, const FileURL&
   struct stat status {};
   if (!from || ::fstat(from.get(), &status) != 0) return lastError();
   if (!S_ISREG(status.st_mode)) return std::make_error_code(std::errc::invalid_argument);
-  const Result<ItemLocation> item = scopes_.locate(destination.path());
+  const Result<ItemLocation> item = scopes_.locate(destination.path(), mounts_);
   if (!item) return item.error();
   const int folder = item->folder.get();
   // Complete before it gets its name: it may be run as soon as it exists.
@@ -328,7 +348,7 @@ std::error_code LinuxFileManager::copyItem(const FileURL& source, const FileURL&
 }
 
 Result<std::unique_ptr<PinnedRegularFile>> LinuxFileManager::pinnedFile(const std::string& path) const {
-  Result<FileDescriptor> opened = scopes_.open(path, O_PATH);
+  Result<FileDescriptor> opened = scopes_.open(path, O_PATH, mounts_);
   if (!opened) return opened.error();
   struct stat status {};
   if (::fstat(opened->get(), &status) != 0) return lastError();

@@ -13,8 +13,9 @@ namespace platform::linux_ {
 
 class LinuxFileManager : public FileManager {
  public:
-  /// `scriptsFolder` is the program's Application Scripts folder. The scopes must outlive the object.
-  LinuxFileManager(SecurityScopes& scopes, std::string scriptsFolder);
+  /// `scriptsFolder` is the program's Application Scripts folder. With Mounts::kSame, what lies on another mount than
+  /// its scope is not reached: std::errc::cross_device_link. The scopes must outlive the object.
+  LinuxFileManager(SecurityScopes& scopes, std::string scriptsFolder, Mounts mounts = Mounts::kAny);
 
   /// "$XDG_DATA_HOME/tidewell/Application Scripts/" and the program's identifier.
   static std::string scriptsFolderFromEnvironment(const std::string& bundleIdentifier);
@@ -38,6 +39,8 @@ class LinuxFileManager : public FileManager {
   std::error_code removeItem(const std::string& path) override;
   std::error_code removeOverwrittenItem(const std::string& path, UnflushedFile unflushed) override;
 
+  Erasure eraseItem(const std::string& path, Overwriting overwriting) override;
+
   std::error_code createFolder(const std::string& path) override;
   std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override;
   std::error_code exchangeItems(const std::string& path, const std::string& other) override;
@@ -52,6 +55,7 @@ class LinuxFileManager : public FileManager {
  private:
   SecurityScopes& scopes_;
   const std::string scriptsFolder_;
+  const Mounts mounts_;
 };
 
 }  // namespace platform::linux_

@@ -1,9 +1,7 @@
 #include "Platform/Linux/files/SecurityScopes.h"
 
 #include <fcntl.h>
-#include <linux/openat2.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <sys/sysmacros.h>
 
 #include <cerrno>
@@ -16,20 +14,6 @@
 
 namespace platform::linux_ {
 namespace {
-
-constexpr std::uint64_t kNoLinks = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
-
-FileDescriptor openat2(int folder, const std::string& path, int flags, std::uint64_t resolve) {
-  open_how how{};
-  how.flags = static_cast<std::uint64_t>(flags | O_CLOEXEC);
-  how.resolve = resolve;
-  long descriptor = 0;
-  do {
-    descriptor = ::syscall(SYS_openat2, folder, path.c_str(), &how, sizeof how);
-    // EAGAIN: a part of the path was renamed at the same time; the kernel asks to try again.
-  } while (descriptor < 0 && (errno == EINTR || errno == EAGAIN));
-  return FileDescriptor(static_cast<int>(descriptor));
-}
 
 /// An absolute path without trailing or repeated slashes; absent when the path is empty or has a NUL byte.
 std::optional<std::string> absolutePath(const std::string& path) {
@@ -72,7 +56,8 @@ std::string pathBelow(const std::string& path, const std::string& folder) {
 }  // namespace
 
 std::shared_ptr<const PinnedFile> PinnedFile::at(const std::string& path) {
-  return of(path, openat2(AT_FDCWD, path, O_PATH | O_NOFOLLOW, kNoLinks));
+  Result<FileDescriptor> opened = openOverNoLink(path, O_PATH | O_NOFOLLOW);
+  return opened ? of(path, std::move(*opened)) : nullptr;
 }
 
 std::shared_ptr<const PinnedFile> PinnedFile::of(const std::string& path, FileDescriptor descriptor) {
@@ -126,7 +111,7 @@ std::optional<Data> SecurityScopes::bookmarkData(const FileURL& url) {
   }
   const std::optional<std::string> path = absolutePath(url.path());
   if (!path) return std::nullopt;
-  Result<FileDescriptor> opened = openInScope(*path, O_PATH | O_NOFOLLOW);
+  Result<FileDescriptor> opened = openInScope(*path, O_PATH | O_NOFOLLOW, Mounts::kAny);
   if (!opened && opened.error() == std::errc::no_such_file_or_directory) return std::nullopt;
   // Opened over no link, so the path is the real one, unless the item itself is a link: a link's bookmark is one of its
   // target.
@@ -134,7 +119,7 @@ std::optional<Data> SecurityScopes::bookmarkData(const FileURL& url) {
   if (!pinned) {
     const std::optional<std::string> real = realPath(*path);
     if (!real || *real == *path) return std::nullopt;
-    Result<FileDescriptor> target = openInScope(*real, O_PATH | O_NOFOLLOW);
+    Result<FileDescriptor> target = openInScope(*real, O_PATH | O_NOFOLLOW, Mounts::kAny);
     if (target) pinned = PinnedFile::of(*real, std::move(*target));
   }
   return pinned ? std::optional(BookmarkData{pinned->identity(), pinned->path()}.encoded()) : std::nullopt;
@@ -195,40 +180,36 @@ std::shared_ptr<const PinnedFile> SecurityScopes::scopeContaining(const std::str
 }
 
 /// Opens a path without dots inside the scope that contains it, over no symbolic link.
-Result<FileDescriptor> SecurityScopes::openInScope(const std::string& path, int flags) const {
+Result<FileDescriptor> SecurityScopes::openInScope(const std::string& path, int flags, Mounts mounts) const {
   if (hasDotComponents(path)) return std::errc::too_many_symbolic_link_levels;
   const auto scope = scopeContaining(path);
   if (!scope) return std::errc::operation_not_permitted;
   if (!scope->isDirectory()) {
-    FileDescriptor file = openat2(AT_FDCWD, path, flags | O_NOFOLLOW, kNoLinks);
-    if (!file) return lastError();
-    if (!scope->isSameFile(file.get())) return std::errc::operation_not_permitted;
+    Result<FileDescriptor> file = openOverNoLink(path, flags | O_NOFOLLOW);
+    if (file && !scope->isSameFile(file->get())) return std::errc::operation_not_permitted;
     return file;
   }
-  FileDescriptor opened =
-      openat2(scope->descriptor(), pathBelow(path, scope->path()), flags, RESOLVE_BENEATH | kNoLinks);
-  if (!opened) return lastError();
-  return opened;
+  return openBeneath(scope->descriptor(), pathBelow(path, scope->path()), flags, mounts);
 }
 
-Result<FileDescriptor> SecurityScopes::open(const std::string& path, int flags) const {
+Result<FileDescriptor> SecurityScopes::open(const std::string& path, int flags, Mounts mounts) const {
   const std::optional<std::string> absolute = absolutePath(path);
   if (!absolute) return std::errc::invalid_argument;
-  Result<FileDescriptor> opened = openInScope(*absolute, flags);
+  Result<FileDescriptor> opened = openInScope(*absolute, flags, mounts);
   if (opened || opened.error() == std::errc::no_such_file_or_directory) return opened;
   // Links or dots in the path, or no scope for it as written: what counts is the resolved path.
   const std::optional<std::string> real = realPath(*absolute);
   if (!real) return lastError();
-  return *real == *absolute ? std::move(opened) : openInScope(*real, flags);
+  return *real == *absolute ? std::move(opened) : openInScope(*real, flags, mounts);
 }
 
-Result<ItemLocation> SecurityScopes::locate(const std::string& path) const {
+Result<ItemLocation> SecurityScopes::locate(const std::string& path, Mounts mounts) const {
   std::optional<std::string> absolute = absolutePath(path);
   if (!absolute) return std::errc::invalid_argument;
   if (endsInDots(*absolute)) absolute = realPath(*absolute);  // dots are not an item's own name
   if (!absolute) return lastError();
   if (*absolute == "/") return std::errc::operation_not_permitted;
-  Result<FileDescriptor> folder = open(deletingLastPathComponent(*absolute), O_PATH | O_DIRECTORY);
+  Result<FileDescriptor> folder = open(deletingLastPathComponent(*absolute), O_PATH | O_DIRECTORY, mounts);
   if (!folder) return folder.error();
   return ItemLocation{std::move(*folder), lastPathComponent(*absolute)};
 }

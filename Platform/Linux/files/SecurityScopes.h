@@ -13,6 +13,7 @@
 #include <shared_mutex>
 #include <string>
 
+#include "Platform/Linux/files/BeneathFolder.h"
 #include "Platform/Linux/files/BookmarkData.h"
 #include "Platform/Linux/host/FileDescriptor.h"
 #include "Platform/Result.h"
@@ -67,15 +68,16 @@ class SecurityScopes : public SecurityScopedResources {
   void stopAccessing(const FileURL& url) override;
 
   // From a path to a descriptor. Paths are as FileManager takes them; failures: operation_not_permitted for what lies
-  // inside no open scope, invalid_argument for a path with a NUL byte, else what the system says.
+  // inside no open scope, invalid_argument for a path with a NUL byte, cross_device_link for what lies on another mount
+  // than its scope where `mounts` is kSame, else what the system says.
 
   /// For actions on the item itself: the folder is resolved, the item's own name is not. A scope's own folder lies in
   /// no scope unless the folder above it does: a grant covers a folder's contents, and does not allow removing the
   /// folder.
-  Result<ItemLocation> locate(const std::string& path) const;
+  Result<ItemLocation> locate(const std::string& path, Mounts mounts = Mounts::kAny) const;
 
   /// For actions on the content: opens the item, through a final symbolic link if that leads into an open scope.
-  Result<FileDescriptor> open(const std::string& path, int flags) const;
+  Result<FileDescriptor> open(const std::string& path, int flags, Mounts mounts = Mounts::kAny) const;
 
  private:
   struct OpenScope {
@@ -86,7 +88,7 @@ class SecurityScopes : public SecurityScopedResources {
   };
 
   std::shared_ptr<const PinnedFile> scopeContaining(const std::string& path) const;
-  Result<FileDescriptor> openInScope(const std::string& path, int flags) const;
+  Result<FileDescriptor> openInScope(const std::string& path, int flags, Mounts mounts) const;
 
   mutable std::shared_mutex mutex_;
   std::map<std::string, OpenScope, std::less<>> scopes_;  // by path; guarded by mutex_

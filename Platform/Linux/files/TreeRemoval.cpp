@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <vector>
 
+#include "Platform/Linux/files/BeneathFolder.h"
 #include "Platform/Linux/files/FolderListing.h"
 #include "Platform/Linux/files/FolderStack.h"
 #include "Platform/Linux/host/LastError.h"
@@ -13,24 +14,42 @@
 namespace platform::linux_ {
 namespace {
 
+constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK;
 constexpr int kMostRounds = 50;  // through one folder that other programs are writing to
+
+/// Counts an item that stays.
+void countLeft(Erasure& erasure, FileErasure::Outcome outcome, std::error_code error) {
+  using enum FileErasure::Outcome;
+  if (!erasure.error) erasure.error = error;
+  ++(outcome == kNotOverwritten ? erasure.notOverwritten
+     : outcome == kOnOtherMount ? erasure.onOtherMounts
+                                : erasure.failed);
+}
+
+FileErasure::Outcome outcomeOf(std::error_code error) {
+  const bool isMounted = error == std::errc::cross_device_link || error == std::errc::device_or_resource_busy;
+  return isMounted ? FileErasure::Outcome::kOnOtherMount : FileErasure::Outcome::kFailed;
+}
 
 class TreeRemoval {
  public:
-  explicit TreeRemoval(FileDescriptor root) : stack_(std::move(root)) { work_.emplace_back(); }
+  TreeRemoval(FileDescriptor root, FileErasure& files, Erasure& erasure)
+      : stack_(std::move(root)), files_(files), erasure_(erasure) {
+    work_.emplace_back();
+  }
 
-  /// Empties the root folder; returns the first reason why something stayed.
-  std::error_code emptyRoot() {
+  /// Empties the root folder. False when something in it has to stay.
+  bool emptyRoot() {
     removeFiles();
     while (true) {
       Folder& folder = work_.back();
       if (!folder.subfolders.empty()) {
         enter();
       } else if (stack_.depth() == 0) {
-        if (!hasToGoThroughAgain(folder)) return firstError_;
+        if (!hasToGoThroughAgain(folder)) return !folder.isStuck;
         removeFiles();
       } else if (!leave()) {
-        return firstError_;
+        return false;
       }
     }
   }
@@ -44,8 +63,10 @@ class TreeRemoval {
     bool isStuck = false;        // something in it can't be removed
   };
 
-  void note(std::error_code error) {
-    if (!firstError_) firstError_ = error;
+  void note(std::error_code error) { note(outcomeOf(error), error); }
+
+  void note(FileErasure::Outcome outcome, std::error_code error) {
+    countLeft(erasure_, outcome, error);
     work_.back().isStuck = true;
   }
 
@@ -58,15 +79,23 @@ class TreeRemoval {
       folder.foundAnything = true;
       if (isFolder(stack_.top(), entry)) {
         folder.subfolders.emplace_back(entry.name);
-      } else if (::unlinkat(stack_.top(), entry.name, 0) != 0 && errno != ENOENT) {
-        if (errno == EISDIR) {
-          folder.subfolders.emplace_back(entry.name);  // replaced by a folder meanwhile
-        } else {
-          note(lastError());
-        }
+      } else {
+        removeFile(entry.name);
       }
     });
     if (error) note(error);
+  }
+
+  void removeFile(const std::string& name) {
+    using enum FileErasure::Outcome;
+    const FileErasure::Outcome outcome = files_.erase(stack_.top(), name);
+    if (outcome == kRemoved) {
+      ++erasure_.removed;
+    } else if (outcome == kIsFolder) {
+      work_.back().subfolders.push_back(name);  // replaced by a folder meanwhile
+    } else if (outcome != kGone) {
+      note(outcome, files_.error());
+    }
   }
 
   void enter() {
@@ -75,8 +104,12 @@ class TreeRemoval {
     below.name = std::move(folder.subfolders.back());
     folder.subfolders.pop_back();
     // An empty folder is removed at once; so is what is no folder any more.
-    if (::unlinkat(stack_.top(), below.name.c_str(), AT_REMOVEDIR) == 0 || errno == ENOENT) return;
-    if (errno == ENOTDIR && ::unlinkat(stack_.top(), below.name.c_str(), 0) == 0) return;
+    if (::unlinkat(stack_.top(), below.name.c_str(), AT_REMOVEDIR) == 0) {
+      ++erasure_.removed;
+      return;
+    }
+    if (errno == ENOENT) return;
+    if (errno == ENOTDIR) return removeFile(below.name);
     if (const std::error_code error = stack_.push(below.name)) {
       note(error);
       return;
@@ -93,10 +126,18 @@ class TreeRemoval {
       note(error);
       return false;
     }
-    if (::unlinkat(stack_.top(), left.name.c_str(), AT_REMOVEDIR) == 0 || errno == ENOENT) return true;
+    if (::unlinkat(stack_.top(), left.name.c_str(), AT_REMOVEDIR) == 0) {
+      ++erasure_.removed;
+      return true;
+    }
+    if (errno == ENOENT) return true;
     const std::error_code error = lastError();
     const bool isFull = errno == ENOTEMPTY || errno == EEXIST;
-    if (!isFull || left.isStuck || left.rounds >= kMostRounds) {
+    if (isFull && left.isStuck) {
+      work_.back().isStuck = true;  // what stays in it was counted
+      return true;
+    }
+    if (!isFull || left.rounds >= kMostRounds) {
       note(error);
       return true;
     }
@@ -115,23 +156,44 @@ class TreeRemoval {
   }
 
   FolderStack stack_;
+  FileErasure& files_;
+  Erasure& erasure_;
   std::vector<Folder> work_;  // one for each level of the stack
-  std::error_code firstError_;
 };
 
 }  // namespace
 
-std::error_code removeTree(int parent, const std::string& name) {
-  std::error_code error;
+void removeTree(int parent, const std::string& name, FileErasure& files, Erasure& erasure) {
   for (int round = 0; round < kMostRounds; ++round) {
-    if (::unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0) return {};
-    if (errno != ENOTEMPTY && errno != EEXIST) return error ? error : lastError();
-    if (error) return error;
-    FileDescriptor root(::openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
-    if (!root) return lastError();
-    error = TreeRemoval(std::move(root)).emptyRoot();
+    if (::unlinkat(parent, name.c_str(), AT_REMOVEDIR) == 0) {
+      ++erasure.removed;
+      return;
+    }
+    const std::error_code error = lastError();
+    if (error == std::errc::no_such_file_or_directory) return;
+    if (errno != ENOTEMPTY && errno != EEXIST) return countLeft(erasure, outcomeOf(error), error);
+    Result<FileDescriptor> root = openBeneath(parent, name, kFolderFlags, Mounts::kSame);
+    if (!root) return countLeft(erasure, outcomeOf(root.error()), root.error());
+    if (!TreeRemoval(std::move(*root), files, erasure).emptyRoot()) return;
   }
-  return error ? error : std::make_error_code(std::errc::directory_not_empty);
+  const auto error = std::make_error_code(std::errc::directory_not_empty);
+  countLeft(erasure, FileErasure::Outcome::kFailed, error);
+}
+
+void removeItem(int parent, const std::string& name, FileErasure& files, Erasure& erasure) {
+  using enum FileErasure::Outcome;
+  switch (const FileErasure::Outcome outcome = files.erase(parent, name)) {
+    case kRemoved:
+      ++erasure.removed;
+      break;
+    case kGone:
+      break;
+    case kIsFolder:
+      removeTree(parent, name, files, erasure);
+      break;
+    default:
+      countLeft(erasure, outcome, files.error());
+  }
 }
 
 }  // namespace platform::linux_

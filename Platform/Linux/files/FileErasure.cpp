@@ -1,0 +1,177 @@
+#include "Platform/Linux/files/FileErasure.h"
+
+#include <fcntl.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "Platform/Linux/files/BeneathFolder.h"
+#include "Platform/Linux/host/LastError.h"
+
+namespace platform::linux_ {
+namespace {
+
+constexpr std::size_t kBlock = 256 * 1024;  // bytes of one write, at most
+constexpr int kPasses = 3;
+constexpr int kFixedPatterns[] = {0x55, 0xAA};  // the last pass writes random bytes
+constexpr int kLooks = 8;
+constexpr int kMostTries = 8;  // for a name that other programs give to one file after the other
+constexpr int kFlags = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;  // never waits for a pipe's other end
+
+bool isSame(const struct stat& one, const struct stat& other) {
+  return one.st_ino == other.st_ino && one.st_dev == other.st_dev;
+}
+
+bool isAt(int folder, const std::string& name, const struct stat& file) {
+  struct stat found {};
+  return ::fstatat(folder, name.c_str(), &found, AT_SYMLINK_NOFOLLOW) == 0 && isSame(found, file);
+}
+
+/// Whether the open file has this name and no other. Another process can take the name away while the numbers are read,
+/// so that a file with a second name elsewhere seems to have this one alone: so several looks in a row must agree. Two
+/// changes of the names between every two of them would be needed to deceive it.
+bool hasOnlyThisName(int folder, const std::string& name, int file) {
+  for (int look = 0; look < kLooks; ++look) {
+    struct stat opened {};
+    struct stat named {};
+    if (::fstatat(folder, name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 || ::fstat(file, &opened) != 0 ||
+        !isSame(named, opened) || named.st_nlink != 1 || opened.st_nlink != 1) {
+      return false;
+    }
+  }
+  return true;
+}
+
+std::error_code writeBlocks(int file, const std::byte* pattern, std::uint64_t from, std::uint64_t end) {
+  while (from < end) {
+    const std::size_t into = from % kBlock;  // so that all but the first and the last write are aligned
+    const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(kBlock - into, end - from));
+    const ssize_t written = ::pwrite(file, pattern + into, count, static_cast<off_t>(from));
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) return lastError();
+    if (written == 0) return std::make_error_code(std::errc::io_error);
+    from += static_cast<std::uint64_t>(written);
+  }
+  return {};
+}
+
+/// One pass over all data of the file up to `size`; its holes are left out.
+std::error_code writePass(int file, const std::byte* pattern, std::uint64_t size) {
+  for (std::uint64_t at = 0; at < size;) {
+    const off_t data = ::lseek(file, static_cast<off_t>(at), SEEK_DATA);
+    if (data < 0) return errno == ENXIO ? std::error_code() : lastError();  // ENXIO: no more data
+    const off_t hole = ::lseek(file, data, SEEK_HOLE);
+    if (hole < 0) return errno == ENXIO ? std::error_code() : lastError();  // it has become shorter
+    const std::uint64_t end = std::min(static_cast<std::uint64_t>(hole), size);
+    if (const auto error = writeBlocks(file, pattern, static_cast<std::uint64_t>(data), end)) return error;
+    at = static_cast<std::uint64_t>(hole);
+  }
+  return {};
+}
+
+std::error_code flushData(int file) {
+  int result = 0;
+  do {
+    result = ::fdatasync(file);
+  } while (result != 0 && errno == EINTR);
+  return result == 0 ? std::error_code() : lastError();
+}
+
+void fillWithRandomBytes(std::byte* block) {
+  for (std::size_t filled = 0; filled < kBlock;) {
+    const ssize_t count = ::getrandom(block + filled, kBlock - filled, 0);
+    if (count > 0) filled += static_cast<std::size_t>(count);
+  }
+}
+
+}  // namespace
+
+FileErasure::FileErasure(Overwriting overwriting) : overwriting_(overwriting) {
+  if (overwriting == Overwriting::kNone) return;
+  patterns_ = std::make_unique<std::byte[]>(kPasses * kBlock);
+  std::byte* block = patterns_.get();
+  for (const int pattern : kFixedPatterns) {
+    std::memset(block, pattern, kBlock);
+    block += kBlock;
+  }
+  fillWithRandomBytes(block);
+}
+
+FileErasure::Outcome FileErasure::failed(Outcome outcome, std::error_code error) {
+  error_ = error;
+  return outcome;
+}
+
+FileErasure::Outcome FileErasure::unlink(int folder, const std::string& name) {
+  if (::unlinkat(folder, name.c_str(), 0) == 0) return Outcome::kRemoved;
+  switch (errno) {
+    case ENOENT:
+      return Outcome::kGone;
+    case EISDIR:
+      return Outcome::kIsFolder;
+    case EBUSY:  // something is mounted on it
+      return failed(Outcome::kOnOtherMount, lastError());
+    default:
+      return failed(Outcome::kFailed, lastError());
+  }
+}
+
+FileErasure::Outcome FileErasure::erase(int folder, const std::string& name) {
+  if (overwriting_ == Overwriting::kNone) return unlink(folder, name);
+  for (int tries = 0; tries < kMostTries; ++tries) {
+    if (const auto outcome = eraseOnce(folder, name)) return *outcome;
+  }
+  return failed(Outcome::kNotOverwritten, std::make_error_code(std::errc::device_or_resource_busy));
+}
+
+std::optional<FileErasure::Outcome> FileErasure::eraseOnce(int folder, const std::string& name) {
+  struct stat status {};
+  if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return errno == ENOENT ? Outcome::kGone : failed(Outcome::kFailed, lastError());
+  }
+  if (S_ISDIR(status.st_mode)) return Outcome::kIsFolder;
+  if (!S_ISREG(status.st_mode)) return unlink(folder, name);
+  const Result<FileDescriptor> file = openBeneath(folder, name, kFlags, Mounts::kSame);
+  return file ? overwriteAndUnlink(folder, name, file->get()) : unlinkWithoutOverwriting(folder, name, file.error());
+}
+
+/// For a file that can't be opened for writing: it goes only if nothing of it would be left on the disk.
+FileErasure::Outcome FileErasure::unlinkWithoutOverwriting(int folder, const std::string& name, std::error_code error) {
+  if (error == std::errc::cross_device_link) return failed(Outcome::kOnOtherMount, error);
+  struct stat status {};
+  if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return errno == ENOENT ? Outcome::kGone : failed(Outcome::kFailed, lastError());
+  }
+  if (S_ISREG(status.st_mode) && status.st_nlink == 1 && status.st_size > 0) {
+    return failed(Outcome::kNotOverwritten, error);
+  }
+  return unlink(folder, name);
+}
+
+std::optional<FileErasure::Outcome> FileErasure::overwriteAndUnlink(int folder, const std::string& name, int file) {
+  struct stat status {};
+  if (::fstat(file, &status) != 0) return failed(Outcome::kNotOverwritten, lastError());
+  const bool isOverwritten = hasOnlyThisName(folder, name, file);
+  if (isOverwritten) {
+    if (const auto error = overwrite(file, static_cast<std::uint64_t>(status.st_size))) {
+      return failed(Outcome::kNotOverwritten, error);
+    }
+  }
+  if (!isAt(folder, name, status)) return std::nullopt;
+  // The data of a file with other names belongs to them as well, and is not lost with this one.
+  if (isOverwritten || (::fstat(file, &status) == 0 && status.st_nlink > 1)) return unlink(folder, name);
+  return std::nullopt;
+}
+
+std::error_code FileErasure::overwrite(int file, std::uint64_t size) const {
+  for (int pass = 0; pass < kPasses; ++pass) {
+    if (const auto error = writePass(file, patterns_.get() + pass * kBlock, size)) return error;
+  }
+  return size > 0 ? flushData(file) : std::error_code();
+}
+
+}  // namespace platform::linux_
