@@ -19,6 +19,7 @@ struct Platform {
   Bundle& mainBundle;
   Dispatch& dispatch;
   FileManager& fileManager;
+  FileManager& fileManagerOnOneMount;  // as fileManager, but nothing is reached that is mounted below a grant
   Log& log;
   OpenPanel& openPanel;
   SecurityScopedResources& securityScopedResources;

@@ -166,8 +166,8 @@ Preview Preview::of(const Browser& browser, platform::UserDefaultsDomains& setti
   NoNotifications notifications;
   NoScripts scripts;
   NoQuits quits;
-  platform::Platform platform{texts,  dispatch,        files,         log,     panel, scopes,
-                              system, previewSettings, notifications, scripts, quits};
+  platform::Platform platform{texts,  dispatch, files,           files,         log,     panel,
+                              scopes, system,   previewSettings, notifications, scripts, quits};
   platform::Platform* const before = platform::Platform::install(&platform);
 
   auto worker = WorkerAppDelegate::create();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 
 #include "Platform/Path.h"
 
@@ -10,6 +11,8 @@ namespace tidewell {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr std::string_view kDatabase = "SQLite format 3";  // how a database file begins
 
 class Copy : public platform::PinnedRegularFile {
  public:
@@ -48,10 +51,13 @@ std::error_code PreviewFiles::createFolder(const std::string& path) {
 
 std::error_code PreviewFiles::createFile(const std::string& path, std::string_view contents, unsigned) {
   made_[path] = contents.size();
+  if (contents.starts_with(kDatabase)) madeDatabases_[path] = contents;
   return {};
 }
 
 std::error_code PreviewFiles::exchangeItems(const std::string& path, const std::string& other) {
+  const auto database = madeDatabases_.find(other);
+  if (database != madeDatabases_.end() && changeCopy(path, database->second)) return {};
   const std::string& fresh = isMade(other) ? other : path;
   std::uint64_t& size = replacements_[isMade(other) ? path : other];
   size = 0;
@@ -75,6 +81,11 @@ std::error_code PreviewFiles::removeOverwrittenItem(const std::string& path, pla
   return removeItem(path);
 }
 
+platform::Erasure PreviewFiles::eraseItem(const std::string& path, platform::Overwriting) {
+  removeItem(path);
+  return {};
+}
+
 std::error_code PreviewFiles::copyItem(const platform::FileURL&, const platform::FileURL&) {
   return {};
 }
@@ -89,6 +100,18 @@ bool PreviewFiles::copy(const std::string& database, const std::string& to) cons
   // The latest changes may still be in a journal beside it.
   for (const char* companion : {"-wal", "-journal"}) fs::copy_file(database + companion, to + companion, error);
   return true;
+}
+
+bool PreviewFiles::changeCopy(const std::string& database, const std::string& contents) const {
+  const auto pinned = LinuxFileManager::pinnedFile(database);
+  const auto copy = pinned ? copies_.find((*pinned)->path()) : copies_.end();
+  if (copy == copies_.end()) return false;
+  const std::string fresh = copy->second + ".after";
+  std::ofstream(fresh, std::ios::binary) << contents;
+  std::error_code error;
+  for (const char* companion : {"-wal", "-journal"}) fs::remove(copy->second + companion, error);
+  fs::rename(fresh, copy->second, error);
+  return !error;
 }
 
 platform::Result<std::unique_ptr<platform::PinnedRegularFile>> PreviewFiles::pinnedFile(const std::string& path) const {

@@ -51,17 +51,20 @@ class PreviewFiles : public platform::linux_::LinuxFileManager {
   std::error_code replaceItem(const std::string& path, const std::string& replacement) override;
   std::error_code removeItem(const std::string& path) override;
   std::error_code removeOverwrittenItem(const std::string& path, platform::UnflushedFile unflushed) override;
+  platform::Erasure eraseItem(const std::string& path, platform::Overwriting overwriting) override;
   std::error_code copyItem(const platform::FileURL& source, const platform::FileURL& destination) override;
   platform::Result<std::unique_ptr<platform::PinnedRegularFile>> pinnedFile(const std::string& path) const override;
   platform::Result<platform::FileURL> applicationScriptsDirectory(bool create) override;
 
  private:
   bool copy(const std::string& database, const std::string& to) const;
+  bool isMade(const std::string& path) const;
+  /// Gives the copy of a database its new contents. False when there is no copy.
+  bool changeCopy(const std::string& database, const std::string& contents) const;
 
   TemporaryFolder folder_;
-  bool isMade(const std::string& path) const;
-
-  std::map<std::string, std::uint64_t> made_;  // sizes of what would have been created; 0 for folders
+  std::map<std::string, std::uint64_t> made_;         // sizes of what would have been created; 0 for folders
+  std::map<std::string, std::string> madeDatabases_;  // contents of those that would have been
   std::map<std::string, std::uint64_t> replacements_;
   std::set<std::string> removed_;
   std::vector<std::string> removals_;

@@ -22,6 +22,7 @@ LinuxPlatform::LinuxPlatform(RunLoop& loop, SessionBus& bus, BundleInfo info,
     : loop_(loop),
       userDefaults_(SqliteUserDefaults::folderFromEnvironment(), info.identifier, log_),
       fileManager_(scopes_, LinuxFileManager::scriptsFolderFromEnvironment(info.identifier)),
+      fileManagerOnOneMount_(scopes_, LinuxFileManager::scriptsFolderFromEnvironment(info.identifier), Mounts::kSame),
       system_(scopes_),
       dispatch_(loop),
       bundle_(info, GettextBundle::sharedFolderOfExecutable()),
@@ -31,8 +32,8 @@ LinuxPlatform::LinuxPlatform(RunLoop& loop, SessionBus& bus, BundleInfo info,
       workspace_(loop, std::move(applications)),
       announcedQuits_(bus, [this](const std::string& name,
                                   const std::string& identifier) { workspace_.announce(name, identifier); }),
-      platform_{bundle_, dispatch_,     fileManager_,        log_,         openPanel_, scopes_,
-                system_, userDefaults_, notificationCenter_, userScripts_, workspace_} {
+      platform_{bundle_, dispatch_, fileManager_,  fileManagerOnOneMount_, log_,         openPanel_,
+                scopes_, system_,   userDefaults_, notificationCenter_,    userScripts_, workspace_} {
   ::mallopt(M_ARENA_MAX, 2);  // threads come and go: arenas of their own would only keep memory
   // Leaves the folder that the process was started in, so that it is not kept in use. A failure does no harm.
   if (::chdir("/") != 0) errno = 0;

@@ -39,6 +39,7 @@ class LinuxPlatform {
   SqliteUserDefaults userDefaults_;
   SecurityScopes scopes_;
   LinuxFileManager fileManager_;
+  LinuxFileManager fileManagerOnOneMount_;
   LinuxSystem system_;
   LinuxDispatch dispatch_;
   GettextBundle bundle_;

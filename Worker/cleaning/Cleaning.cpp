@@ -10,7 +10,32 @@
 namespace tidewell {
 namespace {
 
-constexpr char kNotCleaned[] = "%@ of %@ could not be cleaned";  // a store's path in its table, and a browser's name
+// Each with a store's path in its table, and a browser's name.
+constexpr char kNotCleaned[] = "%@ of %@ could not be cleaned";
+constexpr char kOnOtherMount[] = "%@ of %@ was left in part: something else is mounted there";
+constexpr char kInUse[] = "%@ of %@ was left: another program uses it";
+constexpr char kNotOverwritten[] = "%@ of %@ was left in part: it could not be overwritten";
+constexpr char kNotReadable[] = "%@ of %@ was left: it can't be read";
+
+/// What is logged; null for nothing. A folder that is not allowed was logged when it was asked for.
+const char* messageOn(Left left) {
+  switch (left) {
+    case Left::kNothing:
+    case Left::kNotAllowed:
+      return nullptr;
+    case Left::kOnOtherMount:
+      return kOnOtherMount;
+    case Left::kInUse:
+      return kInUse;
+    case Left::kNotOverwritten:
+      return kNotOverwritten;
+    case Left::kNotReadable:
+      return kNotReadable;
+    case Left::kFailed:
+      return kNotCleaned;
+  }
+  return nullptr;
+}
 
 }  // namespace
 
@@ -40,7 +65,8 @@ void Cleaning::cleanAll(std::span<const Store> table, const std::vector<std::str
 void Cleaning::clean(std::span<const Store> table, const std::string& folder) const {
   for (const Store& store : table) {
     if (!ages_.contains(store.age)) continue;
-    fenced(store.path, [&] { store.treatment(platform::appendingPathComponent(folder, store.path)); });
+    const std::string_view what = store.path.empty() ? store.holds : store.path;
+    fenced(what, [&] { log(what, store.treatment(platform::appendingPathComponent(folder, store.path)).left); });
   }
 }
 
@@ -48,8 +74,13 @@ void Cleaning::fenced(std::string_view what, const platform::Task& action) const
   try {
     action();
   } catch (const std::exception&) {  // its text may quote what a site has stored
-    platform::Platform::current().log.log(platform::formatted(kNotCleaned, {what, browser_.name}));
+    log(what, Left::kFailed);
   }
+}
+
+void Cleaning::log(std::string_view what, Left left) const {
+  const char* message = messageOn(left);
+  if (message != nullptr) platform::Platform::current().log.log(platform::formatted(message, {what, browser_.name}));
 }
 
 }  // namespace tidewell

@@ -1,9 +1,9 @@
 // The cleaning of a browser's stores, one by one: a walk over its installations, their profiles, and the tables of its
 // family's stores.
 //
-// A store whose treatment fails with an exception, which sites may try to bring about, is left with a line in the log,
-// and the others are cleaned. All work is done when run() returns. The person is not asked: what is not granted is
-// left.
+// A store that is left in whole or in part gets a line in the log, and the others are cleaned; so it is when its
+// treatment fails with an exception, which sites may try to bring about. All work is done when run() returns. The
+// person is not asked: what is not granted is left.
 #pragma once
 
 #include <set>
@@ -32,6 +32,7 @@ class Cleaning {
   void clean(std::span<const Store> table, const std::string& folder) const;
   /// Runs the action and logs that it has thrown, if it has.
   void fenced(std::string_view what, const platform::Task& action) const;
+  void log(std::string_view what, Left left) const;
 
   const Layout& layout_;
   const Browser& browser_;

@@ -17,6 +17,7 @@
 #include "Worker/database/Rows.h"
 #include "Worker/formats/Rewriting.h"
 #include "Worker/formats/leveldb/LevelDatabase.h"
+#include "Worker/sandbox/Outcome.h"
 
 namespace tidewell {
 
@@ -44,28 +45,32 @@ class GrantedFiles {
   /// The bytes of a regular file. Absent when it is missing or too large to be taken into memory.
   static std::optional<std::string> bytesOf(const std::string& path);
 
+  /// The rows of a query. None when the database is missing, in use, or can't be read.
+  static Rows rowsOf(const std::string& query, const std::string& database);
+
   // Removing. If the person has chosen so, every file is overwritten first; a file that could not be overwritten stays,
-  // and so do the folders above it.
+  // and so do the folders above it, and all that is mounted below the grant. Nothing that is missing counts.
 
   /// A file, or a folder with all that is in it.
-  static void remove(const std::string& path);
+  static Outcome remove(const std::string& path);
 
   /// Everything in a folder.
-  static void removeContentsOf(const std::string& folder);
+  static Outcome removeContentsOf(const std::string& folder);
 
   // Changing.
 
   /// Passes a file's bytes to the rewriter and applies its result. New contents replace the old ones atomically; the
   /// old ones are then removed.
-  static void rewrite(const std::string& path, const Rewriter& rewriter);
+  static Outcome rewrite(const std::string& path, const Rewriter& rewriter);
 
-  /// Runs statements in order, on one connection, on a database file that exists, up to the first that fails. Returns
-  /// the rows of the last one, or none after a failure.
-  static Rows runStatements(const std::vector<std::string>& statements, const std::string& path);
+  /// Runs statements in order on a database, up to the first that fails; what they leave is all that stays in it and
+  /// beside it, down to its unused pages. A missing database is nothing to do.
+  static Outcome changeDatabase(const std::vector<std::string>& statements, const std::string& database);
 
-  /// LevelDatabase::keepOnly() on the database in a folder.
+  /// LevelDatabase::keepOnly() on the database in a folder; adds to the outcome.
   static LevelDatabase::Outcome keepInLevelDatabase(const std::string& folder, const LevelDatabase::Selection& isKept,
-                                                    const std::function<bool(std::string_view bytes)>& isPrecious);
+                                                    const std::function<bool(std::string_view bytes)>& isPrecious,
+                                                    Outcome& outcome);
 };
 
 }  // namespace tidewell

@@ -9,7 +9,6 @@
 #include "Worker/Identity.h"
 #include "Worker/database/OpenedFile.h"
 #include "Worker/database/Sqlite.h"
-#include "Worker/database/StatementLimits.h"
 #include "Worker/sandbox/SecureDelete.h"
 
 namespace tidewell {
@@ -71,7 +70,7 @@ void removeInsideGrant(const std::string& path, bool overwrites, platform::Unflu
   }
 }
 
-Rows executeInsideGrant(const std::vector<std::string>& statements, const std::string& path, Schema schema) {
+Rows executeInsideGrant(const std::vector<std::string>& statements, const std::string& path) {
   platform::FileManager& fileManager = Platform::current().fileManager;
   if (!fileManager.fileExists(path)) return {};  // opening it would make one
   const auto file = fileManager.pinnedFile(path);
@@ -81,8 +80,6 @@ Rows executeInsideGrant(const std::vector<std::string>& statements, const std::s
   // Checked again with the database open: the opened file must be the one that was pinned.
   if (!database.open((*file)->path()) || !(*file)->isInPlace() || hasMoved(database) || !(*file)->isInPlace())
     return {};
-  std::optional<StatementLimits> limits;
-  if (schema == Schema::kMayBeHostile) limits.emplace(database);
   std::optional<Rows> rows = Rows();
   for (const std::string& sql : statements) {
     if (rows) rows = database.executeQuery(sql);

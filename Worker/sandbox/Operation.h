@@ -71,10 +71,8 @@ bool overwritesFirst();
 void removeInsideGrant(const std::string& path, bool overwrites, platform::UnflushedFile unflushed);
 
 /// Runs the statements in order up to the first that fails, and returns the rows of the last one. Returns none after a
-/// failure, or when the database is missing, can't be opened or lies outside the grant. `schema` says whether they run
-/// under StatementLimits.
-enum class Schema { kAsItIs, kMayBeHostile };
-Rows executeInsideGrant(const std::vector<std::string>& statements, const std::string& path, Schema schema);
+/// failure, or when the database is missing, can't be opened or lies outside the grant.
+Rows executeInsideGrant(const std::vector<std::string>& statements, const std::string& path);
 
 /// The lock for work on a file; files may share one. Without it, an operation that finds a database busy would be lost.
 std::mutex& turnOf(const std::string& path);

@@ -81,13 +81,12 @@ void Sandbox::runSql_onfile(const std::string& sql, const Path& path) {
   if (!path) return;
   const auto operation = std::make_shared<const Operation>(*path);
   makeTaskQueue()->async(
-      [operation, sql] { operation->run([&] { executeInsideGrant({sql}, operation->fullPath(), Schema::kAsItIs); }); });
+      [operation, sql] { operation->run([&] { executeInsideGrant({sql}, operation->fullPath()); }); });
 }
 
 std::optional<Rows> Sandbox::returnArrayFromSql_onfile(const std::string& sql, const Path& path) {
   if (!path) return std::nullopt;
-  return read<Rows>(
-      path, {}, [&sql](const std::string& fullPath) { return executeInsideGrant({sql}, fullPath, Schema::kAsItIs); });
+  return read<Rows>(path, {}, [&sql](const std::string& fullPath) { return executeInsideGrant({sql}, fullPath); });
 }
 
 void Sandbox::checkForScriptInFolder() {

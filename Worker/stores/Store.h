@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "Worker/sandbox/Outcome.h"
+
 namespace tidewell {
 
 /// The kinds of things that sites leave.
@@ -17,7 +19,7 @@ enum class StoreAge {
 };
 
 /// Cleans a store: removes what sites have left in it. Does nothing when the store is missing.
-using Treatment = void (*)(const std::string& path);
+using Treatment = Outcome (*)(const std::string& path);
 
 struct Store {
   StoreAge age;

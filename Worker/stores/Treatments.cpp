@@ -29,80 +29,84 @@ bool mentionsExtension(std::string_view bytes) {
 }
 
 template <typename Predicate>
-void removeEntriesUnless(const std::string& folder, Predicate isKept) {
-  if (!GrantedFiles::isDirectory(folder)) return;
+Outcome removeEntriesUnless(const std::string& folder, Predicate isKept) {
+  Outcome outcome;
+  if (!GrantedFiles::isDirectory(folder)) return outcome;
   for (const std::string& name : GrantedFiles::entriesOf(folder)) {
-    if (!isKept(name)) GrantedFiles::remove(appendingPathComponent(folder, name));
+    if (!isKept(name)) outcome += GrantedFiles::remove(appendingPathComponent(folder, name));
   }
-}
-
-/// What was deleted must not stay readable in a database's unused pages, or in its log.
-void runStatements(const std::string& database, const std::string& statement, const std::string& second = ";") {
-  GrantedFiles::runStatements(
-      {"PRAGMA secure_delete = ON;", statement, second, "VACUUM;", "PRAGMA wal_checkpoint(TRUNCATE);"}, database);
+  return outcome;
 }
 
 }  // namespace
 
-void removeWhole(const std::string& path) {
-  GrantedFiles::remove(path);
+Outcome removeWhole(const std::string& path) {
+  return GrantedFiles::remove(path);
 }
 
-void removeDatabase(const std::string& path) {
-  for (const char* companion : kDatabaseCompanions) GrantedFiles::remove(path + companion);
+Outcome removeDatabase(const std::string& path) {
+  Outcome outcome;
+  for (const char* companion : kDatabaseCompanions) outcome += GrantedFiles::remove(path + companion);
+  return outcome;
 }
 
-void removeEntries(const std::string& path) {
-  removeEntriesUnless(path, [](const std::string&) { return false; });
+Outcome removeEntries(const std::string& path) {
+  return removeEntriesUnless(path, [](const std::string&) { return false; });
 }
 
-void removeContents(const std::string& path) {
-  GrantedFiles::removeContentsOf(path);
+Outcome removeContents(const std::string& path) {
+  return GrantedFiles::removeContentsOf(path);
 }
 
-void removeBeginningSo(const std::string& path) {
+Outcome removeBeginningSo(const std::string& path) {
+  Outcome outcome;
   const std::string folder = platform::deletingLastPathComponent(path);
   std::string beginning = platform::lastPathComponent(path);
   beginning.pop_back();  // the "*"
   for (const std::string& name : GrantedFiles::entriesOf(folder)) {
-    if (name.starts_with(beginning)) GrantedFiles::remove(appendingPathComponent(folder, name));
+    if (name.starts_with(beginning)) outcome += GrantedFiles::remove(appendingPathComponent(folder, name));
   }
+  return outcome;
 }
 
-void removeChromeSites(const std::string& path) {
-  removeEntriesUnless(path, [](const std::string& name) { return name.starts_with(kChromeExtension); });
+Outcome removeChromeSites(const std::string& path) {
+  return removeEntriesUnless(path, [](const std::string& name) { return name.starts_with(kChromeExtension); });
 }
 
-void removeFirefoxSites(const std::string& path) {
-  removeEntriesUnless(path, [](const std::string& name) { return name.starts_with(kFirefoxExtension); });
+Outcome removeFirefoxSites(const std::string& path) {
+  return removeEntriesUnless(path, [](const std::string& name) { return name.starts_with(kFirefoxExtension); });
 }
 
-void deleteChannelIDs(const std::string& path) {
-  GrantedFiles::runStatements({"DELETE FROM origin_bound_certs;"}, path);
+Outcome deleteChannelIDs(const std::string& path) {
+  return GrantedFiles::changeDatabase({"DELETE FROM origin_bound_certs;"}, path);
 }
 
-void cleanWebDatabases(const std::string& path) {
+Outcome cleanWebDatabases(const std::string& path) {
   static constexpr char kOfSites[] =
       " FROM Databases WHERE substr(origin, 1, 17) NOT IN ('chrome-extension_', 'safari-extension_')";
   const std::string index = appendingPathComponent(path, "Databases.db");
-  for (const Row row : GrantedFiles::runStatements({std::string("SELECT origin") + kOfSites}, index)) {
+  Outcome outcome;
+  for (const Row row : GrantedFiles::rowsOf(std::string("SELECT origin") + kOfSites, index)) {
     const auto origin = row.stringForKey("origin");
     // The name comes from the browser's file: one that is not plain could lead out of the folder.
-    if (origin && platform::isPlainName(*origin)) GrantedFiles::remove(appendingPathComponent(path, *origin));
+    if (!origin || !platform::isPlainName(*origin)) continue;
+    outcome += GrantedFiles::remove(appendingPathComponent(path, *origin));
   }
-  GrantedFiles::runStatements({std::string("DELETE") + kOfSites}, index);
+  return outcome += GrantedFiles::changeDatabase({std::string("DELETE") + kOfSites}, index);
 }
 
-void removeLocalStorageFiles(const std::string& path) {
+Outcome removeLocalStorageFiles(const std::string& path) {
+  Outcome outcome;
   static constexpr std::string_view kFile = ".localstorage";
   for (const std::string& name : GrantedFiles::entriesOf(path)) {
     if (!name.ends_with(kFile) || name.starts_with(kChromeExtension)) continue;
-    GrantedFiles::remove(appendingPathComponent(path, name));
-    GrantedFiles::remove(appendingPathComponent(path, name) + "-journal");
+    outcome += GrantedFiles::remove(appendingPathComponent(path, name));
+    outcome += GrantedFiles::remove(appendingPathComponent(path, name) + "-journal");
   }
+  return outcome;
 }
 
-void cleanLocalStorage(const std::string& path) {
+Outcome cleanLocalStorage(const std::string& path) {
   // Keys begin with a prefix and the origin: "_" for what a site has stored, the others for what is noted about it.
   static constexpr std::string_view kOfOrigins[] = {"_", "META:", "METAACCESS:"};
   const auto isKept = [](std::string_view key, std::string_view) {
@@ -111,11 +115,13 @@ void cleanLocalStorage(const std::string& path) {
     }
     return true;
   };
-  GrantedFiles::keepInLevelDatabase(path, isKept, mentionsExtension);
+  Outcome outcome;
+  GrantedFiles::keepInLevelDatabase(path, isKept, mentionsExtension, outcome);
+  return outcome;
 }
 
-void cleanCacheStorage(const std::string& path) {
-  removeEntriesUnless(path, [&path](const std::string& name) {
+Outcome cleanCacheStorage(const std::string& path) {
+  return removeEntriesUnless(path, [&path](const std::string& name) {
     const std::string index = appendingPathComponent(appendingPathComponent(path, name), "index.txt");
     const std::string bytes = GrantedFiles::bytesOf(index).value_or("");
     const auto origin = originOfCacheStorage(bytes);
@@ -123,10 +129,11 @@ void cleanCacheStorage(const std::string& path) {
   });
 }
 
-void cleanFileSystem(const std::string& path) {
+Outcome cleanFileSystem(const std::string& path) {
   static constexpr std::string_view kOrigin = "ORIGIN:";
   static constexpr std::string_view kOrigins = "Origins";
-  if (!GrantedFiles::isDirectory(path)) return;
+  Outcome outcome;
+  if (!GrantedFiles::isDirectory(path)) return outcome;
   const std::string origins = appendingPathComponent(path, kOrigins);
   std::set<std::string, std::less<>> kept;
   const auto isKept = [&kept](std::string_view key, std::string_view folder) {
@@ -135,19 +142,19 @@ void cleanFileSystem(const std::string& path) {
     if (isOfExtension) kept.emplace(folder);
     return isOfExtension;
   };
-  const auto outcome = GrantedFiles::keepInLevelDatabase(origins, isKept, mentionsExtension);
-  if (outcome == LevelDatabase::Outcome::kLeft) return;  // the owners of the folders are unknown
+  const auto database = GrantedFiles::keepInLevelDatabase(origins, isKept, mentionsExtension, outcome);
+  if (database == LevelDatabase::Outcome::kLeft) return outcome;  // the owners of the folders are unknown
 
   // The first origin of all is recorded outside the database, and has a folder of its own.
   if (mentionsExtension(GrantedFiles::bytesOf(appendingPathComponent(path, "primary.origin")).value_or(""))) {
     kept.insert({"primary", "primary.origin"});
   }
-  if (kept.empty()) return GrantedFiles::remove(path);
+  if (kept.empty()) return outcome += GrantedFiles::remove(path);
   kept.emplace(kOrigins);
-  removeEntriesUnless(path, [&kept](const std::string& name) { return kept.contains(name); });
+  return outcome += removeEntriesUnless(path, [&kept](const std::string& name) { return kept.contains(name); });
 }
 
-void cleanWebStorage(const std::string& path) {
+Outcome cleanWebStorage(const std::string& path) {
   // Always gives one row, so that no row means that the index can't be read.
   static constexpr char kBuckets[] =
       "SELECT '/' || group_concat(id, '/') || '/' AS kept FROM buckets"
@@ -155,50 +162,49 @@ void cleanWebStorage(const std::string& path) {
   static constexpr char kDeleteSites[] =
       "DELETE FROM buckets WHERE substr(storage_key, 1, 19) <> 'chrome-extension://';";
   static constexpr char kIndex[] = "QuotaManager";
-  if (!GrantedFiles::isDirectory(path)) return;
+  if (!GrantedFiles::isDirectory(path)) return {};
   const std::string index = appendingPathComponent(path, kIndex);
-  const Rows rows = GrantedFiles::runStatements({kBuckets}, index);
+  const Rows rows = GrantedFiles::rowsOf(kBuckets, index);
   if (rows.empty()) {
-    if (!mentionsExtension(GrantedFiles::bytesOf(index).value_or(""))) GrantedFiles::remove(path);
-    return;
+    if (mentionsExtension(GrantedFiles::bytesOf(index).value_or(""))) return {Left::kNotReadable};
+    return GrantedFiles::remove(path);
   }
   const auto kept = rows[0].stringForKey("kept");  // null when no bucket is kept
   if (!kept) return GrantedFiles::remove(path);
-  removeEntriesUnless(path, [&kept](const std::string& name) {
+  Outcome outcome = removeEntriesUnless(path, [&kept](const std::string& name) {
     return name.starts_with(kIndex) || kept->find('/' + name + '/') != std::string_view::npos;
   });
-  runStatements(index, kDeleteSites);
+  return outcome += GrantedFiles::changeDatabase({kDeleteSites}, index);
 }
 
-void cleanPreferences(const std::string& path) {
-  GrantedFiles::rewrite(path, withoutSites);
+Outcome cleanPreferences(const std::string& path) {
+  return GrantedFiles::rewrite(path, withoutSites);
 }
 
-void cleanStorageIndex(const std::string& path) {
-  runStatements(path, "DELETE FROM origin WHERE origin NOT LIKE 'moz-extension://%';");
+Outcome cleanStorageIndex(const std::string& path) {
+  return GrantedFiles::changeDatabase({"DELETE FROM origin WHERE origin NOT LIKE 'moz-extension://%';"}, path);
 }
 
-void cleanStorageArchive(const std::string& path) {
-  runStatements(path, "DELETE FROM webappsstore2 WHERE instr(scope, '.:') > 0;");  // follows the host of every site
+Outcome deleteScopes(const std::string& path) {
+  static constexpr char kOfSites[] = "instr(scope, '.:') > 0";  // follows the host of every site
+  return GrantedFiles::changeDatabase({std::string("DELETE FROM webappsstore2 WHERE ") + kOfSites}, path);
 }
 
-void deleteScopes(const std::string& path) {
-  GrantedFiles::runStatements({"DELETE FROM webappsstore2 WHERE instr(scope, '.:') > 0;"}, path);
+Outcome cleanContentPreferences(const std::string& path) {
+  return GrantedFiles::changeDatabase({"DELETE FROM prefs WHERE groupID IS NOT NULL;", "DELETE FROM groups;"}, path);
 }
 
-void cleanContentPreferences(const std::string& path) {
-  runStatements(path, "DELETE FROM prefs WHERE groupID IS NOT NULL;", "DELETE FROM groups;");
+Outcome cleanSessionStore(const std::string& path) {
+  return GrantedFiles::rewrite(path, withoutSiteData);
 }
 
-void cleanSessionStore(const std::string& path) {
-  GrantedFiles::rewrite(path, withoutSiteData);
-}
-
-void cleanSessionStores(const std::string& path) {
-  if (!GrantedFiles::isDirectory(path)) return;
+Outcome cleanSessionStores(const std::string& path) {
+  Outcome outcome;
+  if (!GrantedFiles::isDirectory(path)) return outcome;
   for (const std::string& name : GrantedFiles::entriesOf(path)) {
-    cleanSessionStore(appendingPathComponent(path, name));
+    outcome += cleanSessionStore(appendingPathComponent(path, name));
   }
+  return outcome;
 }
 
 }  // namespace tidewell::treatments

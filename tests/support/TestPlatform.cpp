@@ -4,6 +4,7 @@
 
 #include "Worker/Identity.h"
 #include "Worker/sandbox/AppSandboxFileAccessPersist.h"
+#include "tests/support/FileSizeLimit.h"
 
 namespace testing_support {
 
@@ -34,6 +35,13 @@ platform::Result<std::unique_ptr<platform::ReadableFile>> JournalingFileManager:
     const std::string& path) const {
   journal_.add("pieces of " + path);
   return LinuxFileManager::readableFile(path);
+}
+
+platform::Erasure JournalingFileManager::eraseItem(const std::string& path, platform::Overwriting overwriting) {
+  journal_.add((overwriting == platform::Overwriting::kThreePasses ? "remove overwriting " : "remove ") + path);
+  std::optional<FileSizeLimit> limit;
+  if (overwritingFails && overwriting == platform::Overwriting::kThreePasses) limit.emplace(0);
+  return LinuxFileManager::eraseItem(path, overwriting);
 }
 
 std::error_code JournalingFileManager::createFolder(const std::string& path) {
@@ -99,9 +107,10 @@ std::int64_t TestSystem::random() {
 
 TestPlatform::TestPlatform()
     : fileManager(scopes, home.path(".local/share/scripts"), journal),
+      fileManagerOnOneMount(scopes, home.path(".local/share/scripts"), journal, platform::linux_::Mounts::kSame),
       openPanel(dispatch, journal, [this](const FileURL& url) { scopes.openForProcess(url); }),
-      platform_{bundle, dispatch,     fileManager,        log,         openPanel, scopes,
-                system, userDefaults, notificationCenter, userScripts, workspace} {
+      platform_{bundle, dispatch, fileManager,  fileManagerOnOneMount, log,         openPanel,
+                scopes, system,   userDefaults, notificationCenter,    userScripts, workspace} {
   system.homeFolder = home.path();
   home.folder("Library");  // so that the home has that layout
   platform::Platform::install(&platform_);

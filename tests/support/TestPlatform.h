@@ -21,18 +21,22 @@
 
 namespace testing_support {
 
-/// Journal: "remove PATH", "remove overwritten PATH", "remove flushed PATH", "read PATH", "list PATH";
-/// "pieces of PATH", "make folder PATH", "make file PATH", "exchange PATH", "replace PATH", "lock PATH".
+/// Journal: "remove PATH", "remove overwritten PATH", "remove flushed PATH", "remove overwriting PATH", "read PATH",
+/// "list PATH"; "pieces of PATH", "make folder PATH", "make file PATH", "exchange PATH", "replace PATH", "lock PATH".
 class JournalingFileManager : public platform::linux_::LinuxFileManager {
  public:
-  JournalingFileManager(platform::linux_::SecurityScopes& scopes, std::string scriptsFolder, Journal& journal)
-      : LinuxFileManager(scopes, std::move(scriptsFolder)), journal_(journal) {}
+  JournalingFileManager(platform::linux_::SecurityScopes& scopes, std::string scriptsFolder, Journal& journal,
+                        platform::linux_::Mounts mounts = platform::linux_::Mounts::kAny)
+      : LinuxFileManager(scopes, std::move(scriptsFolder), mounts), journal_(journal) {}
+
+  bool overwritingFails = false;
 
   platform::Result<std::string> stringWithContentsOfFile(const std::string& path) const override;
   platform::Result<std::vector<std::string>> contentsOfDirectory(const std::string& path) const override;
   platform::Result<std::unique_ptr<platform::ReadableFile>> readableFile(const std::string& path) const override;
   std::error_code removeItem(const std::string& path) override;
   std::error_code removeOverwrittenItem(const std::string& path, platform::UnflushedFile unflushed) override;
+  platform::Erasure eraseItem(const std::string& path, platform::Overwriting overwriting) override;
   std::error_code createFolder(const std::string& path) override;
   std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override;
   std::error_code exchangeItems(const std::string& path, const std::string& other) override;
@@ -100,6 +104,7 @@ class TestPlatform {
   FakeDispatch dispatch{journal};
   platform::linux_::SecurityScopes scopes;
   JournalingFileManager fileManager;
+  JournalingFileManager fileManagerOnOneMount;
   TestSystem system{scopes, journal};
   FakeOpenPanel openPanel;
   MemoryUserDefaults userDefaults{journal};

@@ -65,7 +65,7 @@ LevelFolder::State hold(const std::string& folder, Held& held) {
   const LevelFolder::State state = LevelFolder::findLock(folder, lockPath);
   if (state != LevelFolder::State::kDatabase) return state;
   if (lockPath) {
-    auto lock = Platform::current().fileManager.lockFile(*lockPath);
+    auto lock = Platform::current().fileManagerOnOneMount.lockFile(*lockPath);
     if (!lock) return LevelFolder::State::kStrange;
     held.lock = std::move(*lock);
   }
@@ -78,7 +78,7 @@ std::string withoutSlash(std::string path) {
 }
 
 bool isFolder(const std::string& path) {
-  const auto attributes = Platform::current().fileManager.attributesOfItem(path);
+  const auto attributes = Platform::current().fileManagerOnOneMount.attributesOfItem(path);
   if (!attributes) return false;
   const auto type = attributes->find(platform::kFileType);
   return type != attributes->end() && type->second == platform::Value(platform::kFileTypeDirectory);
@@ -88,7 +88,7 @@ bool isFolder(const std::string& path) {
 /// lock file, whose lock is released before (removing a file may open it, which would end the lock anyway).
 void removeAll(const std::string& folder, const Removal& remove, std::unique_ptr<platform::FileLock> lock = nullptr) {
   const auto rank = [](const std::string& name) { return name == "CURRENT" ? 0 : name == "LOCK" ? 2 : 1; };
-  auto names = Platform::current().fileManager.contentsOfDirectory(folder);
+  auto names = Platform::current().fileManagerOnOneMount.contentsOfDirectory(folder);
   if (names) {
     std::sort(names->begin(), names->end(), [rank](const std::string& one, const std::string& other) {
       return std::pair(rank(one), one) < std::pair(rank(other), other);
@@ -111,7 +111,7 @@ void removeAll(const std::string& folder, const Removal& remove, std::unique_ptr
 void removeLeftover(const std::string& aside, const Removal& remove) {
   if (isFolder(aside)) {
     removeAll(aside, remove);
-  } else if (Platform::current().fileManager.attributesOfItem(aside)) {
+  } else if (Platform::current().fileManagerOnOneMount.attributesOfItem(aside)) {
     remove(aside);
   }
 }
@@ -154,7 +154,7 @@ bool writeKept(LevelSource& source, const Survey& survey, LevelWriter& writer) {
 /// If the system stops while neither is the database, the next call finds the entries of both, which agree, and
 /// completes the work.
 Outcome rewriteInPlace(const Held& held, LevelSource& source, const Survey& survey, const Removal& remove) {
-  platform::FileManager& files = Platform::current().fileManager;
+  platform::FileManager& files = Platform::current().fileManagerOnOneMount;
   const LevelFolder& folder = held.files;
   LevelWriter writer(folder.path, folder.freeNumber());
   const auto oldCurrent = folder.current ? folder.current->read(0, kSearched).value() : std::nullopt;
@@ -176,7 +176,7 @@ Outcome rewriteInPlace(const Held& held, LevelSource& source, const Survey& surv
 }
 
 Outcome rewrite(Held held, LevelSource& source, const Survey& survey, const Removal& remove) {
-  platform::FileManager& files = Platform::current().fileManager;
+  platform::FileManager& files = Platform::current().fileManagerOnOneMount;
   const std::string aside = held.files.path + kAsideSuffix;
   if (files.createFolder(aside)) return Outcome::kLeft;
   LevelWriter writer(aside, 1);

@@ -24,7 +24,7 @@ struct Item {
 };
 
 Result<Item> itemAt(const std::string& path) {
-  const auto attributes = Platform::current().fileManager.attributesOfItem(path);
+  const auto attributes = Platform::current().fileManagerOnOneMount.attributesOfItem(path);
   if (!attributes) return attributes.error();
   Item item;
   if (const auto type = attributes->find(platform::kFileType); type != attributes->end()) {
@@ -75,7 +75,7 @@ bool sortIn(LevelFolder& folder, std::string_view name, LevelFile file) {
 
 bool sortInLost(LevelFolder& folder, const std::string& path) {
   folder.lost = path;
-  const auto names = Platform::current().fileManager.contentsOfDirectory(path);
+  const auto names = Platform::current().fileManagerOnOneMount.contentsOfDirectory(path);
   if (!names) return false;
   return std::all_of(names->begin(), names->end(), [&](const std::string& name) {
     const std::string below = platform::appendingPathComponent(path, name);
@@ -101,7 +101,7 @@ bool sortInItem(LevelFolder& folder, const std::string& name) {
 }  // namespace
 
 Result<std::string> LevelFile::read(std::uint64_t offset, std::size_t count) const {
-  const auto file = Platform::current().fileManager.readableFile(path);
+  const auto file = Platform::current().fileManagerOnOneMount.readableFile(path);
   if (!file) return file.error();
   return (*file)->read(offset, count);
 }
@@ -121,7 +121,7 @@ State LevelFolder::findLock(const std::string& path, std::optional<std::string>&
 }
 
 State LevelFolder::lookAt(const std::string& path, LevelFolder& folder) {
-  const auto names = Platform::current().fileManager.contentsOfDirectory(path);
+  const auto names = Platform::current().fileManagerOnOneMount.contentsOfDirectory(path);
   if (!names) return isAbsence(names.error()) ? State::kAbsent : State::kStrange;
   folder = {};
   folder.path = path;

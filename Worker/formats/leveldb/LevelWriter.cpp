@@ -122,13 +122,13 @@ std::error_code LevelWriter::makeLock() {
 
 std::error_code LevelWriter::create(const std::string& name, std::string_view contents) {
   const std::string path = platform::appendingPathComponent(folder_, name);
-  const std::error_code error = Platform::current().fileManager.createFile(path, contents, kPermissions);
+  const std::error_code error = Platform::current().fileManagerOnOneMount.createFile(path, contents, kPermissions);
   if (!error) created_.push_back(path);
   return error;
 }
 
 void LevelWriter::takeBack() {
-  for (const std::string& path : created_) Platform::current().fileManager.removeItem(path);
+  for (const std::string& path : created_) Platform::current().fileManagerOnOneMount.removeItem(path);
   created_.clear();
 }
 

@@ -27,8 +27,8 @@ class Fences : public LinuxHomeTest {
   Fences() {
     const platform::Platform& p = platform::Platform::current();
     withFiles = std::make_unique<platform::Platform>(
-        platform::Platform{p.mainBundle, p.dispatch, files, p.log, p.openPanel, p.securityScopedResources, p.system,
-                           p.userDefaults, p.userNotificationCenter, p.userScripts, p.workspace});
+        platform::Platform{p.mainBundle, p.dispatch, files, files, p.log, p.openPanel, p.securityScopedResources,
+                           p.system, p.userDefaults, p.userNotificationCenter, p.userScripts, p.workspace});
     platform::Platform::install(withFiles.get());
     platform.home.file(".config/chromium/Default/Preferences", R"({"https://visited.example":1})");
     platform.home.file(".config/chromium/Default/Cookies");

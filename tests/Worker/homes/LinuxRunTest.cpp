@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "tests/support/BrowserFiles.h"
+#include "tests/support/HeldFile.h"
 #include "tests/support/LinuxHomeTest.h"
 
 namespace {
@@ -179,12 +180,14 @@ TEST_F(LinuxRun, leavesWhatCannotBeOverwrittenAndTakesTheRest) {
   platform.home.link(".config/chromium/Default/Code Cache/link", platform.home.file("Documents/mine", "mine"));
   platform.shared().insert_or_assign(tidewell::kSecureDeleteDataKey, true);
   platform.grant(home(".config/chromium"));
-  platform.system.statFails = true;
+  platform.fileManagerOnOneMount.overwritingFails = true;
   quit("Chromium");
   EXPECT_EQ(platform.home.content(".config/chromium/Default/Code Cache/js/index"), "mark");
   EXPECT_EQ(platform.home.content(".config/chromium/Default/Session Storage/000003.log"), "mark");
   EXPECT_EQ(platform.home.content(".config/chromium/Default/Network/Cookies"), "mark");
-  platform.system.statFails = false;
+  EXPECT_THAT(platform.log.lines(),
+              Contains("Network/Cookies of Chromium was left in part: it could not be overwritten"));
+  platform.fileManagerOnOneMount.overwritingFails = false;
   quit("Chromium");
   EXPECT_THAT(platform.home.tree(".config/chromium/Default"), ElementsAre("Network/", "Preferences: {}"));
   EXPECT_EQ(platform.home.content("Documents/mine"), "mine");
@@ -198,11 +201,11 @@ TEST_F(LinuxRun, leavesWhatCannotBeOverwrittenOfDatabasesWithKeptEntriesToTheNex
   testing_support::putInLevelDatabase(home(storage + "leveldb"), {{"META:https://visited.example", "mark"}});
   platform.shared().insert_or_assign(tidewell::kSecureDeleteDataKey, true);
   platform.grant(home(".config/chromium"));
-  platform.system.statFails = true;
+  platform.fileManagerOnOneMount.overwritingFails = true;
   quit("Chromium");
   EXPECT_THAT(HomeContents(platform.home).mentioning(kVisitedSite), Each(HasSubstr("leveldb.tidewell/")));
   EXPECT_THAT(HomeContents(platform.home).mentioning(kVisitedSite), Not(IsEmpty()));
-  platform.system.statFails = false;
+  platform.fileManagerOnOneMount.overwritingFails = false;
   quit("Chromium");
   EXPECT_THAT(HomeContents(platform.home).mentioning(kVisitedSite), IsEmpty());
   EXPECT_EQ(testing_support::levelEntriesOf(home(storage + "leveldb")), kept);
@@ -222,13 +225,13 @@ TEST_F(LinuxRun, overwritesNothingThatALinkLeadsTo) {
 }
 
 TEST_F(LinuxRun, overwritesTheFilesInAFolderBeforeTheyGo) {
-  const std::string file = platform.home.file(".config/chromium/Default/Code Cache/js/index", "mark");
+  const testing_support::HeldFile held(platform.home.file(".config/chromium/Default/Code Cache/js/index", "mark"));
   platform.home.file(".config/chromium/Default/Preferences", "{}");
   platform.shared().insert_or_assign(tidewell::kSecureDeleteDataKey, true);
   platform.grant(home(".config/chromium"));
   quit("Chromium");
-  EXPECT_THAT(platform.journal.entriesAfter("open "), ElementsAre(file, file, file));
-  EXPECT_THAT(platform.journal.entriesAfter("remove flushed "), Contains(file));
+  EXPECT_FALSE(platform.home.exists(".config/chromium/Default/Code Cache"));
+  EXPECT_FALSE(held.holds("mark"));
 }
 
 }  // namespace

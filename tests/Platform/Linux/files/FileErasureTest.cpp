@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -16,6 +15,8 @@
 
 #include "Platform/Linux/files/LinuxFileManager.h"
 #include "tests/Platform/Linux/files/SystemCalls.h"
+#include "tests/support/FileSizeLimit.h"
+#include "tests/support/HeldFile.h"
 #include "tests/support/OwnMounts.h"
 #include "tests/support/ScratchFolder.h"
 
@@ -27,6 +28,7 @@ using platform::Overwriting;
 using platform::linux_::FileDescriptor;
 using platform::linux_::LinuxFileManager;
 using platform::linux_::SecurityScopes;
+using testing_support::HeldFile;
 using testing_support::ScratchFolder;
 using testing_support::SystemCalls;
 
@@ -40,28 +42,10 @@ std::string marks(std::size_t size) {
   return text;
 }
 
-/// A file that stays open: shows what became of its bytes after it has lost its name.
-class Held {
+class Held : public HeldFile {
  public:
-  explicit Held(const std::string& path) : file_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
-
-  std::string bytes(off_t from = 0, std::size_t count = 1 << 20) const {
-    std::string read(count, '\0');
-    const ssize_t size = ::pread(file_.get(), read.data(), count, from);
-    read.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
-    return read;
-  }
-  bool hasMarks(off_t from = 0, std::size_t count = 1 << 20) const {
-    return bytes(from, count).find(kMark) != std::string::npos;
-  }
-  struct stat status() const {
-    struct stat found {};
-    ::fstat(file_.get(), &found);
-    return found;
-  }
-
- private:
-  const FileDescriptor file_;
+  using HeldFile::HeldFile;
+  bool hasMarks(off_t from = 0, std::size_t count = 1 << 20) const { return holds(kMark, from, count); }
 };
 
 class FileErasure : public ::testing::TestWithParam<Overwriting> {
@@ -249,19 +233,12 @@ TEST_F(FileErasure, endsOnAFullDisk) {
 }
 
 TEST_F(FileErasure, leavesAFileWhoseWritesFail) {
-  struct sigaction ignore {};
-  struct sigaction before {};
-  ignore.sa_handler = SIG_IGN;
-  ::sigaction(SIGXFSZ, &ignore, &before);
   granted.file("tree/long", marks(100'000));
   granted.file("tree/short", marks(1000));
-  rlimit limit{};
-  ::getrlimit(RLIMIT_FSIZE, &limit);
-  const rlimit low{50'000, limit.rlim_max};
-  ::setrlimit(RLIMIT_FSIZE, &low);
-  const Erasure erasure = erase("tree");
-  ::setrlimit(RLIMIT_FSIZE, &limit);
-  ::sigaction(SIGXFSZ, &before, nullptr);
+  const Erasure erasure = [this] {
+    const testing_support::FileSizeLimit limit(50'000);
+    return erase("tree");
+  }();
   EXPECT_EQ(erasure.notOverwritten, 1U);
   EXPECT_EQ(erasure.error, std::errc::file_too_large);
   EXPECT_TRUE(granted.exists("tree/long"));

@@ -80,8 +80,8 @@ class LevelDatabaseTest : public ::testing::Test {
     platform.scopes.openForProcess(platform::FileURL(platform.home.path(), true));
     const platform::Platform& p = platform::Platform::current();
     withFailures = std::make_unique<platform::Platform>(
-        platform::Platform{p.mainBundle, p.dispatch, files, p.log, p.openPanel, p.securityScopedResources, p.system,
-                           p.userDefaults, p.userNotificationCenter, p.userScripts, p.workspace});
+        platform::Platform{p.mainBundle, p.dispatch, files, files, p.log, p.openPanel, p.securityScopedResources,
+                           p.system, p.userDefaults, p.userNotificationCenter, p.userScripts, p.workspace});
     platform::Platform::install(withFailures.get());
     std::filesystem::create_directories(folder.substr(0, folder.rfind('/')));
   }

@@ -1,0 +1,98 @@
+#include "Worker/sandbox/GrantedDatabase.h"
+
+#include <algorithm>
+
+#include "Worker/Identity.h"
+#include "Worker/database/DatabaseImage.h"
+#include "Worker/database/OpenedFile.h"
+#include "Worker/database/Sqlite.h"
+#include "Worker/database/StatementLimits.h"
+#include "Worker/sandbox/GrantedItems.h"
+#include "Worker/sandbox/Operation.h"
+
+namespace tidewell {
+namespace {
+
+using platform::Overwriting;
+
+constexpr const char* kOpenedWithIt[] = {"", "-journal", "-wal"};
+constexpr const char* kCompanions[] = {"-journal", "-wal", "-shm"};
+
+/// Passes a connection to the database to `use`. Returns why there is none; kNothing also when it is missing.
+template <typename Use>
+Left withDatabase(const std::string& path, const Use& use) {
+  const auto attributes = grantedItems().attributesOfItem(path);
+  if (!attributes) return reasonOf(attributes.error());  // opening it would make one
+  const std::lock_guard turn(turnOf(path));
+  for (const char* suffix : kOpenedWithIt) {
+    if (const Left left = makeOwnInsideGrant(path + suffix); left != Left::kNothing) return left;
+  }
+  const auto file = grantedItems().pinnedFile(path);
+  if (!file) return reasonOf(file.error());
+  Sqlite database;
+  // Checked again with the database open: the opened file must be the one that was pinned.
+  if (!database.open((*file)->path()) || !(*file)->isInPlace() || hasMoved(database) || !(*file)->isInPlace()) {
+    return Left::kFailed;
+  }
+  use(database);
+  return Left::kNothing;
+}
+
+/// For a database that is too large to be held in memory. What goes is overwritten with zeros once.
+Outcome changeInPlace(Sqlite& database, const std::vector<std::string>& statements, Overwriting overwriting) {
+  const StatementLimits limits(database);
+  bool isFine = database.executeQuery("PRAGMA secure_delete = ON;").has_value();
+  for (const std::string& sql : statements) isFine = isFine && database.executeNonQuery(sql);
+  isFine = isFine && database.executeQuery("PRAGMA wal_checkpoint(TRUNCATE);");
+  if (!isFine) return {Left::kNotReadable};
+  return {overwriting == Overwriting::kNone ? Left::kNothing : Left::kNotOverwritten, 1};
+}
+
+Outcome removeCompanions(const std::string& path, Overwriting overwriting) {
+  Outcome outcome;
+  for (const char* companion : kCompanions) outcome += eraseInsideGrant(path + companion, overwriting);
+  return outcome;
+}
+
+Outcome change(Sqlite& database, const std::string& path, const std::vector<std::string>& statements,
+               Overwriting overwriting) {
+  const DatabaseImage image = DatabaseImage::after(database, statements);
+  Outcome outcome;
+  switch (image.condition) {
+    case DatabaseImage::Condition::kInUse:
+      return {Left::kInUse};
+    case DatabaseImage::Condition::kUnreadable:
+      return {Left::kNotReadable};
+    case DatabaseImage::Condition::kTooLarge:
+      outcome = changeInPlace(database, statements, overwriting);
+      return outcome += removeCompanions(path, overwriting);
+    case DatabaseImage::Condition::kSound:
+      break;
+  }
+  // All is in the database itself now, and a journal beside the new one would change it.
+  outcome = removeCompanions(path, overwriting);
+  if (image.bytes && outcome.left == Left::kNothing) outcome += replaceInsideGrant(path, *image.bytes, overwriting);
+  return outcome;
+}
+
+}  // namespace
+
+Rows rowsInsideGrant(const std::string& query, const std::string& path) {
+  Rows rows;
+  withDatabase(path, [&](Sqlite& database) {
+    holdAlone(database);
+    const StatementLimits limits(database);
+    rows = database.executeQuery(query).value_or(Rows());
+  });
+  return rows;
+}
+
+Outcome changeInsideGrant(const std::vector<std::string>& statements, const std::string& path,
+                          Overwriting overwriting) {
+  Outcome outcome = eraseInsideGrant(path + kAsideSuffix, overwriting);  // left by a worker that was killed
+  const Left left =
+      withDatabase(path, [&](Sqlite& database) { outcome += change(database, path, statements, overwriting); });
+  return outcome += Outcome{left};
+}
+
+}  // namespace tidewell

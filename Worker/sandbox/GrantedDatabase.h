@@ -1,0 +1,28 @@
+// A database in a granted folder of which a part stays. Internal to sandbox/; the caller holds the grant.
+//
+// Whatever lies in the places of the database and its companions (its journal, write-ahead log and shared-memory file),
+// nothing else is changed: links are not followed, a file with other names is replaced by a copy before it is opened,
+// and what is left afterwards is a file that was written anew.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Platform/FileManager.h"
+#include "Worker/database/Rows.h"
+#include "Worker/sandbox/Outcome.h"
+
+namespace tidewell {
+
+/// The rows of a query. None when the database is missing, in use, or can't be read. Changes nothing.
+Rows rowsInsideGrant(const std::string& query, const std::string& path);
+
+/// Runs statements in order, up to the first that fails, and leaves a database with nothing but what they keep: no
+/// unused page, no journal. A missing database is nothing to do.
+///
+/// The new file is completely on the disk before it takes the place of the old one, which is then removed. A database
+/// above DatabaseImage::kLargest is changed in place, which counts as not overwritten where it should be.
+Outcome changeInsideGrant(const std::vector<std::string>& statements, const std::string& path,
+                          platform::Overwriting overwriting);
+
+}  // namespace tidewell

@@ -1,0 +1,36 @@
+// Single items in granted folders. Internal to sandbox/; the caller holds the grant. Links are not followed, and
+// nothing is reached that is mounted below the grant.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <system_error>
+
+#include "Platform/FileManager.h"
+#include "Worker/sandbox/Outcome.h"
+
+namespace tidewell {
+
+/// The platform's files for all that is no operation of Sandbox.
+platform::FileManager& grantedItems();
+
+/// Why an item stays, or can't be used, for which the platform has returned an error; kNothing when it is missing.
+Left reasonOf(std::error_code error);
+
+bool isFileOfType(const std::string& path, const char* type);
+
+/// The bytes of a regular file. Absent when it is missing, can't be read, or has more than `limit` bytes.
+std::optional<std::string> bytesInsideGrant(const std::string& path, std::uint64_t limit);
+
+/// Removes an item with all that is in it. A missing item is nothing to do.
+Outcome eraseInsideGrant(const std::string& path, platform::Overwriting overwriting);
+
+/// Gives a file new contents: they are completely on the disk before they take the place of the old ones, which are
+/// then removed.
+Outcome replaceInsideGrant(const std::string& path, const std::string& contents, platform::Overwriting overwriting);
+
+/// Makes sure that the file at a path has no other name, by giving the path a copy of it if it does. kFailed when
+/// anything but a regular file is there; a missing file is fine.
+Left makeOwnInsideGrant(const std::string& path);
+
+}  // namespace tidewell
