@@ -122,6 +122,9 @@ class FileManager {
   /// `isDirectory` is set only when the item exists.
   virtual bool fileExists(const std::string& path, bool& isDirectory) const = 0;
 
+  /// Whether a regular file is at the path itself: a link to one is none.
+  virtual bool isRegularFile(const std::string& path) const = 0;
+
   /// Why the item can't be reached; no error when it can. std::errc::no_such_file_or_directory when there is none.
   virtual std::error_code checkResourceIsReachable(const std::string& path) const = 0;
 

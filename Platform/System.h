@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace platform {
 
@@ -25,6 +26,10 @@ class System {
   /// ("$XDG_CACHE_HOME").
   virtual std::optional<std::string> configurationFolder() const = 0;
   virtual std::optional<std::string> cachesFolder() const = 0;
+
+  /// Every place that one of the standard folders of the person with this home (desktop, documents, downloads, …) has
+  /// or could have. Whole paths; what they name need not exist.
+  virtual std::vector<std::string> userDirectories(const std::string& home) const = 0;
 
   // File descriptors. Failures are -1, as with the system's calls.
 

@@ -188,6 +188,11 @@ bool LinuxFileManager::fileExists(const std::string& path, bool& isDirectory) co
   return true;
 }
 
+bool LinuxFileManager::isRegularFile(const std::string& path) const {
+  struct stat status {};
+  return !isNoPath(path) && ::lstat(fromRoot(path).c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
 std::error_code LinuxFileManager::checkResourceIsReachable(const std::string& path) const {
   struct stat status {};
   if (isNoPath(path)) return std::make_error_code(std::errc::invalid_argument);

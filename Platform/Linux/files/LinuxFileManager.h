@@ -26,6 +26,7 @@ class LinuxFileManager : public FileManager {
 
   bool fileExists(const std::string& path) const override;
   bool fileExists(const std::string& path, bool& isDirectory) const override;
+  bool isRegularFile(const std::string& path) const override;
   std::error_code checkResourceIsReachable(const std::string& path) const override;
   bool mayBeEmptyFolder(const std::string& path) const override;
 

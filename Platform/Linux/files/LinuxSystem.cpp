@@ -11,7 +11,9 @@
 #include <ctime>
 #include <vector>
 
+#include "Platform/Linux/host/UserDirectories.h"
 #include "Platform/Linux/host/UserFolders.h"
+#include "Platform/Path.h"
 
 namespace platform::linux_ {
 
@@ -40,6 +42,12 @@ std::optional<std::string> LinuxSystem::configurationFolder() const {
 
 std::optional<std::string> LinuxSystem::cachesFolder() const {
   return movedCachesFolder();
+}
+
+std::vector<std::string> LinuxSystem::userDirectories(const std::string& home) const {
+  std::vector<std::string> settings = {appendingPathComponent(home, ".config")};
+  if (auto moved = configurationFolder()) settings.push_back(std::move(*moved));
+  return linux_::userDirectories(home, settings);
 }
 
 int LinuxSystem::openForReadingAndWriting(const std::string& path) {

@@ -16,6 +16,7 @@ class LinuxSystem : public System {
 
   std::optional<std::string> configurationFolder() const override;
   std::optional<std::string> cachesFolder() const override;
+  std::vector<std::string> userDirectories(const std::string& home) const override;
 
   int openForReadingAndWriting(const std::string& path) override;
   std::optional<std::int64_t> fstatSize(int descriptor) override;

@@ -44,6 +44,17 @@ class Files : public ::testing::Test {
   LinuxFileManager files{scopes, granted.path("scripts/folder")};
 };
 
+TEST_F(Files, areRegularWhenTheyAreFilesThemselves) {
+  const std::string path = elsewhere.file("folder/a");  // needs no grant
+  elsewhere.link("link", path);
+  ASSERT_EQ(::mkfifo(elsewhere.path("pipe").c_str(), 0600), 0);
+  EXPECT_TRUE(files.isRegularFile(path));
+  for (const std::string& other : {elsewhere.path("link"), elsewhere.path("pipe"), elsewhere.path("folder"),
+                                   elsewhere.path("missing"), std::string(), path + std::string("\0x", 2)}) {
+    EXPECT_FALSE(files.isRegularFile(other)) << other;
+  }
+}
+
 TEST_F(Files, outsideEveryGrantCanBeAskedForButNotTouched) {
   elsewhere.file("folder/a");
   const std::string path = elsewhere.path("folder");

@@ -1,5 +1,6 @@
 // The system calls behind platform::System.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
 #include <unistd.h>
@@ -30,6 +31,12 @@ TEST_F(OperatingSystem, knowsTheUserByTheRealIdAndNotByTheEffectiveOne) {
   const unsigned real = ::getuid();
   const testing_support::OrdinaryUser user(folder.path());
   EXPECT_EQ(system.getuid(), real);
+}
+
+TEST_F(OperatingSystem, knowsTheStandardFoldersOfAHome) {
+  folder.file(".config/user-dirs.dirs", "XDG_DOWNLOAD_DIR=\"$HOME/Geladen\"\n");
+  EXPECT_THAT(system.userDirectories(folder.path()),
+              ::testing::IsSupersetOf({folder.path("Downloads"), folder.path("Geladen")}));
 }
 
 TEST_F(OperatingSystem, opensUnderTheGrantsOnly) {
