@@ -38,11 +38,15 @@ void WorkerAppDelegate::answerFrom_reply(const std::string& bundleIdentifier, Re
   if (browser == nullptr) return;
   if (!browser->isOnHomesWithLibrary() && !Home::current().layout->knows(*browser)) return;
 
-  Platform::current().dispatch.mainQueue().async([browser, reply = std::move(reply)] {
-    platform::BlockOperation request;
+  Platform::current().dispatch.mainQueue().async([self = shared_from_this(), browser, reply = std::move(reply)] {
     // Refused grants are ignored: the reply only says that the request was processed.
-    request.block = [browser] { obtainGrants(*browser); };
-    request.completion = [browser, reply] { reply(platform::formatted(kBookmarked, {browser->bundleIdentifier})); };
+    const platform::Task done = [browser, reply] {
+      reply(platform::formatted(kBookmarked, {browser->bundleIdentifier}));
+    };
+    if (joinsRuns()) return self->joinedRuns_->request(*browser, done);
+    platform::BlockOperation request;
+    request.block = [browser] { obtainGrantsInLibrary(*browser); };
+    request.completion = done;
     Platform::current().dispatch.makeOperationQueue()->addOperation(std::move(request));
   });
 }

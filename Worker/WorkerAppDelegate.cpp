@@ -10,7 +10,6 @@
 #include "Worker/Identity.h"
 #include "Worker/browsers/Browsers.h"
 #include "Worker/cleaning/Cleaning.h"
-#include "Worker/homes/FolderRequest.h"
 #include "Worker/homes/Home.h"
 #include "Worker/homes/StartedWith.h"
 
@@ -35,13 +34,6 @@ std::string RealHomeDirectory() {
   return *pw;
 }
 
-/// Whether the browser has been started again since it quit: cleaning now would remove data that it has open. It is
-/// cleaned when it quits again.
-bool isSparedNow(const Browser& browser) {
-  return Home::current().layout->sparesRunningBrowsers() &&
-         Platform::current().workspace.isRunning(std::string(browser.bundleIdentifier));
-}
-
 /// The browser that has quit: Opera by the identifier alone, other browsers that can be on a home with a Library by the
 /// name alone, and browsers of other homes only by either. Null for any other application, and on a home with a Library
 /// for a browser of other homes.
@@ -58,6 +50,11 @@ std::string asText(const std::optional<std::string>& text) {
   return platform::formatted("%@", {text});
 }
 
+void notifyOfRun(const std::string& browserName) {
+  const std::string format = Platform::current().mainBundle.localizedString(kRemovedFrom, "");
+  WorkerAppDelegate::displayNotificationWithTitle_andText(kDisplayName, platform::formatted(format, {browserName}));
+}
+
 }  // namespace
 
 // Service entry.
@@ -65,6 +62,11 @@ std::string asText(const std::optional<std::string>& text) {
 std::shared_ptr<WorkerAppDelegate> WorkerAppDelegate::create() {
   const std::shared_ptr<WorkerAppDelegate> delegate(new WorkerAppDelegate());
   delegate->setup();
+  delegate->joinedRuns_ = JoinedRuns::create(
+      [weak = delegate->weak_from_this()](const Browser& browser) {
+        if (const auto self = weak.lock()) self->clean(std::string(browser.name));
+      },
+      [](const Browser& browser) { notifyOfRun(std::string(browser.name)); });
   return delegate;
 }
 
@@ -105,6 +107,7 @@ void WorkerAppDelegate::appTerminated(const platform::ApplicationNotification& n
   if (!checkIfBrowserEnabled(browserName)) return;
   const Home home = Home::current();
   rememberFolders(home.folder, *home.layout, *browser, notification.processes);
+  if (joinsRuns()) return joinedRuns_->quit(*browser);
   // Both runs do the full work: the second removes what the browser wrote while it was quitting.
   clearData_andNotify(browserName, false);
   platform::Dispatch& dispatch = Platform::current().dispatch;
@@ -122,19 +125,16 @@ bool WorkerAppDelegate::checkIfBrowserEnabled(const std::string& browserName) {
 void WorkerAppDelegate::clearData_andNotify(const std::string& browserName, bool notify) {
   Platform::current().dispatch.mainQueue().async([self = shared_from_this(), browserName, notify] {
     platform::BlockOperation run;
-    const Browser* browser = browserNamed(browserName);
-    const bool isSpared = notify && browser != nullptr && isSparedNow(*browser);
-    run.block = [self, browserName, isSpared] {
-      if (!isSpared) self->clean(browserName);
-    };
+    run.block = [self, browserName] { self->clean(browserName); };
     if (notify) {
-      run.completion = [self, browserName] {
-        const std::string format = Platform::current().mainBundle.localizedString(kRemovedFrom, "");
-        self->displayNotificationWithTitle_andText(kDisplayName, platform::formatted(format, {browserName}));
-      };
+      run.completion = [self, browserName] { notifyOfRun(browserName); };
     }
     Platform::current().dispatch.makeOperationQueue()->addOperation(std::move(run));
   });
+}
+
+bool WorkerAppDelegate::joinsRuns() {
+  return !Home::current().layout->hasOperations();
 }
 
 void WorkerAppDelegate::clean(const std::string& browserName) {
@@ -150,17 +150,11 @@ void WorkerAppDelegate::clean(const std::string& browserName) {
       Cleaning(*home.layout, *browser, {StoreAge::kCurrent}).run();
     }
   } else if (browser != nullptr) {
-    askForFolders(*home.layout, *browser);
     using Ages = std::set<StoreAge>;
     const Ages ages =
         home.cleansCurrentStores ? Ages{StoreAge::kCurrent, StoreAge::kOld} : Ages{StoreAge::kOld, StoreAge::kReplaced};
     Cleaning(*home.layout, *browser, ages).run();
   }
-}
-
-void WorkerAppDelegate::obtainGrants(const Browser& browser) {
-  const Home home = Home::current();
-  home.layout->hasOperations() ? obtainGrantsInLibrary(browser) : askForFolders(*home.layout, browser);
 }
 
 // Completion notifications.

@@ -2,8 +2,10 @@
 // person.
 //
 // One object lives for the whole process, always held by a shared pointer: work that outlives a call keeps it alive
-// until it has run. It keeps no state between calls: every setting is read when it is needed, and nothing locks. Runs
-// may overlap: removing a missing item or deleting rows twice has no effect.
+// until it has run. Every setting is read when it is needed, and nothing locks.
+//
+// On a home with a folder "Library" each quit has two runs of its own, and each request is handled by itself; runs may
+// overlap: removing a missing item or deleting rows twice has no effect. On other homes they are joined (JoinedRuns).
 //
 // The cleaners (CookieNode, LSNode, FlashNode, SilverlightNode, CacheNode) only handle a home with a folder "Library".
 // Other homes, and today's stores on any home, are cleaned by cleaning/. clean() chooses.
@@ -19,6 +21,7 @@
 #include "Platform/Workspace.h"
 #include "Worker/Agent.h"
 #include "Worker/browsers/Browser.h"
+#include "Worker/cleaning/JoinedRuns.h"
 #include "Worker/formats/LocalState.h"
 
 namespace tidewell {
@@ -122,12 +125,10 @@ class WorkerAppDelegate : public Agent,
  private:
   WorkerAppDelegate() = default;
 
-  // These two choose by the layout of the home: the operations of this class, or the tables of stores.
-
-  /// Everything that a run does for a browser.
+  /// Whether runs and requests of the home are joined.
+  static bool joinsRuns();
+  /// Everything that a run does for a browser: the operations of this class, or the tables of stores.
   void clean(const std::string& browserName);
-  /// Asks the person in advance for access to everything that clean() will touch.
-  static void obtainGrants(const Browser& browser);
 
   // On a home with a Library.
   static void obtainGrantsInLibrary(const Browser& browser);
@@ -138,6 +139,7 @@ class WorkerAppDelegate : public Agent,
   void removeFirefoxStorage(const std::string& profile);
 
   platform::Workspace::ObserverToken observerToken_ = 0;
+  std::shared_ptr<JoinedRuns> joinedRuns_;  // on homes without a Library
 };
 
 }  // namespace tidewell

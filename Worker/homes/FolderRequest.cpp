@@ -1,5 +1,6 @@
 #include "Worker/homes/FolderRequest.h"
 
+#include <algorithm>
 #include <set>
 
 #include "Platform/Platform.h"
@@ -15,14 +16,23 @@ std::string withoutLinks(const std::string& folder) {
 
 }  // namespace
 
-void askForFolders(const Layout& layout, const Browser& browser) {
+bool lacksFolders(const Layout& layout, const Browser& browser) {
+  const std::vector<std::string> needed = layout.foldersNeededBy(browser);
+  return !std::all_of(needed.begin(), needed.end(), GrantedFiles::isGranted);
+}
+
+bool askForFolders(const Layout& layout, const Browser& browser) {
   std::set<std::string> asked;
+  bool hasMore = false;
   // Twice: a list of profiles in a newly granted folder may name more folders.
   for (int round = 0; round < 2; ++round) {
     for (const std::string& folder : layout.foldersNeededBy(browser)) {
-      if (asked.insert(withoutLinks(folder)).second) GrantedFiles::obtain(folder);
+      if (!asked.insert(withoutLinks(folder)).second) continue;
+      const bool wasGranted = GrantedFiles::isGranted(folder);
+      hasMore |= GrantedFiles::obtain(folder) && !wasGranted;
     }
   }
+  return hasMore;
 }
 
 }  // namespace tidewell

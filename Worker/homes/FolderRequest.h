@@ -5,8 +5,11 @@
 
 namespace tidewell {
 
+/// Whether a folder that the browser's cleaning needs is not granted.
+bool lacksFolders(const Layout& layout, const Browser& browser);
+
 /// Obtains a grant for each folder that the browser's cleaning needs, asking once for each that has none. Returns when
-/// the person has answered.
-void askForFolders(const Layout& layout, const Browser& browser);
+/// the person has answered: whether any folder is granted now that was not.
+bool askForFolders(const Layout& layout, const Browser& browser);
 
 }  // namespace tidewell
