@@ -16,12 +16,14 @@ namespace {
 using platform::Platform;
 using platform::Value;
 
-constexpr std::uint64_t kLargestRead = 512U << 20;  // bytes
 constexpr unsigned kOwnerOnly = 0600;
 
-std::optional<std::string> bytesInsideGrant(const std::string& path) {
+/// Absent when the file can't be read; `ifLarger` when it is larger than `largest` bytes.
+std::optional<std::string> bytesInsideGrant(const std::string& path, std::uint64_t largest,
+                                            const std::optional<std::string>& ifLarger) {
   const auto file = Platform::current().fileManager.readableFile(path);
-  if (!file || (*file)->size() > kLargestRead) return std::nullopt;
+  if (!file) return std::nullopt;
+  if ((*file)->size() > largest) return ifLarger;
   auto bytes = (*file)->read(0, static_cast<std::size_t>((*file)->size()));
   return bytes ? std::optional(std::move(*bytes)) : std::nullopt;
 }
@@ -126,8 +128,10 @@ std::vector<std::string> GrantedFiles::entriesOf(const std::string& folder) {
   });
 }
 
-std::optional<std::string> GrantedFiles::bytesOf(const std::string& path) {
-  return underGrant<std::optional<std::string>>(path, std::nullopt, bytesInsideGrant);
+std::optional<std::string> GrantedFiles::bytesOf(const std::string& path, std::uint64_t largest) {
+  return underGrant<std::optional<std::string>>(path, std::nullopt, [largest](const std::string& fullPath) {
+    return bytesInsideGrant(fullPath, largest, std::nullopt);
+  });
 }
 
 void GrantedFiles::remove(const std::string& path) {
@@ -147,7 +151,7 @@ void GrantedFiles::rewrite(const std::string& path, const Rewriter& rewriter) {
   underGrant<bool>(path, false, [&](const std::string& fullPath) {
     const std::lock_guard turn(turnOf(fullPath));
     removeItemInsideGrant(fullPath + kAsideSuffix, overwrites);  // left by a worker that was killed
-    const auto bytes = bytesInsideGrant(fullPath);
+    const auto bytes = bytesInsideGrant(fullPath, kLargestDocument, "");
     if (!bytes) return false;
     const Rewriting rewriting = rewriter(*bytes);
     if (rewriting.action == Rewriting::Action::kReplace) replaceInsideGrant(fullPath, rewriting.contents, overwrites);
