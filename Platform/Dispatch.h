@@ -25,13 +25,15 @@ class DispatchQueue {
   ///
   /// A task that another thread waits for in this way is not started while a modal panel is up, so that panels come one
   /// after the other; asynchronous tasks still run.
+  ///
+  /// What the task throws is thrown here.
   virtual void sync(const Task& task) = 0;
 
-  /// Hands the task over and returns at once. From any thread.
+  /// Hands the task over and returns at once. From any thread. A task that throws ends alone, with a line in the log.
   virtual void async(Task task) = 0;
 };
 
-/// One unit of work, and what is called on a background thread when it has finished.
+/// One unit of work, and what is called on a background thread when it has finished; not after it has thrown.
 struct BlockOperation {
   Task block;
   Task completion;  // may be empty

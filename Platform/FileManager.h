@@ -133,7 +133,8 @@ class FileManager {
 
   // Reading.
 
-  /// The whole of a regular file as text; std::errc::illegal_byte_sequence when it is not valid UTF-8.
+  /// The whole of a regular file as text; std::errc::illegal_byte_sequence when it is not valid UTF-8,
+  /// std::errc::file_too_large above 64 MiB.
   virtual Result<std::string> stringWithContentsOfFile(const std::string& path) const = 0;
 
   /// A regular file, to be read piece by piece. A symbolic link is not followed:

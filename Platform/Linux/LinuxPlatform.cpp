@@ -13,7 +13,8 @@ namespace platform::linux_ {
 namespace {
 
 constexpr char kDesktopEntry[] = "tidewell-settings";  // whose icon notifications show
-constexpr std::chrono::seconds kStartTime{2};          // after which the start is over
+constexpr char kTaskFailed[] = "a task could not be completed";
+constexpr std::chrono::seconds kStartTime{2};  // after which the start is over
 
 }  // namespace
 
@@ -38,11 +39,15 @@ LinuxPlatform::LinuxPlatform(RunLoop& loop, SessionBus& bus, BundleInfo info,
   // Leaves the folder that the process was started in, so that it is not kept in use. A failure does no harm.
   if (::chdir("/") != 0) errno = 0;
   dispatch_.threadPool().setIdleHandler(releaseIdleMemory);
+  const auto logFailure = [this] { log_.log(kTaskFailed); };
+  dispatch_.threadPool().setFailureHandler(logFailure);
+  loop_.setFailureHandler(logFailure);
   Platform::install(&platform_);
 }
 
 LinuxPlatform::~LinuxPlatform() {
   Platform::install(nullptr);
+  loop_.setFailureHandler(nullptr);
 }
 
 void LinuxPlatform::startWorkspace(std::function<bool(const WatchedApplication&)> isWanted,

@@ -4,11 +4,15 @@
 // since a site may give its caches any names, an extension's origin too.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 
 namespace tidewell {
+
+/// Bytes. A cache takes about a hundred in the index, and its name.
+inline constexpr std::size_t kLargestCacheStorageIndex = std::size_t{16} << 20;
 
 /// The origin as the index has it, with a slash at its end ("https://a.test/", "chrome-extension://…/"). For a frame
 /// inside another site's page, the frame's own origin. Absent when the bytes can't be read to the end, or name no

@@ -1,6 +1,7 @@
 // "profiles.ini", the file in which Firefox and its relatives list their profiles.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -8,6 +9,7 @@
 namespace tidewell {
 
 inline constexpr char kProfilesIni[] = "profiles.ini";
+inline constexpr std::size_t kLargestProfilesIni = std::size_t{1} << 20;  // bytes
 
 /// The folders of the profiles that the list names by absolute paths.
 std::vector<std::string> absoluteProfiles(std::string_view list);

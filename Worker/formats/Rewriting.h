@@ -22,7 +22,7 @@ struct Rewriting {
   static Rewriting replaceBy(std::string contents) { return {Action::kReplace, std::move(contents)}; }
 };
 
-/// Takes all bytes of a file. Never throws, whatever the bytes are.
+/// Takes all bytes of a file, or none of one that is too large. Never throws, whatever the bytes are.
 using Rewriter = std::function<Rewriting(std::string_view contents)>;
 
 }  // namespace tidewell

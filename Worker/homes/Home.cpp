@@ -6,6 +6,7 @@
 
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"
+#include "Worker/formats/ProfilesIni.h"
 #include "Worker/homes/LibraryLayout.h"
 #include "Worker/homes/LinuxLayout.h"
 #include "Worker/homes/StartedWith.h"
@@ -54,7 +55,7 @@ Home Home::current() {
                 mayBeFolder,
                 mayBeThere,
                 [](const std::string& path) { return Platform::current().fileManager.mayBeEmptyFolder(path); },
-                GrantedFiles::bytesOf,
+                [](const std::string& path) { return GrantedFiles::bytesOf(path, kLargestProfilesIni); },
                 [](const std::string& path) {
                   const platform::FileURL url(path, true);
                   return Platform::current().fileManager.urlByResolvingSymlinks(url).path();

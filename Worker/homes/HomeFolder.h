@@ -24,7 +24,7 @@ struct HomeEyes {
   Test mayBeFolder;  // also true when the path can't be examined
   Test mayBeThere;   // whatever is at the path; also true when it can't be examined
   Test mayBeEmpty;   // of a folder; also true when it can't be listed
-  /// The contents of a file whose folder may need a grant; absent when the file can't be read.
+  /// The contents of a list of profiles, whose folder may need a grant; absent when the file can't be read.
   std::function<std::optional<std::string>(const std::string& path)> contentsOf;
   /// Where a path leads when its links are resolved; may be empty.
   std::function<std::string(const std::string& path)> withoutLinks;

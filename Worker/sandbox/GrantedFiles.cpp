@@ -17,7 +17,6 @@ namespace {
 using platform::Overwriting;
 using platform::Platform;
 
-constexpr std::uint64_t kLargestRead = 512U << 20;  // bytes
 constexpr Outcome kNotAllowed{Left::kNotAllowed};
 
 /// How files are removed at this moment, as the person wants it.
@@ -67,9 +66,9 @@ std::vector<std::string> GrantedFiles::entriesOf(const std::string& folder) {
   });
 }
 
-std::optional<std::string> GrantedFiles::bytesOf(const std::string& path) {
+std::optional<std::string> GrantedFiles::bytesOf(const std::string& path, std::uint64_t largest) {
   return underGrant<std::optional<std::string>>(
-      path, std::nullopt, [](const std::string& fullPath) { return bytesInsideGrant(fullPath, kLargestRead); });
+      path, std::nullopt, [largest](const std::string& fullPath) { return bytesInsideGrant(fullPath, largest); });
 }
 
 Outcome GrantedFiles::remove(const std::string& path) {
@@ -90,7 +89,7 @@ Outcome GrantedFiles::rewrite(const std::string& path, const Rewriter& rewriter)
   return underGrant<Outcome>(path, kNotAllowed, [&](const std::string& fullPath) {
     const std::lock_guard turn(turnOf(fullPath));
     Outcome outcome = eraseInsideGrant(fullPath + kAsideSuffix, overwriting);  // left by a worker that was killed
-    const auto bytes = bytesInsideGrant(fullPath, kLargestRead);
+    const auto bytes = bytesInsideGrant(fullPath, kLargestDocument, "");
     if (!bytes) return outcome;
     const Rewriting rewriting = rewriter(*bytes);
     if (rewriting.action == Rewriting::Action::kReplace) {

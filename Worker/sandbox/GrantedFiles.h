@@ -8,6 +8,7 @@
 // Any thread. Paths are whole, or begin with "~".
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -20,6 +21,9 @@
 #include "Worker/sandbox/Outcome.h"
 
 namespace tidewell {
+
+/// Documents that are taken into memory: far above any of a browser's, in bytes.
+inline constexpr std::uint64_t kLargestDocument = std::uint64_t{64} << 20;
 
 class GrantedFiles {
  public:
@@ -42,8 +46,8 @@ class GrantedFiles {
   /// The bare names of a folder's entries, hidden ones included, as the file system lists them.
   static std::vector<std::string> entriesOf(const std::string& folder);
 
-  /// The bytes of a regular file. Absent when it is missing or too large to be taken into memory.
-  static std::optional<std::string> bytesOf(const std::string& path);
+  /// The bytes of a regular file. Absent when it is missing, or larger than `largest` bytes.
+  static std::optional<std::string> bytesOf(const std::string& path, std::uint64_t largest = kLargestDocument);
 
   /// The rows of a query. None when the database is missing, in use, or can't be read.
   static Rows rowsOf(const std::string& query, const std::string& database);
@@ -59,7 +63,8 @@ class GrantedFiles {
 
   // Changing.
 
-  /// Passes a file's bytes to the rewriter and applies its result. New contents replace the old ones atomically; the
+  /// Passes a file's bytes to the rewriter and applies its result; of a file that is larger than kLargestDocument, no
+  /// bytes: like one that can't be read. New contents replace the old ones atomically; the
   /// old ones are then removed.
   static Outcome rewrite(const std::string& path, const Rewriter& rewriter);
 

@@ -47,9 +47,11 @@ bool isFileOfType(const std::string& path, const char* type) {
   return attributeOf<std::string>(path, platform::kFileType) == type;
 }
 
-std::optional<std::string> bytesInsideGrant(const std::string& path, std::uint64_t limit) {
+std::optional<std::string> bytesInsideGrant(const std::string& path, std::uint64_t largest,
+                                            const std::optional<std::string>& ifLarger) {
   const auto file = grantedItems().readableFile(path);
-  if (!file || (*file)->size() > limit) return std::nullopt;
+  if (!file) return std::nullopt;
+  if ((*file)->size() > largest) return ifLarger;
   auto bytes = (*file)->read(0, static_cast<std::size_t>((*file)->size()));
   return bytes ? std::optional(std::move(*bytes)) : std::nullopt;
 }

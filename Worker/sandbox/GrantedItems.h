@@ -19,8 +19,10 @@ Left reasonOf(std::error_code error);
 
 bool isFileOfType(const std::string& path, const char* type);
 
-/// The bytes of a regular file. Absent when it is missing, can't be read, or has more than `limit` bytes.
-std::optional<std::string> bytesInsideGrant(const std::string& path, std::uint64_t limit);
+/// The bytes of a regular file. Absent when it is missing or can't be read; `ifLarger` when it has more than `largest`
+/// bytes.
+std::optional<std::string> bytesInsideGrant(const std::string& path, std::uint64_t largest,
+                                            const std::optional<std::string>& ifLarger = std::nullopt);
 
 /// Removes an item with all that is in it. A missing item is nothing to do.
 Outcome eraseInsideGrant(const std::string& path, platform::Overwriting overwriting);

@@ -24,6 +24,8 @@ constexpr std::string_view kChromeExtension = "chrome-extension_";
 constexpr std::string_view kFirefoxExtension = "moz-extension+++";
 constexpr std::string_view kAnyExtension = "chrome-extension";
 
+constexpr std::size_t kLargestOrigin = std::size_t{64} << 10;  // bytes
+
 bool mentionsExtension(std::string_view bytes) {
   return bytes.find(kAnyExtension) != std::string_view::npos;
 }
@@ -123,7 +125,7 @@ Outcome cleanLocalStorage(const std::string& path) {
 Outcome cleanCacheStorage(const std::string& path) {
   return removeEntriesUnless(path, [&path](const std::string& name) {
     const std::string index = appendingPathComponent(appendingPathComponent(path, name), "index.txt");
-    const std::string bytes = GrantedFiles::bytesOf(index).value_or("");
+    const std::string bytes = GrantedFiles::bytesOf(index, kLargestCacheStorageIndex).value_or("");
     const auto origin = originOfCacheStorage(bytes);
     return origin ? origin->starts_with(kExtensionOrigin) : mentionsExtension(bytes);
   });
@@ -146,7 +148,8 @@ Outcome cleanFileSystem(const std::string& path) {
   if (database == LevelDatabase::Outcome::kLeft) return outcome;  // the owners of the folders are unknown
 
   // The first origin of all is recorded outside the database, and has a folder of its own.
-  if (mentionsExtension(GrantedFiles::bytesOf(appendingPathComponent(path, "primary.origin")).value_or(""))) {
+  const std::string primary = appendingPathComponent(path, "primary.origin");
+  if (mentionsExtension(GrantedFiles::bytesOf(primary, kLargestOrigin).value_or(""))) {
     kept.insert({"primary", "primary.origin"});
   }
   if (kept.empty()) return outcome += GrantedFiles::remove(path);

@@ -27,7 +27,8 @@
 namespace platform::linux_ {
 namespace {
 
-constexpr std::size_t kCopyChunk = 1 << 20;  // bytes
+constexpr std::int64_t kLargestText = 64 << 20;  // bytes
+constexpr std::size_t kCopyChunk = 1 << 20;      // bytes
 
 constexpr mode_t kPrivateFolderMode = 0700;
 constexpr int kReadFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY;  // never waits for the other end of a pipe
@@ -107,6 +108,7 @@ Result<std::string> wholeContents(int descriptor) {
   if (::fstat(descriptor, &status) != 0) return lastError();
   if (S_ISDIR(status.st_mode)) return std::errc::is_a_directory;
   if (!S_ISREG(status.st_mode)) return std::errc::invalid_argument;
+  if (status.st_size > kLargestText) return std::errc::file_too_large;
   std::string contents;
   std::size_t size = 0;
   while (true) {
@@ -117,6 +119,7 @@ Result<std::string> wholeContents(int descriptor) {
     if (count < 0) return lastError();
     if (count == 0) break;
     size += static_cast<std::size_t>(count);
+    if (size > std::size_t{kLargestText}) return std::errc::file_too_large;  // it grows
   }
   contents.resize(size);
   return contents;

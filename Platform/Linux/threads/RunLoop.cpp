@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <csignal>
 #include <cstdint>
+#include <exception>
 #include <system_error>
 #include <utility>
 
@@ -67,10 +68,15 @@ void RunLoop::sync(const Task& task) {
   std::mutex doneMutex;
   std::condition_variable doneCondition;
   bool done = false;
+  std::exception_ptr thrown;
   {
     const std::lock_guard lock(mutex_);
     pending_.push_back({[&] {
-                          task();
+                          try {
+                            task();
+                          } catch (...) {
+                            thrown = std::current_exception();
+                          }
                           // Notified under the lock: the waiting thread owns both, and may return at once.
                           const std::lock_guard doneLock(doneMutex);
                           done = true;
@@ -81,6 +87,7 @@ void RunLoop::sync(const Task& task) {
   wake();
   std::unique_lock doneLock(doneMutex);
   doneCondition.wait(doneLock, [&] { return done; });
+  if (thrown) std::rethrow_exception(thrown);
 }
 
 void RunLoop::after(std::chrono::nanoseconds delay, Task task) {
@@ -138,7 +145,7 @@ bool RunLoop::runOneTask() {
     task = std::move(next->task);
     pending_.erase(next);
   }
-  task();
+  fence_.run(task);
   return true;
 }
 

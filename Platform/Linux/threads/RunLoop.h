@@ -19,6 +19,7 @@
 #include <thread>
 
 #include "Platform/Dispatch.h"
+#include "Platform/Linux/threads/TaskFence.h"
 
 namespace platform::linux_ {
 
@@ -39,7 +40,7 @@ class RunLoop {
   void async(Task task);
 
   /// Hands a task to the main thread and waits until it has run. From any thread but the main one. Not started while
-  /// the loop runs modally.
+  /// the loop runs modally. What the task throws is thrown here.
   void sync(const Task& task);
 
   /// Runs the task on the main thread when `delay` has passed since this call (CLOCK_MONOTONIC). From any thread.
@@ -53,6 +54,9 @@ class RunLoop {
 
   /// Ends run() after the task that is running. Main thread only.
   void stop(int status);
+
+  /// Called after a task has thrown; the loop goes on. Without a handler the exception leaves run(). Before run().
+  void setFailureHandler(Task handler) { fence_.setFailureHandler(std::move(handler)); }
 
   /// Drops every task that has not run, and the timers. For shutdown, while the objects that the tasks refer to still
   /// exist.
@@ -81,6 +85,7 @@ class RunLoop {
   int modalDepth_ = 0;
   bool stopped_ = false;
   int status_ = 0;
+  TaskFence fence_;
   std::map<const Timer*, std::unique_ptr<Timer>> timers_;  // main thread only
   std::mutex mutex_;
   std::deque<Pending> pending_;  // guarded by mutex_

@@ -49,7 +49,7 @@ void ThreadPool::submit(Task task, Priority priority) {
       runHere = true;
     }
   }
-  if (runHere) task();
+  if (runHere) fence_.run(task);
 }
 
 /// Wakes or adds a thread when the waiting tasks need one.
@@ -92,7 +92,7 @@ void ThreadPool::work() {
     ++taken_;
     grow();
     lock.unlock();
-    task();
+    fence_.run(task);
     task = nullptr;  // releases what it holds before the next wait
     lock.lock();
   }

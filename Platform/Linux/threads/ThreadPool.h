@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "Platform/Dispatch.h"
+#include "Platform/Linux/threads/TaskFence.h"
 
 namespace platform::linux_ {
 
@@ -35,6 +36,10 @@ class ThreadPool {
 
   /// Called, on a thread of the pool, when the last one is about to end. Before the first task is submitted.
   void setIdleHandler(Task handler) { idleHandler_ = std::move(handler); }
+
+  /// Called, on the task's thread, after a task has thrown; its thread goes on. Without a handler an exception ends the
+  /// process. Before the first task is submitted.
+  void setFailureHandler(Task handler) { fence_.setFailureHandler(std::move(handler)); }
 
   /// How many threads there are now.
   unsigned threadCount() const;
@@ -61,6 +66,7 @@ class ThreadPool {
 
   const unsigned concurrency_;
   Task idleHandler_;
+  TaskFence fence_;
 
   mutable std::mutex mutex_;
   std::condition_variable workCondition_;

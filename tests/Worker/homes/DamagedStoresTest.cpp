@@ -270,4 +270,20 @@ TEST_F(DamagedStores, thatAreFilesWhereFoldersBelongHarmNothing) {
   EXPECT_THAT(leftByARun(), IsEmpty());
 }
 
+TEST_F(DamagedStores, ofAnySizeNeitherStopARunNorTakeItsMemory) {
+  const std::array sparse = {std::string(".config/chromium/Local State"), chrome("Preferences"),
+                             firefox("sessionstore.jsonlz4"), std::string(".mozilla/firefox/profiles.ini")};
+  for (const std::string& path : sparse) {
+    platform.home.file(path);
+    std::filesystem::resize_file(home(path), std::uintmax_t{1} << 40);
+  }
+  quit("Chromium");
+  quit("Firefox");
+  EXPECT_TRUE(platform.home.exists(sparse[1]));   // as any that can't be read
+  EXPECT_FALSE(platform.home.exists(sparse[2]));  // likewise
+  for (const std::string& path : sparse) std::filesystem::remove(home(path));
+  EXPECT_THAT(platform.log.lines(), IsEmpty());
+  EXPECT_THAT(HomeContents(platform.home).mentioning(kVisitedSite), IsEmpty());
+}
+
 }  // namespace

@@ -143,6 +143,21 @@ TEST_F(GrantedFilesTest, aTreeGoesWithEveryFileOverwritten) {
   EXPECT_FALSE(held.holds("site"));
 }
 
+TEST_F(GrantedFilesTest, aFileBeyondItsBoundIsNotRead) {
+  EXPECT_EQ(GrantedFiles::bytesOf("~/data/file", 13), "site and rest");
+  EXPECT_EQ(GrantedFiles::bytesOf("~/data/file", 12), std::nullopt);
+  std::filesystem::resize_file(platform.home.path("data/file"), std::uintmax_t{1} << 40);
+  EXPECT_EQ(GrantedFiles::bytesOf("~/data/file"), std::nullopt);
+}
+
+TEST_F(GrantedFilesTest, aFileBeyondItsBoundCountsAsOneThatCanNotBeRead) {
+  std::filesystem::resize_file(platform.home.path("data/file"), std::uintmax_t{1} << 40);
+  GrantedFiles::rewrite("~/data/file", [](std::string_view contents) {
+    return contents.empty() ? Rewriting::remove() : Rewriting::leave();
+  });
+  EXPECT_FALSE(platform.home.exists("data/file"));
+}
+
 TEST_F(GrantedFilesTest, recordsNothing) {
   const auto before = platform.own();
   platform.home.file("data/www.site.example/a");

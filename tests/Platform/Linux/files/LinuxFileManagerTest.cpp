@@ -98,6 +98,15 @@ TEST_F(Files, readWholeHoweverLarge) {
   EXPECT_EQ(*files.stringWithContentsOfFile(granted.path("large")), text);
 }
 
+TEST_F(Files, readAsTextHaveABound) {
+  granted.file("largest");
+  granted.file("sparse");
+  std::filesystem::resize_file(granted.path("largest"), 64U << 20);
+  std::filesystem::resize_file(granted.path("sparse"), std::uintmax_t{1} << 40);
+  EXPECT_EQ(files.stringWithContentsOfFile(granted.path("largest"))->size(), 64U << 20);
+  EXPECT_EQ(files.stringWithContentsOfFile(granted.path("sparse")).error(), std::errc::file_too_large);
+}
+
 TEST_F(Files, listedAreTheEntriesWithoutDots) {
   granted.file("folder/a");
   granted.file("folder/.b");

@@ -5,6 +5,7 @@
 #include <signal.h>
 
 #include <atomic>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -50,6 +51,35 @@ TEST_F(Loop, letsAnotherThreadWaitForItsTask) {
   });
   loop.run();
   other.join();
+}
+
+TEST_F(Loop, aTaskThatThrowsEndsAlone) {
+  int failures = 0;
+  loop.setFailureHandler([&] { ++failures; });
+  bool isDone = false;
+  const auto fail = [] { throw std::length_error("a site's name"); };
+  loop.async([&] {  // and ends neither the task that runs the loop, nor its turn
+    loop.async(fail);
+    loop.async([&] { isDone = true; });
+    loop.runModally([&] { return isDone; });
+    loop.after(1ms, fail);
+    loop.after(2ms, [this] { loop.stop(3); });
+  });
+  EXPECT_EQ(loop.run(), 3);
+  EXPECT_TRUE(isDone);
+  EXPECT_EQ(failures, 2);
+}
+
+TEST_F(Loop, whatATaskThrowsReachesTheThreadThatWaitsForIt) {
+  int failures = 0;
+  loop.setFailureHandler([&] { ++failures; });
+  std::thread other([&] {
+    EXPECT_THROW(loop.sync([] { throw std::length_error("a site's name"); }), std::length_error);
+    loop.async([this] { loop.stop(0); });
+  });
+  loop.run();
+  other.join();
+  EXPECT_EQ(failures, 0);
 }
 
 /// Keeps the thread busy, like a long task.

@@ -7,10 +7,11 @@
 #include <condition_variable>
 #include <latch>
 #include <mutex>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
-#include "Platform/Linux/threads/ThreadPool.h"
+#include "Platform/Linux/threads/LinuxDispatch.h"
 
 namespace {
 
@@ -25,6 +26,42 @@ TEST(Pool, runsEveryTask) {
 
 TEST(Pool, hasNoThreadBeforeThereIsWork) {
   EXPECT_EQ(ThreadPool().threadCount(), 0U);
+}
+
+TEST(Pool, aTaskThatThrowsEndsAlone) {
+  constexpr int kTasks = 100;
+  ThreadPool pool;
+  std::atomic<int> failures = 0;
+  pool.setFailureHandler([&] { ++failures; });
+  std::latch done(kTasks);
+  for (int task = 0; task < kTasks; ++task) {
+    pool.submit([&] { throw std::length_error("a site's name"); });
+    pool.submit([&] { throw 1; });
+    pool.submit([&] { done.count_down(); });
+  }
+  done.wait();
+  EXPECT_TRUE(pool.shutDown());
+  EXPECT_EQ(failures, 2 * kTasks);
+}
+
+TEST(Pool, aSerialQueueAndItsOperationsGoOnAfterATaskThatThrows) {
+  platform::linux_::RunLoop loop;
+  platform::linux_::LinuxDispatch dispatch(loop);
+  std::atomic<int> failures = 0;
+  dispatch.threadPool().setFailureHandler([&] { ++failures; });
+  const auto fail = [] { throw std::length_error("a site's name"); };
+  std::latch done(2);
+  const auto queue = dispatch.makeSerialQueue("q");
+  queue->async(fail);
+  EXPECT_THROW(queue->sync(fail), std::length_error);
+  queue->async([&] { done.count_down(); });
+  std::atomic<bool> isCompleted = false;
+  dispatch.makeOperationQueue()->addOperation({fail, [&] { isCompleted = true; }});
+  dispatch.makeOperationQueue()->addOperation({[] {}, [&] { done.count_down(); }});
+  done.wait();
+  EXPECT_TRUE(dispatch.threadPool().shutDown());
+  EXPECT_EQ(failures, 2);
+  EXPECT_FALSE(isCompleted);
 }
 
 TEST(Pool, growsWhileItsThreadsAreStuck) {
