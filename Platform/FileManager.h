@@ -209,9 +209,6 @@ class FileManager {
   virtual Result<bool> moveUnlessChanged(const std::string& path, const std::string& other,
                                          const FileVersion& read) = 0;
 
-  /// Atomically moves a file to the place of another, which is lost: for file systems where exchangeItems() fails.
-  virtual std::error_code replaceItem(const std::string& path, const std::string& replacement) = 0;
-
   /// Locks an existing regular file, whole and for writing, as databases lock theirs (a POSIX record lock). Never
   /// waits: std::errc::resource_unavailable_try_again while a lock on it is held, and when it was replaced just now.
   /// This process must not open the file in another way meanwhile: closing it again would end the lock.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "Platform/Format.h"
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"
@@ -18,12 +19,16 @@ using platform::Value;
 
 constexpr std::uint64_t kLargestRead = 512U << 20;  // bytes
 constexpr unsigned kOwnerOnly = 0600;
+constexpr char kNotRewritten[] = "%@ could not be cleaned: %@";  // a file's name, which names no site, and the reason
+
+std::optional<std::string> bytesOfFile(const platform::ReadableFile& file) {
+  if (file.size() > kLargestRead) return std::nullopt;
+  return file.read(0, static_cast<std::size_t>(file.size())).value();
+}
 
 std::optional<std::string> bytesInsideGrant(const std::string& path) {
   const auto file = Platform::current().fileManager.readableFile(path);
-  if (!file || (*file)->size() > kLargestRead) return std::nullopt;
-  auto bytes = (*file)->read(0, static_cast<std::size_t>((*file)->size()));
-  return bytes ? std::optional(std::move(*bytes)) : std::nullopt;
+  return file ? bytesOfFile(**file) : std::nullopt;
 }
 
 template <typename T>
@@ -48,17 +53,31 @@ void removeItemInsideGrant(const std::string& path, bool overwrites) {
   removeInsideGrant(path, overwrites && isFileOfType(path, platform::kFileTypeRegular), platform::UnflushedFile::stays);
 }
 
-/// The new contents are completely on the disk before they replace the old ones.
-void replaceInsideGrant(const std::string& path, const std::string& contents, bool overwrites) {
+/// Puts what the rewriter makes of a file into its place. Returns as FileManager::exchangeUnlessChanged(), and false
+/// also when there is nothing to do, or to read.
+platform::Result<bool> rewriteInsideGrant(const std::string& path, const std::string& aside, const Rewriter& rewriter) {
   platform::FileManager& fileManager = Platform::current().fileManager;
-  const std::string other = path + kAsideSuffix;
+  const auto file = fileManager.readableFile(path);
+  if (!file) return false;
+  const auto version = (*file)->version();
+  const auto bytes = bytesOfFile(**file);
+  const auto versionAfterwards = (*file)->version();
+  if (!version || !bytes || !versionAfterwards || *version != *versionAfterwards) return false;
+  const Rewriting rewriting = rewriter(*bytes);
+  switch (rewriting.action) {
+    case Rewriting::Action::kLeave:
+      return false;
+    case Rewriting::Action::kRemove:
+      return fileManager.moveUnlessChanged(path, aside, *version);
+    case Rewriting::Action::kReplace:
+      break;
+  }
   const auto permissions = attributeOf<std::int64_t>(path, platform::kFilePosixPermissions);
-  if (fileManager.createFile(other, contents, static_cast<unsigned>(permissions.value_or(kOwnerOnly)) & 0777U)) return;
-  const std::error_code error = fileManager.exchangeItems(path, other);
-  if (!error) return removeItemInsideGrant(other, overwrites);  // the old contents
-  // Replacing drops the old contents without overwriting them: when the person wants overwriting, the file stays.
-  if (error == std::errc::not_supported && !overwrites && !fileManager.replaceItem(path, other)) return;
-  fileManager.removeItem(other);
+  if (fileManager.createFile(aside, rewriting.contents,
+                             static_cast<unsigned>(permissions.value_or(kOwnerOnly)) & 0777U)) {
+    return false;
+  }
+  return fileManager.exchangeUnlessChanged(path, aside, *version);
 }
 
 /// Performs an action under the grant of a folder. Returns its outcome, or `empty` when there is no grant.
@@ -146,12 +165,14 @@ void GrantedFiles::rewrite(const std::string& path, const Rewriter& rewriter) {
   const bool overwrites = overwritesFirst();
   underGrant<bool>(path, false, [&](const std::string& fullPath) {
     const std::lock_guard turn(turnOf(fullPath));
-    removeItemInsideGrant(fullPath + kAsideSuffix, overwrites);  // left by a worker that was killed
-    const auto bytes = bytesInsideGrant(fullPath);
-    if (!bytes) return false;
-    const Rewriting rewriting = rewriter(*bytes);
-    if (rewriting.action == Rewriting::Action::kReplace) replaceInsideGrant(fullPath, rewriting.contents, overwrites);
-    if (rewriting.action == Rewriting::Action::kRemove) removeItemInsideGrant(fullPath, overwrites);
+    const std::string aside = fullPath + kAsideSuffix;
+    removeItemInsideGrant(aside, overwrites);  // left by a worker that was killed
+    const auto result = rewriteInsideGrant(fullPath, aside, rewriter);
+    // After other failures the browser may have something there that it has just saved.
+    if (result || result.error() == std::errc::not_supported) removeItemInsideGrant(aside, overwrites);
+    if (!result)
+      Platform::current().log.log(
+          platform::formatted(kNotRewritten, {platform::lastPathComponent(fullPath), result.error().message()}));
     return true;
   });
 }

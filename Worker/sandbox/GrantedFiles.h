@@ -56,7 +56,8 @@ class GrantedFiles {
   // Changing.
 
   /// Passes a file's bytes to the rewriter and applies its result. New contents replace the old ones atomically; the
-  /// old ones are then removed.
+  /// old ones are then removed. A file that is saved meanwhile is left for the next run, as it was saved last; so is
+  /// one on a file system that can't exchange files, with a line in the log.
   static void rewrite(const std::string& path, const Rewriter& rewriter);
 
   /// Runs statements in order, on one connection, on a database file that exists, up to the first that fails. Returns

@@ -177,12 +177,4 @@ Result<bool> moveUnlessChanged(const ItemLocation& item, const ItemLocation& oth
   return false;
 }
 
-std::error_code replaceItem(const ItemLocation& item, const ItemLocation& replacement) {
-  const FileDescriptor folder = folderToFlush(item);
-  if (!folder) return lastError();
-  const int result =
-      ::renameat(replacement.folder.get(), replacement.name.c_str(), item.folder.get(), item.name.c_str());
-  return result == 0 ? flushFolder(folder) : lastError();
-}
-
 }  // namespace platform::linux_

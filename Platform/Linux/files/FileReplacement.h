@@ -21,6 +21,5 @@ std::error_code createFile(const ItemLocation& item, std::string_view contents, 
 std::error_code exchangeItems(const ItemLocation& item, const ItemLocation& other);
 Result<bool> exchangeUnlessChanged(const ItemLocation& item, const ItemLocation& other, const FileVersion& read);
 Result<bool> moveUnlessChanged(const ItemLocation& item, const ItemLocation& other, const FileVersion& read);
-std::error_code replaceItem(const ItemLocation& item, const ItemLocation& replacement);
 
 }  // namespace platform::linux_

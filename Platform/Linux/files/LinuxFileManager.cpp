@@ -315,13 +315,6 @@ Result<bool> LinuxFileManager::moveUnlessChanged(const std::string& path, const 
   return otherItem ? linux_::moveUnlessChanged(*item, *otherItem, read) : otherItem.error();
 }
 
-std::error_code LinuxFileManager::replaceItem(const std::string& path, const std::string& replacement) {
-  const Result<ItemLocation> item = scopes_.locate(path, mounts_);
-  if (!item) return item.error();
-  const Result<ItemLocation> other = scopes_.locate(replacement, mounts_);
-  return other ? linux_::replaceItem(*item, *other) : other.error();
-}
-
 Result<std::unique_ptr<FileLock>> LinuxFileManager::lockFile(const std::string& path) {
   return linux_::lockFile(scopes_, path, mounts_);
 }

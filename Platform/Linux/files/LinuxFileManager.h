@@ -47,7 +47,6 @@ class LinuxFileManager : public FileManager {
   Result<bool> exchangeUnlessChanged(const std::string& path, const std::string& other,
                                      const FileVersion& read) override;
   Result<bool> moveUnlessChanged(const std::string& path, const std::string& other, const FileVersion& read) override;
-  std::error_code replaceItem(const std::string& path, const std::string& replacement) override;
   Result<std::unique_ptr<FileLock>> lockFile(const std::string& path) override;
 
   std::error_code copyItem(const FileURL& source, const FileURL& destination) override;
