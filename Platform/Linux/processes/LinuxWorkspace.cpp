@@ -20,6 +20,9 @@ constexpr std::array kScansAfterOpening = {milliseconds(2),    milliseconds(10),
                                            milliseconds(1500), milliseconds(3000)};
 constexpr milliseconds kScanSlot{2};
 
+// A look takes about a millisecond, and who cleans asks a hundred times in a row.
+constexpr milliseconds kLookStaysTrue{20};
+
 // Each look at the places of programs that finds something new is followed by another. Who changes them faster than we
 // look is told of by the watches that are set already.
 constexpr int kMostLooks = 8;
@@ -124,7 +127,11 @@ void LinuxWorkspace::watch() {
   // that finds nothing new: then everything that there was had been watched before it was looked at.
   for (int looks = 0; looks < kMostLooks && (!lookForPrograms() || looks == 0); ++looks) {
   }
-  processes_ = std::make_shared<ApplicationProcesses>(applications_, executables_);
+  auto processes = std::make_shared<ApplicationProcesses>(applications_, executables_);
+  {
+    const std::lock_guard lock(mutex_);
+    processes_ = std::move(processes);
+  }
   updateConnector();
 }
 
@@ -184,8 +191,14 @@ Workspace::ObserverToken LinuxWorkspace::addDidTerminateApplicationObserver(Obse
 }
 
 bool LinuxWorkspace::isRunning(const std::string& bundleIdentifier) const {
+  const std::lock_guard lock(mutex_);
+  const auto now = std::chrono::steady_clock::now();
+  if (now - lookedAt_ >= kLookStaysTrue) {
+    seen_ = processes_->look();
+    lookedAt_ = now;
+  }
   for (std::size_t index = 0; index < applications_.size(); ++index) {
-    if (applications_[index].bundleIdentifier == bundleIdentifier && running_[index]->isRunning()) return true;
+    if (applications_[index].bundleIdentifier == bundleIdentifier && !seen_[index].mains.empty()) return true;
   }
   return false;
 }

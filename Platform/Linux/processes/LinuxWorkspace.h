@@ -3,12 +3,14 @@
 // Starts are noticed by watching the applications' program files being opened, and processes are held by descriptors:
 // nothing is polled, and while nothing starts or ends the process sleeps. See docs/architecture.md for the whole story.
 //
-// Main thread.
+// Main thread, but for isRunning().
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
@@ -67,7 +69,10 @@ class LinuxWorkspace : public Workspace {
 
   RunLoop& loop_;
   const std::vector<WatchedApplication> applications_;
-  std::shared_ptr<const ApplicationProcesses> processes_;
+  mutable std::mutex mutex_;  // guards the next three; the main thread alone sets the first
+  std::shared_ptr<const ApplicationProcesses> processes_;  // so that it may read it unlocked
+  mutable ApplicationProcesses::Found seen_;               // the answers of isRunning()
+  mutable std::chrono::steady_clock::time_point lookedAt_;
   Options options_;
   std::vector<std::unique_ptr<RunningApplication>> running_;
   std::vector<FoundExecutables> executables_;
