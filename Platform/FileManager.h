@@ -63,10 +63,24 @@ class PinnedRegularFile {
   virtual bool isInPlace() const = 0;
 };
 
+/// Which file it is, and in which state.
+struct FileVersion {
+  std::uint64_t device = 0;
+  std::uint64_t number = 0;          // of the inode; no other file gets it as long as this one is open
+  std::uint64_t size = 0;            // in bytes
+  std::int64_t modifiedSeconds = 0;  // since 1970
+  std::int64_t modifiedNanoseconds = 0;
+
+  bool operator==(const FileVersion&) const = default;
+};
+
 /// A regular file that is read piece by piece. Any thread.
 class ReadableFile {
  public:
   virtual ~ReadableFile() = default;
+
+  /// The version that the file is in now.
+  virtual Result<FileVersion> version() const = 0;
 
   /// In bytes, at the moment when it was opened.
   virtual std::uint64_t size() const = 0;
@@ -185,8 +199,19 @@ class FileManager {
   /// the file system can't.
   virtual std::error_code exchangeItems(const std::string& path, const std::string& other) = 0;
 
-  /// Atomically moves a file to the place of another, which is lost: for file systems where exchangeItems() fails.
-  virtual std::error_code replaceItem(const std::string& path, const std::string& replacement) = 0;
+  /// Exchanges a file with `other`, unless it is no longer in the version that was read: then whoever saved it keeps
+  /// what was saved last. Both are in one folder; the file that was read must still be open, and nobody else may use
+  /// the name `other`. Returns
+  /// - true: at `other` is the file that was read;
+  /// - false: the file stays as it was saved last; at `other` is what is not needed any more, or nothing;
+  /// - std::errc::not_supported where the file system can't exchange: nothing has changed;
+  /// - any other error: nothing is known of what is at `other`. It may be the last thing that was saved.
+  virtual Result<bool> exchangeUnlessChanged(const std::string& path, const std::string& other,
+                                             const FileVersion& read) = 0;
+
+  /// Likewise moves the file to `other`, where nothing may be, so that it can be removed there.
+  virtual Result<bool> moveUnlessChanged(const std::string& path, const std::string& other,
+                                         const FileVersion& read) = 0;
 
   /// Locks an existing regular file, whole and for writing, as databases lock theirs (a POSIX record lock). Never
   /// waits: std::errc::resource_unavailable_try_again while a lock on it is held, and when it was replaced just now.

@@ -19,7 +19,7 @@ struct ApplicationNotification {
   std::vector<Arguments> processes = {};
 };
 
-/// On the main thread.
+/// On the main thread, where nothing else is said.
 class Workspace {
  public:
   using Observer = std::function<void(const ApplicationNotification& notification)>;
@@ -32,7 +32,8 @@ class Workspace {
 
   virtual void removeObserver(ObserverToken token) = 0;
 
-  /// Whether the application of that bundle identifier runs at this moment, as far as its processes can be seen.
+  /// Whether the application of that bundle identifier runs at this moment, or did a few milliseconds ago, as far as
+  /// its processes can be seen. Cheap enough to be asked before each step of long work. Any thread.
   virtual bool isRunning(const std::string& bundleIdentifier) const = 0;
 };
 

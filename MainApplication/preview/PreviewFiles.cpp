@@ -67,8 +67,17 @@ std::error_code PreviewFiles::exchangeItems(const std::string& path, const std::
   return {};
 }
 
-std::error_code PreviewFiles::replaceItem(const std::string& path, const std::string& replacement) {
-  return exchangeItems(path, replacement);
+platform::Result<bool> PreviewFiles::exchangeUnlessChanged(const std::string& path, const std::string& other,
+                                                           const platform::FileVersion&) {
+  exchangeItems(path, other);
+  return true;
+}
+
+platform::Result<bool> PreviewFiles::moveUnlessChanged(const std::string& path, const std::string& other,
+                                                       const platform::FileVersion&) {
+  made_[other] = 0;
+  removeItem(path);
+  return true;
 }
 
 std::error_code PreviewFiles::removeItem(const std::string& path) {

@@ -48,7 +48,10 @@ class PreviewFiles : public platform::linux_::LinuxFileManager {
   std::error_code createFolder(const std::string& path) override;
   std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override;
   std::error_code exchangeItems(const std::string& path, const std::string& other) override;
-  std::error_code replaceItem(const std::string& path, const std::string& replacement) override;
+  platform::Result<bool> exchangeUnlessChanged(const std::string& path, const std::string& other,
+                                               const platform::FileVersion& read) override;
+  platform::Result<bool> moveUnlessChanged(const std::string& path, const std::string& other,
+                                           const platform::FileVersion& read) override;
   std::error_code removeItem(const std::string& path) override;
   std::error_code removeOverwrittenItem(const std::string& path, platform::UnflushedFile unflushed) override;
   platform::Erasure eraseItem(const std::string& path, platform::Overwriting overwriting) override;

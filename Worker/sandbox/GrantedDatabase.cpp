@@ -18,7 +18,8 @@ using platform::Overwriting;
 constexpr const char* kOpenedWithIt[] = {"", "-journal", "-wal"};
 constexpr const char* kCompanions[] = {"-journal", "-wal", "-shm"};
 
-/// Passes a connection to the database to `use`. Returns why there is none; kNothing also when it is missing.
+/// Passes a connection to the database, and its file, to `use`. Returns why there is none; kNothing also when it is
+/// missing.
 template <typename Use>
 Left withDatabase(const std::string& path, const Use& use) {
   const auto attributes = grantedItems().attributesOfItem(path);
@@ -29,12 +30,15 @@ Left withDatabase(const std::string& path, const Use& use) {
   }
   const auto file = grantedItems().pinnedFile(path);
   if (!file) return reasonOf(file.error());
+  // Opened before the database, and closed after it: closing any descriptor of a file ends this process's locks on it.
+  const auto opened = grantedItems().readableFile(path);
+  if (!opened) return reasonOf(opened.error());
   Sqlite database;
   // Checked again with the database open: the opened file must be the one that was pinned.
   if (!database.open((*file)->path()) || !(*file)->isInPlace() || hasMoved(database) || !(*file)->isInPlace()) {
     return Left::kFailed;
   }
-  use(database);
+  use(database, **opened);
   return Left::kNothing;
 }
 
@@ -54,8 +58,8 @@ Outcome removeCompanions(const std::string& path, Overwriting overwriting) {
   return outcome;
 }
 
-Outcome change(Sqlite& database, const std::string& path, const std::vector<std::string>& statements,
-               Overwriting overwriting) {
+Outcome change(Sqlite& database, const std::string& path, const platform::ReadableFile& file,
+               const std::vector<std::string>& statements, Overwriting overwriting) {
   const DatabaseImage image = DatabaseImage::after(database, statements);
   Outcome outcome;
   switch (image.condition) {
@@ -71,15 +75,16 @@ Outcome change(Sqlite& database, const std::string& path, const std::vector<std:
   }
   // All is in the database itself now, and a journal beside the new one would change it.
   outcome = removeCompanions(path, overwriting);
-  if (image.bytes && outcome.left == Left::kNothing) outcome += replaceInsideGrant(path, *image.bytes, overwriting);
-  return outcome;
+  const auto version = file.version();
+  if (!version || !image.bytes || outcome.left != Left::kNothing) return outcome;
+  return outcome += replaceInsideGrant(path, *version, *image.bytes, overwriting);
 }
 
 }  // namespace
 
 Rows rowsInsideGrant(const std::string& query, const std::string& path) {
   Rows rows;
-  withDatabase(path, [&](Sqlite& database) {
+  withDatabase(path, [&](Sqlite& database, const platform::ReadableFile&) {
     holdAlone(database);
     const StatementLimits limits(database);
     rows = database.executeQuery(query).value_or(Rows());
@@ -90,8 +95,9 @@ Rows rowsInsideGrant(const std::string& query, const std::string& path) {
 Outcome changeInsideGrant(const std::vector<std::string>& statements, const std::string& path,
                           Overwriting overwriting) {
   Outcome outcome = eraseInsideGrant(path + kAsideSuffix, overwriting);  // left by a worker that was killed
-  const Left left =
-      withDatabase(path, [&](Sqlite& database) { outcome += change(database, path, statements, overwriting); });
+  const Left left = withDatabase(path, [&](Sqlite& database, const platform::ReadableFile& file) {
+    outcome += change(database, path, file, statements, overwriting);
+  });
   return outcome += Outcome{left};
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "Platform/Format.h"
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"
@@ -68,7 +69,7 @@ std::vector<std::string> GrantedFiles::entriesOf(const std::string& folder) {
 
 std::optional<std::string> GrantedFiles::bytesOf(const std::string& path, std::uint64_t largest) {
   return underGrant<std::optional<std::string>>(
-      path, std::nullopt, [largest](const std::string& fullPath) { return bytesInsideGrant(fullPath, largest); });
+      path, std::nullopt, [largest](const std::string& fullPath) { return ReadInsideGrant(fullPath, largest).bytes; });
 }
 
 Outcome GrantedFiles::remove(const std::string& path) {
@@ -89,13 +90,15 @@ Outcome GrantedFiles::rewrite(const std::string& path, const Rewriter& rewriter)
   return underGrant<Outcome>(path, kNotAllowed, [&](const std::string& fullPath) {
     const std::lock_guard turn(turnOf(fullPath));
     Outcome outcome = eraseInsideGrant(fullPath + kAsideSuffix, overwriting);  // left by a worker that was killed
-    const auto bytes = bytesInsideGrant(fullPath, kLargestDocument, "");
-    if (!bytes) return outcome;
-    const Rewriting rewriting = rewriter(*bytes);
+    const ReadInsideGrant read(fullPath, kLargestDocument, "");
+    if (!read.bytes) return outcome += Outcome{read.left};
+    const Rewriting rewriting = rewriter(*read.bytes);
     if (rewriting.action == Rewriting::Action::kReplace) {
-      outcome += replaceInsideGrant(fullPath, rewriting.contents, overwriting);
+      outcome += replaceInsideGrant(fullPath, read.version, rewriting.contents, overwriting);
     }
-    if (rewriting.action == Rewriting::Action::kRemove) outcome += eraseInsideGrant(fullPath, overwriting);
+    if (rewriting.action == Rewriting::Action::kRemove) {
+      outcome += eraseUnchangedInsideGrant(fullPath, read.version, overwriting);
+    }
     return outcome;
   });
 }

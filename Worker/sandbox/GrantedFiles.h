@@ -64,8 +64,9 @@ class GrantedFiles {
   // Changing.
 
   /// Passes a file's bytes to the rewriter and applies its result; of a file that is larger than kLargestDocument, no
-  /// bytes: like one that can't be read. New contents replace the old ones atomically; the
-  /// old ones are then removed.
+  /// bytes: like one that can't be read. New contents replace the old ones atomically; the old ones are then removed.
+  /// A file that is saved meanwhile is left for the next run, as it was saved last; so is one on a file system that
+  /// can't exchange files.
   static Outcome rewrite(const std::string& path, const Rewriter& rewriter);
 
   /// Runs statements in order on a database, up to the first that fails; what they leave is all that stays in it and

@@ -31,6 +31,16 @@ Left leftBy(const platform::Erasure& erasure) {
   return erasure.notOverwritten > 0 ? Left::kNotOverwritten : Left::kOnOtherMount;
 }
 
+/// Removes what an exchange or a move has taken from a file's place to `aside`, or has not: then it is a file of ours.
+Outcome eraseWhenTaken(const std::string& aside, const platform::Result<bool>& isTaken, Overwriting overwriting) {
+  // After other failures something may be there that the browser has just saved.
+  if (!isTaken && isTaken.error() != std::errc::not_supported) return {Left::kFailed};
+  Outcome outcome = eraseInsideGrant(aside, overwriting);
+  if (!isTaken) outcome += {Left::kFailed};
+  if (isTaken && !*isTaken) outcome += {Left::kInUse};
+  return outcome;
+}
+
 }  // namespace
 
 platform::FileManager& grantedItems() {
@@ -47,13 +57,20 @@ bool isFileOfType(const std::string& path, const char* type) {
   return attributeOf<std::string>(path, platform::kFileType) == type;
 }
 
-std::optional<std::string> bytesInsideGrant(const std::string& path, std::uint64_t largest,
-                                            const std::optional<std::string>& ifLarger) {
-  const auto file = grantedItems().readableFile(path);
-  if (!file) return std::nullopt;
-  if ((*file)->size() > largest) return ifLarger;
-  auto bytes = (*file)->read(0, static_cast<std::size_t>((*file)->size()));
-  return bytes ? std::optional(std::move(*bytes)) : std::nullopt;
+ReadInsideGrant::ReadInsideGrant(const std::string& path, std::uint64_t largest,
+                                 const std::optional<std::string>& ifLarger) {
+  auto file = grantedItems().readableFile(path);
+  if (!file) {
+    left = reasonOf(file.error());
+    return;
+  }
+  file_ = std::move(*file);
+  const auto before = file_->version();
+  bytes = file_->size() > largest ? ifLarger : file_->read(0, static_cast<std::size_t>(file_->size())).value();
+  const auto after = file_->version();
+  left = Left::kNotReadable;
+  if (!before || !after || *before != *after) bytes.reset();
+  if (bytes) version = *after;
 }
 
 Outcome eraseInsideGrant(const std::string& path, Overwriting overwriting) {
@@ -61,20 +78,20 @@ Outcome eraseInsideGrant(const std::string& path, Overwriting overwriting) {
   return {leftBy(erasure), erasure.removed};
 }
 
-Outcome replaceInsideGrant(const std::string& path, const std::string& contents, Overwriting overwriting) {
+Outcome eraseUnchangedInsideGrant(const std::string& path, const platform::FileVersion& read, Overwriting overwriting) {
+  const std::string aside = path + kAsideSuffix;
+  return eraseWhenTaken(aside, grantedItems().moveUnlessChanged(path, aside, read), overwriting);
+}
+
+Outcome replaceInsideGrant(const std::string& path, const platform::FileVersion& read, const std::string& contents,
+                           Overwriting overwriting) {
   platform::FileManager& files = grantedItems();
-  const std::string other = path + kAsideSuffix;
+  const std::string aside = path + kAsideSuffix;
   const auto permissions = attributeOf<std::int64_t>(path, platform::kFilePosixPermissions);
-  if (files.createFile(other, contents, static_cast<unsigned>(permissions.value_or(kOwnerOnly)) & 0777U)) {
+  if (files.createFile(aside, contents, static_cast<unsigned>(permissions.value_or(kOwnerOnly)) & 0777U)) {
     return {Left::kFailed};
   }
-  const std::error_code error = files.exchangeItems(path, other);
-  if (!error) return eraseInsideGrant(other, overwriting);  // the old contents
-  // Replacing drops the old contents without overwriting them: when the person wants overwriting, the file stays.
-  const bool overwrites = overwriting != Overwriting::kNone;
-  if (error == std::errc::not_supported && !overwrites && !files.replaceItem(path, other)) return {};
-  files.removeItem(other);
-  return {overwrites ? Left::kNotOverwritten : Left::kFailed};
+  return eraseWhenTaken(aside, files.exchangeUnlessChanged(path, aside, read), overwriting);
 }
 
 Left makeOwnInsideGrant(const std::string& path) {
@@ -83,8 +100,8 @@ Left makeOwnInsideGrant(const std::string& path) {
   if (valueOf<std::string>(*attributes, platform::kFileType) != platform::kFileTypeRegular) return Left::kFailed;
   if (valueOf<std::int64_t>(*attributes, platform::kFileReferenceCount) == 1) return Left::kNothing;
   if (!grantedItems().lockFile(path)) return Left::kInUse;
-  const auto bytes = bytesInsideGrant(path, kLargestCopy);
-  return bytes ? replaceInsideGrant(path, *bytes, Overwriting::kNone).left : Left::kFailed;
+  const ReadInsideGrant read(path, kLargestCopy);
+  return read.bytes ? replaceInsideGrant(path, read.version, *read.bytes, Overwriting::kNone).left : read.left;
 }
 
 }  // namespace tidewell

@@ -60,9 +60,16 @@ std::error_code JournalingFileManager::exchangeItems(const std::string& path, co
   return LinuxFileManager::exchangeItems(path, other);
 }
 
-std::error_code JournalingFileManager::replaceItem(const std::string& path, const std::string& replacement) {
-  journal_.add("replace " + path);
-  return LinuxFileManager::replaceItem(path, replacement);
+platform::Result<bool> JournalingFileManager::exchangeUnlessChanged(const std::string& path, const std::string& other,
+                                                                    const platform::FileVersion& read) {
+  journal_.add("exchange " + path);
+  return LinuxFileManager::exchangeUnlessChanged(path, other, read);
+}
+
+platform::Result<bool> JournalingFileManager::moveUnlessChanged(const std::string& path, const std::string& other,
+                                                                const platform::FileVersion& read) {
+  journal_.add("move " + path);
+  return LinuxFileManager::moveUnlessChanged(path, other, read);
 }
 
 platform::Result<std::unique_ptr<platform::FileLock>> JournalingFileManager::lockFile(const std::string& path) {

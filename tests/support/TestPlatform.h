@@ -22,7 +22,7 @@
 namespace testing_support {
 
 /// Journal: "remove PATH", "remove overwritten PATH", "remove flushed PATH", "remove overwriting PATH", "read PATH",
-/// "list PATH"; "pieces of PATH", "make folder PATH", "make file PATH", "exchange PATH", "replace PATH", "lock PATH".
+/// "list PATH"; "pieces of PATH", "make folder PATH", "make file PATH", "exchange PATH", "move PATH", "lock PATH".
 class JournalingFileManager : public platform::linux_::LinuxFileManager {
  public:
   JournalingFileManager(platform::linux_::SecurityScopes& scopes, std::string scriptsFolder, Journal& journal,
@@ -40,7 +40,10 @@ class JournalingFileManager : public platform::linux_::LinuxFileManager {
   std::error_code createFolder(const std::string& path) override;
   std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override;
   std::error_code exchangeItems(const std::string& path, const std::string& other) override;
-  std::error_code replaceItem(const std::string& path, const std::string& replacement) override;
+  platform::Result<bool> exchangeUnlessChanged(const std::string& path, const std::string& other,
+                                               const platform::FileVersion& read) override;
+  platform::Result<bool> moveUnlessChanged(const std::string& path, const std::string& other,
+                                           const platform::FileVersion& read) override;
   platform::Result<std::unique_ptr<platform::FileLock>> lockFile(const std::string& path) override;
 
  private:

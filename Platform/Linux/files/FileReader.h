@@ -15,6 +15,7 @@ class FileReader : public ReadableFile {
 
   FileReader(FileDescriptor file, std::uint64_t size) : file_(std::move(file)), size_(size) {}
 
+  Result<FileVersion> version() const override;
   std::uint64_t size() const override { return size_; }
   Result<std::string> read(std::uint64_t offset, std::size_t count) const override;
 

@@ -2,18 +2,24 @@
 // was opened under the open scopes; links in an item's own place are never followed. Any thread.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <string_view>
 #include <system_error>
 
+#include "Platform/FileManager.h"
 #include "Platform/Linux/files/SecurityScopes.h"
 
 namespace platform::linux_ {
+
+FileVersion versionOf(const struct stat& status);
 
 // As FileManager's operations of these names.
 
 std::error_code createFolder(const ItemLocation& item);
 std::error_code createFile(const ItemLocation& item, std::string_view contents, unsigned permissions);
 std::error_code exchangeItems(const ItemLocation& item, const ItemLocation& other);
-std::error_code replaceItem(const ItemLocation& item, const ItemLocation& replacement);
+Result<bool> exchangeUnlessChanged(const ItemLocation& item, const ItemLocation& other, const FileVersion& read);
+Result<bool> moveUnlessChanged(const ItemLocation& item, const ItemLocation& other, const FileVersion& read);
 
 }  // namespace platform::linux_

@@ -307,11 +307,20 @@ std::error_code LinuxFileManager::exchangeItems(const std::string& path, const s
   return otherItem ? linux_::exchangeItems(*item, *otherItem) : otherItem.error();
 }
 
-std::error_code LinuxFileManager::replaceItem(const std::string& path, const std::string& replacement) {
+Result<bool> LinuxFileManager::exchangeUnlessChanged(const std::string& path, const std::string& other,
+                                                     const FileVersion& read) {
   const Result<ItemLocation> item = scopes_.locate(path, mounts_);
   if (!item) return item.error();
-  const Result<ItemLocation> other = scopes_.locate(replacement, mounts_);
-  return other ? linux_::replaceItem(*item, *other) : other.error();
+  const Result<ItemLocation> otherItem = scopes_.locate(other, mounts_);
+  return otherItem ? linux_::exchangeUnlessChanged(*item, *otherItem, read) : otherItem.error();
+}
+
+Result<bool> LinuxFileManager::moveUnlessChanged(const std::string& path, const std::string& other,
+                                                 const FileVersion& read) {
+  const Result<ItemLocation> item = scopes_.locate(path, mounts_);
+  if (!item) return item.error();
+  const Result<ItemLocation> otherItem = scopes_.locate(other, mounts_);
+  return otherItem ? linux_::moveUnlessChanged(*item, *otherItem, read) : otherItem.error();
 }
 
 Result<std::unique_ptr<FileLock>> LinuxFileManager::lockFile(const std::string& path) {

@@ -45,7 +45,9 @@ class LinuxFileManager : public FileManager {
   std::error_code createFolder(const std::string& path) override;
   std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override;
   std::error_code exchangeItems(const std::string& path, const std::string& other) override;
-  std::error_code replaceItem(const std::string& path, const std::string& replacement) override;
+  Result<bool> exchangeUnlessChanged(const std::string& path, const std::string& other,
+                                     const FileVersion& read) override;
+  Result<bool> moveUnlessChanged(const std::string& path, const std::string& other, const FileVersion& read) override;
   Result<std::unique_ptr<FileLock>> lockFile(const std::string& path) override;
 
   std::error_code copyItem(const FileURL& source, const FileURL& destination) override;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <string_view>
 #include <utility>
 
 #include "Platform/Linux/host/UserFolders.h"
@@ -21,18 +20,12 @@ constexpr std::array kScansAfterOpening = {milliseconds(2),    milliseconds(10),
                                            milliseconds(1500), milliseconds(3000)};
 constexpr milliseconds kScanSlot{2};
 
+// A look takes about a millisecond, and who cleans asks a hundred times in a row.
+constexpr milliseconds kLookStaysTrue{20};
+
 // Each look at the places of programs that finds something new is followed by another. Who changes them faster than we
 // look is told of by the watches that are set already.
 constexpr int kMostLooks = 8;
-
-bool isHelper(const std::vector<std::string>& arguments, const WatchedApplication& application) {
-  const std::vector<std::string>& marks = application.helperMarks;
-  return std::any_of(arguments.begin(), arguments.end(), [&marks](const std::string& argument) {
-    return std::any_of(marks.begin(), marks.end(), [&argument](const std::string& mark) {
-      return mark.ends_with('=') ? argument.starts_with(mark) : argument == mark;
-    });
-  });
-}
 
 std::vector<WatchedApplication> expandingHomes(std::vector<WatchedApplication> applications) {
   const std::string home = homeFolder();
@@ -47,20 +40,18 @@ std::vector<WatchedApplication> expandingHomes(std::vector<WatchedApplication> a
 }  // namespace
 
 LinuxWorkspace::LinuxWorkspace(RunLoop& loop, std::vector<WatchedApplication> applications)
-    : loop_(loop), applications_(expandingHomes(std::move(applications))) {
-  for (const WatchedApplication& application : applications_) {
-    baseNames_.insert(application.executableNames.begin(), application.executableNames.end());
-    for (const std::string& place : application.executablePlaces) baseNames_.insert(lastPathComponent(place));
-  }
+    : loop_(loop),
+      applications_(expandingHomes(std::move(applications))),
+      processes_(std::make_shared<ApplicationProcesses>(applications_)) {
   for (std::size_t index = 0; index < applications_.size(); ++index) {
     running_.push_back(std::make_unique<RunningApplication>(
         loop_,
         RunningApplication::Callbacks{
-            [this, index] { return lookAtProcesses()[index]; },
+            [this, index] { return processes_->look()[index]; },
             [this, index](pid_t pid) -> std::optional<RunningApplication::Identity> {
               auto process = processInfo(pid);
               if (!process) return std::nullopt;
-              const bool isApplication = applicationRunning(process->executable) == index;
+              const bool isApplication = processes_->applicationRunning(process->executable) == index;
               return RunningApplication::Identity{process->executable, isApplication, std::move(process->arguments)};
             },
             [this, index](std::vector<Arguments> processes) { quit(index, std::move(processes)); },
@@ -79,56 +70,10 @@ void LinuxWorkspace::start(Options options) {
   scanSeveralTimes();  // one that is being started at this moment was opened before the watch was set
 }
 
-// Which processes are whose.
-
-std::optional<std::size_t> LinuxWorkspace::applicationRunning(const std::string& executable) const {
-  if (!baseNames_.contains(lastPathComponent(executable))) return std::nullopt;  // nearly all of them
-  if (const auto known = programs_.find(executable); known != programs_.end()) return known->second;
-  // A place tells more than a name: several makers call their program the same.
-  const auto index = [this](auto&& matches) -> std::optional<std::size_t> {
-    const auto found = std::find_if(applications_.begin(), applications_.end(), matches);
-    if (found == applications_.end()) return std::nullopt;
-    return static_cast<std::size_t>(found - applications_.begin());
-  };
-  if (const auto byPlace = index([&](const auto& application) { return hasPlaceOf(application, executable); })) {
-    return byPlace;
-  }
-  return index([&](const auto& application) { return hasNameOf(application, executable); });
-}
-
-void LinuxWorkspace::sortIn(const ProcessInfo& process, const std::map<pid_t, ProcessInfo>& mains, Found& found) const {
-  const auto index = applicationRunning(process.executable);
-  if (!index) return;
-  // A child that was forked and has not started its own program yet still looks like its parent.
-  const auto parent = mains.find(process.parent);
-  const bool isUnfinishedChild = parent != mains.end() && parent->second.executable == process.executable &&
-                                 parent->second.arguments == process.arguments;
-  RunningApplication::Processes& processes = found[*index];
-  (isUnfinishedChild || isHelper(process.arguments, applications_[*index]) ? processes.helpers : processes.mains)
-      .push_back(process.pid);
-}
-
-LinuxWorkspace::Found LinuxWorkspace::lookAtProcesses() const {
-  std::map<pid_t, ProcessInfo> candidates;
-  const auto matches = [this](const std::string& executable) { return applicationRunning(executable).has_value(); };
-  for (const pid_t pid : ownProcessesRunning(matches)) {
-    auto info = processInfo(pid);
-    if (info && matches(info->executable)) candidates.emplace(pid, std::move(*info));
-  }
-  std::map<pid_t, ProcessInfo> mains = candidates;
-  std::erase_if(mains, [this](const auto& entry) {
-    const ProcessInfo& process = entry.second;
-    return isHelper(process.arguments, applications_[*applicationRunning(process.executable)]);
-  });
-  Found found(applications_.size());
-  for (const auto& [pid, info] : candidates) sortIn(info, mains, found);
-  return found;
-}
-
 // Looking.
 
 void LinuxWorkspace::scan() {
-  const Found found = lookAtProcesses();
+  const ApplicationProcesses::Found found = processes_->look();
   for (std::size_t index = 0; index < running_.size(); ++index) running_[index]->update(found[index]);
 }
 
@@ -149,7 +94,7 @@ void LinuxWorkspace::scanSeveralTimes() {
 void LinuxWorkspace::started(pid_t pid) {
   if (pid == 0) return scan();  // some were not told
   const auto executable = executableOfProcess(pid);
-  const auto index = executable ? applicationRunning(*executable) : std::nullopt;
+  const auto index = executable ? processes_->applicationRunning(*executable) : std::nullopt;
   if (index && !running_[*index]->isRunning()) scan();
 }
 
@@ -182,12 +127,10 @@ void LinuxWorkspace::watch() {
   // that finds nothing new: then everything that there was had been watched before it was looked at.
   for (int looks = 0; looks < kMostLooks && (!lookForPrograms() || looks == 0); ++looks) {
   }
-  programs_.clear();
-  for (std::size_t index = 0; index < executables_.size(); ++index) {
-    for (const std::string& program : executables_[index].programs) {
-      programs_.emplace(program, index);
-      baseNames_.insert(lastPathComponent(program));
-    }
+  auto processes = std::make_shared<ApplicationProcesses>(applications_, executables_);
+  {
+    const std::lock_guard lock(mutex_);
+    processes_ = std::move(processes);
   }
   updateConnector();
 }
@@ -248,8 +191,14 @@ Workspace::ObserverToken LinuxWorkspace::addDidTerminateApplicationObserver(Obse
 }
 
 bool LinuxWorkspace::isRunning(const std::string& bundleIdentifier) const {
+  const std::lock_guard lock(mutex_);
+  const auto now = std::chrono::steady_clock::now();
+  if (now - lookedAt_ >= kLookStaysTrue) {
+    seen_ = processes_->look();
+    lookedAt_ = now;
+  }
   for (std::size_t index = 0; index < applications_.size(); ++index) {
-    if (applications_[index].bundleIdentifier == bundleIdentifier && running_[index]->isRunning()) return true;
+    if (applications_[index].bundleIdentifier == bundleIdentifier && !seen_[index].mains.empty()) return true;
   }
   return false;
 }

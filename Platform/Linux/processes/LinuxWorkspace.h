@@ -3,20 +3,22 @@
 // Starts are noticed by watching the applications' program files being opened, and processes are held by descriptors:
 // nothing is polled, and while nothing starts or ends the process sleeps. See docs/architecture.md for the whole story.
 //
-// Main thread.
+// Main thread, but for isRunning().
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "Platform/Linux/processes/ApplicationProcesses.h"
 #include "Platform/Linux/processes/ExecutableFinder.h"
 #include "Platform/Linux/processes/PathWatch.h"
 #include "Platform/Linux/processes/ProcessConnector.h"
-#include "Platform/Linux/processes/ProcessTable.h"
 #include "Platform/Linux/processes/RunningApplication.h"
 #include "Platform/Linux/threads/RunLoop.h"
 #include "Platform/Workspace.h"
@@ -54,11 +56,6 @@ class LinuxWorkspace : public Workspace {
   bool isRunning(const std::string& bundleIdentifier) const override;
 
  private:
-  using Found = std::vector<RunningApplication::Processes>;
-
-  std::optional<std::size_t> applicationRunning(const std::string& executable) const;
-  void sortIn(const ProcessInfo& process, const std::map<pid_t, ProcessInfo>& mains, Found& found) const;
-  Found lookAtProcesses() const;
   void scan();
   void scanIn(std::chrono::milliseconds delay);
   void scanSeveralTimes();
@@ -72,13 +69,15 @@ class LinuxWorkspace : public Workspace {
 
   RunLoop& loop_;
   const std::vector<WatchedApplication> applications_;
+  mutable std::mutex mutex_;  // guards the next three; the main thread alone sets the first
+  std::shared_ptr<const ApplicationProcesses> processes_;  // so that it may read it unlocked
+  mutable ApplicationProcesses::Found seen_;               // the answers of isRunning()
+  mutable std::chrono::steady_clock::time_point lookedAt_;
   Options options_;
   std::vector<std::unique_ptr<RunningApplication>> running_;
   std::vector<FoundExecutables> executables_;
-  PathWatch::Interests interests_;                // what is watched
-  std::map<std::string, std::size_t> programs_;   // files that were found, and whose application each is
-  std::set<std::string, std::less<>> baseNames_;  // the file names that any application's program can have
-  std::set<std::int64_t> scheduledScans_;         // coalesced in slots of a few milliseconds
+  PathWatch::Interests interests_;         // what is watched
+  std::set<std::int64_t> scheduledScans_;  // coalesced in slots of a few milliseconds
   std::unique_ptr<PathWatch> watch_;
   bool watchesAll_ = true;  // false when the system's limits left something out
   std::unique_ptr<ProcessConnector> connector_;

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "Platform/Linux/processes/ApplicationProcesses.h"
 #include "Platform/Linux/processes/ProcessExit.h"
 #include "Platform/Workspace.h"
 
@@ -21,11 +22,7 @@ namespace platform::linux_ {
 
 class RunningApplication {
  public:
-  /// What a look at the process table found of this application.
-  struct Processes {
-    std::vector<pid_t> mains;
-    std::vector<pid_t> helpers;
-  };
+  using Processes = ApplicationProcesses::Processes;
 
   struct Identity {
     std::string executable;

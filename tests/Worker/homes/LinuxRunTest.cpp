@@ -125,7 +125,7 @@ TEST_P(LinuxRun, onAHomeWithALibraryTakesOnlyTheStoresOfOldByTheStepsOfOld) {
   quit(GetParam(), {{"browser", "--user-data-dir=" + platform.home.folder("Disk"), "-profile", home("Disk")}});
   std::filesystem::remove(home("Disk"));
   expectCleaned(before, {GetParam(), false}, fillLibraryWithCurrentStores);
-  for (const char* operation : {"pieces of ", "make folder ", "make file ", "exchange ", "replace ", "lock "}) {
+  for (const char* operation : {"pieces of ", "make folder ", "make file ", "exchange ", "move ", "lock "}) {
     EXPECT_THAT(platform.journal.entriesAfter(operation), IsEmpty()) << operation;
   }
   EXPECT_FALSE(platform.shared().contains(tidewell::kStartedWithKey));

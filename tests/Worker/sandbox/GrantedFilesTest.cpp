@@ -4,7 +4,10 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <filesystem>
+#include <functional>
+#include <thread>
 
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"
@@ -20,15 +23,18 @@ using testing_support::HeldFile;
 using tidewell::GrantedFiles;
 using tidewell::Rewriting;
 
-/// A file manager that can be told to fail at exchanging items or creating files.
+/// A file manager that can be told to fail at exchanging or creating files, and to be interrupted before an exchange.
 class OlderFileSystem : public platform::linux_::LinuxFileManager {
  public:
   using LinuxFileManager::LinuxFileManager;
-  bool canExchange = true;
+  std::errc exchangeError{};
+  std::function<void()> beforeExchange = [] {};
   bool canCreate = true;
 
-  std::error_code exchangeItems(const std::string& path, const std::string& other) override {
-    return canExchange ? LinuxFileManager::exchangeItems(path, other) : std::make_error_code(std::errc::not_supported);
+  platform::Result<bool> exchangeUnlessChanged(const std::string& path, const std::string& other,
+                                               const platform::FileVersion& read) override {
+    beforeExchange();
+    return exchangeError == std::errc() ? LinuxFileManager::exchangeUnlessChanged(path, other, read) : exchangeError;
   }
   std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override {
     return canCreate ? LinuxFileManager::createFile(path, contents, permissions)
@@ -49,8 +55,14 @@ class GrantedFilesTest : public ::testing::Test {
     platform.grant(platform.home.path("data"));
   }
 
-  static void rewrite(const Rewriting& rewriting) {
-    GrantedFiles::rewrite("~/data/file", [rewriting](std::string_view) { return rewriting; });
+  static tidewell::Left rewrite(const Rewriting& rewriting) {
+    return GrantedFiles::rewrite("~/data/file", [rewriting](std::string_view) { return rewriting; }).left;
+  }
+
+  /// As browsers do it: by another file that takes the name.
+  void save(const std::string& contents) const {
+    platform.home.file("data/file.tmp", contents);
+    std::filesystem::rename(platform.home.path("data/file.tmp"), platform.home.path("data/file"));
   }
 
   testing_support::TestPlatform platform;
@@ -96,19 +108,60 @@ TEST_F(GrantedFilesTest, leavesTheOldContentsWhenTheNewOnesCanNotBeWritten) {
   EXPECT_EQ(platform.home.content("data/file"), "site and rest");
 }
 
-TEST_F(GrantedFilesTest, replacesAlsoWhereItemsCanNotBeExchanged) {
-  files.canExchange = false;
-  rewrite(Rewriting::replaceBy("rest"));
-  EXPECT_EQ(platform.home.content("data/file"), "rest");
+TEST_F(GrantedFilesTest, leavesTheFileWhereFilesCanNotBeExchangedAndSaysSo) {
+  files.exchangeError = std::errc::not_supported;
+  EXPECT_EQ(rewrite(Rewriting::replaceBy("rest")), tidewell::Left::kFailed);
+  EXPECT_EQ(platform.home.content("data/file"), "site and rest");
   EXPECT_FALSE(platform.home.exists("data/file.tidewell"));
 }
 
-TEST_F(GrantedFilesTest, keepsThereWhatCouldNotBeOverwritten) {
-  files.canExchange = false;
-  platform.shared().insert_or_assign(tidewell::kSecureDeleteDataKey, true);
+TEST_F(GrantedFilesTest, leavesWhatWasSavedSinceItWasReadAndNothingOfItsOwn) {
+  for (const Rewriting& rewriting : {Rewriting::replaceBy("rest"), Rewriting::remove()}) {
+    const auto outcome = GrantedFiles::rewrite("~/data/file", [&](std::string_view) {
+      save("saved");
+      return rewriting;
+    });
+    EXPECT_EQ(outcome.left, tidewell::Left::kInUse);
+    EXPECT_EQ(platform.home.content("data/file"), "saved");
+    EXPECT_FALSE(platform.home.exists("data/file.tidewell"));
+  }
+}
+
+TEST_F(GrantedFilesTest, leavesWhatWasSavedWhileTheNewContentsWereWritten) {
+  files.beforeExchange = [&] { save("saved"); };
+  rewrite(Rewriting::replaceBy("rest"));
+  EXPECT_EQ(platform.home.content("data/file"), "saved");
+  EXPECT_FALSE(platform.home.exists("data/file.tidewell"));
+}
+
+TEST_F(GrantedFilesTest, removesNothingWhenItIsNotKnownWhatWasSavedLast) {
+  files.exchangeError = std::errc::io_error;
   rewrite(Rewriting::replaceBy("rest"));
   EXPECT_EQ(platform.home.content("data/file"), "site and rest");
-  EXPECT_FALSE(platform.home.exists("data/file.tidewell"));
+  EXPECT_EQ(platform.home.content("data/file.tidewell"), "rest");
+}
+
+TEST_F(GrantedFilesTest, neverLosesWhatIsSavedAtFullSpeed) {
+  int last = 0;
+  std::uint64_t rewritten = 0;
+  for (int round = 0; round < 100; ++round) {
+    save("site " + std::to_string(++last));
+    std::atomic<bool> goes = false;
+    std::thread browser([&] {
+      while (!goes) std::this_thread::yield();
+      for (int times = 0; times < round % 5; ++times) save("site " + std::to_string(++last));
+    });
+    GrantedFiles::rewrite("~/data/file", [&](std::string_view contents) {
+      goes = true;
+      return Rewriting::replaceBy("rest " + std::string(contents.substr(5)));
+    });
+    browser.join();
+    const std::string now = platform.home.content("data/file");
+    ASSERT_EQ(now.substr(5), std::to_string(last));
+    ASSERT_FALSE(platform.home.exists("data/file.tidewell"));
+    if (now.starts_with("rest")) ++rewritten;
+  }
+  EXPECT_GE(rewritten, 20U);  // at least when nobody has saved
 }
 
 TEST_F(GrantedFilesTest, removesWhatAWorkerLeftThatWasEndedInTheMiddle) {

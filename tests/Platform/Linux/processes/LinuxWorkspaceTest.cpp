@@ -3,6 +3,8 @@
 #include <signal.h>
 
 #include <filesystem>
+#include <future>
+#include <thread>
 
 #include "tests/support/WorkspaceTest.h"
 
@@ -67,6 +69,21 @@ TEST_F(QuittingApplications, areNotProcessesOfOtherNames) {
   run("myopera").end();
   settle();
   EXPECT_THAT(quits, IsEmpty());
+}
+
+TEST_F(QuittingApplications, areSeenToRunByAnyThreadAtOnceAndUntilTheyHaveEnded) {
+  start();
+  const auto isRunning = [this](const char* identifier) {
+    return std::async(std::launch::async, [this, identifier] { return workspace.isRunning(identifier); }).get();
+  };
+  EXPECT_FALSE(isRunning("org.example.chrome"));
+  TestProcess process({bin("chrome"), "wait"});  // the loop does not turn meanwhile
+  const TestProcess helper({bin("opera"), "--type=renderer", "wait"});
+  while (!isRunning("org.example.chrome")) std::this_thread::yield();
+  EXPECT_FALSE(isRunning("org.example.opera"));
+  EXPECT_FALSE(isRunning("org.example.unknown"));
+  process.end();
+  while (isRunning("org.example.chrome")) std::this_thread::yield();
 }
 
 // Several processes.
