@@ -82,12 +82,21 @@ Home SettingsStore::home() const {
     std::error_code error;
     return std::filesystem::is_empty(path, error) || error;
   };
+  const auto isRegularFile = [](const std::string& path) {
+    std::error_code ignored;
+    return std::filesystem::is_regular_file(std::filesystem::symlink_status(path, ignored));
+  };
+  const auto withoutLinks = [](const std::string& path) {
+    std::error_code error;
+    const std::string place = std::filesystem::weakly_canonical(path, error).string();
+    return error ? path : place;
+  };
   const auto contentsOf = [](const std::string& path) -> std::optional<std::string> {
     std::ifstream file(path);
     return std::string(std::istreambuf_iterator<char>(file), {});
   };
   return Home::of(*domains_.suite(kSharedSuite), system,
-                  {isFolder, mayBeFolder, mayBeThere, mayBeEmpty, contentsOf, nullptr});
+                  {isFolder, mayBeFolder, mayBeThere, mayBeEmpty, isRegularFile, contentsOf, withoutLinks});
 }
 
 std::vector<const Browser*> SettingsStore::knownBrowsers() const {
