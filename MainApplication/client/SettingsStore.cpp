@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "Platform/FileURL.h"
 #include "Platform/Linux/files/LinuxSystem.h"
+#include "Platform/Linux/host/RegularFile.h"
 #include "Platform/Path.h"
 #include "Worker/Identity.h"
 
@@ -17,6 +16,7 @@ using platform::FileURL;
 using platform::Value;
 
 constexpr std::string_view kGrantPrefix = "bd_";
+constexpr std::size_t kLargestList = 16 << 20;  // bytes, of a list of profiles
 
 /// The path in a grant's key of the worker's settings; absent for any other key.
 std::optional<std::string> grantedPath(const std::string& key) {
@@ -82,12 +82,20 @@ Home SettingsStore::home() const {
     std::error_code error;
     return std::filesystem::is_empty(path, error) || error;
   };
-  const auto contentsOf = [](const std::string& path) -> std::optional<std::string> {
-    std::ifstream file(path);
-    return std::string(std::istreambuf_iterator<char>(file), {});
+  const auto isRegularFile = [](const std::string& path) {
+    std::error_code ignored;
+    return std::filesystem::is_regular_file(std::filesystem::symlink_status(path, ignored));
+  };
+  const auto withoutLinks = [](const std::string& path) {
+    std::error_code error;
+    const std::string place = std::filesystem::weakly_canonical(path, error).string();
+    return error ? path : place;
+  };
+  const auto contentsOf = [](const std::string& path) {
+    return platform::linux_::contentsOfRegularFile(path, kLargestList).value();
   };
   return Home::of(*domains_.suite(kSharedSuite), system,
-                  {isFolder, mayBeFolder, mayBeThere, mayBeEmpty, contentsOf, nullptr});
+                  {isFolder, mayBeFolder, mayBeThere, mayBeEmpty, isRegularFile, contentsOf, withoutLinks});
 }
 
 std::vector<const Browser*> SettingsStore::knownBrowsers() const {

@@ -9,12 +9,15 @@ constexpr FamilyFacts kSafariFacts;
 constexpr FamilyFacts kFirefoxFacts{
     .helperMarks = {"-contentproc", "--contentproc", "-backgroundtask", "--backgroundtask"},
     .folderOptions = {"-profile", "--profile"},
+    .filesOfProfile = {"prefs.js", "times.json"},
     .namesSingleProfiles = true,
 };
 
 constexpr FamilyFacts kChromiumFacts{
     .helperMarks = {"--type="},
     .folderOptions = {"--user-data-dir="},
+    .filesOfDataFolder = {"Local State"},
+    .filesOfProfile = {"Preferences"},
 };
 
 }  // namespace

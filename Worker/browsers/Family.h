@@ -16,6 +16,12 @@ struct FamilyFacts {
   /// argument.
   FixedList<std::string_view, 2> folderOptions;
 
+  using FileNames = FixedList<std::string_view, 2>;
+  /// One of these files is in every folder with profiles: none where the family puts no file there for certain. One of
+  /// these is in every profile, even one that the browser has only begun to fill.
+  FileNames filesOfDataFolder = {};
+  FileNames filesOfProfile = {};
+
   /// Whether that folder is a single profile, with its caches in it, or one that holds profiles.
   bool namesSingleProfiles = false;
 };

@@ -2,6 +2,7 @@
 
 #include "Platform/Path.h"
 #include "Worker/formats/ProfilesIni.h"
+#include "Worker/homes/FolderForm.h"
 #include "Worker/sandbox/GrantedFiles.h"
 
 namespace tidewell {
@@ -10,27 +11,33 @@ namespace {
 using platform::appendingPathComponent;
 using Folders = std::vector<std::string>;
 
-/// The folders in `folder`, and those that the list of profiles places deeper.
-void appendFolders(Folders& folders, const std::string& folder, const Folders& nested) {
-  Folders names = GrantedFiles::entriesOf(folder);
+/// The names of the profiles, relative to the data folder: those beside the list, and those that it places deeper.
+Folders profileNamesIn(const std::string& dataFolder, const HomeFolder& home) {
+  Folders names = GrantedFiles::entriesOf(dataFolder);
+  const auto list = home.eyes.contentsOf(appendingPathComponent(dataFolder, kProfilesIni));
+  const Folders nested = nestedProfiles(list.value_or(""));
   names.insert(names.end(), nested.begin(), nested.end());
-  for (const std::string& name : names) {
-    std::string entry = appendingPathComponent(folder, name);
-    if (GrantedFiles::isDirectory(entry)) folders.push_back(std::move(entry));
-  }
+  std::erase_if(names, [&](const std::string& name) {
+    const std::string folder = appendingPathComponent(dataFolder, name);
+    return !GrantedFiles::isDirectory(folder) || !isProfile(home, Family::kFirefox, folder);
+  });
+  return names;
 }
 
 }  // namespace
 
-StoreFolders firefoxStoreFolders(const Installation& installation, const HomeEyes& eyes) {
+StoreFolders firefoxStoreFolders(const Installation& installation, const HomeFolder& home) {
   if (installation.kind == Installation::Kind::kProfile) {
     return {"", {installation.dataFolder}, {installation.dataFolder}};
   }
   StoreFolders folders{installation.dataFolder, {}, {}};
-  const auto list = eyes.contentsOf(appendingPathComponent(installation.dataFolder, kProfilesIni));
-  const Folders nested = nestedProfiles(list.value_or(""));
-  appendFolders(folders.profiles, installation.dataFolder, nested);
-  for (const std::string& caches : installation.cacheFolders) appendFolders(folders.caches, caches, nested);
+  for (const std::string& name : profileNamesIn(installation.dataFolder, home)) {
+    folders.profiles.push_back(appendingPathComponent(installation.dataFolder, name));
+    for (const std::string& caches : installation.cacheFolders) {
+      std::string folder = appendingPathComponent(caches, name);
+      if (GrantedFiles::isDirectory(folder)) folders.caches.push_back(std::move(folder));
+    }
+  }
   // A session may have moved data and caches to one place.
   folders.caches.insert(folders.caches.end(), folders.profiles.begin(), folders.profiles.end());
   return folders;

@@ -6,8 +6,8 @@
 
 namespace tidewell {
 
-/// The folders beside the list of profiles, and the deeper ones that it names. One that is no profile has none of a
-/// profile's stores.
-StoreFolders firefoxStoreFolders(const Installation& installation, const HomeEyes& eyes);
+/// The profiles beside the list of profiles, and the deeper ones that it names. Folders of caches count where the
+/// profile of that name exists.
+StoreFolders firefoxStoreFolders(const Installation& installation, const HomeFolder& home);
 
 }  // namespace tidewell

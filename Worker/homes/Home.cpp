@@ -48,6 +48,18 @@ bool hasLibrary(const platform::UserDefaults& shared, const HomeFolder& home) {
                      [&](const char* name) { return home.eyes.mayBeThere(library + name); });
 }
 
+std::vector<std::string> personalFolders(const HomeFolder& home, const platform::System& system) {
+  std::vector<std::string> folders = system.userDirectories(home.path);
+  for (const char* name : {"/.config", "/.cache", "/.local/share", "/.local/state"}) {
+    folders.push_back(home.path + name);
+  }
+  for (const auto& moved : {home.configurationFolder, home.cachesFolder}) {
+    if (moved) folders.push_back(*moved);
+  }
+  for (std::string& folder : folders) folder = home.eyes.withoutLinks(folder);
+  return folders;
+}
+
 }  // namespace
 
 Home Home::current() {
@@ -55,10 +67,11 @@ Home Home::current() {
                 mayBeFolder,
                 mayBeThere,
                 [](const std::string& path) { return Platform::current().fileManager.mayBeEmptyFolder(path); },
+                [](const std::string& path) { return Platform::current().fileManager.isRegularFile(path); },
                 [](const std::string& path) { return GrantedFiles::bytesOf(path, kLargestProfilesIni); },
                 [](const std::string& path) {
-                  const platform::FileURL url(path, true);
-                  return Platform::current().fileManager.urlByResolvingSymlinks(url).path();
+                  const platform::FileManager& files = Platform::current().fileManager;
+                  return files.urlByResolvingSymlinks(files.standardizedURL(platform::FileURL(path, true))).path();
                 }};
   return of(*Platform::current().userDefaults.suite(kSharedSuite), Platform::current().system, std::move(eyes));
 }
@@ -77,6 +90,7 @@ Home Home::of(const platform::UserDefaults& shared, const platform::System& syst
   } else {
     home.folder.configurationFolder = system.configurationFolder();
     home.folder.cachesFolder = system.cachesFolder();
+    home.folder.personalFolders = personalFolders(home.folder, system);
     home.folder.startedWith = startedWithFrom(shared.arrayForKey(kStartedWithKey));
     home.layout = std::make_unique<LinuxLayout>(home.folder);
   }

@@ -21,12 +21,13 @@ struct HomeEyes {
   using Test = std::function<bool(const std::string& path)>;
 
   Test isFolder;
-  Test mayBeFolder;  // also true when the path can't be examined
-  Test mayBeThere;   // whatever is at the path; also true when it can't be examined
-  Test mayBeEmpty;   // of a folder; also true when it can't be listed
+  Test mayBeFolder;    // also true when the path can't be examined
+  Test mayBeThere;     // whatever is at the path; also true when it can't be examined
+  Test mayBeEmpty;     // of a folder; also true when it can't be listed
+  Test isRegularFile;  // a link to one is none
   /// The contents of a list of profiles, whose folder may need a grant; absent when the file can't be read.
   std::function<std::optional<std::string>(const std::string& path)> contentsOf;
-  /// Where a path leads when its links are resolved; may be empty.
+  /// Where a path leads when its links and dots are resolved, in as much of it as exists.
   std::function<std::string(const std::string& path)> withoutLinks;
 };
 
@@ -36,6 +37,10 @@ struct HomeFolder {
   // Where the session has moved the folders ".config" and ".cache"; absent when it has not.
   std::optional<std::string> configurationFolder;
   std::optional<std::string> cachesFolder;
+
+  /// The person's standard folders (Documents, Downloads, …), and those in which all programs keep their files, with
+  /// their links resolved.
+  std::vector<std::string> personalFolders;
 
   std::vector<StartedWith> startedWith;
   HomeEyes eyes;

@@ -3,10 +3,10 @@
 #include <algorithm>
 
 #include "Platform/Path.h"
-#include "Worker/browsers/Family.h"
 #include "Worker/formats/ProfilesIni.h"
 #include "Worker/homes/ChromiumProfiles.h"
 #include "Worker/homes/FirefoxProfiles.h"
+#include "Worker/homes/FolderForm.h"
 
 namespace tidewell {
 namespace {
@@ -38,21 +38,22 @@ std::vector<Installation> LinuxLayout::installationsOf(const Browser& browser) c
 void LinuxLayout::appendPlace(std::vector<Installation>& found, const Browser& browser, const Place& place) const {
   for (const std::string& dataFolder : existing(place.dataFolder)) {
     if (browser.needsProfilesList && !home_.eyes.mayBeThere(appendingPathComponent(dataFolder, kProfilesIni))) continue;
-    appendInstallation(found, {dataFolder, existing(place.cacheFolder)});
+    appendInstallation(found, browser.family, {dataFolder, existing(place.cacheFolder)});
     if (browser.family != Family::kFirefox) continue;
     const auto list = home_.eyes.contentsOf(appendingPathComponent(dataFolder, kProfilesIni));
     for (const std::string& profile : absoluteProfiles(list.value_or(""))) {
-      appendInstallation(found, {profile, {}, Installation::Kind::kProfile});
+      appendInstallation(found, browser.family, {profile, {}, Installation::Kind::kProfile});
     }
   }
 }
 
 void LinuxLayout::appendStartedWith(std::vector<Installation>& found, const Browser& browser) const {
-  const bool isProfile = factsOf(browser.family).namesSingleProfiles;
+  const Installation::Kind kind = kindOfStartedWith(browser.family);
   for (const StartedWith& started : home_.startedWith) {
     if (started.bundleIdentifier != browser.bundleIdentifier) continue;
-    appendInstallation(found, {started.folder, isProfile ? Folders() : cachesFor(started.folder),
-                               isProfile ? Installation::Kind::kProfile : Installation::Kind::kWhole});
+    appendInstallation(
+        found, browser.family,
+        {started.folder, kind == Installation::Kind::kProfile ? Folders() : cachesFor(started.folder), kind});
   }
 }
 
@@ -67,20 +68,19 @@ Folders LinuxLayout::cachesFor(const std::string& dataFolder) const {
   return {};
 }
 
-void LinuxLayout::appendInstallation(std::vector<Installation>& found, Installation installation) const {
+void LinuxLayout::appendInstallation(std::vector<Installation>& found, Family family, Installation installation) const {
   const std::string& dataFolder = installation.dataFolder;
   const bool isKnown = std::any_of(found.begin(), found.end(), [&](const Installation& other) {
     return isPathInside(dataFolder, other.dataFolder);
   });
-  if (isKnown || !home_.eyes.isFolder(dataFolder)) return;
+  if (isKnown || !isOfKind(installation.kind, home_, family, dataFolder)) return;
+  std::erase_if(installation.cacheFolders, [this](const std::string& folder) { return isPersonal(home_, folder); });
   found.push_back(std::move(installation));
 }
 
 /// Drops cache folders that overlap a data folder: removing them whole would remove profiles.
 void LinuxLayout::dropCachesAmongData(std::vector<Installation>& found) const {
-  const auto place = [this](const std::string& path) {
-    return home_.eyes.withoutLinks ? home_.eyes.withoutLinks(path) : path;
-  };
+  const auto& place = home_.eyes.withoutLinks;
   Folders dataFolders;
   for (const Installation& installation : found) dataFolders.push_back(place(installation.dataFolder));
   for (Installation& installation : found) {
@@ -114,9 +114,9 @@ Folders LinuxLayout::existing(std::string_view place) const {
 StoreFolders LinuxLayout::storeFoldersOf(const Browser& browser, const Installation& installation) const {
   switch (browser.family) {
     case Family::kFirefox:
-      return firefoxStoreFolders(installation, home_.eyes);
+      return firefoxStoreFolders(installation, home_);
     case Family::kChromium:
-      return chromiumStoreFolders(installation, browser.hasProfileInDataFolder);
+      return chromiumStoreFolders(installation, browser.hasProfileInDataFolder, home_);
     case Family::kSafari:
       break;
   }

@@ -25,7 +25,7 @@ class LinuxLayout : public Layout {
  private:
   std::vector<std::string> existing(std::string_view place) const;
   std::vector<std::string> cachesFor(const std::string& dataFolder) const;
-  void appendInstallation(std::vector<Installation>& found, Installation installation) const;
+  void appendInstallation(std::vector<Installation>& found, Family family, Installation installation) const;
   void appendPlace(std::vector<Installation>& found, const Browser& browser, const Place& place) const;
   void appendStartedWith(std::vector<Installation>& found, const Browser& browser) const;
   void dropCachesAmongData(std::vector<Installation>& found) const;

@@ -8,6 +8,7 @@
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"
 #include "Worker/browsers/Family.h"
+#include "Worker/homes/FolderForm.h"
 
 namespace tidewell {
 namespace {
@@ -94,12 +95,14 @@ void rememberFolders(const HomeFolder& home, const Layout& layout, const Browser
                      const std::vector<platform::Arguments>& processes) {
   if (!layout.followsArguments()) return;
   const std::vector<Installation> installations = layout.installationsOf(browser);
+  const auto kind = kindOfStartedWith(browser.family);
   std::vector<StartedWith> known = home.startedWith;
   const std::vector<StartedWith> before = known;
   for (const platform::Arguments& arguments : processes) {
     for (const std::string& folder : foldersNamedIn(arguments, browser, home.eyes.isFolder)) {
       const StartedWith started{std::string(browser.bundleIdentifier), folder};
-      if (!isAmong(installations, folder) && !isCovered(started, known) && !isTemporary(folder, home.path)) {
+      if (isOfKind(kind, home, browser.family, folder) && !isAmong(installations, folder) &&
+          !isCovered(started, known) && !isTemporary(folder, home.path)) {
         known.push_back(started);
       }
     }

@@ -11,11 +11,12 @@
 #include <array>
 #include <climits>
 #include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <optional>
+#include <sstream>
 
 #include "Platform/Linux/host/FileDescriptor.h"
+#include "Platform/Linux/host/RegularFile.h"
 #include "Platform/Linux/host/UserFolders.h"
 #include "Platform/Path.h"
 
@@ -26,6 +27,7 @@ constexpr std::string_view kMachineProgram =
     "\x7f"
     "ELF";
 constexpr std::string_view kScript = "#!";
+constexpr std::size_t kLargestEntry = 1 << 20;  // bytes, of a desktop entry; a real one has a few thousand
 
 std::vector<std::string> split(std::string_view text, char separator) {
   std::vector<std::string> parts;
@@ -59,7 +61,7 @@ std::string lastComponent(const std::string& path) {
 /// The program that a desktop entry starts: the first word of "Exec" in its main group (Desktop Entry Specification,
 /// version 1.5), or the one behind "env NAME=VALUE".
 std::optional<std::string> programOfDesktopEntry(const std::string& file) {
-  std::ifstream stream(file);
+  std::istringstream stream(contentsOfRegularFile(file, kLargestEntry).value().value_or(""));
   std::string line;
   bool isMainGroup = false;
   while (std::getline(stream, line)) {

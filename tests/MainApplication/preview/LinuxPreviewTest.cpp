@@ -156,6 +156,7 @@ TEST_F(EmptyLinuxHome, hasAnEmptyPreview) {
 }
 
 TEST_F(EmptyLinuxHome, isPreviewedWithAFolderThatABrowserWasStartedWith) {
+  platform.home.file("work/Local State", "{}");
   platform.home.file("work/Default/Preferences", "{}");
   platform.home.file("work/Default/Cookies", "mark");
   const auto worker = makeWorker();

@@ -76,6 +76,7 @@ class DamagedStores : public LinuxHomeTest {
  protected:
   DamagedStores() {
     const SampleWriter writer(platform.home, SampleWriter::Stage::kBefore);
+    platform.home.file(".config/chromium/Local State", "{}");
     testing_support::writeChromeProfile(writer, kProfile, ".cache/chromium/Default/", true);
     testing_support::writeFirefoxProfile(writer, kFirefoxProfile, ".cache/mozilla/firefox/ann/");
     for (const char* folder : {".config/chromium", ".cache/chromium", ".mozilla/firefox", ".cache/mozilla/firefox"}) {

@@ -53,10 +53,10 @@ class EveryInstallation : public LinuxHomeTest, public ::testing::WithParamInter
   static const std::string& data() { return GetParam().data; }
   static const std::string& caches() { return GetParam().caches; }
 
-  /// Makes an empty data folder.
+  /// Makes a data folder without a profile.
   void makeDataFolder() {
-    platform.home.folder(data());
-    if (browser().needsProfilesList) platform.home.file(data() + "/profiles.ini");
+    const bool isFirefox = browser().family == tidewell::Family::kFirefox;
+    platform.home.file(data() + (isFirefox ? "/profiles.ini" : "/Local State"), "");
   }
   Texts needed() const {
     Texts folders = Home::current().layout->foldersNeededBy(browser());

@@ -30,6 +30,7 @@ class Fences : public LinuxHomeTest {
         platform::Platform{p.mainBundle, p.dispatch, files, files, p.log, p.openPanel, p.securityScopedResources,
                            p.system, p.userDefaults, p.userNotificationCenter, p.userScripts, p.workspace});
     platform::Platform::install(withFiles.get());
+    platform.home.file(".config/chromium/Local State", "{}");
     platform.home.file(".config/chromium/Default/Preferences", R"({"https://visited.example":1})");
     platform.home.file(".config/chromium/Default/Cookies");
     platform.home.file(".config/chromium/Default/Trust Tokens");

@@ -1,5 +1,7 @@
 // Where Firefox's profiles are found on a home without a Library.
 
+#include <sys/stat.h>
+
 #include "Worker/homes/Home.h"
 #include "tests/support/LinuxHomeTest.h"
 
@@ -34,16 +36,17 @@ class ProfilesOfFirefox : public LinuxHomeTest {
 };
 
 TEST_F(ProfilesOfFirefox, areTheFoldersBesideTheListAndThoseThatItPlacesElsewhere) {
-  platform.home.folder(".mozilla/firefox/ann.default");
-  platform.home.folder(".mozilla/firefox/Deeper/ann.work");
-  platform.grant(platform.home.folder("Disk/ann.apart"));
+  platform.home.file(".mozilla/firefox/ann.default/prefs.js");
+  platform.home.file(".mozilla/firefox/Deeper/ann.work/times.json");  // new, and never used so far
+  platform.home.file("Disk/ann.apart/prefs.js");
+  platform.grant(home("Disk/ann.apart"));
   platform.home.file(".mozilla/firefox/installs.ini");
   platform.home.file(".mozilla/firefox/profiles.ini",
                      list("ann.default", "1") + list(home("Disk/ann.apart")) + list("Deeper/ann.work", "1") +
                          list("Deeper/missing", "1") + list(home("Disk/missing")) + list(home("Disk/ann.apart")) +
                          list(home(".mozilla/firefox/ann.default")) + list(home(".mozilla/firefox/installs.ini")));
-  EXPECT_THAT(found(), UnorderedElementsAre(".mozilla/firefox/ann.default", ".mozilla/firefox/Deeper",
-                                            ".mozilla/firefox/Deeper/ann.work", "Disk/ann.apart"));
+  EXPECT_THAT(found(), UnorderedElementsAre(".mozilla/firefox/ann.default", ".mozilla/firefox/Deeper/ann.work",
+                                            "Disk/ann.apart"));
   EXPECT_THAT(panels(), IsEmpty());
 }
 
@@ -70,6 +73,7 @@ TEST_F(ProfilesOfFirefox, canHaveTheirCachesInThemWhereASessionHasMovedBothToOne
 }
 
 TEST_F(ProfilesOfFirefox, areNoLinks) {
+  platform.home.file("Disk/ann/prefs.js");
   platform.home.file("Disk/ann/cookies.sqlite");
   platform.home.file("Disk/ann/storage/default/https+++a.test/x");
   platform.home.link(".mozilla/firefox/linked", home("Disk/ann"));
@@ -80,9 +84,32 @@ TEST_F(ProfilesOfFirefox, areNoLinks) {
   EXPECT_THAT(panels(), IsEmpty());
 }
 
+TEST_F(ProfilesOfFirefox, areNoFoldersWithoutTheFilesOfOne) {
+  platform.home.file(".mozilla/firefox/profiles.ini",
+                     list("Deeper/ann", "1") + list(home("Disk/ann")) + list(home("Disk/pipe")));
+  platform.grant(platform.home.folder("Disk"));
+  platform.home.file(".mozilla/firefox/ann/Cookies/prefs.js");
+  platform.home.link(".mozilla/firefox/Deeper/ann/prefs.js", platform.home.file("Disk/ann/Preferences"));
+  platform.home.folder("Disk/ann/times.json");
+  ASSERT_EQ(::mkfifo((platform.home.folder("Disk/pipe") + "/prefs.js").c_str(), 0600), 0);
+  EXPECT_THAT(found(), IsEmpty());
+}
+
+TEST_F(ProfilesOfFirefox, haveNoCachesWithoutTheirData) {
+  platform.home.file(".cache/mozilla/firefox/gone/cache2/entries/1");
+  platform.home.file(".cache/mozilla/firefox/ann/cache2/entries/1");
+  platform.home.file(".mozilla/firefox/ann/times.json");
+  platform.grant(home(".cache/mozilla/firefox"));
+  quit("Firefox");
+  EXPECT_TRUE(platform.home.exists(".cache/mozilla/firefox/gone/cache2/entries/1"));
+  EXPECT_FALSE(platform.home.exists(".cache/mozilla/firefox/ann/cache2"));
+}
+
 TEST_F(ProfilesOfFirefox, elsewhereThatWereNotGrantedAreLeft) {
   platform.home.file(".mozilla/firefox/profiles.ini", list(home("Disk/ann")));
+  platform.home.file("Disk/ann/prefs.js");
   platform.home.file("Disk/ann/cookies.sqlite");
+  platform.home.file(".mozilla/firefox/ann.default/prefs.js");
   platform.home.file(".mozilla/firefox/ann.default/cookies.sqlite");
   quit("Firefox");
   EXPECT_TRUE(platform.home.exists("Disk/ann/cookies.sqlite"));

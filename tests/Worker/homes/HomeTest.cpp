@@ -146,7 +146,7 @@ TEST_F(HomeTest, ofNobodyHoldsNothing) {
 
 TEST_F(HomeTest, withALibraryHasEveryBrowserInTheOnePlaceOfTheTable) {
   platform.home.folder("Library");
-  platform.home.folder(".config/chromium");
+  platform.home.file(".config/chromium/Local State");
   platform.system.movedConfiguration = home(".config");
   set("startedWith", platform::Value::Array{platform::Value::Array{"org.chromium.Chromium", home(".config/chromium")}});
   for (const tidewell::Browser& each : tidewell::browsers()) {
@@ -180,7 +180,7 @@ TEST_F(HomeTest, canHoldSeveralInstallations) {
 }
 
 TEST_F(HomeTest, needsPluginFoldersWhereThereAreAny) {
-  platform.home.folder(".config/opera");
+  platform.home.file(".config/opera/Local State");
   platform.home.folder(".adobe");
   EXPECT_THAT(needed("Opera"), ElementsAre(".config/opera", ".adobe"));
   platform.home.folder(".macromedia");
@@ -194,7 +194,7 @@ TEST_F(HomeTest, withoutALibraryHasNoSafari) {
 }
 
 TEST_F(HomeTest, canHaveLinksInPlaceOfFolders) {
-  platform.home.folder("Disk/data");
+  platform.home.file("Disk/data/Local State");
   platform.home.folder("Disk/caches");
   platform.home.link(".config/chromium", "../Disk/data");
   platform.home.link(".cache", "Disk");
@@ -210,12 +210,12 @@ TEST_F(HomeTest, hasItsFoldersAlsoWhereTheSessionHasMovedThem) {
   const ScratchFolder moved;
   platform.system.movedConfiguration = moved.path("settings");
   platform.system.movedCaches = moved.path("caches");
-  moved.folder("settings/chromium");
+  moved.file("settings/chromium/Local State");
   moved.folder("caches/chromium");
   const Installation there{moved.path("settings/chromium"), {moved.path("caches/chromium")}, Kind::kWhole};
   EXPECT_THAT(installations("Chromium"), ElementsAre(there));
   // Browsers that were started without these variables use the usual folders.
-  platform.home.folder(".config/chromium");
+  platform.home.file(".config/chromium/Local State");
   platform.home.folder(".cache/chromium");
   EXPECT_THAT(
       installations("Chromium"),
@@ -235,27 +235,27 @@ TEST_F(HomeTest, hasItsFoldersAlsoWhereTheSessionHasMovedThem) {
 TEST_F(HomeTest, hasItsFoldersOnceWhenTheyWereMovedToWhereTheyUsuallyAre) {
   platform.system.movedConfiguration = home(".config");
   platform.system.movedCaches = home(".cache");
-  platform.home.folder(".config/google-chrome");
+  platform.home.file(".config/google-chrome/Local State");
   platform.home.folder(".cache/google-chrome");
   EXPECT_THAT(installations("Google Chrome"), ElementsAre(whole(".config/google-chrome", {".cache/google-chrome"})));
 }
 
 TEST_F(HomeTest, hasNoCachesThatAreItsDataOrInThem) {
-  platform.home.folder("all/chromium");
+  platform.home.file("all/chromium/Local State");
   platform.system.movedConfiguration = platform.system.movedCaches = home("all");
   EXPECT_THAT(installations("Chromium"), ElementsAre(whole("all/chromium")));
   platform.home.folder("all/chromium/caches/chromium");
   platform.system.movedCaches = home("all/chromium/caches");
   EXPECT_THAT(installations("Chromium"), ElementsAre(whole("all/chromium")));
-  platform.home.folder("caches/chromium/settings/chromium");  // and the other way round
+  platform.home.file("caches/chromium/settings/chromium/Local State");  // and the other way round
   platform.system.movedConfiguration = home("caches/chromium/settings");
   platform.system.movedCaches = home("caches");
   EXPECT_THAT(installations("Chromium"), ElementsAre(whole("caches/chromium/settings/chromium")));
 }
 
 TEST_F(HomeTest, hasNoCachesThatAreTheDataOfAnotherInstallation) {
-  platform.home.folder("all/chromium");
-  platform.home.folder(".config/chromium");
+  platform.home.file("all/chromium/Local State");
+  platform.home.file(".config/chromium/Local State");
   platform.home.folder(".cache/chromium");
   platform.system.movedConfiguration = platform.system.movedCaches = home("all");
   EXPECT_THAT(installations("Chromium"),
@@ -263,7 +263,7 @@ TEST_F(HomeTest, hasNoCachesThatAreTheDataOfAnotherInstallation) {
 }
 
 TEST_F(HomeTest, hasNoCachesThatLinksMakeItsData) {
-  platform.home.folder(".config/chromium");
+  platform.home.file(".config/chromium/Local State");
   platform.home.link(".cache", ".config");
   EXPECT_THAT(installations("Chromium"), ElementsAre(whole(".config/chromium")));
 }

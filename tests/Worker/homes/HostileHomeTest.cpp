@@ -21,6 +21,7 @@ constexpr char kFirefox[] = ".mozilla/firefox/";
 class HostileHome : public LinuxHomeTest {
  protected:
   HostileHome() {
+    list({});
     for (const char* folder : {kData, kFirefox, ".cache/chromium", ".cache/mozilla/firefox"}) {
       platform.grant(platform.home.folder(folder));
     }

@@ -30,7 +30,8 @@ class LinuxAccess : public LinuxHomeTest {
   std::string makeProfileElsewhere() {
     platform.home.file(".mozilla/firefox/profiles.ini",
                        "[Profile0]\nIsRelative=0\nPath=" + home("Disk/ann.apart") + "\n");
-    return platform.home.folder("Disk/ann.apart");
+    platform.home.file("Disk/ann.apart/times.json");
+    return home("Disk/ann.apart");
   }
 
   std::shared_ptr<tidewell::WorkerAppDelegate> worker = makeWorker();
@@ -75,7 +76,7 @@ TEST_F(LinuxAccess, asksForNothingThatIsGranted) {
 }
 
 TEST_F(LinuxAccess, asksForWhatWasRefusedOnlyInTheNextRequest) {
-  platform.home.folder(".config/chromium");
+  platform.home.file(".config/chromium/Local State");
   platform.home.folder(".cache/chromium");
   platform.home.folder(".adobe");
   const Texts all = {".config/chromium", ".cache/chromium", ".adobe"};
@@ -120,7 +121,7 @@ TEST_F(LinuxAccess, asksForNoProfileElsewhereWhenTheListMayNotBeRead) {
 }
 
 TEST_F(LinuxAccess, asksForNoProfileElsewhereThatIsNotThere) {
-  std::filesystem::remove(makeProfileElsewhere());
+  std::filesystem::remove_all(makeProfileElsewhere());
   platform.openPanel.agreesToAll = true;
   EXPECT_THAT(asked("Firefox"), ElementsAre(".mozilla/firefox"));
 }
@@ -134,7 +135,7 @@ TEST_F(LinuxAccess, asksForWhatTheRunOfAProfileElsewhereNeeds) {
   platform.journal.clear();
   quit("Firefox");
   EXPECT_THAT(panels(), IsEmpty());
-  EXPECT_THAT(platform.home.tree("Disk/ann.apart"), ElementsAre("storage/", "storage/default/"));
+  EXPECT_THAT(platform.home.tree("Disk/ann.apart"), ElementsAre("storage/", "storage/default/", "times.json: content"));
 }
 
 TEST_F(LinuxAccess, leadsTheRunThroughWhatWasGrantedAlone) {
@@ -150,6 +151,7 @@ TEST_F(LinuxAccess, leadsTheRunThroughWhatWasGrantedAlone) {
 }
 
 TEST_F(LinuxAccess, isMadeUpForByEachRunOnce) {
+  platform.home.file(".config/chromium/Local State", "{}");
   platform.home.file(".config/chromium/Default/Preferences", "{}");
   platform.home.file(".config/chromium/Default/Cookies");
   platform.home.folder(".cache/chromium/Default/Cache");
@@ -175,6 +177,7 @@ TEST_F(LinuxAccess, isMadeUpForByEachRunOnce) {
 }
 
 TEST_F(LinuxAccess, isNotUsedForABrowserThatRunsAgain) {
+  platform.home.file(".config/chromium/Local State", "{}");
   platform.home.file(".config/chromium/Default/Preferences", "{}");
   platform.grant(home(".config/chromium"));
   enable({"org.chromium.Chromium"});
@@ -190,6 +193,7 @@ TEST_F(LinuxAccess, isNotUsedForABrowserThatRunsAgain) {
 }
 
 TEST_F(LinuxAccess, isUsedByTheFirstRunWhateverRunsAgainByThen) {
+  platform.home.file(".config/chromium/Local State", "{}");
   platform.home.file(".config/chromium/Default/Preferences", "{}");
   platform.home.file(".config/chromium/Default/Cookies");
   platform.grant(home(".config/chromium"));

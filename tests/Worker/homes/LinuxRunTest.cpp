@@ -172,6 +172,7 @@ TEST_F(LinuxRun, ofAllBrowsersLeavesNoTraceOfASite) {
 }
 
 TEST_F(LinuxRun, leavesWhatCannotBeOverwrittenAndTakesTheRest) {
+  platform.home.file(".config/chromium/Local State", "{}");
   platform.home.file(".config/chromium/Default/Preferences", "{}");
   platform.home.file(".config/chromium/Default/Session Storage/000003.log", "mark");
   platform.home.file(".config/chromium/Default/Code Cache/js/index", "mark");
@@ -195,6 +196,7 @@ TEST_F(LinuxRun, leavesWhatCannotBeOverwrittenAndTakesTheRest) {
 
 TEST_F(LinuxRun, leavesWhatCannotBeOverwrittenOfDatabasesWithKeptEntriesToTheNext) {
   const std::string storage = ".config/chromium/Default/Local Storage/";
+  platform.home.file(".config/chromium/Local State", "{}");
   platform.home.file(".config/chromium/Default/Preferences", "{}");
   const testing_support::LevelEntries kept = {{"VERSION", "1"}};
   testing_support::putInLevelDatabase(home(storage + "leveldb"), kept);
@@ -212,6 +214,7 @@ TEST_F(LinuxRun, leavesWhatCannotBeOverwrittenOfDatabasesWithKeptEntriesToTheNex
 }
 
 TEST_F(LinuxRun, overwritesNothingThatALinkLeadsTo) {
+  platform.home.file(".config/chromium/Local State", "{}");
   platform.home.file(".config/chromium/Default/Preferences", "{\"https://visited.example\":1}");
   for (const char* store : {"Network/Cookies", "Session Storage", "Code Cache", "Preferences.tidewell"}) {
     platform.home.file(".config/chromium/Default/Bookmarks", "mine");
@@ -226,6 +229,7 @@ TEST_F(LinuxRun, overwritesNothingThatALinkLeadsTo) {
 
 TEST_F(LinuxRun, overwritesTheFilesInAFolderBeforeTheyGo) {
   const testing_support::HeldFile held(platform.home.file(".config/chromium/Default/Code Cache/js/index", "mark"));
+  platform.home.file(".config/chromium/Local State", "{}");
   platform.home.file(".config/chromium/Default/Preferences", "{}");
   platform.shared().insert_or_assign(tidewell::kSecureDeleteDataKey, true);
   platform.grant(home(".config/chromium"));

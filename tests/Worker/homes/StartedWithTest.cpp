@@ -19,6 +19,16 @@ class StartedWithTest : public LinuxHomeTest {
     arguments.insert(arguments.begin(), "/usr/bin/browser");
     return tidewell::foldersNamedIn(arguments, browser(browserName), tidewell::Home::current().folder.eyes.isFolder);
   }
+  /// Both return the whole path of the folder.
+  std::string makeDataFolder(const std::string& folder) const {
+    platform.home.file(folder + "/Local State");
+    return home(folder);
+  }
+  std::string makeProfile(const std::string& folder) const {
+    platform.home.file(folder + "/prefs.js");
+    return home(folder);
+  }
+
   /// The remembered folders, relative to the home folder.
   Texts remembered() const {
     Texts folders;
@@ -121,6 +131,7 @@ TEST_F(StartedWithTest, passesOverWhatASettingMayHoldInstead) {
 // Remembering the folders of a quit.
 
 TEST_F(StartedWithTest, isRememberedAndCleanedByBothRuns) {
+  platform.home.file("work/Local State", "{}");
   platform.home.file("work/Default/Preferences", "{}");
   platform.home.file("work/Default/Cookies");
   platform.home.file("work/Default/Cache/data_0");
@@ -155,6 +166,7 @@ TEST_F(StartedWithTest, asAProfileOfFirefoxIsCleanedWithTheCachesInIt) {
 }
 
 TEST_F(StartedWithTest, amongTheProgramsSettingsHasItsCachesAmongTheirCaches) {
+  platform.home.file(".config/work/Local State", "{}");
   platform.home.file(".config/work/Default/Preferences", "{}");
   platform.home.file(".cache/work/Default/Cache/data_0");
   platform.home.file(".cache/other/Default/Cache/data_0");
@@ -167,8 +179,8 @@ TEST_F(StartedWithTest, amongTheProgramsSettingsHasItsCachesAmongTheirCaches) {
 }
 
 TEST_F(StartedWithTest, isAskedForByLaterRequests) {
-  platform.home.folder("work");
-  platform.home.folder("other");
+  makeDataFolder("work");
+  makeProfile("other");
   quit("Chromium", {{"chromium", "--user-data-dir=" + home("work")}});
   quit("Firefox", {{"firefox", "--profile", home("other")}});
   platform.journal.clear();
@@ -180,13 +192,14 @@ TEST_F(StartedWithTest, isAskedForByLaterRequests) {
 }
 
 TEST_F(StartedWithTest, isNotRememberedOfABrowserThatIsNotEnabled) {
-  platform.home.folder("work");
+  makeDataFolder("work");
   platform.workspace.quit("Chromium", "org.chromium.Chromium", {{"chromium", "--user-data-dir=" + home("work")}});
   EXPECT_THAT(remembered(), IsEmpty());
 }
 
 TEST_F(StartedWithTest, isRememberedOnce) {
-  platform.home.folder("work/Default");
+  makeDataFolder("work");
+  makeDataFolder("work/Default");
   const Texts arguments = {"chromium", "--user-data-dir=" + home("work")};
   quit("Chromium", {arguments, {"chromium", "--flag", "--user-data-dir=" + home("work")}, arguments});
   quit("Chromium", {arguments});
@@ -196,8 +209,9 @@ TEST_F(StartedWithTest, isRememberedOnce) {
 }
 
 TEST_F(StartedWithTest, isNotRememberedOfAUsualPlaceOrOneInIt) {
-  platform.home.folder(".config/chromium/Default");
-  platform.home.folder(".mozilla/firefox/ann.default");
+  makeDataFolder(".config/chromium");
+  makeDataFolder(".config/chromium/Default");
+  makeProfile(".mozilla/firefox/ann.default");
   quit("Chromium", {{"chromium", "--user-data-dir=" + home(".config/chromium")}});
   quit("Chromium", {{"chromium", "--user-data-dir=" + home(".config/chromium/Default")}});
   quit("Firefox", {{"firefox", "-profile", home(".mozilla/firefox/ann.default")}});
@@ -207,18 +221,19 @@ TEST_F(StartedWithTest, isNotRememberedOfAUsualPlaceOrOneInIt) {
 
 TEST_F(StartedWithTest, isNotRememberedOfATemporaryFolderOutsideTheHome) {
   const ScratchFolder temporary;
+  temporary.file("Local State");
   quit("Chromium", {{"chromium", "--user-data-dir=" + temporary.path()},
                     {"chromium", "--user-data-dir=/tmp"},
                     {"chromium", "--user-data-dir=/dev/shm"}});
   EXPECT_THAT(remembered(), IsEmpty());
-  platform.home.folder("tmp/work");  // not /tmp, though the home itself is in /tmp
-  quit("Chromium", {{"chromium", "--user-data-dir=" + home("tmp/work")}, {"chromium", "--user-data-dir=/usr/share"}});
-  EXPECT_THAT(remembered(), ElementsAre("org.chromium.Chromium tmp/work", "org.chromium.Chromium /usr/share"));
+  makeDataFolder("tmp/work");  // not /tmp, though the home itself is in /tmp
+  quit("Chromium", {{"chromium", "--user-data-dir=" + home("tmp/work")}});
+  EXPECT_THAT(remembered(), ElementsAre("org.chromium.Chromium tmp/work"));
 }
 
 TEST_F(StartedWithTest, givesWayToNewOnesWhenThereAreTooMany) {
   for (int number = 0; number < 20; ++number) {
-    quit("Chromium", {{"chromium", "--user-data-dir=" + platform.home.folder("work" + std::to_string(number))}});
+    quit("Chromium", {{"chromium", "--user-data-dir=" + makeDataFolder("work" + std::to_string(number))}});
   }
   const Texts folders = remembered();
   ASSERT_THAT(folders, SizeIs(16));
@@ -226,16 +241,27 @@ TEST_F(StartedWithTest, givesWayToNewOnesWhenThereAreTooMany) {
   EXPECT_EQ(folders.back(), "org.chromium.Chromium work19");
 }
 
+TEST_F(StartedWithTest, isNotRememberedOfAFolderThatTheBrowserHasPutNothingIn) {
+  platform.home.folder("work/Local State");
+  platform.home.link("linked/Local State", platform.home.file("elsewhere"));
+  platform.home.file("profile/Preferences");
+  for (const char* folder : {"work", "linked", "profile"}) {
+    quit("Chromium", {{"chromium", "--user-data-dir=" + home(folder)}});
+    quit("Firefox", {{"firefox", "-profile", home(folder)}});
+  }
+  EXPECT_THAT(remembered(), IsEmpty());
+}
+
 TEST_F(StartedWithTest, isNotRememberedOnAHomeWithALibrary) {
   platform.home.folder("Library");
-  platform.home.folder("work");
+  makeDataFolder("work");
   quit("Chromium", {{"chromium", "--user-data-dir=" + home("work")}});
   EXPECT_FALSE(platform.shared().contains(tidewell::kStartedWithKey));
 }
 
 TEST_F(StartedWithTest, isRememberedWithoutAPanel) {
   platform.home.file(".mozilla/firefox/profiles.ini", "[Profile0]\nPath=/srv/ann\nIsRelative=0\n");
-  platform.home.folder("work");
+  makeProfile("work");
   enable({"org.mozilla.firefox"});
   platform.workspace.quit("Firefox", "org.mozilla.firefox", {{"firefox", "-profile", home("work")}});
   EXPECT_THAT(panels(), IsEmpty());
@@ -243,7 +269,7 @@ TEST_F(StartedWithTest, isRememberedWithoutAPanel) {
 }
 
 TEST_F(StartedWithTest, thatHasGoneMeanwhileIsPassedOver) {
-  platform.home.folder("work");
+  makeDataFolder("work");
   quit("Chromium", {{"chromium", "--user-data-dir=" + home("work")}});
   std::filesystem::remove_all(home("work"));
   platform.journal.clear();

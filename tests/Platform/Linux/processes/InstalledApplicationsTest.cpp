@@ -1,5 +1,7 @@
 // Quits of applications, wherever their programs are and whenever they are installed.
 
+#include <sys/stat.h>
+
 #include <filesystem>
 
 #include "tests/support/WorkspaceTest.h"
@@ -76,6 +78,8 @@ TEST_F(QuittingApplications, areFoundByTheirDesktopEntry) {
       "applications/opera.desktop",
       "[Desktop Action new]\nExec=/nowhere/opera\n[Desktop Entry]\nExec=env A=b " + folder.path("x/opera") + " %U\n");
   installStandIn(folder.path("x/opera"));
+  // One that nobody writes to must hold nothing up.
+  ASSERT_EQ(::mkfifo(folder.path("applications/pipe.desktop").c_str(), 0600), 0);
   start();
   TestProcess process({folder.path("x/opera"), "wait"});
   settle();
