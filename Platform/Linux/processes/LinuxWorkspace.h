@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "Platform/Linux/processes/ExecutableFinder.h"
+#include "Platform/Linux/processes/LookSchedule.h"
 #include "Platform/Linux/processes/PathWatch.h"
 #include "Platform/Linux/processes/ProcessConnector.h"
 #include "Platform/Linux/processes/ProcessTable.h"
@@ -60,7 +61,8 @@ class LinuxWorkspace : public Workspace {
   void sortIn(const ProcessInfo& process, const std::map<pid_t, ProcessInfo>& mains, Found& found) const;
   Found lookAtProcesses() const;
   void scan();
-  void scanIn(std::chrono::milliseconds delay);
+  void scanAt(const std::vector<LookSchedule::Time>& times, LookSchedule::Time now);
+  void scanAfterOpening();
   void scanSeveralTimes();
   void started(pid_t pid);
   bool lookForPrograms();
@@ -78,7 +80,7 @@ class LinuxWorkspace : public Workspace {
   PathWatch::Interests interests_;                // what is watched
   std::map<std::string, std::size_t> programs_;   // files that were found, and whose application each is
   std::set<std::string, std::less<>> baseNames_;  // the file names that any application's program can have
-  std::set<std::int64_t> scheduledScans_;         // coalesced in slots of a few milliseconds
+  LookSchedule looks_;
   std::unique_ptr<PathWatch> watch_;
   bool watchesAll_ = true;  // false when the system's limits left something out
   std::unique_ptr<ProcessConnector> connector_;
