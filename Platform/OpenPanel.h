@@ -1,6 +1,7 @@
 // The panel in which the person picks a folder, and so grants it.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,6 +36,9 @@ struct OpenPanelSettings {
   /// enables them.
   FileURL target{"/"};
   OpenPanelDelegate* delegate = nullptr;
+
+  /// Folders that are never granted: they are not offered, and choosing one counts as cancelling. May be empty.
+  std::function<bool(const FileURL& url)> isTooWide;
 };
 
 enum class ModalResponse : unsigned { cancel = 0, ok = 1 };

@@ -17,6 +17,8 @@ using platform::Platform;
 
 constexpr char kSourceFile[] = "Worker/sandbox/AppSandboxFileAccess";
 
+constexpr char kTooWide[] = "A grant of %@ is too wide, and is not used";
+
 std::string localized(const char* key) {
   return Platform::current().mainBundle.localizedString(key, "");
 }
@@ -93,6 +95,7 @@ std::optional<FileURL> AppSandboxFileAccess::askPermissionForURL(const std::opti
   panel.directoryURL = nearestExistingFolder(*url);
   panel.target = *url;
   panel.delegate = &delegate;
+  panel.isTooWide = isTooWide_;
 
   std::optional<FileURL> chosen;
   const auto ask = [&] {
@@ -174,6 +177,12 @@ bool AppSandboxFileAccess::requestAccessPermissionsForFileURL_persistPermission_
       kept = stored;
       allowed = bookmark.url;
     }
+  }
+
+  if (allowed && isTooWide_ && isTooWide_(*allowed)) {
+    Platform::current().log.log(platform::formatted(kTooWide, {allowed->path()}));
+    allowed.reset();
+    kept.reset();
   }
 
   if (!allowed) {

@@ -33,6 +33,11 @@ class AppSandboxFileAccess {
   std::string prompt() const;
   void setPrompt(std::string prompt) { prompt_ = std::move(prompt); }
 
+  /// Sets what is never granted, whether stored or chosen in the panel: a stored grant of it is passed over with a line
+  /// in the log, and choosing it counts as cancelling. By default nothing.
+  using Test = std::function<bool(const platform::FileURL& url)>;
+  void setIsTooWide(Test isTooWide) { isTooWide_ = std::move(isTooWide); }
+
   // Below, a missing required argument raises platform::AssertionFailure.
 
   /// Runs `block` under a grant that covers the path: a stored one, or one that the person gives now in a panel, which
@@ -64,6 +69,7 @@ class AppSandboxFileAccess {
   std::optional<std::string> title_;
   std::optional<std::string> message_;
   std::optional<std::string> prompt_;
+  Test isTooWide_;
 };
 
 }  // namespace tidewell

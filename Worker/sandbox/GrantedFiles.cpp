@@ -52,7 +52,9 @@ bool GrantedFiles::isGranted(const std::string& path) {
   const platform::FileURL url = fileManager.fileURLWithPath(fullPathOf(path));
   const auto stored = AppSandboxFileAccessPersist::bookmarkDataForURL(
       fileManager.urlByResolvingSymlinks(fileManager.standardizedURL(url)));
-  return stored && Platform::current().securityScopedResources.resolveBookmarkData(*stored).url.has_value();
+  if (!stored) return false;
+  const auto granted = Platform::current().securityScopedResources.resolveBookmarkData(*stored).url;
+  return granted && !isTooWide(*granted);
 }
 
 bool GrantedFiles::isDirectory(const std::string& path) {

@@ -35,7 +35,7 @@ class GrantedFiles {
   /// is one now; a refusal is logged in one line.
   static bool obtain(const std::string& folder);
 
-  /// Whether there is a grant for the folder, or for one above it.
+  /// Whether there is a grant for the folder, or for one above it. One that is too wide (Operation.h) is none.
   static bool isGranted(const std::string& path);
 
   // Reading.

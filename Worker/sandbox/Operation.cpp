@@ -28,6 +28,24 @@ std::string fullPathOf(const std::string& path) {
   return platform::formatted("%@%@", {userFolder, std::string_view(path).substr(1)});
 }
 
+bool isTooWide(const platform::FileURL& folder) {
+  const std::string home = fullPathOf("~");
+  const auto resolved = [](const std::string& path) {
+    const platform::FileManager& fileManager = Platform::current().fileManager;
+    return fileManager.urlByResolvingSymlinks(fileManager.standardizedURL(platform::FileURL(path, true))).path();
+  };
+  const std::string granted = resolved(folder.path());
+  if (granted == "/") return true;
+  if (platform::isPathInside(granted, home)) return false;  // nearly all of them
+  const std::string realHome = resolved(home);
+  if (granted != realHome && platform::isPathInside(realHome, granted)) return true;
+  for (std::string above = home; above.size() > 1;) {
+    above = platform::deletingLastPathComponent(above);
+    if (resolved(above) == granted) return true;
+  }
+  return false;
+}
+
 Operation::Operation(const std::string& path, const std::optional<std::string>& grantFolder)
     : fileAccess_(AppSandboxFileAccess::fileAccess()), fullPath_(fullPathOf(path)), grantFolder_(grantFolder) {
   fileAccess_->persistPermissionPath(fullPath_);
@@ -36,6 +54,7 @@ Operation::Operation(const std::string& path, const std::optional<std::string>& 
 Operation Operation::unrecorded(const std::string& path) {
   Operation operation;
   operation.fileAccess_ = AppSandboxFileAccess::fileAccess();
+  operation.fileAccess_->setIsTooWide(isTooWide);
   operation.fullPath_ = fullPathOf(path);
   return operation;
 }

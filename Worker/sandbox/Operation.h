@@ -17,6 +17,10 @@ namespace tidewell {
 /// The path with a leading "~" replaced by the setting "userFolder", the only source for the home folder.
 std::string fullPathOf(const std::string& path);
 
+/// Whether a grant of that folder would be too wide outside of the operations of WorkerAppDelegate: that of "/", and of
+/// any folder that the home folder lies in, by its name or where its links lead.
+bool isTooWide(const platform::FileURL& folder);
+
 /// One operation on one path.
 class Operation {
  public:

@@ -66,6 +66,7 @@ platform::OpenPanelAnswer FakeOpenPanel::runModal(const platform::OpenPanelSetti
     if (whileShown) whileShown();
     const platform::OpenPanelAnswer answer = nextAnswer(panel);
     if (answer.response != platform::ModalResponse::ok) return answer;
+    if (panel.isTooWide && panel.isTooWide(*answer.url)) return {};
     if (panel.delegate != nullptr && !panel.delegate->panel_shouldEnableURL(panel, answer.url)) continue;
     grant_(*answer.url);
     return answer;

@@ -1,18 +1,24 @@
 #include "Platform/Linux/bus/AnnouncedQuits.h"
 
+#include <cstring>
 #include <utility>
 
 namespace platform::linux_ {
 
-AnnouncedQuits::AnnouncedQuits(SessionBus& bus, Handler handler) : loop_(bus.loop()), handler_(std::move(handler)) {
+AnnouncedQuits::AnnouncedQuits(SessionBus& bus, Handler handler) : bus_(bus), handler_(std::move(handler)) {
   const auto announced = [](sd_bus_message* signal, void* data, sd_bus_error*) {
     auto* self = static_cast<AnnouncedQuits*>(data);
     const char* name = nullptr;
     const char* identifier = nullptr;
-    if (sd_bus_message_has_signature(signal, "ss") > 0 && sd_bus_message_read(signal, "ss", &name, &identifier) >= 0) {
-      self->loop_.async(
-          [self, name = std::string(name), identifier = std::string(identifier)] { self->handler_(name, identifier); });
+    if (sd_bus_message_has_signature(signal, "ss") <= 0 || sd_bus_message_read(signal, "ss", &name, &identifier) < 0) {
+      return 0;
     }
+    if (std::strlen(name) > kLongestName || std::strlen(identifier) > kLongestName) {
+      self->bus_.logRefusal("An announced quit with a name that is too long");
+      return 0;
+    }
+    self->bus_.loop().async(
+        [self, name = std::string(name), identifier = std::string(identifier)] { self->handler_(name, identifier); });
     return 0;
   };
   sd_bus_slot* slot = nullptr;

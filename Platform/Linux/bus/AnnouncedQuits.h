@@ -13,11 +13,11 @@ class AnnouncedQuits {
   using Handler = std::function<void(const std::string& applicationName, const std::string& bundleIdentifier)>;
 
   /// The handler is called on the main thread for each announcement, whoever it is from. A signal with other arguments
-  /// than two strings is ignored. The bus must outlive the object.
+  /// than two strings, or with one longer than kLongestName, is ignored. The bus must outlive the object.
   AnnouncedQuits(SessionBus& bus, Handler handler);
 
  private:
-  RunLoop& loop_;
+  SessionBus& bus_;
   const Handler handler_;
   BusSlot slot_;
 };

@@ -1,6 +1,7 @@
 #include "Platform/Linux/bus/BusListener.h"
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <utility>
 
@@ -13,9 +14,14 @@ using Message = std::shared_ptr<sd_bus_message>;
 /// main thread, as sd-bus requires; at the latest when the loop discards its tasks.
 class PendingCall {
  public:
-  PendingCall(RunLoop& loop, sd_bus_message* message)
-      : loop_(loop), message_(sd_bus_message_ref(message), MessageUnref()) {}
+  using Count = std::shared_ptr<std::atomic<unsigned>>;
+
+  PendingCall(RunLoop& loop, sd_bus_message* message, Count count)
+      : loop_(loop), message_(sd_bus_message_ref(message), MessageUnref()), count_(std::move(count)) {
+    ++*count_;
+  }
   ~PendingCall() {
+    --*count_;
     if (!loop_.isMainThread()) loop_.async([message = std::move(message_)] {});
   }
   PendingCall(const PendingCall&) = delete;
@@ -29,6 +35,7 @@ class PendingCall {
  private:
   RunLoop& loop_;
   Message message_;
+  const Count count_;  // of all that are pending
 };
 
 class BusConnection : public RemoteConnection {
@@ -97,7 +104,13 @@ void BusListener::deliver(sd_bus_message* message) {
   }
   const char* argument = nullptr;
   if (sd_bus_message_read(message, "s", &argument) < 0) return;
-  const auto pending = std::make_shared<PendingCall>(bus_.loop(), message);
+  if (std::strlen(argument) > kLongestName) return bus_.logRefusal("A request with an argument that is too long");
+  if (*pending_ >= kMostPending) {
+    bus_.logRefusal("A request beyond those that wait already");
+    sd_bus_reply_method_errorf(message, SD_BUS_ERROR_LIMITS_EXCEEDED, "too many calls wait for their replies");
+    return;
+  }
+  const auto pending = std::make_shared<PendingCall>(bus_.loop(), message, pending_);
   connection.exported().call(argument, [pending](const std::string& text) {
     pending->loop().async([pending, text] { pending->answer(text); });
   });

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <array>
+#include <atomic>
+#include <memory>
 #include <string>
 
 #include "Platform/Linux/bus/SessionBus.h"
@@ -23,8 +25,12 @@ struct BusServiceNames {
                                        std::string argumentNames);
 };
 
+/// A call whose argument is longer than kLongestName is dropped. While kMostPending calls wait for their replies,
+/// further ones are answered with an error.
 class BusListener : public RemoteListener {
  public:
+  static constexpr unsigned kMostPending = 2048;
+
   /// The bus must outlive the object, and every reply that is kept.
   BusListener(SessionBus& bus, BusServiceNames names);
 
@@ -43,6 +49,7 @@ class BusListener : public RemoteListener {
   std::array<sd_bus_vtable, 3> table_{};
   BusSlot slot_;
   RemoteListenerDelegate* delegate_ = nullptr;
+  const std::shared_ptr<std::atomic<unsigned>> pending_ = std::make_shared<std::atomic<unsigned>>(0);
 };
 
 }  // namespace platform::linux_

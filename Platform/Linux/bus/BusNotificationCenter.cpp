@@ -12,6 +12,7 @@ namespace {
 constexpr char kName[] = "org.freedesktop.Notifications";
 constexpr char kObject[] = "/org/freedesktop/Notifications";
 constexpr char kDefaultAction[] = "default";  // the click on the notification itself
+constexpr int kMostCapabilities = 256;        // that are looked at
 constexpr std::int32_t kServiceDecides = -1;  // how long it stays
 
 std::string escapedMarkup(const std::string& text) {
@@ -38,7 +39,7 @@ bool listsMarkup(sd_bus_message* capabilities) {
   if (sd_bus_message_enter_container(capabilities, SD_BUS_TYPE_ARRAY, "s") < 0) return false;
   const char* capability = nullptr;
   bool found = false;
-  while (sd_bus_message_read(capabilities, "s", &capability) > 0) {
+  for (int count = 0; count < kMostCapabilities && sd_bus_message_read(capabilities, "s", &capability) > 0; ++count) {
     found = found || std::strcmp(capability, "body-markup") == 0;
   }
   return found;

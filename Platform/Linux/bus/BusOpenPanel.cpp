@@ -1,6 +1,8 @@
 #include "Platform/Linux/bus/BusOpenPanel.h"
 
+#include <climits>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <utility>
@@ -23,9 +25,12 @@ struct Answer {
 };
 
 struct PendingPanel {
-  RunLoop& loop;
+  SessionBus& bus;
   Answer answer;
 };
+
+/// In bytes: "file://", and a path each of whose bytes is percent-encoded.
+constexpr std::size_t kLongestURL = 7 + 3 * PATH_MAX;
 
 int received(sd_bus_message* reply, void* data, sd_bus_error*) {
   auto* panel = static_cast<PendingPanel*>(data);
@@ -33,6 +38,9 @@ int received(sd_bus_message* reply, void* data, sd_bus_error*) {
   if (sd_bus_message_is_method_error(reply, nullptr) != 0 ||
       sd_bus_message_read(reply, "us", &panel->answer.response, &url) < 0) {
     panel->answer.response = 0;
+  } else if (::strnlen(url, kLongestURL + 1) > kLongestURL) {
+    panel->answer.response = 0;
+    panel->bus.logRefusal("A panel's answer that is longer than any path");
   } else {
     panel->answer.url = url;
   }
@@ -52,7 +60,8 @@ void append(sd_bus_message* message, const char* key, bool flag) {
 std::vector<std::string> enabledURLs(const OpenPanelSettings& panel) {
   std::vector<std::string> urls;
   for (FileURL url = panel.target;; url = url.deletingLastPathComponent()) {
-    if (panel.delegate == nullptr || panel.delegate->panel_shouldEnableURL(panel, url)) {
+    const bool isTooWide = panel.isTooWide && panel.isTooWide(url);
+    if (!isTooWide && (panel.delegate == nullptr || panel.delegate->panel_shouldEnableURL(panel, url))) {
       urls.push_back(url.absoluteString());
     }
     if (url.path() == "/") return urls;
@@ -100,6 +109,10 @@ OpenPanelAnswer BusOpenPanel::runModal(const OpenPanelSettings& panel) {
   for (int wrongAnswers = 0; wrongAnswers < kMostWrongAnswers; ++wrongAnswers) {
     OpenPanelAnswer answer = ask(panel, activates);
     if (answer.response != ModalResponse::ok) return answer;
+    if (panel.isTooWide && panel.isTooWide(*answer.url)) {
+      bus_.logRefusal("A grant of " + answer.url->path() + ", which is too wide,");
+      return {};
+    }
     if (panel.delegate != nullptr && !panel.delegate->panel_shouldEnableURL(panel, answer.url)) continue;
     grant_(*answer.url);
     return answer;
@@ -109,7 +122,7 @@ OpenPanelAnswer BusOpenPanel::runModal(const OpenPanelSettings& panel) {
 
 /// Shows the panel once. Returns what was picked, enabled or not.
 OpenPanelAnswer BusOpenPanel::ask(const OpenPanelSettings& panel, bool activates) {
-  PendingPanel pending{bus_.loop(), {}};
+  PendingPanel pending{bus_, {}};
   const BusMessage call = callFor(bus_.get(), panel, activates);
   sd_bus_slot* slot = nullptr;
   if (!call || sd_bus_call_async(bus_.get(), &slot, call.get(), received, &pending, kNoTimeout) < 0) return {};

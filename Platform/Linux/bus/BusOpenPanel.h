@@ -1,7 +1,8 @@
 // Panels that another program shows, over the session bus.
 //
 // That program replies to RunModal(panel) with the response and a file URL. No such program on the bus, one that exits
-// before it replies, an error, or a reply without a file URL: all of these count as cancelled.
+// before it replies, an error, a reply without a file URL or with one longer than any path: all of these count as
+// cancelled.
 #pragma once
 
 #include <functional>

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "Platform/Linux/host/LineLog.h"
+
 namespace platform::linux_ {
 namespace {
 
@@ -31,6 +33,10 @@ std::error_code SessionBus::requestName(const std::string& name) {
   const int result = sd_bus_request_name(bus_, name.c_str(), 0);
   if (result == -EALREADY) return {};  // it is ours already
   return result < 0 ? errorFrom(result) : std::error_code();
+}
+
+void SessionBus::logRefusal(const std::string& what) {
+  if (refusals_.insert(what).second) LineLog().log(what + " was refused");
 }
 
 void SessionBus::setDisconnectHandler(Task handler) {

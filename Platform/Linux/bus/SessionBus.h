@@ -6,12 +6,16 @@
 #include <systemd/sd-bus.h>
 
 #include <memory>
+#include <set>
 #include <string>
 
 #include "Platform/Linux/threads/RunLoop.h"
 #include "Platform/Result.h"
 
 namespace platform::linux_ {
+
+/// In bytes: the longest name or identifier that is taken from the bus. D-Bus has the same bound for its own names.
+inline constexpr std::size_t kLongestName = 255;
 
 struct SlotUnref {
   void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
@@ -38,6 +42,9 @@ class SessionBus {
   /// Takes a name; std::errc::file_exists when another process of the session has it.
   std::error_code requestName(const std::string& name);
 
+  /// Logs that something from the bus was not taken in; each `what` once, since whoever sent it can send it again.
+  void logRefusal(const std::string& what);
+
   /// Called once when the bus has gone away; the session has then ended.
   void setDisconnectHandler(Task handler);
 
@@ -48,6 +55,7 @@ class SessionBus {
   sd_bus* bus_ = nullptr;
   BusSlot disconnectSlot_;
   Task disconnectHandler_;
+  std::set<std::string> refusals_;
 };
 
 }  // namespace platform::linux_

@@ -1,7 +1,6 @@
 #include "Platform/Linux/processes/LinuxWorkspace.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <utility>
 
@@ -13,19 +12,16 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// A file is opened before the process has become its program (on a machine with too much to do, long before), and a
-// wrapper script works for a while before it starts the program that it is for.
-constexpr std::array kScansAfterOpening = {milliseconds(2),    milliseconds(10),  milliseconds(30),  milliseconds(60),
-                                           milliseconds(100),  milliseconds(200), milliseconds(400), milliseconds(800),
-                                           milliseconds(1500), milliseconds(3000)};
-constexpr milliseconds kScanSlot{2};
-
 // A look takes about a millisecond, and who cleans asks a hundred times in a row.
 constexpr milliseconds kLookStaysTrue{20};
 
 // Each look at the places of programs that finds something new is followed by another. Who changes them faster than we
 // look is told of by the watches that are set already.
 constexpr int kMostLooks = 8;
+
+LookSchedule::Time timeNow() {
+  return std::chrono::ceil<LookSchedule::Time>(std::chrono::steady_clock::now().time_since_epoch());
+}
 
 std::vector<WatchedApplication> expandingHomes(std::vector<WatchedApplication> applications) {
   const std::string home = homeFolder();
@@ -74,28 +70,38 @@ void LinuxWorkspace::start(Options options) {
 
 void LinuxWorkspace::scan() {
   const ApplicationProcesses::Found found = processes_->look();
-  for (std::size_t index = 0; index < running_.size(); ++index) running_[index]->update(found[index]);
+  for (std::size_t index = 0; index < running_.size(); ++index) {
+    const bool wasRunning = running_[index]->isRunning();
+    running_[index]->update(found[index]);
+    if (!wasRunning && running_[index]->isRunning()) looks_.found();
+  }
 }
 
-void LinuxWorkspace::scanIn(milliseconds delay) {
-  const auto due = std::chrono::steady_clock::now().time_since_epoch() + delay;
-  const std::int64_t slot = std::chrono::ceil<milliseconds>(due) / kScanSlot;
-  if (!scheduledScans_.insert(slot).second) return;
-  loop_.after(delay, [this, slot] {
-    scheduledScans_.erase(slot);
-    scan();
-  });
+void LinuxWorkspace::scanAt(const std::vector<LookSchedule::Time>& times, LookSchedule::Time now) {
+  for (const LookSchedule::Time due : times) {
+    loop_.after(due - now, [this, due] {
+      looks_.looked(due);
+      scan();
+    });
+  }
+}
+
+/// After something that others can bring about as often as they like.
+void LinuxWorkspace::scanAfterOpening() {
+  const LookSchedule::Time now = timeNow();
+  scanAt(looks_.opened(now), now);
 }
 
 void LinuxWorkspace::scanSeveralTimes() {
-  for (const milliseconds delay : kScansAfterOpening) scanIn(delay);
+  const LookSchedule::Time now = timeNow();
+  scanAt(looks_.changed(now), now);
 }
 
 void LinuxWorkspace::started(pid_t pid) {
-  if (pid == 0) return scan();  // some were not told
+  if (pid == 0) return scanAfterOpening();  // some were not told
   const auto executable = executableOfProcess(pid);
   const auto index = executable ? processes_->applicationRunning(*executable) : std::nullopt;
-  if (index && !running_[*index]->isRunning()) scan();
+  if (index && !running_[*index]->isRunning()) scanAfterOpening();
 }
 
 // Watching.
@@ -141,17 +147,19 @@ void LinuxWorkspace::happened(const PathWatch::Events& events) {
   } else if (events.modified) {
     updateConnector();
   }
+  if (events.appeared) {
+    scan();
+    scanSeveralTimes();
+  }
   // One that runs is looked for again when it ends.
-  bool isNews = events.appeared;
+  bool isNews = false;
   for (std::size_t index = 0; index < executables_.size(); ++index) {
     if (running_[index]->isRunning()) continue;
     for (const std::string& file : events.opened) {
       isNews |= executables_[index].scripts.contains(file) || executables_[index].programs.contains(file);
     }
   }
-  if (!isNews) return;
-  scan();
-  scanSeveralTimes();
+  if (isNews) scanAfterOpening();
 }
 
 void LinuxWorkspace::updateConnector() {

@@ -17,6 +17,7 @@
 
 #include "Platform/Linux/processes/ApplicationProcesses.h"
 #include "Platform/Linux/processes/ExecutableFinder.h"
+#include "Platform/Linux/processes/LookSchedule.h"
 #include "Platform/Linux/processes/PathWatch.h"
 #include "Platform/Linux/processes/ProcessConnector.h"
 #include "Platform/Linux/processes/RunningApplication.h"
@@ -57,7 +58,8 @@ class LinuxWorkspace : public Workspace {
 
  private:
   void scan();
-  void scanIn(std::chrono::milliseconds delay);
+  void scanAt(const std::vector<LookSchedule::Time>& times, LookSchedule::Time now);
+  void scanAfterOpening();
   void scanSeveralTimes();
   void started(pid_t pid);
   bool lookForPrograms();
@@ -76,8 +78,8 @@ class LinuxWorkspace : public Workspace {
   Options options_;
   std::vector<std::unique_ptr<RunningApplication>> running_;
   std::vector<FoundExecutables> executables_;
-  PathWatch::Interests interests_;         // what is watched
-  std::set<std::int64_t> scheduledScans_;  // coalesced in slots of a few milliseconds
+  PathWatch::Interests interests_;  // what is watched
+  LookSchedule looks_;
   std::unique_ptr<PathWatch> watch_;
   bool watchesAll_ = true;  // false when the system's limits left something out
   std::unique_ptr<ProcessConnector> connector_;

@@ -19,6 +19,10 @@ namespace {
 
 constexpr unsigned kAppearing = IN_CREATE | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 
+// Opening a file is cheaper than being told of it.
+constexpr unsigned kMostReadings = 50;  // a second, each at once
+constexpr std::chrono::milliseconds kRest{20};
+
 bool isFolder(const std::string& path) {
   struct stat status {};
   return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -81,7 +85,20 @@ bool PathWatch::replace(const Interests& interests) {
   return isComplete;
 }
 
+/// Leaves the events where they are for a while: there they are kept, and equal ones in a row are one.
+void PathWatch::restWhenBusy() {
+  const auto now = std::chrono::steady_clock::now();
+  if (now - secondBegan_ >= std::chrono::seconds(1)) {
+    secondBegan_ = now;
+    readings_ = 0;
+  }
+  if (++readings_ <= kMostReadings) return;
+  sd_event_source_set_enabled(source_.get(), SD_EVENT_OFF);
+  loop_.after(kRest, [this] { sd_event_source_set_enabled(source_.get(), SD_EVENT_ON); });
+}
+
 void PathWatch::drain() {
+  restWhenBusy();
   alignas(inotify_event) std::array<char, 16384> buffer;
   ssize_t length = 0;
   while ((length = ::read(inotify_.get(), buffer.data(), buffer.size())) > 0) {

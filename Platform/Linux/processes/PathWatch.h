@@ -3,6 +3,7 @@
 // Nothing wakes the process but these very events. Main thread.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <set>
@@ -38,8 +39,8 @@ class PathWatch {
   };
   using Handler = std::function<void(const Events& events)>;
 
-  /// The handler runs as a task of the loop, which must outlive the object. Without inotify (the person's limit is
-  /// used up) nothing is ever told.
+  /// The handler runs as a task of the loop, which must outlive the object. Whoever brings about more events than usual
+  /// makes it run every 20 ms at most. Without inotify (the person's limit is used up) nothing is ever told.
   PathWatch(RunLoop& loop, Handler handler);
 
   /// Watches these and nothing else. What does not exist is left out. False when the person's limits leave something
@@ -58,6 +59,7 @@ class PathWatch {
   bool add(const std::string& path, unsigned mask, std::map<int, Watched>& watched,
            const std::function<void(Watched&)>& fill);
   void drain();
+  void restWhenBusy();
   void take(int watch, unsigned mask, const std::string& name);
 
   RunLoop& loop_;
@@ -67,6 +69,8 @@ class PathWatch {
   std::map<int, Watched> watched_;  // by inotify's number; one file may be watched under several names
   Events events_;
   bool handlerIsPending_ = false;
+  std::chrono::steady_clock::time_point secondBegan_{};
+  unsigned readings_ = 0;  // since then
 };
 
 }  // namespace platform::linux_

@@ -135,6 +135,36 @@ TEST_F(Listener, deliversNothingOfAConnectionThatIsRefusedOrNotResumed) {
   EXPECT_EQ(calls, 0);
 }
 
+TEST_F(Listener, dropsACallWithAnArgumentThatIsLongerThanAnyName) {
+  std::vector<std::string> calls;
+  delegate.call = [&](const std::string& argument, const platform::Reply& reply) {
+    calls.push_back(argument);
+    reply("answer");
+  };
+  const std::string longest(255, 'x');
+  ask(longest + "x");
+  ask(std::string(10'000'000, 'x'));
+  ask(longest);
+  ASSERT_TRUE(runUntil(loop, [&] { return !answers.empty(); }));
+  EXPECT_THAT(calls, ::testing::ElementsAre(longest));
+  EXPECT_THAT(answers, ::testing::ElementsAre("answer"));
+}
+
+TEST_F(Listener, refusesCallsBeyondThoseThatWaitForTheirReplies) {
+  std::vector<platform::Reply> kept;
+  delegate.call = [&](const std::string&, platform::Reply reply) { kept.push_back(std::move(reply)); };
+  for (unsigned call = 0; call < BusListener::kMostPending + 100; ++call) ask("x");
+  ASSERT_TRUE(runUntil(loop, [&] { return answers.size() == 100; }));
+  EXPECT_THAT(answers, ::testing::Each("error"));
+  ASSERT_EQ(kept.size(), BusListener::kMostPending);
+  for (const platform::Reply& reply : kept) reply("answer");
+  kept.clear();
+  ASSERT_TRUE(runUntil(loop, [&] { return answers.size() == BusListener::kMostPending + 100; }));
+  EXPECT_EQ(answers.back(), "answer");
+  ask("x");
+  ASSERT_TRUE(runUntil(loop, [&] { return !kept.empty(); }));
+}
+
 TEST_F(Listener, survivesACallerThatHasGone) {
   platform::Reply kept;
   delegate.call = [&](const std::string&, platform::Reply reply) { kept = std::move(reply); };

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <deque>
 #include <map>
 
@@ -171,6 +172,36 @@ TEST_F(PanelOverTheBus, isCancelledByAnAnswerThatIsNoFileUrl) {
     const auto shown = program({{1, text}});
     EXPECT_EQ(panel.runModal(settings).response, ModalResponse::cancel) << text;
   }
+  EXPECT_THAT(granted, IsEmpty());
+}
+
+TEST_F(PanelOverTheBus, isCancelledByAnAnswerThatIsLongerThanAnyPath) {
+  const std::string longest = "file://" + std::string(3 * PATH_MAX, '/');
+  for (const std::string& url : {longest + "/", longest + std::string(40'000'000, 'a')}) {
+    const auto shown = program({{1, url}, {1, "file:///tmp/"}});
+    EXPECT_EQ(panel.runModal(settings).response, ModalResponse::cancel);
+  }
+  EXPECT_THAT(granted, IsEmpty());
+}
+
+TEST_F(PanelOverTheBus, logsOnceThatAnswersWereLongerThanAnyPath) {
+  ::testing::internal::CaptureStderr();
+  for (int count = 0; count < 3; ++count) {
+    const auto shown = program({{1, "file:///" + std::string(4 * PATH_MAX, 'a')}});
+    panel.runModal(settings);
+  }
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "A panel's answer that is longer than any path was refused\n");
+}
+
+TEST_F(PanelOverTheBus, neitherOffersNorGrantsWhatIsTooWide) {
+  settings.target = FileURL("/tmp/a/b", true);
+  settings.isTooWide = [](const FileURL& url) { return url.path() == "/tmp"; };
+  ::testing::internal::CaptureStderr();
+  const auto shown = program({{1, "file:///tmp/"}, {1, "file:///tmp/a/"}});
+  EXPECT_EQ(panel.runModal(settings).response, ModalResponse::cancel);
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "A grant of /tmp, which is too wide, was refused\n");
+  EXPECT_THAT(enabled, ElementsAre("file:///tmp/a/b/", "file:///tmp/a/"));
+  EXPECT_EQ(asked, 1);
   EXPECT_THAT(granted, IsEmpty());
 }
 

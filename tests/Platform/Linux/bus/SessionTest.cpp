@@ -41,6 +41,24 @@ TEST(AnnouncedQuits, areTakenFromAnySenderAndPath) {
   EXPECT_THAT(quits, ElementsAre(std::pair("Firefox", "org.f"), std::pair("", "")));
 }
 
+TEST(AnnouncedQuits, withNamesThatAreLongerThanAnyAreIgnored) {
+  testing_support::PrivateBus privateBus;
+  RunLoop loop;
+  const auto bus = std::move(*SessionBus::open(loop));
+  std::vector<std::size_t> quits;
+  platform::linux_::AnnouncedQuits announced(*bus, [&](const std::string& name, const std::string& identifier) {
+    quits.push_back(name.size() + identifier.size());
+  });
+  testing_support::BusProgram launcher(loop, "");
+  for (const auto& [name, identifier] :
+       {std::pair(256, 0), std::pair(0, 256), std::pair(10'000'000, 1), std::pair(255, 255)}) {
+    sd_bus_emit_signal(launcher.bus(), "/any", kInterface, "DidTerminateApplication", "ss",
+                       std::string(name, 'x').c_str(), std::string(identifier, 'x').c_str());
+  }
+  ASSERT_TRUE(testing_support::runUntil(loop, [&] { return !quits.empty(); }));
+  EXPECT_THAT(quits, ElementsAre(510));
+}
+
 class Texts : public ::testing::Test {
  protected:
   testing_support::ScratchFolder shared;

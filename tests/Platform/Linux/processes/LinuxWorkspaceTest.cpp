@@ -2,7 +2,9 @@
 
 #include <signal.h>
 
+#include <atomic>
 #include <filesystem>
+#include <fstream>
 #include <future>
 #include <thread>
 
@@ -12,6 +14,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using platform::linux_::LinuxWorkspace;
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
@@ -284,6 +287,26 @@ TEST_F(QuittingApplications, areEachToldOfTwoHundredOneAfterTheOther) {
   }
   settle();
   EXPECT_THAT(quits, SizeIs(200));
+}
+
+TEST_F(QuittingApplications, areNotMissedWhileTheirProgramIsOpenedAgainAndAgain) {
+  start();
+  std::atomic<bool> isOver = false;
+  std::thread other([&] {
+    while (!isOver) {
+      for (const char* name : {"opera", "chrome"}) std::ifstream(bin(name)).get();
+    }
+  });
+  settle(1s);
+  for (std::size_t number = 1; number <= 3; ++number) {
+    TestProcess process = run("opera");
+    settle(300ms);
+    process.end();
+    EXPECT_TRUE(waitForQuits(number));
+  }
+  isOver = true;
+  other.join();
+  EXPECT_THAT(quits, Each("Opera"));
 }
 
 // Reporting.
