@@ -35,13 +35,6 @@ std::string RealHomeDirectory() {
   return *pw;
 }
 
-/// Whether the browser has been started again since it quit: cleaning now would remove data that it has open. It is
-/// cleaned when it quits again.
-bool isSparedNow(const Browser& browser) {
-  return Home::current().layout->sparesRunningBrowsers() &&
-         Platform::current().workspace.isRunning(std::string(browser.bundleIdentifier));
-}
-
 /// The browser that has quit: Opera by the identifier alone, other browsers that can be on a home with a Library by the
 /// name alone, and browsers of other homes only by either. Null for any other application, and on a home with a Library
 /// for a browser of other homes.
@@ -106,10 +99,12 @@ void WorkerAppDelegate::appTerminated(const platform::ApplicationNotification& n
   const Home home = Home::current();
   rememberFolders(home.folder, *home.layout, *browser, notification.processes);
   // Both runs do the full work: the second removes what the browser wrote while it was quitting.
-  clearData_andNotify(browserName, false);
+  const IfRunning ifRunning = notification.evenIfRunning ? IfRunning::kIsCleaned : IfRunning::kIsSpared;
+  clearData_andNotify(browserName, false, ifRunning);
   platform::Dispatch& dispatch = Platform::current().dispatch;
-  dispatch.after(kSecondRunDelay, dispatch.globalHighPriorityQueue(),
-                 [self = shared_from_this(), browserName] { self->clearData_andNotify(browserName, true); });
+  dispatch.after(
+      kSecondRunDelay, dispatch.globalHighPriorityQueue(),
+      [self = shared_from_this(), browserName, ifRunning] { self->clearData_andNotify(browserName, true, ifRunning); });
 }
 
 bool WorkerAppDelegate::checkIfBrowserEnabled(const std::string& browserName) {
@@ -119,14 +114,10 @@ bool WorkerAppDelegate::checkIfBrowserEnabled(const std::string& browserName) {
   return std::find(enabled.begin(), enabled.end(), Value(browser->bundleIdentifier)) != enabled.end();
 }
 
-void WorkerAppDelegate::clearData_andNotify(const std::string& browserName, bool notify) {
-  Platform::current().dispatch.mainQueue().async([self = shared_from_this(), browserName, notify] {
+void WorkerAppDelegate::clearData_andNotify(const std::string& browserName, bool notify, IfRunning ifRunning) {
+  Platform::current().dispatch.mainQueue().async([self = shared_from_this(), browserName, notify, ifRunning] {
     platform::BlockOperation run;
-    const Browser* browser = browserNamed(browserName);
-    const bool isSpared = notify && browser != nullptr && isSparedNow(*browser);
-    run.block = [self, browserName, isSpared] {
-      if (!isSpared) self->clean(browserName);
-    };
+    run.block = [self, browserName, ifRunning] { self->clean(browserName, ifRunning); };
     if (notify) {
       run.completion = [self, browserName] {
         const std::string format = Platform::current().mainBundle.localizedString(kRemovedFrom, "");
@@ -137,7 +128,7 @@ void WorkerAppDelegate::clearData_andNotify(const std::string& browserName, bool
   });
 }
 
-void WorkerAppDelegate::clean(const std::string& browserName) {
+void WorkerAppDelegate::clean(const std::string& browserName, IfRunning ifRunning) {
   const Home home = Home::current();
   const Browser* browser = browserNamed(browserName);
   if (home.layout->hasOperations()) {
@@ -147,14 +138,16 @@ void WorkerAppDelegate::clean(const std::string& browserName) {
     removeSilverlight();
     removeBrowserCache(browserName);
     if (browser != nullptr && home.cleansCurrentStores) {
-      Cleaning(*home.layout, *browser, {StoreAge::kCurrent}).run();
+      Cleaning(*home.layout, *browser, {StoreAge::kCurrent}, ifRunning).run();
     }
   } else if (browser != nullptr) {
-    askForFolders(*home.layout, *browser);
     using Ages = std::set<StoreAge>;
     const Ages ages =
         home.cleansCurrentStores ? Ages{StoreAge::kCurrent, StoreAge::kOld} : Ages{StoreAge::kOld, StoreAge::kReplaced};
-    Cleaning(*home.layout, *browser, ages).run();
+    const Cleaning cleaning(*home.layout, *browser, ages, ifRunning);
+    if (cleaning.isSpared()) return;
+    askForFolders(*home.layout, *browser);
+    cleaning.run();
   }
 }
 

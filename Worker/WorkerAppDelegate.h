@@ -19,6 +19,7 @@
 #include "Platform/Workspace.h"
 #include "Worker/Agent.h"
 #include "Worker/browsers/Browser.h"
+#include "Worker/cleaning/Cleaning.h"
 #include "Worker/formats/LocalState.h"
 
 namespace tidewell {
@@ -50,13 +51,13 @@ class WorkerAppDelegate : public Agent,
   // Cleaning run.
 
   /// Called when an application has quit. An enabled browser is cleaned now, and again in 8 seconds with a
-  /// notification.
+  /// notification. On a home without a Library it is spared while it runs, and cleaned when it quits again.
   void appTerminated(const platform::ApplicationNotification& notification);
 
   static bool checkIfBrowserEnabled(const std::string& browserName);
 
   /// Cleans the browser's data, in the background; returns at once.
-  void clearData_andNotify(const std::string& browserName, bool notify);
+  void clearData_andNotify(const std::string& browserName, bool notify, IfRunning ifRunning = IfRunning::kIsSpared);
 
   // Completion notifications.
 
@@ -125,7 +126,7 @@ class WorkerAppDelegate : public Agent,
   // These two choose by the layout of the home: the operations of this class, or the tables of stores.
 
   /// Everything that a run does for a browser.
-  void clean(const std::string& browserName);
+  void clean(const std::string& browserName, IfRunning ifRunning);
   /// Asks the person in advance for access to everything that clean() will touch.
   static void obtainGrants(const Browser& browser);
 

@@ -14,6 +14,11 @@ constexpr char kNotCleaned[] = "%@ of %@ could not be cleaned";  // a store's pa
 
 }  // namespace
 
+bool Cleaning::isSpared() const {
+  return ifRunning_ == IfRunning::kIsSpared && layout_.sparesRunningBrowsers() &&
+         platform::Platform::current().workspace.isRunning(std::string(browser_.bundleIdentifier));
+}
+
 void Cleaning::run() const {
   if (!layout_.mayHave(browser_)) return;
   for (const Installation& installation : layout_.installationsOf(browser_)) {
@@ -40,6 +45,7 @@ void Cleaning::cleanAll(std::span<const Store> table, const std::vector<std::str
 void Cleaning::clean(std::span<const Store> table, const std::string& folder) const {
   for (const Store& store : table) {
     if (!ages_.contains(store.age)) continue;
+    if (isSpared()) return;
     fenced(store.path, [&] { store.treatment(platform::appendingPathComponent(folder, store.path)); });
   }
 }
