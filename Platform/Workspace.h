@@ -17,6 +17,8 @@ struct ApplicationNotification {
   std::optional<std::string> bundleIdentifier;
   /// The arguments of the application's processes, as far as known; empty for an announced quit.
   std::vector<Arguments> processes = {};
+  /// Whether the announcer means it although the application may run.
+  bool evenIfRunning = false;
 };
 
 /// On the main thread, where nothing else is said.

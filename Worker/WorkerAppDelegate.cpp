@@ -63,8 +63,8 @@ std::shared_ptr<WorkerAppDelegate> WorkerAppDelegate::create() {
   const std::shared_ptr<WorkerAppDelegate> delegate(new WorkerAppDelegate());
   delegate->setup();
   delegate->joinedRuns_ = JoinedRuns::create(
-      [weak = delegate->weak_from_this()](const Browser& browser) {
-        if (const auto self = weak.lock()) self->clean(std::string(browser.name));
+      [weak = delegate->weak_from_this()](const Browser& browser, IfRunning ifRunning) {
+        if (const auto self = weak.lock()) self->clean(std::string(browser.name), ifRunning);
       },
       [](const Browser& browser) { notifyOfRun(std::string(browser.name)); });
   return delegate;
@@ -107,12 +107,14 @@ void WorkerAppDelegate::appTerminated(const platform::ApplicationNotification& n
   if (!checkIfBrowserEnabled(browserName)) return;
   const Home home = Home::current();
   rememberFolders(home.folder, *home.layout, *browser, notification.processes);
-  if (joinsRuns()) return joinedRuns_->quit(*browser);
+  const IfRunning ifRunning = notification.evenIfRunning ? IfRunning::kIsCleaned : IfRunning::kIsSpared;
+  if (joinsRuns()) return joinedRuns_->quit(*browser, ifRunning);
   // Both runs do the full work: the second removes what the browser wrote while it was quitting.
-  clearData_andNotify(browserName, false);
+  clearData_andNotify(browserName, false, ifRunning);
   platform::Dispatch& dispatch = Platform::current().dispatch;
-  dispatch.after(kSecondRunDelay, dispatch.globalHighPriorityQueue(),
-                 [self = shared_from_this(), browserName] { self->clearData_andNotify(browserName, true); });
+  dispatch.after(
+      kSecondRunDelay, dispatch.globalHighPriorityQueue(),
+      [self = shared_from_this(), browserName, ifRunning] { self->clearData_andNotify(browserName, true, ifRunning); });
 }
 
 bool WorkerAppDelegate::checkIfBrowserEnabled(const std::string& browserName) {
@@ -122,10 +124,10 @@ bool WorkerAppDelegate::checkIfBrowserEnabled(const std::string& browserName) {
   return std::find(enabled.begin(), enabled.end(), Value(browser->bundleIdentifier)) != enabled.end();
 }
 
-void WorkerAppDelegate::clearData_andNotify(const std::string& browserName, bool notify) {
-  Platform::current().dispatch.mainQueue().async([self = shared_from_this(), browserName, notify] {
+void WorkerAppDelegate::clearData_andNotify(const std::string& browserName, bool notify, IfRunning ifRunning) {
+  Platform::current().dispatch.mainQueue().async([self = shared_from_this(), browserName, notify, ifRunning] {
     platform::BlockOperation run;
-    run.block = [self, browserName] { self->clean(browserName); };
+    run.block = [self, browserName, ifRunning] { self->clean(browserName, ifRunning); };
     if (notify) {
       run.completion = [self, browserName] { notifyOfRun(browserName); };
     }
@@ -137,7 +139,7 @@ bool WorkerAppDelegate::joinsRuns() {
   return !Home::current().layout->hasOperations();
 }
 
-void WorkerAppDelegate::clean(const std::string& browserName) {
+void WorkerAppDelegate::clean(const std::string& browserName, IfRunning ifRunning) {
   const Home home = Home::current();
   const Browser* browser = browserNamed(browserName);
   if (home.layout->hasOperations()) {
@@ -147,13 +149,13 @@ void WorkerAppDelegate::clean(const std::string& browserName) {
     removeSilverlight();
     removeBrowserCache(browserName);
     if (browser != nullptr && home.cleansCurrentStores) {
-      Cleaning(*home.layout, *browser, {StoreAge::kCurrent}).run();
+      Cleaning(*home.layout, *browser, {StoreAge::kCurrent}, ifRunning).run();
     }
   } else if (browser != nullptr) {
     using Ages = std::set<StoreAge>;
     const Ages ages =
         home.cleansCurrentStores ? Ages{StoreAge::kCurrent, StoreAge::kOld} : Ages{StoreAge::kOld, StoreAge::kReplaced};
-    Cleaning(*home.layout, *browser, ages).run();
+    Cleaning(*home.layout, *browser, ages, ifRunning).run();
   }
 }
 

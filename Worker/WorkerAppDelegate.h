@@ -21,6 +21,7 @@
 #include "Platform/Workspace.h"
 #include "Worker/Agent.h"
 #include "Worker/browsers/Browser.h"
+#include "Worker/cleaning/Cleaning.h"
 #include "Worker/cleaning/JoinedRuns.h"
 #include "Worker/formats/LocalState.h"
 
@@ -53,13 +54,13 @@ class WorkerAppDelegate : public Agent,
   // Cleaning run.
 
   /// Called when an application has quit. An enabled browser is cleaned now, and again in 8 seconds with a
-  /// notification.
+  /// notification. On a home without a Library it is spared while it runs, and cleaned when it quits again.
   void appTerminated(const platform::ApplicationNotification& notification);
 
   static bool checkIfBrowserEnabled(const std::string& browserName);
 
   /// Cleans the browser's data, in the background; returns at once.
-  void clearData_andNotify(const std::string& browserName, bool notify);
+  void clearData_andNotify(const std::string& browserName, bool notify, IfRunning ifRunning = IfRunning::kIsSpared);
 
   // Completion notifications.
 
@@ -128,7 +129,7 @@ class WorkerAppDelegate : public Agent,
   /// Whether runs and requests of the home are joined.
   static bool joinsRuns();
   /// Everything that a run does for a browser: the operations of this class, or the tables of stores.
-  void clean(const std::string& browserName);
+  void clean(const std::string& browserName, IfRunning ifRunning);
 
   // On a home with a Library.
   static void obtainGrantsInLibrary(const Browser& browser);

@@ -11,12 +11,6 @@
 
 namespace linux_ = platform::linux_;
 
-static auto watchedApplications() {
-  std::vector<platform::WatchedApplication> applications;
-  for (const tidewell::Browser& browser : tidewell::browsers()) applications.push_back(watched(browser));
-  return applications;
-}
-
 static int fail(const char* what, const std::string& why) {
   std::fprintf(stderr, "tidewell-worker: %s: %s\n", what, why.c_str());
   return EXIT_FAILURE;
@@ -31,7 +25,7 @@ int main() {
   if (!bus) return fail("no session bus", bus.error().message());
   const linux_::BundleInfo info{tidewell::kBundleIdentifier,
                                 {{"CFBundleDisplayName", tidewell::kDisplayName}, {"CFBundleName", "TidewellWorker"}}};
-  linux_::LinuxPlatform platform(loop, **bus, info, watchedApplications());
+  linux_::LinuxPlatform platform(loop, **bus, info, tidewell::watchedBrowsers());
   // The name is taken once quits can be received: a program that sees it may announce one at once.
   linux_::BusListener listener(**bus, linux_::BusServiceNames::forIdentifier(
                                           tidewell::kBundleIdentifier, tidewell::kAgentInterface,

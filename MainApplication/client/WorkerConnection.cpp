@@ -164,10 +164,11 @@ std::optional<std::string> WorkerConnection::requestAccess(const std::string& bu
   return pending.text;
 }
 
-bool WorkerConnection::announceQuit(const std::string& applicationName, const std::string& bundleIdentifier) {
-  const bool sent =
-      sd_bus_emit_signal(bus_->get(), "/com/emberlinestudio/Tidewell", kWorkspace, "DidTerminateApplication", "ss",
-                         applicationName.c_str(), bundleIdentifier.c_str()) >= 0;
+bool WorkerConnection::announceQuit(const std::string& applicationName, const std::string& bundleIdentifier,
+                                    bool evenIfRunning) {
+  const char* member = evenIfRunning ? "CleanAllTheSame" : "DidTerminateApplication";
+  const bool sent = sd_bus_emit_signal(bus_->get(), "/com/emberlinestudio/Tidewell", kWorkspace, member, "ss",
+                                       applicationName.c_str(), bundleIdentifier.c_str()) >= 0;
   return sent && sd_bus_flush(bus_->get()) >= 0;
 }
 

@@ -33,8 +33,8 @@ class WorkerConnection {
   std::optional<std::string> requestAccess(const std::string& bundleIdentifier, std::chrono::seconds patience,
                                            const Panel& panel = nullptr);
 
-  /// Tells the worker that an application has quit.
-  bool announceQuit(const std::string& applicationName, const std::string& bundleIdentifier);
+  /// Tells the worker that an application has quit, or is to be cleaned even if it runs.
+  bool announceQuit(const std::string& applicationName, const std::string& bundleIdentifier, bool evenIfRunning);
 
  private:
   explicit WorkerConnection(std::unique_ptr<platform::linux_::SessionBus> bus) : bus_(std::move(bus)) {}

@@ -12,6 +12,7 @@
 #include "MainApplication/client/WorkerConnection.h"
 #include "Platform/FileURL.h"
 #include "Platform/Linux/processes/ExecutableFinder.h"
+#include "Platform/Linux/processes/LinuxWorkspace.h"
 #include "Platform/Path.h"
 #include "Worker/Identity.h"
 
@@ -40,6 +41,15 @@ bool isInstalled(const Browser& browser) {
   const auto found =
       platform::linux_::findExecutables({watched(browser)}, platform::linux_::SearchPlaces::fromEnvironment(), unused);
   return !found[0].programs.empty() || !found[0].scripts.empty();
+}
+
+/// Whether the worker sees the browser run.
+bool runsNow(const Browser& browser, RunLoop& loop) {
+  platform::linux_::LinuxWorkspace workspace(loop, watchedBrowsers());
+  platform::linux_::LinuxWorkspace::Options options;
+  options.isWanted = [](const platform::WatchedApplication&) { return false; };
+  workspace.start(std::move(options));
+  return workspace.isRunning(std::string(browser.bundleIdentifier));
 }
 
 }  // namespace
@@ -206,12 +216,16 @@ std::string Commands::answerInTerminal(const std::string& title, const std::stri
       output_ << ": yes\n";
       return url;
     }
-    output_ << " [y/N] " << std::flush;
-    std::string line;
-    std::getline(std::cin, line);
-    return lowerCase(line) == "y" || lowerCase(line) == "yes" ? url : "";
+    return isAgreedInTerminal() ? url : "";
   }
   return "";
+}
+
+bool Commands::isAgreedInTerminal() {
+  output_ << " [y/N] " << std::flush;
+  std::string line;
+  std::getline(std::cin, line);
+  return lowerCase(line) == "y" || lowerCase(line) == "yes";
 }
 
 int Commands::grants() {
@@ -245,6 +259,12 @@ int Commands::setFlag(const std::string& key, const std::string& onOrOff) {
   return settings_.setFlag(key, onOrOff == "on") ? kDone : fail("the settings could not be written");
 }
 
+bool Commands::isAgreedThoughRunning(const Browser& browser) {
+  if (::isatty(STDIN_FILENO) == 0) return false;
+  output_ << browser.name << " is running. It may lose what it has open, or complain. Clean it all the same?";
+  return isAgreedInTerminal();
+}
+
 int Commands::quitOf(const std::string& name) {
   const auto found = browsersFor({name});
   if (found.empty()) return kMisused;
@@ -253,7 +273,13 @@ int Commands::quitOf(const std::string& name) {
   if (!connection) return fail("there is no session bus: " + connection.error().message());
   if (!(*connection)->isRunning()) return fail("the worker does not run");
   if (!settings_.isEnabled(*found[0])) return fail(std::string(found[0]->name) + " is not enabled");
-  const bool sent = (*connection)->announceQuit(std::string(found[0]->name), std::string(found[0]->bundleIdentifier));
+  const bool isRunning = runsNow(*found[0], loop);
+  if (isRunning && !options_.force && !isAgreedThoughRunning(*found[0])) {
+    return fail(std::string(found[0]->name) +
+                " is running: quit it, and it is cleaned (--force cleans it all the same)");
+  }
+  const bool sent =
+      (*connection)->announceQuit(std::string(found[0]->name), std::string(found[0]->bundleIdentifier), isRunning);
   return sent ? kDone : fail("the quit could not be announced");
 }
 

@@ -19,6 +19,7 @@ class Commands {
     bool json = false;       // print states for programs
     bool answerYes = false;  // agree to every folder that is asked for
     bool onlyWords = false;  // print one word for each browser
+    bool force = false;      // clean a browser that runs without asking
   };
 
   Commands(platform::linux_::SqliteUserDefaults& domains, Options options, std::ostream& output, std::ostream& errors)
@@ -33,6 +34,7 @@ class Commands {
   int grants();
   int revoke(const std::string& folder);
   int setFlag(const std::string& key, const std::string& onOrOff);
+  /// Has a browser cleaned. While it runs, only with `force` or when the person agrees in the terminal.
   int quitOf(const std::string& browser);
   /// Prints what a run would remove now.
   int preview(const std::string& browser);
@@ -42,6 +44,8 @@ class Commands {
   std::vector<const Browser*> browsersFor(const std::vector<std::string>& texts);
   int fail(const std::string& why);
   int allowed(const Browser& browser);
+  bool isAgreedThoughRunning(const Browser& browser);
+  bool isAgreedInTerminal();
   std::string answerInTerminal(const std::string& title, const std::string& message,
                                const std::vector<std::string>& enabled);
 

@@ -56,9 +56,10 @@ int main(int argc, char** argv) {
         ->add_option("on|off", word)
         ->required();
   }
-  add(app, "quit-of", "Clean after a browser now, as if it had quit", [&](Commands& c) { return c.quitOf(word); })
-      ->add_option("BROWSER", word)
-      ->required();
+  CLI::App* quitOf =
+      add(app, "quit-of", "Clean after a browser now, as if it had quit", [&](Commands& c) { return c.quitOf(word); });
+  quitOf->add_option("BROWSER", word)->required();
+  quitOf->add_flag("--force", options.force, "Also while it runs, without asking");
   CLI::App* preview =
       add(app, "preview", "What a cleaning would remove now", [&](Commands& c) { return c.preview(word); });
   preview->add_option("BROWSER", word)->required();

@@ -31,8 +31,7 @@ LinuxPlatform::LinuxPlatform(RunLoop& loop, SessionBus& bus, BundleInfo info,
       notificationCenter_(bus, info.dictionary["CFBundleDisplayName"], kDesktopEntry),
       userScripts_(loop, LinuxFileManager::scriptsFolderFromEnvironment(info.identifier)),
       workspace_(loop, std::move(applications)),
-      announcedQuits_(bus, [this](const std::string& name,
-                                  const std::string& identifier) { workspace_.announce(name, identifier); }),
+      announcedQuits_(bus, [this](const ApplicationNotification& quit) { workspace_.announce(quit); }),
       platform_{bundle_, dispatch_, fileManager_,  fileManagerOnOneMount_, log_,         openPanel_,
                 scopes_, system_,   userDefaults_, notificationCenter_,    userScripts_, workspace_} {
   ::mallopt(M_ARENA_MAX, 2);  // threads come and go: arenas of their own would only keep memory

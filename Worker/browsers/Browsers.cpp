@@ -240,6 +240,12 @@ platform::WatchedApplication watched(const Browser& browser) {
           {helperMarks.begin(), helperMarks.end()}};
 }
 
+std::vector<platform::WatchedApplication> watchedBrowsers() {
+  std::vector<platform::WatchedApplication> applications;
+  for (const Browser& browser : browsers()) applications.push_back(watched(browser));
+  return applications;
+}
+
 const Browser* browserNamed(std::string_view name) {
   return browserThat([name](const Browser& browser) { return browser.name == name; });
 }

@@ -3,6 +3,7 @@
 
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "Platform/WatchedApplication.h"
 #include "Worker/browsers/Browser.h"
@@ -20,8 +21,9 @@ inline constexpr std::string_view kOperaIdentifier = "com.operasoftware.Opera";
 /// In the order in which they are listed and matched.
 std::span<const Browser> browsers();
 
-/// The browser as the platform's Workspace watches it.
+/// A browser, and all of them, as the platform's Workspace watches them.
 platform::WatchedApplication watched(const Browser& browser);
+std::vector<platform::WatchedApplication> watchedBrowsers();
 
 /// The browser of that exact name, or of that exact bundle identifier; null for none.
 const Browser* browserNamed(std::string_view name);

@@ -39,6 +39,11 @@ const char* messageOn(Left left) {
 
 }  // namespace
 
+bool Cleaning::isSpared() const {
+  return ifRunning_ == IfRunning::kIsSpared && layout_.sparesRunningBrowsers() &&
+         platform::Platform::current().workspace.isRunning(std::string(browser_.bundleIdentifier));
+}
+
 void Cleaning::run() const {
   if (!layout_.mayHave(browser_)) return;
   for (const Installation& installation : layout_.installationsOf(browser_)) {
@@ -65,6 +70,7 @@ void Cleaning::cleanAll(std::span<const Store> table, const std::vector<std::str
 void Cleaning::clean(std::span<const Store> table, const std::string& folder) const {
   for (const Store& store : table) {
     if (!ages_.contains(store.age)) continue;
+    if (isSpared()) return;
     const std::string_view what = store.path.empty() ? store.holds : store.path;
     fenced(what, [&] { log(what, store.treatment(platform::appendingPathComponent(folder, store.path)).left); });
   }

@@ -3,7 +3,8 @@
 //
 // A store that is left in whole or in part gets a line in the log, and the others are cleaned; so it is when its
 // treatment fails with an exception, which sites may try to bring about. All work is done when run() returns. The
-// person is not asked: what is not granted is left.
+// person is not asked: what is not granted is left. A browser that runs again is spared, where the layout says so:
+// before each store it is asked whether it does, and then the rest is left.
 #pragma once
 
 #include <set>
@@ -18,11 +19,17 @@
 
 namespace tidewell {
 
+/// What becomes of a browser that runs, where the layout spares those that do.
+enum class IfRunning { kIsSpared, kIsCleaned };
+
 class Cleaning {
  public:
   /// Cleans the stores of these ages. Layout and browser must outlive the object.
-  Cleaning(const Layout& layout, const Browser& browser, std::set<StoreAge> ages)
-      : layout_(layout), browser_(browser), ages_(std::move(ages)) {}
+  Cleaning(const Layout& layout, const Browser& browser, std::set<StoreAge> ages, IfRunning ifRunning)
+      : layout_(layout), browser_(browser), ages_(std::move(ages)), ifRunning_(ifRunning) {}
+
+  /// Whether the browser runs at this moment, and is to be left alone.
+  bool isSpared() const;
 
   void run() const;
 
@@ -37,6 +44,7 @@ class Cleaning {
   const Layout& layout_;
   const Browser& browser_;
   const std::set<StoreAge> ages_;
+  const IfRunning ifRunning_;
 };
 
 }  // namespace tidewell

@@ -27,17 +27,17 @@ bool isSparedNow(const Browser& browser) {
 
 }  // namespace
 
-std::shared_ptr<JoinedRuns> JoinedRuns::create(OnBrowser clean, OnBrowser notify) {
+std::shared_ptr<JoinedRuns> JoinedRuns::create(Clean clean, OnBrowser notify) {
   return std::shared_ptr<JoinedRuns>(new JoinedRuns(std::move(clean), std::move(notify)));
 }
 
-JoinedRuns::JoinedRuns(OnBrowser clean, OnBrowser notify)
+JoinedRuns::JoinedRuns(Clean clean, OnBrowser notify)
     : clean_(std::move(clean)), notify_(std::move(notify)), secondRuns_(LaterTurns::create(kSecondRunDelay)) {}
 
-void JoinedRuns::quit(const Browser& browser) {
-  join(browser, {.isFirst = true, .asks = true});
-  secondRuns_->ask(nameOf(browser), [weak = weak_from_this(), &browser] {
-    if (const auto self = weak.lock()) self->join(browser, {.asks = true, .notifies = true});
+void JoinedRuns::quit(const Browser& browser, IfRunning ifRunning) {
+  join(browser, {.asks = true, .ifRunning = ifRunning});
+  secondRuns_->ask(nameOf(browser), [weak = weak_from_this(), &browser, ifRunning] {
+    if (const auto self = weak.lock()) self->join(browser, {.asks = true, .notifies = true, .ifRunning = ifRunning});
   });
 }
 
@@ -57,9 +57,9 @@ void JoinedRuns::askForTurn(const Browser& browser) {
 
 void JoinedRuns::join(const Browser& browser, const NextRun& wanted) {
   NextRun& next = nextRuns_[browser.bundleIdentifier];
-  next.isFirst |= wanted.isFirst;
   next.asks |= wanted.asks;
   next.notifies |= wanted.notifies;
+  if (wanted.ifRunning == IfRunning::kIsCleaned) next.ifRunning = IfRunning::kIsCleaned;
   runs_->ask(nameOf(browser), beginWith(&JoinedRuns::beginRun, browser));
 }
 
@@ -73,17 +73,15 @@ Turns::Begin JoinedRuns::beginWith(Operation operation, const Browser& browser) 
 
 platform::BlockOperation JoinedRuns::beginRun(const Browser& browser) {
   const NextRun wanted = nextRuns_.extract(browser.bundleIdentifier).mapped();
-  const bool isSpared = (!wanted.isFirst || wanted.notifies) && isSparedNow(browser);
   platform::BlockOperation operation;
-  operation.block = [self = shared_from_this(), &browser, wanted, isSpared] {
-    if (!isSpared) self->run(browser, wanted);
-  };
+  operation.block = [self = shared_from_this(), &browser, wanted] { self->run(browser, wanted); };
   if (wanted.notifies) operation.completion = [self = shared_from_this(), &browser] { self->notify_(browser); };
   return operation;
 }
 
 void JoinedRuns::run(const Browser& browser, const NextRun& wanted) {
-  clean_(browser);
+  if (wanted.ifRunning == IfRunning::kIsSpared && isSparedNow(browser)) return;
+  clean_(browser, wanted.ifRunning);
   if (!wanted.asks || !lacksFolders(*Home::current().layout, browser)) return;
   Platform::current().dispatch.mainQueue().async(
       [self = shared_from_this(), &browser] { self->requestForRun(browser); });

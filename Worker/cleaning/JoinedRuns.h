@@ -15,6 +15,7 @@
 
 #include "Platform/Dispatch.h"
 #include "Worker/browsers/Browser.h"
+#include "Worker/cleaning/Cleaning.h"
 #include "Worker/cleaning/LaterTurns.h"
 #include "Worker/cleaning/Turns.h"
 
@@ -22,14 +23,14 @@ namespace tidewell {
 
 class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
  public:
+  using Clean = std::function<void(const Browser& browser, IfRunning ifRunning)>;
   using OnBrowser = std::function<void(const Browser& browser)>;
 
   /// `clean` cleans what is granted of a browser; `notify` tells the person that a second run is over.
-  static std::shared_ptr<JoinedRuns> create(OnBrowser clean, OnBrowser notify);
+  static std::shared_ptr<JoinedRuns> create(Clean clean, OnBrowser notify);
 
-  /// A browser, a row of the table, has quit: a run follows now, and a second one, which notifies, in 8 seconds. That
-  /// one leaves a browser alone that runs again.
-  void quit(const Browser& browser);
+  /// A browser, a row of the table, has quit: a run follows now, and a second one, which notifies, in 8 seconds.
+  void quit(const Browser& browser, IfRunning ifRunning);
 
   /// Obtains the folders of a browser, and then calls `done` on a background thread.
   void request(const Browser& browser, platform::Task done);
@@ -37,16 +38,16 @@ class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
  private:
   /// What those who joined want of a browser's next run.
   struct NextRun {
-    bool isFirst = false;  // comes although the browser may run again
-    bool asks = false;     // for the folders that are not granted
+    bool asks = false;  // for the folders that are not granted
     bool notifies = false;
+    IfRunning ifRunning = IfRunning::kIsSpared;
   };
   struct NextRequest {
     std::vector<platform::Task> done;
     bool isForRun = false;  // what it obtains is cleaned
   };
 
-  JoinedRuns(OnBrowser clean, OnBrowser notify);
+  JoinedRuns(Clean clean, OnBrowser notify);
 
   void join(const Browser& browser, const NextRun& wanted);
   void requestForRun(const Browser& browser);
@@ -58,7 +59,7 @@ class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
   void run(const Browser& browser, const NextRun& wanted);
   void obtain(const Browser& browser, bool isForRun);
 
-  const OnBrowser clean_;
+  const Clean clean_;
   const OnBrowser notify_;
   const std::shared_ptr<Turns> runs_ = Turns::create();
   const std::shared_ptr<Turns> requests_ = Turns::create();

@@ -30,7 +30,7 @@ class Layout {
   /// Whether folders that a browser was started with are cleaned as well.
   virtual bool followsArguments() const = 0;
 
-  /// Whether the second run spares a browser that is running again by then.
+  /// Whether a browser that runs again is spared.
   virtual bool sparesRunningBrowsers() const = 0;
 
   /// Whether a request for the browser's folders is answered.

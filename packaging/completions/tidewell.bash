@@ -20,7 +20,7 @@ _tidewell() {
       words+=" --json"
       [[ " ${COMP_WORDS[*]:2:COMP_CWORD-2} " == *" "[a-z]* ]] || words+=" $browsers"
       ;;
-    quit-of) ((COMP_CWORD == 2)) && words+=" $browsers" ;;
+    quit-of) words+=" --force $browsers" ;;
     notifications | overwrite) ((COMP_CWORD == 2)) && words+=" on off" ;;
     grants)
       if [[ ${COMP_WORDS[2]} == revoke ]] && ((COMP_CWORD == 3)); then

@@ -21,6 +21,7 @@ complete -c tidewell -n $first -a defaults -d 'Read and write settings'
 complete -c tidewell -n '__fish_seen_subcommand_from enable disable allow preview quit-of' \
     -a '(tidewell browsers --words 2>/dev/null)'
 complete -c tidewell -n '__fish_seen_subcommand_from enable allow' -l yes -d 'Agree to every folder'
+complete -c tidewell -n '__fish_seen_subcommand_from quit-of' -l force -d 'Also while it runs, without asking'
 complete -c tidewell -n '__fish_seen_subcommand_from status browsers preview grants' -l json -d 'For programs'
 complete -c tidewell -n '__fish_seen_subcommand_from browsers' -l words -d 'Only what each may be called'
 complete -c tidewell -n '__fish_seen_subcommand_from notifications overwrite' -a 'on off'

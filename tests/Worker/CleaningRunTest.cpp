@@ -287,8 +287,8 @@ TEST_F(CleaningRun, thatIsStillUnderWayWhenTheSecondStartsDoesAllItsWorkAndSoDoe
 
 TEST_F(CleaningRun, isNotLeftOutBecauseTheBrowserRunsAgain) {
   enable({"org.mozilla.firefox"});
-  quit("Firefox", std::nullopt);
   platform.workspace.running.insert("org.mozilla.firefox");
+  quit("Firefox", std::nullopt);
   platform.dispatch.advance(8s);
   EXPECT_EQ(runs(), 2U);
 }

@@ -99,8 +99,12 @@ void FakeNotificationCenter::removeDeliveredNotification(const platform::UserNot
 
 void FakeWorkspace::quit(std::optional<std::string> name, std::optional<std::string> identifier,
                          std::vector<platform::Arguments> processes) {
+  tell({std::move(name), std::move(identifier), std::move(processes)});
+}
+
+void FakeWorkspace::tell(const platform::ApplicationNotification& notification) {
   const auto observers = observers_;
-  for (const auto& [token, observer] : observers) observer({name, identifier, processes});
+  for (const auto& [token, observer] : observers) observer(notification);
 }
 
 FakeWorkspace::ObserverToken FakeWorkspace::addDidTerminateApplicationObserver(Observer observer) {

@@ -118,6 +118,7 @@ class FakeWorkspace : public platform::Workspace {
  public:
   void quit(std::optional<std::string> name, std::optional<std::string> identifier,
             std::vector<platform::Arguments> processes = {});
+  void tell(const platform::ApplicationNotification& notification);
   std::size_t observers() const { return observers_.size(); }
 
   ObserverToken addDidTerminateApplicationObserver(Observer observer) override;

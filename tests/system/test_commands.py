@@ -66,6 +66,36 @@ class Commands(unittest.TestCase):
         self.assertFalse(self.browser("Firefox")["enabled"])
         self.assertEqual(self.tidewell("quit-of", "firefox")[0], 1)
 
+    def test_quit_of_while_the_browser_runs(self):
+        self.start()
+        self.succeed("enable", "firefox", "--yes")
+        browser = self.desk.run_browser("firefox")
+        self.desk.file(FLASH + "/a")
+        status, _, errors = self.tidewell("quit-of", "firefox", given="y\n")
+        self.assertEqual((status, len(errors.splitlines())), (1, 1))
+        self.assertIn("Firefox is running", errors)
+        self.assertIn("Firefox is running", self.answered("n", "quit-of", "firefox"))
+        self.assertTrue(self.desk.exists(FLASH))
+        self.answered("y", "quit-of", "firefox")
+        self.desk.wait(lambda: not self.desk.exists(FLASH), session.FIRST_RUN)
+        self.desk.file(FLASH + "/a")
+        self.succeed("quit-of", "--force", "firefox")
+        self.desk.wait(lambda: not self.desk.exists(FLASH), session.FIRST_RUN)
+        self.desk.quit_browser(browser)
+        self.succeed("quit-of", "firefox")
+
+    def answered(self, answer, *words):
+        """Runs the command in a terminal, where it asks something; returns what it prints."""
+        ours, terminal = os.openpty()
+        self.addCleanup(os.close, ours)
+        process = subprocess.Popen([self.desk.program("tidewell"), *words], env=self.desk.environment, stdin=terminal,
+                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        os.close(terminal)
+        os.write(ours, (answer + "\n").encode())
+        self.desk.wait(lambda: process.poll() is not None, what="the command's end")
+        with process.stdout as output:
+            return output.read()
+
     def test_several_browsers_by_any_of_their_names(self):
         self.start()
         self.succeed("enable", "chrome", "Chromium", "com.operasoftware.Opera", "--yes")

@@ -181,14 +181,10 @@ void LinuxWorkspace::updateConnector() {
 
 void LinuxWorkspace::quit(std::size_t index, std::vector<Arguments> processes) {
   scanSeveralTimes();  // one that is being started at this very moment does not show yet
-  tell({applications_[index].applicationName, applications_[index].bundleIdentifier, std::move(processes)});
+  announce({applications_[index].applicationName, applications_[index].bundleIdentifier, std::move(processes)});
 }
 
-void LinuxWorkspace::announce(const std::string& applicationName, const std::string& bundleIdentifier) {
-  tell({applicationName, bundleIdentifier});
-}
-
-void LinuxWorkspace::tell(const ApplicationNotification& notification) {
+void LinuxWorkspace::announce(const ApplicationNotification& notification) {
   const std::map<ObserverToken, Observer> observers = observers_;  // one may add or remove others
   for (const auto& [token, observer] : observers) observer(notification);
 }

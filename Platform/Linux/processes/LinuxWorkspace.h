@@ -50,7 +50,7 @@ class LinuxWorkspace : public Workspace {
   void start(Options options);
 
   /// Tells of a quit that was learned of in another way.
-  void announce(const std::string& applicationName, const std::string& bundleIdentifier);
+  void announce(const ApplicationNotification& notification);
 
   ObserverToken addDidTerminateApplicationObserver(Observer observer) override;
   void removeObserver(ObserverToken token) override;
@@ -67,7 +67,6 @@ class LinuxWorkspace : public Workspace {
   void happened(const PathWatch::Events& events);
   void updateConnector();
   void quit(std::size_t index, std::vector<Arguments> processes);
-  void tell(const ApplicationNotification& notification);
 
   RunLoop& loop_;
   const std::vector<WatchedApplication> applications_;

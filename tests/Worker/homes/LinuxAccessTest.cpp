@@ -176,34 +176,6 @@ TEST_F(LinuxAccess, isMadeUpForByEachRunOnce) {
   EXPECT_THAT(panels(), IsEmpty());
 }
 
-TEST_F(LinuxAccess, isNotUsedForABrowserThatRunsAgain) {
-  platform.home.file(".config/chromium/Local State", "{}");
-  platform.home.file(".config/chromium/Default/Preferences", "{}");
-  platform.grant(home(".config/chromium"));
-  enable({"org.chromium.Chromium"});
-  platform.workspace.quit("Chromium", "org.chromium.Chromium");
-  platform.dispatch.advance(std::chrono::seconds(4));
-  platform.workspace.running.insert("org.chromium.Chromium");
-  platform.home.file(".config/chromium/Default/Cookies");
-  platform.dispatch.advance(std::chrono::seconds(60));
-  EXPECT_TRUE(platform.home.exists(".config/chromium/Default/Cookies"));
-  platform.workspace.running.clear();
-  quit("Chromium");
-  EXPECT_FALSE(platform.home.exists(".config/chromium/Default/Cookies"));
-}
-
-TEST_F(LinuxAccess, isUsedByTheFirstRunWhateverRunsAgainByThen) {
-  platform.home.file(".config/chromium/Local State", "{}");
-  platform.home.file(".config/chromium/Default/Preferences", "{}");
-  platform.home.file(".config/chromium/Default/Cookies");
-  platform.grant(home(".config/chromium"));
-  enable({"org.chromium.Chromium"});
-  platform.workspace.running.insert("org.chromium.Chromium");
-  platform.workspace.quit("Chromium", "org.chromium.Chromium");
-  platform.dispatch.advance(std::chrono::seconds(4));
-  EXPECT_FALSE(platform.home.exists(".config/chromium/Default/Cookies"));
-}
-
 TEST_F(LinuxAccess, asksOnceForAFolderWithTwoNames) {
   platform.home.folder(".config/mozilla/firefox");
   platform.home.link(".mozilla", ".config/mozilla");

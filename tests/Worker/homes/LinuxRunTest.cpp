@@ -118,6 +118,16 @@ TEST_P(LinuxRun, onAHomeWithALibraryTakesCurrentStoresWhenThatIsWanted) {
   expectCleaned(before, {GetParam()}, fillLibraryWithCurrentStores);
 }
 
+TEST_P(LinuxRun, onAHomeWithALibraryTakesCurrentStoresThoughTheBrowserRunsAgain) {
+  fillLibraryWithCurrentStores(platform.home);
+  const HomeContents before(platform.home);
+  platform.shared().insert_or_assign(tidewell::kCurrentStoresKey, true);
+  platform.grant(platform.home.path());
+  platform.workspace.running.insert(std::string(browser(GetParam()).bundleIdentifier));
+  quit(GetParam());
+  expectCleaned(before, {GetParam()}, fillLibraryWithCurrentStores);
+}
+
 TEST_P(LinuxRun, onAHomeWithALibraryTakesOnlyTheStoresOfOldByTheStepsOfOld) {
   fillLibraryWithCurrentStores(platform.home);
   const HomeContents before(platform.home);

@@ -27,8 +27,11 @@ TEST(AnnouncedQuits, areTakenFromAnySenderAndPath) {
   RunLoop loop;
   const auto bus = std::move(*SessionBus::open(loop));
   std::vector<std::pair<std::string, std::string>> quits;
-  platform::linux_::AnnouncedQuits announced(
-      *bus, [&](const std::string& name, const std::string& identifier) { quits.emplace_back(name, identifier); });
+  std::vector<std::string> allTheSame;
+  platform::linux_::AnnouncedQuits announced(*bus, [&](const platform::ApplicationNotification& quit) {
+    quits.emplace_back(quit.applicationName.value(), quit.bundleIdentifier.value());
+    if (quit.evenIfRunning) allTheSame.push_back(quits.back().first);
+  });
   testing_support::BusProgram launcher(loop, "");
   testing_support::BusProgram container(loop, "");
   sd_bus_emit_signal(launcher.bus(), "/any", kInterface, "DidTerminateApplication", "ss", "Firefox", "org.f");
@@ -39,6 +42,9 @@ TEST(AnnouncedQuits, areTakenFromAnySenderAndPath) {
   sd_bus_emit_signal(container.bus(), "/other", kInterface, "DidTerminateApplication", "ss", "", "");
   ASSERT_TRUE(testing_support::runUntil(loop, [&] { return quits.size() >= 2; }));
   EXPECT_THAT(quits, ElementsAre(std::pair("Firefox", "org.f"), std::pair("", "")));
+  sd_bus_emit_signal(container.bus(), "/", kInterface, "CleanAllTheSame", "ss", "Opera", "org.o");
+  ASSERT_TRUE(testing_support::runUntil(loop, [&] { return quits.size() >= 3; }));
+  EXPECT_THAT(allTheSame, ElementsAre("Opera"));
 }
 
 TEST(AnnouncedQuits, withNamesThatAreLongerThanAnyAreIgnored) {
@@ -46,8 +52,8 @@ TEST(AnnouncedQuits, withNamesThatAreLongerThanAnyAreIgnored) {
   RunLoop loop;
   const auto bus = std::move(*SessionBus::open(loop));
   std::vector<std::size_t> quits;
-  platform::linux_::AnnouncedQuits announced(*bus, [&](const std::string& name, const std::string& identifier) {
-    quits.push_back(name.size() + identifier.size());
+  platform::linux_::AnnouncedQuits announced(*bus, [&](const platform::ApplicationNotification& quit) {
+    quits.push_back(quit.applicationName->size() + quit.bundleIdentifier->size());
   });
   testing_support::BusProgram launcher(loop, "");
   for (const auto& [name, identifier] :

@@ -312,16 +312,16 @@ TEST_F(QuittingApplications, areNotMissedWhileTheirProgramIsOpenedAgainAndAgain)
 // Reporting.
 
 TEST_F(QuittingApplications, mayBeAnnounced) {
-  workspace.announce("Any Name", "any.identifier");
+  workspace.announce({"Any Name", "any.identifier"});
   EXPECT_THAT(quits, ElementsAre("Any Name"));
 }
 
 TEST_F(QuittingApplications, areToldToEveryObserverUntilItIsRemoved) {
   int told = 0;
   const auto token = workspace.addDidTerminateApplicationObserver([&](const auto&) { ++told; });
-  workspace.announce("A", "");
+  workspace.announce({"A", ""});
   workspace.removeObserver(token);
-  workspace.announce("B", "");
+  workspace.announce({"B", ""});
   EXPECT_EQ(told, 1);
   EXPECT_THAT(quits, ElementsAre("A", "B"));
 }

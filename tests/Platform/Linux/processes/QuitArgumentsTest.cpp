@@ -86,7 +86,7 @@ TEST_F(QuitArguments, areNotAnotherApplications) {
 
 TEST_F(QuitArguments, areNoneOfAQuitThatIsAnnounced) {
   start();
-  workspace.announce("Chromium", "org.example.chromium");
+  workspace.announce({"Chromium", "org.example.chromium"});
   EXPECT_THAT(processes, ElementsAre(IsEmpty()));
 }
 
