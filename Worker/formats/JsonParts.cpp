@@ -4,6 +4,8 @@
 #include <cctype>
 #include <nlohmann/json.hpp>
 
+#include "Worker/formats/JsonBounds.h"
+
 namespace tidewell {
 namespace {
 
@@ -26,8 +28,7 @@ std::string withoutSurrogates(std::string_view text) {
 /// Walks over a text that is known to be JSON, and copies it.
 class Copy {
  public:
-  Copy(std::string_view text, std::string_view readable, const std::function<bool(const JsonPart&)>& goes)
-      : text_(text), readable_(readable), goes_(goes) {
+  Copy(std::string_view text, const std::function<bool(const JsonPart&)>& goes) : text_(text), goes_(goes) {
     result_.reserve(text.size());
   }
 
@@ -94,14 +95,14 @@ class Copy {
       endValue();
       return;
     }
-    path_.push_back(decoded(readable_.substr(at_, end - at_)));
+    path_.push_back(decoded(text_.substr(at_, end - at_)));
     open_.back().hasName = true;
     copyUntil(end);
   }
 
   static std::string decoded(std::string_view literal) {
     if (literal.find('\\') == std::string_view::npos) return std::string(literal.substr(1, literal.size() - 2));
-    return json::parse(literal).get<std::string>();
+    return json::parse(withoutSurrogates(literal)).get<std::string>();
   }
 
   void copyUntil(std::size_t end) {
@@ -131,7 +132,6 @@ class Copy {
   }
 
   const std::string_view text_;
-  const std::string_view readable_;  // the same, with names that can be decoded
   const std::function<bool(const JsonPart&)>& goes_;
   std::size_t at_ = 0;
   std::string result_;
@@ -145,11 +145,10 @@ std::optional<std::string> withoutParts(std::string_view document, const std::fu
   constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
   // The parser would take a zero byte for the end.
   if (document.find('\0') != std::string_view::npos) return std::nullopt;
-  const std::string readable = withoutSurrogates(document);
-  if (!json::accept(readable)) return std::nullopt;
+  if (!isBoundedJson(withoutSurrogates(document))) return std::nullopt;
   const std::size_t mark = document.substr(0, kByteOrderMark.size()) == kByteOrderMark ? kByteOrderMark.size() : 0;
   const std::string_view text = document.substr(mark);
-  return std::string(document.substr(0, mark)) + Copy(text, std::string_view(readable).substr(mark), goes).run();
+  return std::string(document.substr(0, mark)) + Copy(text, goes).run();
 }
 
 }  // namespace tidewell

@@ -1,7 +1,8 @@
 // Removes parts of a JSON document; the rest keeps its own text, byte for byte.
 //
 // Members keep their order, numbers their digits and strings their escapes. The time grows only with the length,
-// whatever the names and however deep the nesting, since sites fill these documents. Any thread; nothing is thrown.
+// whatever the names and the nesting, since sites fill these documents. Memory: two to four times the length. Any
+// thread; nothing is thrown.
 #pragma once
 
 #include <functional>
@@ -21,8 +22,8 @@ struct JsonPart {
 };
 
 /// The document without the parts for which `goes` returns true; it is called for each part after the parts inside that
-/// one. Absent when the text is no JSON, or no UTF-8. An escape of half a character ("\ud83d") is accepted: scripts
-/// make such strings.
+/// one. Absent when the text is no JSON, no UTF-8, or nested deeper than kDeepestJson levels. An escape of half a
+/// character ("\ud83d") is accepted: scripts make such strings.
 std::optional<std::string> withoutParts(std::string_view document, const std::function<bool(const JsonPart&)>& goes);
 
 }  // namespace tidewell

@@ -2,10 +2,14 @@
 
 #include <nlohmann/json.hpp>
 
+#include "Worker/formats/JsonBounds.h"
+
 namespace tidewell {
 namespace {
 
 using nlohmann::json;
+
+constexpr std::size_t kMostValues = 1 << 20;  // each takes about 100 bytes of memory
 
 /// The object member of that name; null when `object` is no object or has no such member.
 const json* member(const json* object, const char* name) {
@@ -17,8 +21,9 @@ const json* member(const json* object, const char* name) {
 }  // namespace
 
 ProfileMap profilesOfLocalState(std::string_view text) {
-  const json localState = json::parse(text, nullptr, /*allow_exceptions=*/false);
   ProfileMap profiles;
+  if (!isBoundedJson(text, kMostValues)) return profiles;
+  const json localState = json::parse(text);
   const json* infoCache = member(member(&localState, "profile"), "info_cache");
   if (infoCache == nullptr || !infoCache->is_object()) return profiles;
   for (const auto& [folder, profile] : infoCache->items()) {

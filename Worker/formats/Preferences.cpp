@@ -92,7 +92,8 @@ bool patternNamesSite(std::string_view pattern) {
 }
 
 bool isPatternPair(std::string_view name) {
-  return name.find(',') != std::string_view::npos;
+  constexpr std::size_t kLongestPattern = 1024;  // bytes; or a long name would be searched for each part below it
+  return name.substr(0, kLongestPattern).find(',') != std::string_view::npos;
 }
 
 /// Whether the name is a pair of patterns (of the page, and of the page around it), or one alone, and is about a site.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <functional>
 
 #include "Worker/formats/ByteReader.h"
 #include "Worker/formats/JsonParts.h"
@@ -39,6 +40,7 @@ class SiteData {
   bool operator()(const JsonPart& part) {
     const std::vector<std::string>& path = part.path;
     const std::string& name = path.back();
+    if (startsWith(part.before, "\"http") || startsWith(name, "http")) lastAddress_ = part.before.data();
     const std::string_view parent = path.size() < 2 ? std::string_view() : path[path.size() - 2];
     if (isNameOfSomeonesChoice(path)) return false;
     if (parent == "cookies" && name.empty()) return true;
@@ -61,7 +63,7 @@ class SiteData {
   bool isPartOfSitesForm(const JsonPart& part, std::string_view parent) {
     if (parent != "formdata") return false;
     if (part.path.back() == "url" && isNoSite(part.before.substr(1))) otherForms_.push_back(part.path.size() - 1);
-    return part.path.back() == "children" && part.before.find("\"http") != std::string_view::npos;
+    return part.path.back() == "children" && std::greater_equal<>()(lastAddress_, part.before.data());
   }
 
   bool isSitesForm(std::size_t depth) {
@@ -73,6 +75,7 @@ class SiteData {
   }
 
   std::vector<std::size_t> otherForms_;  // the depths of those that are being read
+  const char* lastAddress_ = nullptr;    // where the last value is that is a site's address, or has one as its name
 };
 
 /// The file's text; absent when it is no such file.
@@ -102,11 +105,13 @@ std::string packed(std::string_view text) {
 }  // namespace
 
 Rewriting withoutSiteData(std::string_view jsonlz4) {
-  const auto text = unpacked(jsonlz4);
+  auto text = unpacked(jsonlz4);
   if (!text) return Rewriting::remove();
   const auto rest = withoutParts(*text, SiteData());
   if (!rest) return Rewriting::remove();
-  return rest->size() == text->size() ? Rewriting::leave() : Rewriting::replaceBy(packed(*rest));
+  if (rest->size() == text->size()) return Rewriting::leave();
+  text.reset();  // up to 256 MB, as what is to be made now
+  return Rewriting::replaceBy(packed(*rest));
 }
 
 }  // namespace tidewell

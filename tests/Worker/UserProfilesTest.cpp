@@ -1,5 +1,6 @@
 // Which profiles Google Chrome and Chromium have.
 
+#include "tests/support/MemoryLimit.h"
 #include "tests/support/WorkerTest.h"
 
 namespace {
@@ -62,6 +63,15 @@ TEST_F(UserProfiles, areNoneWhereTheFileIsEmptyOrNoJSON) {
 
 TEST_F(UserProfiles, areNoneWhereJSONIsNestedWithoutEnd) {
   EXPECT_THAT(profilesOf(std::string(100'000, '[')), IsEmpty());
+}
+
+TEST_F(UserProfiles, areNoneWhereValuesAreWithoutEnd) {
+  const std::string profiles = R"({"profile": {"info_cache": {"A": {"name": "a"}}}, "x": [0)";
+  std::string values;
+  while (values.size() < std::size_t{16} << 20) values += ",{},[],{\"a\":[]}";
+  EXPECT_THAT(profilesOf(profiles + values.substr(0, 1500) + "]}"), ElementsAre(Pair("A", "a")));
+  EXPECT_TRUE(testing_support::succeedsWithMemory(std::size_t{256} << 20,
+                                                  [&] { return profilesOf(profiles + values + "]}").empty(); }));
 }
 
 TEST_F(UserProfiles, areNoneWhereTheFileIsMissing) {

@@ -5,13 +5,17 @@
 #include <string>
 #include <vector>
 
+#include "Worker/formats/JsonBounds.h"
 #include "Worker/formats/JsonParts.h"
+#include "tests/support/MemoryLimit.h"
 
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::Optional;
+using testing_support::succeedsWithMemory;
 using tidewell::JsonPart;
+using tidewell::kDeepestJson;
 using tidewell::withoutParts;
 
 bool isNamedGone(const JsonPart& part) {
@@ -87,16 +91,32 @@ TEST(JsonParts, mayHaveHalvesOfCharactersInThem) {
               Optional(std::string(R"({"a\ud83d":"\udc00x\uD83D\uDE00\\ud800","\ud83d\ude00":1})")));
 }
 
-TEST(JsonParts, canBeNestedWithoutEnd) {
-  constexpr std::size_t kDeep = 100'000;
-  const std::string lists = std::string(kDeep, '[') + "null" + std::string(kDeep, ']');
-  EXPECT_THAT(withoutParts(lists, isNull), Optional(std::string(kDeep, '[') + std::string(kDeep, ']')));
-  std::string objects;
-  for (std::size_t count = 0; count < kDeep; ++count) objects += "{\"a\":";
-  objects += "{\"gone\":1}" + std::string(kDeep, '}');
-  ASSERT_TRUE(withoutParts(objects, isNamedGone));
-  EXPECT_EQ(withoutParts(objects, isNamedGone)->size(), objects.size() - std::string_view("\"gone\":1").size());
-  EXPECT_EQ(withoutParts(std::string(kDeep, '['), isNull), std::nullopt);
+TEST(JsonParts, canBeNestedUpToABound) {
+  const auto lists = [](std::size_t depth) { return std::string(depth, '[') + "null" + std::string(depth, ']'); };
+  EXPECT_THAT(withoutParts(lists(kDeepestJson), isNull),
+              Optional(std::string(kDeepestJson, '[') + std::string(kDeepestJson, ']')));
+  EXPECT_EQ(withoutParts(lists(kDeepestJson + 1), isNull), std::nullopt);
+  const auto objects = [](std::size_t depth) {
+    std::string text;
+    for (std::size_t count = 1; count < depth; ++count) text += "{\"a\":";
+    return text + "{\"gone\":1}" + std::string(depth - 1, '}');
+  };
+  ASSERT_TRUE(withoutParts(objects(kDeepestJson), isNamedGone));
+  EXPECT_EQ(withoutParts(objects(kDeepestJson + 1), isNamedGone), std::nullopt);
+  std::string wide = "[";  // the bound is about depth, not about number
+  for (std::size_t count = 0; count < 2 * kDeepestJson; ++count) wide += "[],{},";
+  wide += "0]";
+  EXPECT_THAT(withoutParts(wide, isNull), Optional(wide));
+}
+
+TEST(JsonParts, takeNoMoreThanAFewTimesTheirTextsMemory) {
+  constexpr std::size_t kMegabyte = std::size_t{1} << 20;
+  const std::string open(8 * kMegabyte, '[');
+  EXPECT_TRUE(succeedsWithMemory(4 * open.size(), [&] { return !withoutParts(open, isNothing); }));
+  std::string many = "[null";
+  while (many.size() < 8 * kMegabyte) many += ",null,{},[],0";
+  many += ']';
+  EXPECT_TRUE(succeedsWithMemory(4 * many.size(), [&] { return withoutParts(many, isNull).has_value(); }));
 }
 
 TEST(JsonParts, areTakenOutWhereverTheTextIsCut) {

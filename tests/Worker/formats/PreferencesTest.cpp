@@ -220,14 +220,16 @@ TEST(Preferences, areLeftWhenTheyAreOfAnotherShape) {
   }
 }
 
-TEST(Preferences, mayBeNestedWithoutEnd) {
+TEST(Preferences, mayBeNestedUpToABound) {
   std::string deep;
   for (int count = 0; count < 100'000; ++count) deep += "{\"profile\":";
   expectLeft(deep);
   expectLeft(deep + "1" + std::string(100'000, '}'));
-  const std::string lists = std::string(100'000, '[') + std::string(100'000, ']');
-  EXPECT_EQ(withoutSites(R"({"translate_site_blocklist":[)" + lists + "]}").contents,
-            R"({"translate_site_blocklist":[]})");
+  const auto listed = [](std::size_t depth) {
+    return R"({"translate_site_blocklist":)" + std::string(depth, '[') + std::string(depth, ']') + "}";
+  };
+  EXPECT_EQ(withoutSites(listed(500)).contents, R"({"translate_site_blocklist":[]})");
+  expectLeft(listed(100'000));
 }
 
 TEST(Preferences, areWellFormedAfterAnyChange) {
