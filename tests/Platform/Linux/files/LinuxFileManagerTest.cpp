@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
 
 #include <filesystem>
@@ -43,6 +44,18 @@ class Files : public ::testing::Test {
   SecurityScopes scopes;
   LinuxFileManager files{scopes, granted.path("scripts/folder")};
 };
+
+TEST_F(Files, areNotWaitedForWhileALeaseIsHeldOnThem) {
+  const std::string path = granted.file("leased", "contents");
+  ::signal(SIGIO, SIG_IGN);  // the wish that the lease be given up
+  const int holder = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(::fcntl(holder, F_SETLEASE, F_WRLCK), 0);
+  EXPECT_EQ(files.stringWithContentsOfFile(path).error(), std::errc::resource_unavailable_try_again);
+  EXPECT_EQ(files.readableFile(path).error(), std::errc::resource_unavailable_try_again);
+  ::close(holder);
+  ::signal(SIGIO, SIG_DFL);
+  EXPECT_EQ(*files.stringWithContentsOfFile(path), "contents");
+}
 
 TEST_F(Files, outsideEveryGrantCanBeAskedForButNotTouched) {
   elsewhere.file("folder/a");
