@@ -8,6 +8,9 @@
 namespace tidewell {
 namespace {
 
+constexpr std::size_t kMostCalls = 64;         // that wait for the person
+constexpr gsize kLongestCall = 1024UL * 1024;  // bytes: dozens of times what the folders above a long path take
+
 constexpr char kMethods[] = R"(
   <method name="RunModal">
     <arg name="panel" type="a{sv}" direction="in"/>
@@ -36,6 +39,11 @@ void PanelService::offer(const Glib::RefPtr<Gio::DBus::Connection>& connection) 
 void PanelService::received(const Glib::ustring& sender, const Glib::ustring&,
                             const Glib::VariantContainerBase& parameters,
                             const Glib::RefPtr<Gio::DBus::MethodInvocation>& invocation) {
+  if (calls_.size() >= kMostCalls || parameters.get_size() > kLongestCall) {
+    invocation->return_error(
+        Gio::DBus::Error(Gio::DBus::Error::LIMITS_EXCEEDED, "too many panels, or too large a one"));
+    return;
+  }
   Glib::VariantBase panel;
   parameters.get_child(panel, 0);
   application_.hold();

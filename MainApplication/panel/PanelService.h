@@ -18,7 +18,8 @@ class PanelService {
   /// Windows belong to the application, which stays alive as long as panels wait and ends a little after the last.
   explicit PanelService(Gtk::Application& application);
 
-  /// Offers the service. The connection must stay open.
+  /// Offers the service. The connection must stay open. A call beyond 64 that wait, or of more than 1 MB, is answered
+  /// with an error.
   void offer(const Glib::RefPtr<Gio::DBus::Connection>& connection);
 
  private:

@@ -130,6 +130,14 @@ class OpenPanelProgram(unittest.TestCase):
         self.press("Escape")
         self.assertEqual(self.answer_of(second), (0, ""))
 
+    def test_calls_beyond_any_measure_are_refused(self):
+        refused = self.ask(title="x" * 2000000)
+        self.desk.wait(lambda: refused, what="the refusal of a long call")
+        self.assertIn("LimitsExceeded", str(refused[0].get_dbus_name()))
+        calls = [self.ask() for _ in range(66)]
+        self.desk.wait(lambda: sum(map(len, calls)) == 2, what="the refusal of further calls")
+        self.assertEqual([len(answers) for answers in calls], [0] * 64 + [1] * 2)
+
     def test_a_caller_that_disappears_takes_its_panel_along(self):
         caller = self.desk.connect()
         self.ask(caller, title="Gone")

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
 
 #include <filesystem>
@@ -53,6 +54,18 @@ TEST_F(Files, areRegularWhenTheyAreFilesThemselves) {
                                    elsewhere.path("missing"), std::string(), path + std::string("\0x", 2)}) {
     EXPECT_FALSE(files.isRegularFile(other)) << other;
   }
+}
+
+TEST_F(Files, areNotWaitedForWhileALeaseIsHeldOnThem) {
+  const std::string path = granted.file("leased", "contents");
+  ::signal(SIGIO, SIG_IGN);  // the wish that the lease be given up
+  const int holder = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(::fcntl(holder, F_SETLEASE, F_WRLCK), 0);
+  EXPECT_EQ(files.stringWithContentsOfFile(path).error(), std::errc::resource_unavailable_try_again);
+  EXPECT_EQ(files.readableFile(path).error(), std::errc::resource_unavailable_try_again);
+  ::close(holder);
+  ::signal(SIGIO, SIG_DFL);
+  EXPECT_EQ(*files.stringWithContentsOfFile(path), "contents");
 }
 
 TEST_F(Files, outsideEveryGrantCanBeAskedForButNotTouched) {
