@@ -9,8 +9,8 @@ class Log {
  public:
   virtual ~Log() = default;
 
-  /// Writes one line; control characters in the text (a file name can hold a newline) are written as escapes, so that
-  /// an entry is always one line. From any thread.
+  /// Writes one line; control characters in the text (a file name can hold a newline) are written as printable() has
+  /// them, so that an entry is always one line. From any thread.
   virtual void log(std::string_view text) = 0;
 };
 

@@ -1,7 +1,5 @@
 #include "Platform/UTF8.h"
 
-#include <cstddef>
-
 namespace platform {
 namespace {
 
@@ -25,18 +23,24 @@ Sequence sequenceStartedBy(unsigned char lead) {
 
 }  // namespace
 
+std::size_t lengthOfFirstUTF8Sequence(std::string_view bytes) {
+  if (bytes.empty()) return 0;
+  const Sequence sequence = sequenceStartedBy(static_cast<unsigned char>(bytes[0]));
+  if (bytes.size() < sequence.length) return 0;
+  for (std::size_t index = 1; index < sequence.length; ++index) {
+    const auto byte = static_cast<unsigned char>(bytes[index]);
+    const unsigned char low = index == 1 ? sequence.secondLow : 0x80;
+    const unsigned char high = index == 1 ? sequence.secondHigh : 0xBF;
+    if (byte < low || byte > high) return 0;
+  }
+  return sequence.length;
+}
+
 bool isValidUTF8(std::string_view bytes) {
-  std::size_t at = 0;
-  while (at < bytes.size()) {
-    const Sequence sequence = sequenceStartedBy(static_cast<unsigned char>(bytes[at]));
-    if (sequence.length == 0 || bytes.size() - at < sequence.length) return false;
-    for (std::size_t index = 1; index < sequence.length; ++index) {
-      const auto byte = static_cast<unsigned char>(bytes[at + index]);
-      const unsigned char low = index == 1 ? sequence.secondLow : 0x80;
-      const unsigned char high = index == 1 ? sequence.secondHigh : 0xBF;
-      if (byte < low || byte > high) return false;
-    }
-    at += sequence.length;
+  while (!bytes.empty()) {
+    const std::size_t length = lengthOfFirstUTF8Sequence(bytes);
+    if (length == 0) return false;
+    bytes.remove_prefix(length);
   }
   return true;
 }

@@ -14,12 +14,14 @@
 #include "Platform/Linux/processes/ExecutableFinder.h"
 #include "Platform/Linux/processes/LinuxWorkspace.h"
 #include "Platform/Path.h"
+#include "Platform/PrintableText.h"
 #include "Worker/Identity.h"
 
 namespace tidewell {
 namespace {
 
 using platform::FileURL;
+using platform::printable;
 using platform::linux_::RunLoop;
 
 // A worker that has stopped is noticed much sooner, because it no longer answers pings.
@@ -59,7 +61,7 @@ std::vector<const Browser*> Commands::browsersFor(const std::vector<std::string>
   for (const std::string& text : texts) {
     const Browser* browser = browserCalled(text);
     if (browser == nullptr) {
-      errors_ << "tidewell: there is no browser \"" << text << "\"; known are";
+      errors_ << "tidewell: there is no browser \"" << printable(text) << "\"; known are";
       const char* separator = " ";
       for (const Browser* known : settings_.knownBrowsers()) errors_ << std::exchange(separator, ", ") << known->name;
       errors_ << '\n';
@@ -71,7 +73,7 @@ std::vector<const Browser*> Commands::browsersFor(const std::vector<std::string>
 }
 
 int Commands::fail(const std::string& why) {
-  errors_ << "tidewell: " << why << '\n';
+  errors_ << "tidewell: " << printable(why) << '\n';
   return kFailed;
 }
 
@@ -129,7 +131,7 @@ int Commands::status() {
                                  {"folders", folders}});
   }
   if (options_.json) {
-    output_ << state.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
+    output_ << state.dump(2, ' ', true, nlohmann::ordered_json::error_handler_t::replace) << '\n';
     return kDone;
   }
   const auto word = [](bool yes, const char* text) { return yes ? text : "-"; };
@@ -145,9 +147,10 @@ int Commands::status() {
     marks.resize(20, ' ');
     marks += word(browser["allowed"], "allowed");
     marks.resize(29, ' ');
-    output_ << name << marks << std::string(browser["data"]) << '\n';
+    output_ << name << marks << printable(std::string(browser["data"])) << '\n';
     for (std::size_t other = 1; other < browser["folders"].size(); ++other) {
-      output_ << std::string(name.size() + marks.size(), ' ') << std::string(browser["folders"][other]) << '\n';
+      output_ << std::string(name.size() + marks.size(), ' ') << printable(std::string(browser["folders"][other]))
+              << '\n';
     }
   }
   return kDone;
@@ -211,7 +214,7 @@ std::string Commands::answerInTerminal(const std::string& title, const std::stri
   for (const std::string& url : enabled) {
     const auto folder = FileURL::fromString(url);
     if (!folder || !exists(folder->path())) continue;
-    output_ << title << ": " << message << "\n  " << folder->path();
+    output_ << printable(title) << ": " << printable(message) << "\n  " << printable(folder->path());
     if (options_.answerYes) {
       output_ << ": yes\n";
       return url;
@@ -231,9 +234,9 @@ bool Commands::isAgreedInTerminal() {
 int Commands::grants() {
   const std::vector<std::string> paths = settings_.grants();
   if (options_.json) {
-    output_ << nlohmann::json(paths).dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+    output_ << nlohmann::json(paths).dump(2, ' ', true, nlohmann::json::error_handler_t::replace) << '\n';
   } else {
-    for (const std::string& path : paths) output_ << path << '\n';
+    for (const std::string& path : paths) output_ << printable(path) << '\n';
   }
   return kDone;
 }

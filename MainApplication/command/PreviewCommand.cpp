@@ -7,9 +7,12 @@
 
 #include "MainApplication/command/Commands.h"
 #include "MainApplication/preview/Preview.h"
+#include "Platform/PrintableText.h"
 
 namespace tidewell {
 namespace {
+
+using platform::printable;
 
 /// Sizes as people read them, in powers of 1000.
 std::string readable(std::uint64_t bytes) {
@@ -62,18 +65,19 @@ int Commands::preview(const std::string& name) {
   }
   state["total"] = {{"files", files}, {"bytes", bytes}, {"rows", rows}};
   if (options_.json) {
-    output_ << state.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
+    output_ << state.dump(2, ' ', true, nlohmann::ordered_json::error_handler_t::replace) << '\n';
     return kDone;
   }
   for (const PreviewedItem& item : preview.items) {
-    output_ << item.path << ": " << counted(item.files, "file", "files") << ", " << readable(item.bytes)
+    output_ << printable(item.path) << ": " << counted(item.files, "file", "files") << ", " << readable(item.bytes)
             << (settings_.isGranted(item.path) ? "" : " (not allowed yet)") << '\n';
   }
   for (const PreviewedRows& table : preview.rows) {
-    output_ << table.database << ": " << counted(table.rows, "row", "rows") << " of " << table.table << '\n';
+    output_ << printable(table.database) << ": " << counted(table.rows, "row", "rows") << " of "
+            << printable(table.table) << '\n';
   }
   for (const PreviewedRewriting& rewriting : preview.rewritings) {
-    output_ << rewriting.path << ": " << readable(rewriting.bytes) << " of what sites have left in it"
+    output_ << printable(rewriting.path) << ": " << readable(rewriting.bytes) << " of what sites have left in it"
             << (settings_.isGranted(rewriting.path) ? "" : " (not allowed yet)") << '\n';
   }
   output_ << "A cleaning of " << found[0]->name << " would remove " << counted(files, "file", "files") << " ("

@@ -8,6 +8,8 @@
 
 #include <utility>
 
+#include "Platform/PrintableText.h"
+
 namespace tidewell {
 namespace {
 
@@ -69,7 +71,7 @@ void PanelWindow::addChoices(const PanelRequest& request) {
   for (const PanelChoice& choice : request.choices) {
     auto* button = Gtk::make_managed<Gtk::CheckButton>();
     // A long path is shortened in the middle; the tool tip and screen readers have all of it.
-    auto* label = Gtk::make_managed<Gtk::Label>(choice.path);
+    auto* label = Gtk::make_managed<Gtk::Label>(platform::printable(choice.path));
     label->set_ellipsize(Pango::EllipsizeMode::MIDDLE);
     label->set_xalign(0);
     label->set_hexpand(true);

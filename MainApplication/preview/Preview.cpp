@@ -9,6 +9,7 @@
 #include "MainApplication/preview/PreviewFiles.h"
 #include "MainApplication/preview/PreviewSettings.h"
 #include "MainApplication/preview/QueuedDispatch.h"
+#include "MainApplication/preview/TreeSize.h"
 #include "Platform/Linux/files/LinuxSystem.h"
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
@@ -72,26 +73,6 @@ class NoQuits : public platform::Workspace {
   bool isRunning(const std::string&) const override { return false; }
 };
 
-std::optional<PreviewedItem> measured(const std::string& path) {
-  std::error_code error;
-  const fs::file_status status = fs::symlink_status(path, error);
-  if (!fs::exists(status)) return std::nullopt;
-  PreviewedItem item{path, 0, 0};
-  const auto add = [&item](const fs::directory_entry& entry) {
-    std::error_code ignored;
-    if (entry.is_directory(ignored) && !entry.is_symlink(ignored)) return;
-    ++item.files;
-    const auto size = entry.is_regular_file(ignored) && !entry.is_symlink(ignored) ? entry.file_size(ignored) : 0;
-    if (!ignored) item.bytes += size;
-  };
-  add(fs::directory_entry(path, error));
-  if (fs::is_directory(status)) {
-    const auto options = fs::directory_options::skip_permission_denied;
-    for (const auto& entry : fs::recursive_directory_iterator(path, options, error)) add(entry);
-  }
-  return item;
-}
-
 /// How many rows each table of a database has.
 std::map<std::string, std::uint64_t> rowCounts(const std::string& path) {
   std::map<std::string, std::uint64_t> counts;
@@ -124,13 +105,13 @@ void appendItems(const PreviewFiles& files, Preview& preview) {
   };
   for (const std::string& path : removals) {
     if (isInsideAnother(path)) continue;  // counted with that one
-    if (auto item = measured(path)) preview.items.push_back(std::move(*item));
+    if (const auto size = sizeOfTree(path)) preview.items.push_back({path, size->files, size->bytes});
   }
 }
 
 void appendRewritings(const PreviewFiles& files, Preview& preview) {
   for (const auto& [path, size] : files.replacements()) {
-    const auto before = measured(path);
+    const auto before = sizeOfTree(path);
     preview.rewritings.push_back({path, before && before->bytes > size ? before->bytes - size : 0});
   }
 }

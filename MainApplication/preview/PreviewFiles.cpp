@@ -1,5 +1,10 @@
 #include "MainApplication/preview/PreviewFiles.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -24,11 +29,50 @@ class Copy : public platform::PinnedRegularFile {
   const std::string path_;
 };
 
+constexpr char kTemporary[] = "/tmp/";
+constexpr char kPrefix[] = "tidewell-preview-";
+
+platform::linux_::FileDescriptor opened(const std::string& folder) {
+  return platform::linux_::FileDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+/// Locks the folder until the descriptor is closed; false while another process, or another object, holds it.
+bool isLocked(const platform::linux_::FileDescriptor& folder) {
+  return folder && ::flock(folder.get(), LOCK_EX | LOCK_NB) == 0;
+}
+
+bool isOwn(const platform::linux_::FileDescriptor& folder) {
+  struct stat status {};
+  return folder && ::fstat(folder.get(), &status) == 0 && status.st_uid == ::geteuid();
+}
+
+/// Removes the folders that no process holds any longer: copies of databases are in them.
+void removeAbandoned() {
+  std::error_code error;
+  std::vector<std::string> found;
+  for (fs::directory_iterator entry(kTemporary, error), end; !error && entry != end; entry.increment(error)) {
+    if (entry->path().filename().string().starts_with(kPrefix)) found.push_back(entry->path().string());
+  }
+  for (const std::string& path : found) {
+    const platform::linux_::FileDescriptor folder = opened(path);
+    if (isOwn(folder) && isLocked(folder)) fs::remove_all(path, error);
+  }
+}
+
 }  // namespace
 
 TemporaryFolder::TemporaryFolder() {
-  std::string pattern = "/tmp/tidewell-preview-XXXXXX";
-  if (::mkdtemp(pattern.data()) != nullptr) path_ = pattern;
+  removeAbandoned();
+  do {
+    std::string pattern = std::string(kTemporary) + kPrefix + "XXXXXX";
+    path_ = ::mkdtemp(pattern.data()) != nullptr ? pattern : "";
+  } while (!path_.empty() && !hold());
+}
+
+bool TemporaryFolder::hold() {
+  folder_ = opened(path_);
+  // Until now, another one could take it for abandoned.
+  return isLocked(folder_) && opened(path_);
 }
 
 TemporaryFolder::~TemporaryFolder() {

@@ -10,10 +10,12 @@
 #include <vector>
 
 #include "Platform/Linux/files/LinuxFileManager.h"
+#include "Platform/Linux/host/FileDescriptor.h"
 
 namespace tidewell {
 
-/// A new folder that is removed with the object.
+/// A new folder that is removed with the object; what a program that was ended in the middle has left of others goes
+/// when one is made.
 class TemporaryFolder {
  public:
   TemporaryFolder();
@@ -24,7 +26,11 @@ class TemporaryFolder {
   const std::string& path() const { return path_; }  // "" when it could not be created
 
  private:
+  /// Takes the lock that shows others of this kind that the folder is in use.
+  bool hold();
+
   std::string path_;
+  platform::linux_::FileDescriptor folder_;
 };
 
 class PreviewFiles : public platform::linux_::LinuxFileManager {

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Platform/Format.h"
+#include "Platform/PrintableText.h"
 
 namespace tidewell {
 namespace {
@@ -28,7 +29,7 @@ std::string counted(const Json& count) {
 
 std::string shortened(const Json& path, const std::string& home) {
   const auto whole = path.get<std::string>();
-  return whole.starts_with(home + "/") ? "~" + whole.substr(home.size()) : whole;
+  return platform::printable(whole.starts_with(home + "/") ? "~" + whole.substr(home.size()) : whole);
 }
 
 std::string readable(const Json& preview, const std::string& home) {
@@ -42,7 +43,7 @@ std::string readable(const Json& preview, const std::string& home) {
   for (const Json& table : preview.at("rows")) {
     lines += shortened(table.at("database"), home) + '\n' + kIndent;
     lines += formatted(::dgettext("tidewell", "Rows of %@: %@"),
-                       {table.at("table").get<std::string>(), counted(table.at("rows"))}) +
+                       {platform::printable(table.at("table").get<std::string>()), counted(table.at("rows"))}) +
              '\n';
   }
   for (const Json& rewriting : preview.at("rewritten")) {

@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "Platform/PrintableText.h"
+
 namespace platform::linux_ {
 namespace {
 
@@ -23,31 +25,12 @@ bool standardErrorIsJournal() {
          ::fstat(STDERR_FILENO, &status) == 0 && status.st_dev == device && status.st_ino == inode;
 }
 
-std::string asOneLine(std::string_view text) {
-  constexpr char kHexDigits[] = "0123456789abcdef";
-  std::string line;
-  line.reserve(text.size() + 1);
-  for (const char character : text) {
-    const auto byte = static_cast<unsigned char>(character);
-    if (character == '\n') {
-      line += "\\n";
-    } else if (byte < 0x20 || byte == 0x7f) {
-      line += "\\x";
-      line += kHexDigits[byte >> 4];
-      line += kHexDigits[byte & 15];
-    } else {
-      line += character;
-    }
-  }
-  return line;
-}
-
 }  // namespace
 
 LineLog::LineLog() : toJournal_(standardErrorIsJournal()) {}
 
 void LineLog::log(std::string_view text) {
-  std::string line = asOneLine(text);
+  std::string line = printable(text);
   if (toJournal_ && sd_journal_print(LOG_NOTICE, "%s", line.c_str()) >= 0) return;
   line += '\n';
   // One write for a line, so that lines of several threads don't mix. A failure can't be reported anywhere.

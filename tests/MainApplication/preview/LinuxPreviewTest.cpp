@@ -1,7 +1,12 @@
 // On a home without a Library, too, a run removes exactly what the preview lists.
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <set>
+#include <utility>
 
 #include "MainApplication/preview/Preview.h"
 #include "tests/support/LinuxHomeTest.h"
@@ -164,6 +169,34 @@ TEST_F(EmptyLinuxHome, isPreviewedWithAFolderThatABrowserWasStartedWith) {
   const Preview preview = Preview::of(browser("Chromium"), platform.userDefaults);
   ASSERT_EQ(preview.items.size(), 1U);
   EXPECT_EQ(preview.items[0].path, home("work/Default/Cookies"));
+}
+
+/// Makes a chain of folders below this one, each in the one before, and a file of five bytes in the last.
+void makeDeepTree(const std::string& folder, int levels) {
+  int at = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  for (int level = 0; level < levels; ++level) {
+    ASSERT_EQ(::mkdirat(at, "deep", 0700), 0);
+    const int next = ::openat(at, "deep", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ::close(std::exchange(at, next));
+  }
+  const int file = ::openat(at, "file", O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  EXPECT_EQ(::write(file, "12345", 5), 5);
+  ::close(file);
+  ::close(at);
+}
+
+TEST_F(EmptyLinuxHome, isPreviewedWhenATreeIsDeeperThanAPathCanBeLong) {
+  platform.home.file(".config/chromium/Local State", "{}");
+  platform.home.file(".config/chromium/Default/Preferences", "{}");
+  makeDeepTree(platform.home.folder(".config/chromium/Default/Code Cache"), 3'000);
+  platform.grant(home(".config/chromium"));
+  const auto worker = makeWorker();
+  const Preview preview = Preview::of(browser("Chromium"), platform.userDefaults);
+  ASSERT_EQ(preview.items.size(), 1U);
+  EXPECT_EQ(preview.items[0].files, 1U);
+  EXPECT_EQ(preview.items[0].bytes, 5U);
+  quit("Chromium");
+  EXPECT_FALSE(platform.home.exists(".config/chromium/Default/Code Cache"));
 }
 
 }  // namespace

@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <set>
 
 #include "MainApplication/preview/Preview.h"
+#include "MainApplication/preview/PreviewFiles.h"
 #include "tests/support/SampleHome.h"
 #include "tests/support/WorkerTest.h"
 
@@ -81,6 +84,22 @@ TEST_F(GrantedHomeTest, previewOfAnEmptyHomeIsEmpty) {
   const Preview preview = Preview::of(*tidewell::browserNamed("Firefox"), platform.userDefaults);
   EXPECT_TRUE(preview.items.empty());
   EXPECT_TRUE(preview.rows.empty());
+}
+
+TEST(PreviewsTemporaryFolder, goesWithItsOwnerOrElseWithTheNext) {
+  std::string abandoned = "/tmp/tidewell-preview-XXXXXX";  // of one that was killed
+  ASSERT_NE(::mkdtemp(abandoned.data()), nullptr);
+  std::ofstream(abandoned + "/1") << "a copy";
+  std::string held;
+  {
+    const tidewell::TemporaryFolder first;
+    const tidewell::TemporaryFolder second;
+    held = first.path();
+    EXPECT_FALSE(std::filesystem::exists(abandoned));
+    EXPECT_TRUE(std::filesystem::is_directory(held));
+    EXPECT_NE(held, second.path());
+  }
+  EXPECT_FALSE(std::filesystem::exists(held));
 }
 
 }  // namespace
