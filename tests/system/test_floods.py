@@ -17,6 +17,7 @@ FILES = (".config/chromium/Local State", ".config/chromium/Default/Preferences",
          ".config/opera/Preferences")
 REQUESTS = 1100
 QUITS = 20000
+ANSWER = 40000000  # bytes
 TICKS = os.sysconf("SC_CLK_TCK")
 
 
@@ -72,6 +73,19 @@ class Floods(unittest.TestCase):
         self.desk.wait(lambda: len(answers) == REQUESTS, what="the answers")
         self.assertEqual({str(answer) for answer in answers}, {"bookmarked: org.chromium.Chromium "})
         self.assertEqual(len(self.panel.asked), 2)
+
+    def test_of_bytes_in_a_panels_answer(self):
+        before = self.status("VmRSS")
+        self.panel.answer = lambda panel: (1, "file:///" + ANSWER * "a")
+        self.assertEqual(self.desk.request(IDENTIFIERS["Chromium"]), "bookmarked: org.chromium.Chromium ")
+        self.assertIn("A panel's answer that is longer than any path was refused", self.desk.worker.log)
+        # The message itself is taken from the bus, and nothing is made of it.
+        self.assertLess(self.status("VmHWM") - before, 4 * ANSWER / 1024)
+        self.panel.answer = session.OpenPanel.agree
+        self.assertIsNotNone(self.desk.request(IDENTIFIERS["Chromium"]))
+        self.quit("Chromium")
+        self.desk.wait(lambda: self.is_cleaned("Chromium"), what="the cleaning")
+        self.desk.wait(lambda: self.status("VmRSS") - before < 10 * 1024, what="the return of the memory")
 
     def test_of_quits(self):
         for browser in IDENTIFIERS:

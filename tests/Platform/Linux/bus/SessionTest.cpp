@@ -56,8 +56,8 @@ TEST(AnnouncedQuits, withNamesThatAreLongerThanAnyAreIgnored) {
     quits.push_back(quit.applicationName->size() + quit.bundleIdentifier->size());
   });
   testing_support::BusProgram launcher(loop, "");
-  for (const auto& [name, identifier] :
-       {std::pair(256, 0), std::pair(0, 256), std::pair(10'000'000, 1), std::pair(255, 255)}) {
+  using Lengths = std::pair<std::size_t, std::size_t>;
+  for (const auto& [name, identifier] : {Lengths(256, 0), Lengths(0, 256), Lengths(10'000'000, 1), Lengths(255, 255)}) {
     sd_bus_emit_signal(launcher.bus(), "/any", kInterface, "DidTerminateApplication", "ss",
                        std::string(name, 'x').c_str(), std::string(identifier, 'x').c_str());
   }
