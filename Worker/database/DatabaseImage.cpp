@@ -99,6 +99,11 @@ DatabaseImage changed(Sqlite& source, const std::vector<std::string>& statements
 
 }  // namespace
 
+bool hasFailed(const Sqlite& connection) {
+  const std::int32_t code = connection.errorCode();
+  return code != SQLITE_OK && code != SQLITE_ROW && code != SQLITE_DONE;
+}
+
 void holdAlone(Sqlite& connection) {
   int isOn = 1;
   sqlite3_db_config(connection._db(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);

@@ -32,6 +32,9 @@ struct DatabaseImage {
   static DatabaseImage after(Sqlite& source, const std::vector<std::string>& statements);
 };
 
+/// Whether the last statement on a connection has failed.
+bool hasFailed(const Sqlite& connection);
+
 /// Locks the database of a connection from its first statement on, and keeps closing it from writing or removing
 /// anything. No shared-memory file is used.
 void holdAlone(Sqlite& connection);

@@ -82,14 +82,15 @@ Outcome change(Sqlite& database, const std::string& path, const platform::Readab
 
 }  // namespace
 
-Rows rowsInsideGrant(const std::string& query, const std::string& path) {
-  Rows rows;
-  withDatabase(path, [&](Sqlite& database, const platform::ReadableFile&) {
+std::optional<Rows> rowsInsideGrant(const std::string& query, const std::string& path) {
+  std::optional<Rows> rows = Rows();
+  const Left left = withDatabase(path, [&](Sqlite& database, const platform::ReadableFile&) {
     holdAlone(database);
     const StatementLimits limits(database);
-    rows = database.executeQuery(query).value_or(Rows());
+    rows = database.executeQuery(query);
+    if (hasFailed(database)) rows.reset();  // an error after some rows only ends them
   });
-  return rows;
+  return left == Left::kNothing ? std::move(rows) : std::nullopt;
 }
 
 Outcome changeInsideGrant(const std::vector<std::string>& statements, const std::string& path,

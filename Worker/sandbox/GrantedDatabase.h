@@ -5,6 +5,7 @@
 // and what is left afterwards is a file that was written anew.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,8 +15,8 @@
 
 namespace tidewell {
 
-/// The rows of a query. None when the database is missing, in use, or can't be read. Changes nothing.
-Rows rowsInsideGrant(const std::string& query, const std::string& path);
+/// The rows of a query; none when the database is missing. Absent when it is in use, or can't be read. Changes nothing.
+std::optional<Rows> rowsInsideGrant(const std::string& query, const std::string& path);
 
 /// Runs statements in order, up to the first that fails, and leaves a database with nothing but what they keep: no
 /// unused page, no journal. A missing database is nothing to do.

@@ -105,8 +105,19 @@ Outcome GrantedFiles::rewrite(const std::string& path, const Rewriter& rewriter)
   });
 }
 
-Rows GrantedFiles::rowsOf(const std::string& query, const std::string& database) {
-  return underGrant<Rows>(database, {}, [&](const std::string& fullPath) { return rowsInsideGrant(query, fullPath); });
+std::optional<bool> GrantedFiles::holds(const std::string& path,
+                                        const std::function<bool(std::string_view bytes)>& test,
+                                        std::uint64_t largest) {
+  return underGrant<std::optional<bool>>(path, std::nullopt, [&](const std::string& fullPath) -> std::optional<bool> {
+    const ReadInsideGrant read(fullPath, largest, "");
+    if (!read.bytes) return read.left == Left::kNothing ? std::optional(false) : std::nullopt;
+    return test(*read.bytes);
+  });
+}
+
+std::optional<Rows> GrantedFiles::rowsOf(const std::string& query, const std::string& database) {
+  return underGrant<std::optional<Rows>>(database, std::nullopt,
+                                         [&](const std::string& fullPath) { return rowsInsideGrant(query, fullPath); });
 }
 
 Outcome GrantedFiles::changeDatabase(const std::vector<std::string>& statements, const std::string& database) {

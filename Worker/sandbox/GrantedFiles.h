@@ -49,8 +49,13 @@ class GrantedFiles {
   /// The bytes of a regular file. Absent when it is missing, or larger than `largest` bytes.
   static std::optional<std::string> bytesOf(const std::string& path, std::uint64_t largest = kLargestDocument);
 
-  /// The rows of a query. None when the database is missing, in use, or can't be read.
-  static Rows rowsOf(const std::string& query, const std::string& database);
+  /// Whether the test finds something in the bytes of a regular file. Absent when it can't be read; false when it is
+  /// missing, or larger than `largest` bytes.
+  static std::optional<bool> holds(const std::string& path, const std::function<bool(std::string_view bytes)>& test,
+                                   std::uint64_t largest = kLargestDocument);
+
+  /// The rows of a query; none when the database is missing. Absent when it is in use, or can't be read.
+  static std::optional<Rows> rowsOf(const std::string& query, const std::string& database);
 
   // Removing. If the person has chosen so, every file is overwritten first; a file that could not be overwritten stays,
   // and so do the folders above it, and all that is mounted below the grant. Nothing that is missing counts.

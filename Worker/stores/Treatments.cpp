@@ -87,8 +87,10 @@ Outcome cleanWebDatabases(const std::string& path) {
   static constexpr char kOfSites[] =
       " FROM Databases WHERE substr(origin, 1, 17) NOT IN ('chrome-extension_', 'safari-extension_')";
   const std::string index = appendingPathComponent(path, "Databases.db");
+  const auto rows = GrantedFiles::rowsOf(std::string("SELECT origin") + kOfSites, index);
+  if (!rows) return {Left::kNotReadable};
   Outcome outcome;
-  for (const Row row : GrantedFiles::rowsOf(std::string("SELECT origin") + kOfSites, index)) {
+  for (const Row row : *rows) {
     const auto origin = row.stringForKey("origin");
     // The name comes from the browser's file: one that is not plain could lead out of the folder.
     if (!origin || !platform::isPlainName(*origin)) continue;
@@ -98,12 +100,14 @@ Outcome cleanWebDatabases(const std::string& path) {
 }
 
 Outcome removeLocalStorageFiles(const std::string& path) {
+  // Each is removed for itself: a journal may be left of a file that is gone.
+  static constexpr std::string_view kFiles[] = {".localstorage", ".localstorage-journal"};
   Outcome outcome;
-  static constexpr std::string_view kFile = ".localstorage";
   for (const std::string& name : GrantedFiles::entriesOf(path)) {
-    if (!name.ends_with(kFile) || name.starts_with(kChromeExtension)) continue;
-    outcome += GrantedFiles::remove(appendingPathComponent(path, name));
-    outcome += GrantedFiles::remove(appendingPathComponent(path, name) + "-journal");
+    const bool isOfSite = !name.starts_with(kChromeExtension) &&
+                          std::any_of(std::begin(kFiles), std::end(kFiles),
+                                      [&name](std::string_view ending) { return name.ends_with(ending); });
+    if (isOfSite) outcome += GrantedFiles::remove(appendingPathComponent(path, name));
   }
   return outcome;
 }
@@ -123,12 +127,18 @@ Outcome cleanLocalStorage(const std::string& path) {
 }
 
 Outcome cleanCacheStorage(const std::string& path) {
-  return removeEntriesUnless(path, [&path](const std::string& name) {
+  const auto isOfExtension = [](std::string_view index) {
+    const auto origin = originOfCacheStorage(index);
+    return origin ? origin->starts_with(kExtensionOrigin) : mentionsExtension(index);
+  };
+  Outcome unread;
+  Outcome outcome = removeEntriesUnless(path, [&](const std::string& name) {
     const std::string index = appendingPathComponent(appendingPathComponent(path, name), "index.txt");
-    const std::string bytes = GrantedFiles::bytesOf(index, kLargestCacheStorageIndex).value_or("");
-    const auto origin = originOfCacheStorage(bytes);
-    return origin ? origin->starts_with(kExtensionOrigin) : mentionsExtension(bytes);
+    const auto isKept = GrantedFiles::holds(index, isOfExtension, kLargestCacheStorageIndex);
+    if (!isKept) unread = {Left::kNotReadable};
+    return isKept.value_or(true);
   });
+  return outcome += unread;
 }
 
 Outcome cleanFileSystem(const std::string& path) {
@@ -149,7 +159,7 @@ Outcome cleanFileSystem(const std::string& path) {
 
   // The first origin of all is recorded outside the database, and has a folder of its own.
   const std::string primary = appendingPathComponent(path, "primary.origin");
-  if (mentionsExtension(GrantedFiles::bytesOf(primary, kLargestOrigin).value_or(""))) {
+  if (GrantedFiles::holds(primary, mentionsExtension, kLargestOrigin).value_or(true)) {
     kept.insert({"primary", "primary.origin"});
   }
   if (kept.empty()) return outcome += GrantedFiles::remove(path);
@@ -167,12 +177,12 @@ Outcome cleanWebStorage(const std::string& path) {
   static constexpr char kIndex[] = "QuotaManager";
   if (!GrantedFiles::isDirectory(path)) return {};
   const std::string index = appendingPathComponent(path, kIndex);
-  const Rows rows = GrantedFiles::rowsOf(kBuckets, index);
-  if (rows.empty()) {
-    if (mentionsExtension(GrantedFiles::bytesOf(index).value_or(""))) return {Left::kNotReadable};
+  const auto rows = GrantedFiles::rowsOf(kBuckets, index);
+  if (!rows || rows->empty()) {
+    if (GrantedFiles::holds(index, mentionsExtension).value_or(true)) return {Left::kNotReadable};
     return GrantedFiles::remove(path);
   }
-  const auto kept = rows[0].stringForKey("kept");  // null when no bucket is kept
+  const auto kept = (*rows)[0].stringForKey("kept");  // null when no bucket is kept
   if (!kept) return GrantedFiles::remove(path);
   Outcome outcome = removeEntriesUnless(path, [&kept](const std::string& name) {
     return name.starts_with(kIndex) || kept->find('/' + name + '/') != std::string_view::npos;

@@ -27,6 +27,9 @@ ScratchFolder::ScratchFolder() {
 }
 
 ScratchFolder::~ScratchFolder() {
+  std::error_code error;
+  fs::remove_all(path_, error);
+  if (!error) return;
   // rm removes trees that are too deep for the standard library.
   const std::string command = "chmod -R u+rwx '" + path_ + "' 2>/dev/null; rm -rf '" + path_ + "'";
   [[maybe_unused]] const int status = std::system(command.c_str());

@@ -232,7 +232,7 @@ TEST_P(GrantedDatabase, thatIsMountedBelowTheGrantIsLeft) {
 TEST_P(GrantedDatabase, isReadWithoutBeingChanged) {
   make("PRAGMA journal_mode = WAL;");
   const std::string before = platform.home.content("data/db");
-  EXPECT_EQ(GrantedFiles::rowsOf("SELECT a FROM t", "~/data/db").size(), 401U);
+  EXPECT_EQ(GrantedFiles::rowsOf("SELECT a FROM t", "~/data/db").value().size(), 401U);
   EXPECT_EQ(platform.home.content("data/db"), before);
   EXPECT_FALSE(platform.home.exists("data/db-shm"));
 }

@@ -1,0 +1,31 @@
+// The system calls for files, each of which can be made to go wrong, by its number.
+//
+// The program's own functions of these names replace the C library's, for the libraries that it uses too. They make the
+// real calls.
+#pragma once
+
+#include <cstdint>
+
+namespace testing_support {
+
+enum class Fault {
+  kFails,          // with an error that the call can have
+  kIsInterrupted,  // by a signal; the call has done nothing
+  kIsShort,        // reads or writes a part only
+  kIsTheLast,      // the process is killed instead
+};
+
+/// While it lives, the calls of the thread that created it are counted, as far as the fault can happen to them, and it
+/// happens to one of them. One object at a time.
+class FaultPoints {
+ public:
+  /// `number` counts from 1; 0 for none.
+  FaultPoints(Fault fault, std::uint64_t number);
+  ~FaultPoints();
+  FaultPoints(const FaultPoints&) = delete;
+  FaultPoints& operator=(const FaultPoints&) = delete;
+
+  std::uint64_t count() const;
+};
+
+}  // namespace testing_support
