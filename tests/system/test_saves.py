@@ -1,4 +1,4 @@
-"""A browser that saves its settings while they are being cleaned: nothing that it has saved is lost."""
+"""A browser that is back while it is being cleaned: nothing that it has saved is lost, and its stores are left alone."""
 
 import json
 import os
@@ -87,6 +87,17 @@ class Saves(unittest.TestCase):
             self.save()
             self.check(number)
         self.check_the_next_run_cleans(149)
+
+    def test_of_a_browser_that_runs_stay_until_it_quits(self):
+        notifications = session.NotificationService(self.desk.connection)
+        self.desk.tidewell("notifications", "on")
+        browser = self.desk.run_browser("chromium")
+        self.desk.file(DATA + "Default/Cookies")
+        self.quit()  # a launcher's, while another main process runs
+        self.desk.wait(lambda: notifications.posted, what="the end of the second run")
+        self.assertTrue(self.desk.exists(DATA + "Default/Cookies"))
+        self.desk.quit_browser(browser)
+        self.desk.wait(lambda: not self.desk.exists(DATA + "Default/Cookies"), session.FIRST_RUN)
 
 
 if __name__ == "__main__":
