@@ -181,6 +181,10 @@ void LinuxWorkspace::updateConnector() {
 
 void LinuxWorkspace::quit(std::size_t index, std::vector<Arguments> processes) {
   scanSeveralTimes();  // one that is being started at this very moment does not show yet
+  {
+    const std::lock_guard lock(mutex_);
+    lookedAt_ = {};  // whoever is told must not be answered that it still runs
+  }
   announce({applications_[index].applicationName, applications_[index].bundleIdentifier, std::move(processes)});
 }
 

@@ -72,6 +72,12 @@ LevelFolder::State hold(const std::string& folder, Held& held) {
   return LevelFolder::lookAt(folder, held.files);
 }
 
+/// Whether a database that had no lock file has been opened since it was examined: that makes one.
+bool isOpenedSince(const Held& held) {
+  std::optional<std::string> lock;
+  return !held.lock && (LevelFolder::findLock(held.files.path, lock) != LevelFolder::State::kDatabase || lock);
+}
+
 std::string withoutSlash(std::string path) {
   while (path.size() > 1 && path.ends_with('/')) path.pop_back();
   return path;
@@ -158,7 +164,7 @@ Outcome rewriteInPlace(const Held& held, LevelSource& source, const Survey& surv
   const LevelFolder& folder = held.files;
   LevelWriter writer(folder.path, folder.freeNumber());
   const auto oldCurrent = folder.current ? folder.current->read(0, kSearched).value() : std::nullopt;
-  const bool isWritten = writeKept(source, survey, writer) && (!folder.current || oldCurrent);
+  const bool isWritten = writeKept(source, survey, writer) && (!folder.current || oldCurrent) && !isOpenedSince(held);
   if (!isWritten || (folder.current && files.removeItem(folder.current->path))) {
     writer.takeBack();
     return Outcome::kLeft;
@@ -181,7 +187,7 @@ Outcome rewrite(Held held, LevelSource& source, const Survey& survey, const Remo
   if (files.createFolder(aside)) return Outcome::kLeft;
   LevelWriter writer(aside, 1);
   std::error_code error = std::make_error_code(std::errc::io_error);
-  if (writeKept(source, survey, writer) && !writer.makeCurrent() && !writer.makeLock()) {
+  if (writeKept(source, survey, writer) && !writer.makeCurrent() && !writer.makeLock() && !isOpenedSince(held)) {
     error = files.exchangeItems(held.files.path, aside);
   }
   if (!error) {
@@ -215,6 +221,7 @@ bool holdsPrecious(const LevelFolder& folder, LevelSource& source, const Search&
 }
 
 Outcome removeDatabase(Held held, const Removal& remove) {
+  if (isOpenedSince(held)) return Outcome::kLeft;
   removeAll(held.files.path, remove, std::move(held.lock));
   return Outcome::kRemoved;
 }

@@ -28,8 +28,9 @@ class LevelDatabase {
     kAbsent,     // no such folder, or no database in it
     kRewritten,  // a fresh database with only the chosen entries is in its place, or was there before
     kRemoved,    // nothing was chosen, and everything was passed to `remove`
-    kLeft,       // as it was: locked by another process, damaged beyond repair, or something failed; or of an unknown
-                 // kind: keys in another order than that of bytes, or a folder with links or foreign files in it
+    kLeft,       // as it was: locked or just opened by another process, damaged beyond repair, or something failed; or
+                 // of an unknown kind: keys in another order than that of bytes, or a folder with links or foreign
+                 // files in it
   };
 
   /// Removes an item of the file system, in the caller's way.

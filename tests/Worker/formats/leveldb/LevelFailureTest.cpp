@@ -120,6 +120,22 @@ TEST_F(HinderedLevel, noProcessCanOpenItWhileItIsRewritten) {
   EXPECT_EQ(refusals, static_cast<int>(all.size()));
 }
 
+TEST_F(HinderedLevel, aDatabaseWithoutALockThatIsOpenedMeanwhileIsLeft) {
+  for (const std::string& wanted : {"_kept"s, "nobody"s}) {
+    make();
+    fs::remove(folder + "/LOCK");
+    const auto isKept = [&](std::string_view key, std::string_view) {
+      write(folder + "/LOCK", "");
+      return key.starts_with(wanted);
+    };
+    const auto isPrecious = [](std::string_view) { return false; };
+    EXPECT_EQ(LevelDatabase::keepOnly(folder, isKept, isPrecious, [this](const auto& path) { files.removeItem(path); }),
+              Outcome::kLeft);
+    EXPECT_THAT(inLibrary(), Optional(all));
+    EXPECT_FALSE(isThere(aside));
+  }
+}
+
 TEST_F(HinderedLevel, theLockIsHeldUntilOnlyItIsLeft) {
   for (const std::string& wanted : {"kept.test"s, "nobody"s}) {
     make();
