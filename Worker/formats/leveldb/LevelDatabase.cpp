@@ -141,6 +141,7 @@ Survey surveyOf(LevelSource& source, LevelCondition opened, const LevelDatabase:
     survey.keepsAll = survey.keepsAll && stays;
     return true;
   });
+  survey.keepsAll = survey.keepsAll && !source.hasUnwanted();
   return survey;
 }
 
@@ -241,9 +242,9 @@ Outcome LevelDatabase::keepOnly(const std::string& path, const Selection& isKept
   if (state == LevelFolder::State::kAbsent) return Outcome::kAbsent;
 
   const LevelFolder files = held.files;
-  LevelSource source(files);
+  LevelSource source(files, isKept);
   Survey survey = surveyOf(source, source.open(), isKept);
-  LevelSource everything(files);
+  LevelSource everything(files, isKept);
   const bool isDamaged = survey.condition == LevelCondition::kDamaged;
   if (isDamaged) survey = surveyOf(everything, everything.openAll(), isKept);
   if (survey.condition != LevelCondition::kSound) return Outcome::kLeft;
@@ -258,7 +259,7 @@ Outcome LevelDatabase::keepOnly(const std::string& path, const Selection& isKept
 std::optional<std::map<std::string, std::string>> LevelDatabase::entries(const std::string& folder) {
   Held held;
   if (hold(folder, held) != LevelFolder::State::kDatabase) return std::nullopt;
-  LevelSource source(held.files);
+  LevelSource source(held.files, [](std::string_view, std::string_view) { return true; });
   if (source.open() != LevelCondition::kSound) return std::nullopt;
   std::map<std::string, std::string> entries;
   const LevelCondition condition = source.walk([&](std::string_view key, std::string_view value) {

@@ -21,7 +21,7 @@ class LevelDatabase {
  public:
   LevelDatabase() = delete;
 
-  /// Whether an entry stays.
+  /// Whether an entry stays. For a key of more than 64 KB this must depend on the key alone.
   using Selection = std::function<bool(std::string_view key, std::string_view value)>;
 
   enum class Outcome {
@@ -37,8 +37,9 @@ class LevelDatabase {
   using Removal = std::function<void(const std::string& path)>;
 
   /// Replaces the database in `folder` by a fresh one with only the entries for which `isKept` returns true. It is
-  /// called once for each entry, or twice when there is damage. Deleting in place would not be enough: the old keys
-  /// stay readable in logs, tables and the manifest. A database from which nothing has to go is not touched.
+  /// called once for each entry, twice when there is damage, and more often for a key of more than 64 KB. Deleting in
+  /// place would not be enough: the old keys stay readable in logs, tables and the manifest. A database from which
+  /// nothing has to go is not touched.
   ///
   /// The fresh files are written to "FOLDER.tidewell". Then the two folders are exchanged, atomically where the file
   /// system can, and each old file and then their folder are passed to `remove`. Before that, any failure leaves the

@@ -1,6 +1,7 @@
 #include "Worker/formats/leveldb/LevelLog.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace tidewell {
 namespace {
@@ -15,20 +16,29 @@ enum PieceType : std::uint8_t { kNothing, kWhole, kFirst, kMiddle, kLast };
 
 LevelCondition LevelLogReader::next(std::string& record, bool& atEnd) {
   record.clear();
-  atEnd = false;
-  bool isWithin = false;
+  isWithin_ = false;
   while (true) {
-    Piece piece;
-    const LevelCondition condition = nextPiece(piece, atEnd);
+    Part part;
+    const LevelCondition condition = nextPart(part, atEnd);
     if (condition != LevelCondition::kSound || atEnd) return condition;
-    const bool isStart = piece.type == kWhole || piece.type == kFirst;
-    // Damage may be followed by the rest of a record whose start was damaged: it can't be used, and counts as lost.
-    if (isStart == isWithin || piece.type > kLast) return LevelCondition::kDamaged;
-    if (record.size() + piece.bytes.size() > kLevelMaximalBlock) return LevelCondition::kUnreadable;
-    record.append(piece.bytes);
-    if (piece.type == kWhole || piece.type == kLast) return LevelCondition::kSound;
-    isWithin = true;
+    if (record.size() + part.bytes.size() > kLevelMaximalBlock) return LevelCondition::kUnreadable;
+    record.append(part.bytes);
+    if (part.isLast) return LevelCondition::kSound;
   }
+}
+
+LevelCondition LevelLogReader::nextPart(Part& part, bool& atEnd) {
+  atEnd = false;
+  Piece piece;
+  const LevelCondition condition = nextPiece(piece, atEnd);
+  const bool wasWithin = std::exchange(isWithin_, false);
+  if (condition != LevelCondition::kSound || atEnd) return condition;
+  const bool isStart = piece.type == kWhole || piece.type == kFirst;
+  // Damage may be followed by the rest of a record whose start was damaged: it can't be used, and counts as lost.
+  if (isStart == wasWithin || piece.type > kLast) return LevelCondition::kDamaged;
+  part = {piece.bytes, piece.type == kWhole || piece.type == kLast};
+  isWithin_ = !part.isLast;
+  return LevelCondition::kSound;
 }
 
 LevelCondition LevelLogReader::nextPiece(Piece& piece, bool& atEnd) {

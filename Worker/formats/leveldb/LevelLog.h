@@ -17,6 +17,16 @@ class LevelLogReader {
   /// The file must outlive the object.
   explicit LevelLogReader(const LevelFile& file) : file_(file) {}
 
+  /// A piece of a record, valid until the next call.
+  struct Part {
+    std::string_view bytes;
+    bool isLast = false;  // of its record
+  };
+
+  /// The next part of a record, for records of any size. Behaves as next(): after damage the first part of a later
+  /// record follows.
+  LevelCondition nextPart(Part& part, bool& atEnd);
+
   /// The next record. At the end `atEnd` is set. An incomplete last record, which was being written when the system
   /// stopped, is ignored. After damage, further calls return the records behind it.
   LevelCondition next(std::string& record, bool& atEnd);
@@ -33,6 +43,7 @@ class LevelLogReader {
   bool isLastBlock() const { return offset_ >= file_.size; }
 
   const LevelFile& file_;
+  bool isWithin_ = false;     // a record of which more parts must follow
   std::uint64_t offset_ = 0;  // in the file, of what is not fetched yet
   std::string fetched_;       // whole blocks, but for the last
   std::string_view block_;    // the rest of the current block

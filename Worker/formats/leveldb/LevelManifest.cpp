@@ -1,5 +1,6 @@
 #include "Worker/formats/leveldb/LevelManifest.h"
 
+#include "Worker/formats/leveldb/LevelEdit.h"
 #include "Worker/formats/leveldb/LevelLog.h"
 
 namespace tidewell {
@@ -7,17 +8,6 @@ namespace {
 
 constexpr std::string_view kByteOrder = "leveldb.BytewiseComparator";
 constexpr std::uint64_t kLevels = 7;
-
-enum Tag : std::uint8_t {
-  kComparator = 1,
-  kLogNumber = 2,
-  kNextNumber = 3,
-  kLastSequence = 4,
-  kCompactPointer = 5,
-  kDeletedTable = 6,
-  kNewTable = 7,
-  kPreviousLog = 9,
-};
 
 bool assign(std::uint64_t& number, ByteReader& edit) {
   const auto read = edit.number();
@@ -29,14 +19,19 @@ bool assign(std::uint64_t& number, ByteReader& edit) {
 
 LevelCondition LevelManifest::read(const LevelFile& file) {
   LevelLogReader reader(file);
-  std::string edit;
+  LevelEdit edit;
   bool atEnd = false;
   while (true) {
-    if (const LevelCondition condition = reader.next(edit, atEnd); condition != LevelCondition::kSound) {
-      return condition;
-    }
+    LevelLogReader::Part part;
+    LevelCondition condition = reader.nextPart(part, atEnd);
+    if (condition != LevelCondition::kSound) return condition;
     if (atEnd) break;
-    if (const LevelCondition condition = apply(edit); condition != LevelCondition::kSound) return condition;
+    edit.add(part.bytes);
+    if (edit.bytes().size() > kLevelMaximalBlock) return LevelCondition::kUnreadable;
+    if (!part.isLast) continue;
+    condition = edit.isWhole() ? apply(edit.bytes()) : LevelCondition::kDamaged;
+    if (condition != LevelCondition::kSound) return condition;
+    edit = {};
   }
   // An incomplete last edit never took effect: the files that it would have made obsolete are still there.
   return nextNumber != 0 ? LevelCondition::kSound : LevelCondition::kDamaged;

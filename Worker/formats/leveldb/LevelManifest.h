@@ -15,8 +15,8 @@ struct LevelManifest {
   struct Table {
     std::uint64_t level = 0;  // in 0, tables may overlap; in each one above, none does
     std::uint64_t size = 0;   // in bytes
-    std::string smallest;     // as in the table, with the age
-    std::string largest;
+    std::string smallest;     // as in the table, with the age; a long one is cut when it is read, see LevelEdit
+    std::string largest;      // likewise
   };
 
   std::uint64_t firstLog = 0;  // logs of lower numbers are obsolete, except for this one:

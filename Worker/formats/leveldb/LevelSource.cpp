@@ -20,8 +20,8 @@ constexpr std::uint64_t kLongestName = 64;                 // of a manifest, in 
 /// the current position hold memory.
 class LevelSource::Merge {
  public:
-  Merge(std::vector<std::unique_ptr<LevelRun>> runs, std::size_t memory, bool isTolerant)
-      : memory_(memory), isTolerant_(isTolerant) {
+  Merge(std::vector<std::unique_ptr<LevelRun>> runs, std::size_t memory, bool isTolerant, const Selection& isWanted)
+      : memory_(memory), isTolerant_(isTolerant), isWanted_(isWanted) {
     for (auto& run : runs) {
       memory_ += run->memory();
       waiting_.push_back({std::move(run)});
@@ -44,6 +44,7 @@ class LevelSource::Merge {
 
   const LevelRun* run() const { return current_.run.get(); }
   bool hasLoss() const { return hasLoss_; }
+  bool hasUnwanted() const { return hasUnwanted_; }
 
  private:
   struct Waiting {
@@ -57,15 +58,27 @@ class LevelSource::Merge {
 
   LevelCondition advance() {
     if (!current_.run) return LevelCondition::kSound;
-    memory_ -= current_.run->memory();
     current_.isBegun = true;
-    LevelCondition condition = current_.run->next();
-    while (condition == LevelCondition::kDamaged && isTolerant_) {
-      hasLoss_ = true;
-      condition = current_.run->next();
+    while (true) {
+      memory_ -= current_.run->memory();
+      const LevelCondition condition = current_.run->next();
+      memory_ += current_.run->memory();
+      if (memory_ > kLevelMaximalMemory) return LevelCondition::kUnreadable;
+      if (condition == LevelCondition::kDamaged && isTolerant_) {
+        hasLoss_ = true;
+      } else if (condition != LevelCondition::kSound || !isUnwanted(*current_.run)) {
+        return condition;
+      } else {
+        hasUnwanted_ = true;
+      }
     }
-    memory_ += current_.run->memory();
-    return memory_ > kLevelMaximalMemory ? LevelCondition::kUnreadable : condition;
+  }
+
+  /// Of entries with long keys only.
+  bool isUnwanted(const LevelRun& run) const {
+    if (run.atEnd() || run.key().size() <= kLongestOrderedKey) return false;
+    const auto entry = LevelKey::from(run.key());
+    return entry && !isWanted_(entry->key, run.value());
   }
 
   void waitAgain() {
@@ -83,7 +96,9 @@ class LevelSource::Merge {
   Waiting current_;
   std::size_t memory_;  // in bytes
   const bool isTolerant_;
+  const Selection& isWanted_;
   bool hasLoss_ = false;
+  bool hasUnwanted_ = false;
 };
 
 const LevelFile* LevelSource::currentManifest(LevelCondition& condition) const {
@@ -153,11 +168,12 @@ LevelCondition LevelSource::walk(const Visitor& visit) {
   }
   runs.push_back(std::make_unique<LevelLogRun>(logs_));
 
-  Merge merge(std::move(runs), logs_.memory(), isTolerant_);
+  Merge merge(std::move(runs), logs_.memory(), isTolerant_, isWanted_);
   std::optional<std::string> previous;
   while (true) {
     const LevelCondition condition = merge.next();
     hasLoss_ = hasLoss_ || merge.hasLoss();
+    hasUnwanted_ = hasUnwanted_ || merge.hasUnwanted();
     if (condition != LevelCondition::kSound || merge.run() == nullptr) return condition;
     const auto entry = LevelKey::from(merge.run()->key());
     if (!entry) return LevelCondition::kDamaged;

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Worker/formats/leveldb/LevelFolder.h"
@@ -17,10 +18,18 @@
 
 namespace tidewell {
 
+/// Bytes; above any key of a browser.
+inline constexpr std::size_t kLongestOrderedKey = std::size_t{64} << 10;
+
 class LevelSource {
  public:
-  /// The folder must outlive the object.
-  explicit LevelSource(const LevelFolder& folder) : folder_(folder) {}
+  /// Whether an entry is to be visited.
+  using Selection = std::function<bool(std::string_view key, std::string_view value)>;
+
+  /// The folder must outlive the object. An entry with a key of more than kLongestOrderedKey bytes that the selection
+  /// does not want is passed over where it lies, before it is put in order: keys of that size in many tables could not
+  /// be held in memory side by side. For such keys the selection must depend on the key alone.
+  LevelSource(const LevelFolder& folder, Selection isWanted) : folder_(folder), isWanted_(std::move(isWanted)) {}
 
   /// Opens the tables and logs that the manifest names, as LevelDB would. Damage found later is returned by walk().
   LevelCondition open();
@@ -38,6 +47,9 @@ class LevelSource {
   /// After openAll() and a whole walk: whether anything of the database was lost, as far as is known.
   bool hasLoss() const { return hasLoss_; }
 
+  /// After a whole walk: whether entries were passed over.
+  bool hasUnwanted() const { return hasUnwanted_; }
+
   /// After open() and a whole walk: whether its files hold nothing but the entries that were visited.
   bool isTidy() const { return isTidy_; }
 
@@ -53,10 +65,12 @@ class LevelSource {
   LevelCondition addLogs(std::uint64_t first, std::uint64_t previous);
 
   const LevelFolder& folder_;
+  const Selection isWanted_;
   std::vector<Part> tables_;
   LevelLogEntries logs_;
   bool isTolerant_ = false;
   bool hasLoss_ = false;
+  bool hasUnwanted_ = false;
   bool isTidy_ = false;
 };
 

@@ -131,6 +131,7 @@ LevelCondition LevelTable::readBlock(std::string_view handle, LevelBlock& block)
   if (levelChecksum(bytes.substr(0, count + 1)) != checksum) return LevelCondition::kDamaged;
   std::string content;
   const LevelCondition condition = decompress(bytes.substr(0, count), bytes[count], content);
+  if (fetched_.size() > window_) fetched_ = {};  // a large block needs no second copy
   return condition == LevelCondition::kSound ? block.assign(std::move(content)) : condition;
 }
 
