@@ -6,8 +6,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cstring>
+#include <span>
 
 #include "Platform/Linux/files/BeneathFolder.h"
 #include "Platform/Linux/host/LastError.h"
@@ -15,8 +17,9 @@
 namespace platform::linux_ {
 namespace {
 
-constexpr std::size_t kBlock = 256 * 1024;  // bytes of one write, at most
-constexpr int kPasses = 3;
+constexpr std::size_t kSmallestBlock = 4096;  // bytes of one write
+constexpr std::size_t kLargestBlock = 256 * 1024;
+constexpr std::size_t kPasses = 3;
 constexpr int kFixedPatterns[] = {0x55, 0xAA};  // the last pass writes random bytes
 constexpr int kLooks = 8;
 constexpr int kMostTries = 8;  // for a name that other programs give to one file after the other
@@ -46,11 +49,13 @@ bool hasOnlyThisName(int folder, const std::string& name, int file) {
   return true;
 }
 
-std::error_code writeBlocks(int file, const std::byte* pattern, std::uint64_t from, std::uint64_t end) {
+using Pattern = std::span<const std::byte>;
+
+std::error_code writeBlocks(int file, Pattern pattern, std::uint64_t from, std::uint64_t end) {
   while (from < end) {
-    const std::size_t into = from % kBlock;  // so that all but the first and the last write are aligned
-    const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(kBlock - into, end - from));
-    const ssize_t written = ::pwrite(file, pattern + into, count, static_cast<off_t>(from));
+    const std::size_t into = from % pattern.size();  // so that all but the first and the last write are aligned
+    const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(pattern.size() - into, end - from));
+    const ssize_t written = ::pwrite(file, pattern.data() + into, count, static_cast<off_t>(from));
     if (written < 0 && errno == EINTR) continue;
     if (written < 0) return lastError();
     if (written == 0) return std::make_error_code(std::errc::io_error);
@@ -60,7 +65,7 @@ std::error_code writeBlocks(int file, const std::byte* pattern, std::uint64_t fr
 }
 
 /// One pass over all data of the file up to `size`; its holes are left out.
-std::error_code writePass(int file, const std::byte* pattern, std::uint64_t size) {
+std::error_code writePass(int file, Pattern pattern, std::uint64_t size) {
   for (std::uint64_t at = 0; at < size;) {
     const off_t data = ::lseek(file, static_cast<off_t>(at), SEEK_DATA);
     if (data < 0) return errno == ENXIO ? std::error_code() : lastError();  // ENXIO: no more data
@@ -81,24 +86,30 @@ std::error_code flushData(int file) {
   return result == 0 ? std::error_code() : lastError();
 }
 
-void fillWithRandomBytes(std::byte* block) {
-  for (std::size_t filled = 0; filled < kBlock;) {
-    const ssize_t count = ::getrandom(block + filled, kBlock - filled, 0);
-    if (count > 0) filled += static_cast<std::size_t>(count);
+void fillWithRandomBytes(std::span<std::byte> block) {
+  while (!block.empty()) {
+    const ssize_t count = ::getrandom(block.data(), block.size(), 0);
+    if (count > 0) block = block.subspan(static_cast<std::size_t>(count));
   }
 }
 
 }  // namespace
 
-FileErasure::FileErasure(Overwriting overwriting) : overwriting_(overwriting) {
-  if (overwriting == Overwriting::kNone) return;
-  patterns_ = std::make_unique<std::byte[]>(kPasses * kBlock);
+FileErasure::FileErasure(Overwriting overwriting) : overwriting_(overwriting) {}
+
+/// Most files are small, and random bytes cost more than writing them.
+void FileErasure::preparePatterns(std::uint64_t size) {
+  const std::size_t wanted =
+      std::bit_ceil(static_cast<std::size_t>(std::clamp<std::uint64_t>(size, kSmallestBlock, kLargestBlock)));
+  if (block_ >= wanted) return;
+  block_ = wanted;
+  patterns_ = std::make_unique<std::byte[]>(kPasses * block_);
   std::byte* block = patterns_.get();
   for (const int pattern : kFixedPatterns) {
-    std::memset(block, pattern, kBlock);
-    block += kBlock;
+    std::memset(block, pattern, block_);
+    block += block_;
   }
-  fillWithRandomBytes(block);
+  fillWithRandomBytes({block, block_});
 }
 
 FileErasure::Outcome FileErasure::failed(Outcome outcome, std::error_code error) {
@@ -167,11 +178,13 @@ std::optional<FileErasure::Outcome> FileErasure::overwriteAndUnlink(int folder, 
   return std::nullopt;
 }
 
-std::error_code FileErasure::overwrite(int file, std::uint64_t size) const {
-  for (int pass = 0; pass < kPasses; ++pass) {
-    if (const auto error = writePass(file, patterns_.get() + pass * kBlock, size)) return error;
+std::error_code FileErasure::overwrite(int file, std::uint64_t size) {
+  if (size == 0) return {};
+  preparePatterns(size);
+  for (std::size_t pass = 0; pass < kPasses; ++pass) {
+    if (const auto error = writePass(file, {patterns_.get() + pass * block_, block_}, size)) return error;
   }
-  return size > 0 ? flushData(file) : std::error_code();
+  return flushData(file);
 }
 
 }  // namespace platform::linux_

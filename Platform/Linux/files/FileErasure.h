@@ -35,10 +35,12 @@ class FileErasure {
   /// Absent when another file has taken the name meanwhile.
   std::optional<Outcome> overwriteAndUnlink(int folder, const std::string& name, int file);
   Outcome failed(Outcome outcome, std::error_code error);
-  std::error_code overwrite(int file, std::uint64_t size) const;
+  std::error_code overwrite(int file, std::uint64_t size);
+  void preparePatterns(std::uint64_t size);
 
   const Overwriting overwriting_;
   std::unique_ptr<std::byte[]> patterns_;  // one block for each pass
+  std::size_t block_ = 0;                  // bytes in one; as many as the largest file so far has had use for
   std::error_code error_;
 };
 
