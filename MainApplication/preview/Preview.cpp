@@ -16,6 +16,8 @@
 #include "Worker/Identity.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/database/Sqlite.h"
+#include "Worker/homes/FolderRequest.h"
+#include "Worker/homes/Home.h"
 
 namespace tidewell {
 namespace {
@@ -151,6 +153,7 @@ Preview Preview::of(const Browser& browser, platform::UserDefaultsDomains& setti
                               scopes, system,   previewSettings, notifications, scripts, quits};
   platform::Platform* const before = platform::Platform::install(&platform);
 
+  askForFolders(*Home::current().layout, browser);
   auto worker = WorkerAppDelegate::create();
   worker->clearData_andNotify(std::string(browser.name), false);
   dispatch.runUntilIdle();
