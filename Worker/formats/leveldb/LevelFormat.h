@@ -24,6 +24,8 @@ inline constexpr std::size_t kLevelMaximalMemory = std::size_t{256} << 20;
 /// The limit of one block of a table, which holds at least one whole value, or of one record of a log, in bytes,
 /// uncompressed.
 inline constexpr std::size_t kLevelMaximalBlock = std::size_t{64} << 20;
+/// The limit of a table's index, which has a key for each block, in bytes, uncompressed.
+inline constexpr std::size_t kLevelMaximalIndex = std::size_t{128} << 20;
 
 /// The checksum as stored in files: CRC-32C of both texts in sequence, rotated and increased by a constant, since
 /// checksums are also made of bytes that hold checksums.

@@ -3,17 +3,20 @@
 #include <snappy.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace tidewell {
 namespace {
 
 constexpr std::size_t kFooterSize = 48;  // bytes: two block handles, padding, and the magic number
 constexpr std::uint64_t kMagic = 0xdb4775248b80fb57;
-constexpr std::size_t kTrailerSize = 5;    // behind each block: how it is compressed, and the checksum
-constexpr std::size_t kHighestRatio = 22;  // snappy makes at most 64 bytes of 3
+constexpr std::size_t kTrailerSize = 5;     // behind each block: how it is compressed, and the checksum
+constexpr std::size_t kLongestHandle = 20;  // bytes: two numbers
+constexpr std::size_t kHandleMemory = 64;   // bytes, at most
+constexpr std::size_t kHighestRatio = 22;   // snappy makes at most 64 bytes of 3
 
-/// The contents of a block, within the limits on memory.
-LevelCondition decompress(std::string_view bytes, char compression, std::string& content) {
+/// The contents of a block, if they are no larger than `largest` bytes.
+LevelCondition decompress(std::string_view bytes, char compression, std::size_t largest, std::string& content) {
   if (compression == 0) {
     content = bytes;
     return LevelCondition::kSound;
@@ -22,7 +25,7 @@ LevelCondition decompress(std::string_view bytes, char compression, std::string&
   std::size_t size = 0;
   if (!snappy::GetUncompressedLength(bytes.data(), bytes.size(), &size)) return LevelCondition::kDamaged;
   if (size > bytes.size() * kHighestRatio) return LevelCondition::kDamaged;
-  if (size > kLevelMaximalBlock) return LevelCondition::kUnreadable;
+  if (size > largest) return LevelCondition::kUnreadable;
   content.assign(size, '\0');
   return snappy::RawUncompress(bytes.data(), bytes.size(), content.data()) ? LevelCondition::kSound
                                                                            : LevelCondition::kDamaged;
@@ -91,10 +94,10 @@ LevelCondition LevelTable::nextInBlock() {
 }
 
 LevelCondition LevelTable::turnToBlock() {
-  const LevelCondition condition = index_.next();
-  if (condition == LevelCondition::kSound && !index_.atEnd()) return readBlock(index_.value(), block_);
-  if (condition == LevelCondition::kSound) close();
-  return condition;
+  if (nextHandle_ < handles_.size()) return readBlock(handles_[nextHandle_++], kLevelMaximalBlock, block_);
+  if (std::exchange(isIndexDamaged_, false)) return LevelCondition::kDamaged;
+  close();
+  return LevelCondition::kSound;
 }
 
 LevelCondition LevelTable::open() {
@@ -108,11 +111,22 @@ LevelCondition LevelTable::open() {
   ByteReader handles(footer);
   if (!handles.number() || !handles.number()) return LevelCondition::kDamaged;  // the filters', which is not needed
   const std::string handle(*handles.bytes(kFooterSize - 8 - 20));
-  return readBlock(handle, index_);
+  LevelBlock index;
+  const LevelCondition condition = readBlock(handle, kLevelMaximalIndex, index);
+  if (condition == LevelCondition::kSound) readHandles(index);
+  return condition;
+}
+
+void LevelTable::readHandles(LevelBlock& index) {
+  while (true) {
+    isIndexDamaged_ = index.next() != LevelCondition::kSound;
+    if (isIndexDamaged_ || index.atEnd()) return;
+    handles_.emplace_back(index.value().substr(0, kLongestHandle));
+  }
 }
 
 /// Reads the block whose offset and size are in `handle`.
-LevelCondition LevelTable::readBlock(std::string_view handle, LevelBlock& block) {
+LevelCondition LevelTable::readBlock(std::string_view handle, std::size_t largest, LevelBlock& block) {
   block = {};
   ByteReader numbers(handle);
   const auto offset = numbers.number();
@@ -120,7 +134,7 @@ LevelCondition LevelTable::readBlock(std::string_view handle, LevelBlock& block)
   if (!offset || !size || *offset > size_ || *size > size_ - *offset || size_ - *offset - *size < kTrailerSize) {
     return LevelCondition::kDamaged;
   }
-  if (*size > kLevelMaximalBlock) return LevelCondition::kUnreadable;
+  if (*size > largest) return LevelCondition::kUnreadable;
   const auto count = static_cast<std::size_t>(*size);
   std::string_view bytes;
   if (const LevelCondition condition = fetch(*offset, count + kTrailerSize, bytes);
@@ -130,7 +144,7 @@ LevelCondition LevelTable::readBlock(std::string_view handle, LevelBlock& block)
   const std::uint64_t checksum = *ByteReader(bytes.substr(count + 1)).fixedNumber(4);
   if (levelChecksum(bytes.substr(0, count + 1)) != checksum) return LevelCondition::kDamaged;
   std::string content;
-  const LevelCondition condition = decompress(bytes.substr(0, count), bytes[count], content);
+  const LevelCondition condition = decompress(bytes.substr(0, count), bytes[count], largest, content);
   if (fetched_.size() > window_) fetched_ = {};  // a large block needs no second copy
   return condition == LevelCondition::kSound ? block.assign(std::move(content)) : condition;
 }
@@ -151,13 +165,15 @@ LevelCondition LevelTable::fetch(std::uint64_t offset, std::size_t count, std::s
 
 void LevelTable::close() {
   state_ = State::kAtEnd;
-  index_ = {};
+  handles_ = {};
+  nextHandle_ = 0;
   block_ = {};
   fetched_ = {};
 }
 
 std::size_t LevelTable::memory() const {
-  return index_.memory() + block_.memory() + fetched_.capacity() + previous_.capacity() + smallest_.capacity();
+  return handles_.capacity() * kHandleMemory + block_.memory() + fetched_.capacity() + previous_.capacity() +
+         smallest_.capacity();
 }
 
 }  // namespace tidewell

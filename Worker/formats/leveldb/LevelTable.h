@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Worker/formats/leveldb/LevelRun.h"
 
@@ -54,7 +55,8 @@ class LevelTable : public LevelRun {
   LevelCondition open();
   LevelCondition nextInBlock();
   LevelCondition turnToBlock();
-  LevelCondition readBlock(std::string_view handle, LevelBlock& block);
+  void readHandles(LevelBlock& index);
+  LevelCondition readBlock(std::string_view handle, std::size_t largest, LevelBlock& block);
   LevelCondition fetch(std::uint64_t offset, std::size_t count, std::string_view& bytes);
   void close();
 
@@ -63,7 +65,9 @@ class LevelTable : public LevelRun {
   const std::size_t window_;
   std::string smallest_;  // until a key was read
   State state_ = State::kClosed;
-  LevelBlock index_;
+  std::vector<std::string> handles_;  // of the blocks: of the index nothing else is needed, least of all its keys
+  std::size_t nextHandle_ = 0;
+  bool isIndexDamaged_ = false;  // behind these
   LevelBlock block_;
   std::string previous_;  // key
   std::string fetched_;
