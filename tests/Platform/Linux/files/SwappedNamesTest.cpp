@@ -40,8 +40,7 @@ using testing_support::ScratchFolder;
 using testing_support::swapItems;
 
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW;
-constexpr int kLevels = 40;  // more than are kept open
-constexpr int kTakenLevel = 36;
+constexpr int kLevels = 40;  // more than the removal keeps open
 constexpr int kRoundsPerDeepFolder = 3;
 
 int rounds() {
@@ -147,10 +146,7 @@ class OutsideFile {
 
 class SwappedNames : public ::testing::TestWithParam<Overwriting> {
  protected:
-  SwappedNames() {
-    granted.folder("Cache");
-    for (int level = 0; level < kTakenLevel; ++level) deep += "/d";
-  }
+  SwappedNames() { granted.folder("Cache"); }
 
   std::string cached(const std::string& below) const { return granted.path("Cache/" + below); }
   std::string outside(const std::string& below) const { return elsewhere.path(below); }
@@ -184,20 +180,17 @@ class SwappedNames : public ::testing::TestWithParam<Overwriting> {
   bool exchangeFolders() const {
     ::symlink(outside("documents").c_str(), cached("other store").c_str());
     ::mkdir(cached("spare").c_str(), 0700);
-    const bool isStoreSwapped = swapItems(cached("store"), cached("other store"));
-    const bool isFolderSwapped = swapItems(cached("store/folder"), cached("spare"));
+    const bool isSwapped = swapItems(cached("store"), cached("other store"));
     swapItems(cached("store"), cached("other store"));
-    return isStoreSwapped || isFolderSwapped;
+    return swapItems(cached("store/folder"), cached("spare")) || isSwapped;
   }
 
-  /// Moves a folder from the depth of the store to the documents, from where ".." leads to these, and back.
+  /// Moves a folder from the store to the documents, so that ".." in it leads to these; the next time back.
   bool moveFoldersOut() const {
     const std::string moved = outside("documents/moved");
-    const bool isMoved = ::rename(cached("store" + deep).c_str(), moved.c_str()) == 0;
-    if (::rename(moved.c_str(), cached("store" + deep).c_str()) != 0) {
-      ::rename(moved.c_str(), cached("store/returned").c_str());
-    }
-    return isMoved;
+    return ::rename(moved.c_str(), cached("store/d/d/d").c_str()) == 0 ||
+           ::rename(moved.c_str(), cached("store/returned").c_str()) == 0 ||
+           ::rename(cached("store/d/d/d").c_str(), moved.c_str()) == 0;
   }
 
   bool exchangeHardLinks() const {
@@ -205,14 +198,16 @@ class SwappedNames : public ::testing::TestWithParam<Overwriting> {
     return swapItems(cached("store/shared"), cached("hard link"));
   }
 
+  /// Mounts what lies outside; the next time takes it off.
   bool exchangeMounts() const {
     const std::string folder = cached("store/mounted");
     const std::string file = cached("store/file");
-    bool isMounted = testing_support::bindMount(outside("documents"), folder);
-    isMounted |= testing_support::bindMount(thesis.path(), file);
-    while (::umount2(folder.c_str(), MNT_DETACH) == 0) continue;
-    while (::umount2(file.c_str(), MNT_DETACH) == 0) continue;
-    return isMounted;
+    bool isExchanged = false;
+    while (::umount2(folder.c_str(), MNT_DETACH) == 0) isExchanged = true;
+    while (::umount2(file.c_str(), MNT_DETACH) == 0) isExchanged = true;
+    if (isExchanged) return true;
+    isExchanged = testing_support::bindMount(outside("documents"), folder);
+    return testing_support::bindMount(thesis.path(), file) || isExchanged;
   }
 
   /// Fills and removes the store again and again; prints how many removals names were swapped in meanwhile.
@@ -251,7 +246,6 @@ class SwappedNames : public ::testing::TestWithParam<Overwriting> {
   const OutsideFile letter{elsewhere.file("documents/letter", std::string(3000, 'l'))};
   const OutsideFile inner{elsewhere.file("documents/inner", std::string(3000, 'i'))};
   const OutsideFile note{elsewhere.file("documents/d/note", std::string(3000, 'n'))};
-  std::string deep;  // the way to a folder in the depth of the store
 };
 
 INSTANTIATE_TEST_SUITE_P(WithAndWithoutOverwriting, SwappedNames,
