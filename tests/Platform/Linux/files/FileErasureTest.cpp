@@ -9,7 +9,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <filesystem>
 #include <thread>
 
@@ -290,53 +289,6 @@ TEST_F(FileErasure, outsideEveryGrantIsRefused) {
   const Erasure erasure = files.eraseItem(elsewhere.path("thesis"), Overwriting::kThreePasses);
   EXPECT_EQ(erasure.error, std::errc::operation_not_permitted);
   EXPECT_EQ(elsewhere.content("thesis"), marks(100));
-}
-
-/// Exchanges items in the granted folder without pause while it lives.
-class Attacker {
- public:
-  explicit Attacker(std::function<void()> attack)
-      : thread_([this, attack = std::move(attack)] {
-          while (!done_) attack();
-        }) {}
-  ~Attacker() {
-    done_ = true;
-    thread_.join();
-  }
-
- private:
-  std::atomic<bool> done_ = false;
-  std::thread thread_;
-};
-
-TEST_P(EveryErasure, changesNothingOutsideWhileNamesAreExchanged) {
-  SystemCalls calls;
-  calls.skipsFlushes = true;
-  const std::string thesis = elsewhere.file("thesis", marks(3000));
-  elsewhere.file("documents/letter", marks(3000));
-  const std::string target = granted.path("Cache/file");
-  granted.folder("Cache");
-  granted.link("Cache/link", thesis);
-  granted.link("Cache/folder", elsewhere.path("documents"));
-  const Attacker linker([&] {
-    ::link(thesis.c_str(), target.c_str());
-    ::unlink(target.c_str());
-  });
-  const Attacker exchanger([&] {
-    testing_support::swapItems(target, granted.path("Cache/link"));
-    testing_support::swapItems(target, granted.path("Cache/folder"));
-  });
-  for (int round = 0; round < 300; ++round) {
-    erase("Cache/file", GetParam());
-    if (round % 3 == 0) FileDescriptor(::open(target.c_str(), O_CREAT | O_WRONLY | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (round % 7 == 0) granted.exists("Cache/link") || ::symlink(thesis.c_str(), granted.path("Cache/link").c_str());
-    if (round % 7 == 1) {
-      granted.exists("Cache/folder") ||
-          ::symlink(elsewhere.path("documents").c_str(), granted.path("Cache/folder").c_str());
-    }
-  }
-  EXPECT_EQ(elsewhere.content("thesis"), marks(3000));
-  EXPECT_EQ(elsewhere.content("documents/letter"), marks(3000));
 }
 
 }  // namespace

@@ -47,8 +47,8 @@ SystemCalls::~SystemCalls() {
   current = nullptr;
 }
 
-void swapItems(const std::string& path, const std::string& other) {
-  ::syscall(SYS_renameat2, AT_FDCWD, path.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE);
+bool swapItems(const std::string& path, const std::string& other) {
+  return ::syscall(SYS_renameat2, AT_FDCWD, path.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE) == 0;
 }
 
 }  // namespace testing_support

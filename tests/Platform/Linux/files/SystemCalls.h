@@ -34,7 +34,7 @@ class SystemCalls {
   std::function<void()> beforeClose;
 };
 
-/// Exchanges two items, as an attacker would.
-void swapItems(const std::string& path, const std::string& other);
+/// Exchanges two items, as an attacker would. False when one is missing.
+bool swapItems(const std::string& path, const std::string& other);
 
 }  // namespace testing_support
