@@ -41,6 +41,7 @@ class Bounds : public nlohmann::json_sax<json> {
 }  // namespace
 
 bool isBoundedJson(std::string_view text, std::size_t mostValues) {
+  if (text.find('\0') != std::string_view::npos) return false;  // the parser would take it for the end
   Bounds bounds(mostValues);
   return json::sax_parse(text, &bounds);
 }

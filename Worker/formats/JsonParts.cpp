@@ -143,8 +143,6 @@ class Copy {
 
 std::optional<std::string> withoutParts(std::string_view document, const std::function<bool(const JsonPart&)>& goes) {
   constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
-  // The parser would take a zero byte for the end.
-  if (document.find('\0') != std::string_view::npos) return std::nullopt;
   if (!isBoundedJson(withoutSurrogates(document))) return std::nullopt;
   const std::size_t mark = document.substr(0, kByteOrderMark.size()) == kByteOrderMark ? kByteOrderMark.size() : 0;
   const std::string_view text = document.substr(mark);
