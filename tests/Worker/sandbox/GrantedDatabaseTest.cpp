@@ -5,8 +5,10 @@
 #include <sqlite3.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "Worker/Identity.h"
+#include "Worker/database/DatabaseImage.h"
 #include "Worker/sandbox/GrantedFiles.h"
 #include "tests/support/Databases.h"
 #include "tests/support/HeldFile.h"
@@ -65,6 +67,12 @@ class GrantedDatabase : public ::testing::TestWithParam<bool> {
 
   std::string path(const std::string& suffix = "") const { return platform.home.path("data/db" + suffix); }
   void make(const std::string& pragma = "") { runStatements(path(), pragma + kSchema + kRows); }
+  /// A hole at the end makes the database too large to be held in memory. Its header does not say how long it is.
+  void growBeyondMemory() {
+    std::filesystem::resize_file(path(), tidewell::DatabaseImage::kLargest + (1 << 20));
+    std::fstream file(path(), std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(28).write("\0\0\0\0", 4);
+  }
 
   static Outcome deleteMarks() {
     return GrantedFiles::changeDatabase({"DELETE FROM t WHERE a LIKE 'SITEMARK%';"}, "~/data/db");
@@ -138,6 +146,20 @@ TEST_P(GrantedDatabase, isNotWrittenAgainWhenNothingGoes) {
   const auto after = HeldFile(path()).status();
   EXPECT_EQ(after.st_ino, before.st_ino);
   EXPECT_EQ(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
+}
+
+TEST_P(GrantedDatabase, thatIsTooLargeForMemoryIsChangedInPlace) {
+  for (const char* pragma : {"", "PRAGMA journal_mode = WAL;"}) {
+    make(pragma);
+    growBeyondMemory();
+    const auto before = HeldFile(path()).status();
+    EXPECT_EQ(deleteMarks().left, GetParam() ? Left::kNotOverwritten : Left::kNothing) << pragma;
+    EXPECT_EQ(HeldFile(path()).status().st_ino, before.st_ino);
+    EXPECT_FALSE(HeldFile(path()).holds(kMark)) << pragma;
+    EXPECT_FALSE(platform.home.exists("data/db-wal"));
+    EXPECT_THAT(valuesOf(path(), "SELECT a FROM t"), ElementsAre("kept"));
+    std::filesystem::remove(path());
+  }
 }
 
 TEST_P(GrantedDatabase, withOtherNamesIsWrittenAnewAndStaysUnderThem) {
@@ -216,6 +238,12 @@ TEST_P(GrantedDatabase, runsNoTriggerOfAHostileSchema) {
   runStatements(path(), "CREATE TRIGGER trap AFTER DELETE ON t BEGIN INSERT INTO caught VALUES ('x'); END;");
   expectCleaned(deleteMarks());
   EXPECT_THAT(valuesOf(path(), "SELECT * FROM caught"), IsEmpty());
+}
+
+TEST_P(GrantedDatabase, isNotReadThroughAViewOfAHostileSchema) {
+  make();
+  runStatements(path(), "ALTER TABLE t RENAME TO other; CREATE VIEW t AS SELECT a FROM other;");
+  EXPECT_FALSE(GrantedFiles::rowsOf("SELECT a FROM t", "~/data/db").has_value());
 }
 
 TEST_P(GrantedDatabase, thatIsMountedBelowTheGrantIsLeft) {
