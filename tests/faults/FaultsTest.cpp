@@ -54,7 +54,7 @@ std::size_t openDescriptors() {
 /// A home with one installation of a browser, which the runs of one test are made on.
 class Sample {
  public:
-  explicit Sample(const Trial& run) : run_(run) {
+  explicit Sample(const Trial& run) {
     testing_support::fillInstallation(folder_, *tidewell::browserNamed(run.browser), run.dataFolder, run.cacheFolder,
                                       /*isCleaned=*/false);
     folder_.file("Documents/thesis", "mine");
@@ -65,7 +65,6 @@ class Sample {
   }
 
  private:
-  const Trial& run_;
   const ScratchFolder folder_;
 };
 
