@@ -39,6 +39,11 @@ if(TIDEWELL_SANITIZE)
   endif()
 endif()
 
+if(TIDEWELL_FUZZ)
+  # In the libraries too, or libFuzzer would not see which code an input reaches.
+  target_compile_options(tidewell_settings INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 if(TIDEWELL_COVERAGE)
   target_compile_options(tidewell_settings INTERFACE --coverage)
   target_link_options(tidewell_settings INTERFACE --coverage)

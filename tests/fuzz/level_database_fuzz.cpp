@@ -1,9 +1,8 @@
 // A LevelDB folder with any content: nothing else is changed, and a rewritten folder is a database that LevelDB reads
 // and that holds the chosen entries only.
 //
-// The input is a series of files: for each its name, its form, its size (2 bytes) and its bytes. Random bytes would
-// fail at the checksums, so logs, manifests and tables can be given without them, and are then written with correct
-// ones.
+// The input is a series of files (level_input.h). Random bytes would fail at the checksums, so logs, manifests and
+// tables can be given without them, and are then written with correct ones.
 
 #include <leveldb/db.h>
 
@@ -15,10 +14,13 @@
 
 #include "Worker/formats/leveldb/LevelDatabase.h"
 #include "Worker/formats/leveldb/LevelLog.h"
+#include "tests/fuzz/level_input.h"
 #include "tests/support/TestPlatform.h"
 
 namespace {
 
+using fuzz::LevelForm;
+using fuzz::LevelInput;
 using tidewell::LevelDatabase;
 using Entries = std::map<std::string, std::string>;
 using Outcome = LevelDatabase::Outcome;
@@ -32,31 +34,8 @@ void require(bool holds) {
   if (!holds) std::abort();
 }
 
-/// The input, read piece by piece. At its end every piece is 0 or empty.
-class Input {
- public:
-  explicit Input(std::string_view bytes) : rest_(bytes) {}
-
-  bool atEnd() const { return rest_.empty(); }
-  std::uint8_t byte() { return atEnd() ? std::uint8_t{0} : static_cast<std::uint8_t>(take(1).front()); }
-  /// The piece whose size is in the next two bytes, or less where the input ends.
-  std::string_view part() {
-    const std::size_t low = byte();
-    return take(low + byte() * std::size_t{256});
-  }
-
- private:
-  std::string_view take(std::size_t size) {
-    const std::string_view taken = rest_.substr(0, size);
-    rest_.remove_prefix(taken.size());
-    return taken;
-  }
-
-  std::string_view rest_;
-};
-
 std::string asRecords(std::string_view bytes) {
-  Input input(bytes);
+  LevelInput input(bytes);
   std::string file;
   while (!input.atEnd()) tidewell::appendLevelRecord(file, input.part());
   return file;
@@ -74,7 +53,7 @@ std::string appendBlock(std::string& file, std::string_view block, std::uint64_t
 }
 
 std::string asTable(std::string_view bytes) {
-  Input input(bytes);
+  LevelInput input(bytes);
   std::string file, index;
   while (!input.atEnd()) {
     const std::uint64_t compression = input.byte();
@@ -92,12 +71,14 @@ std::string asTable(std::string_view bytes) {
 
 void makeFolder(const testing_support::ScratchFolder& home, std::string_view bytes) {
   home.file("db/CURRENT", "MANIFEST-000001\n");
-  Input input(bytes);
+  LevelInput input(bytes);
   while (!input.atEnd()) {
     const std::string name = kNames[input.byte() % kNames.size()];
-    const int form = input.byte() % 3;
+    const LevelForm form = input.form();
     const std::string_view content = input.part();
-    home.file("db/" + name, form == 0 ? std::string(content) : form == 1 ? asRecords(content) : asTable(content));
+    home.file("db/" + name, form == LevelForm::kRaw       ? std::string(content)
+                            : form == LevelForm::kRecords ? asRecords(content)
+                                                          : asTable(content));
   }
 }
 

@@ -1,12 +1,11 @@
 // A file of Firefox's session with any content, and any text packed into such a file.
 
-#include <lz4.h>
-
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 
 #include "Worker/formats/SessionStore.h"
+#include "tests/fuzz/session_file.h"
 
 namespace {
 
@@ -24,12 +23,6 @@ void rewrite(std::string_view file) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   const auto* text = reinterpret_cast<const char*>(bytes);
   rewrite({text, size});
-
-  std::string file("mozLz40\0", 8);
-  for (unsigned shift = 0; shift < 32; shift += 8) file += static_cast<char>(size >> shift);
-  std::string block(static_cast<std::size_t>(LZ4_compressBound(static_cast<int>(size))), '\0');
-  block.resize(static_cast<std::size_t>(
-      LZ4_compress_default(text, block.data(), static_cast<int>(size), static_cast<int>(block.size()))));
-  rewrite(file + block);
+  rewrite(fuzz::packedSession({text, size}));
   return 0;
 }
