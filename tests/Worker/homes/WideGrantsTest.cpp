@@ -10,7 +10,6 @@ using ::testing::Contains;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Not;
 using testing_support::LinuxHomeTest;
 
 constexpr char kCookies[] = ".config/chromium/Default/Cookies";
@@ -26,18 +25,19 @@ class WideGrants : public LinuxHomeTest {
   std::string above() const { return platform::deletingLastPathComponent(platform.home.path()); }
   static std::string tooWide(const std::string& path) { return "A grant of " + path + " is too wide, and is not used"; }
   /// Stores a grant of that folder under the name of the browser's.
-  void grantAsBrowsers(const std::string& path) {
+  static void grantAs(const std::string& browsers, const std::string& path) {
     platform::linux_::SecurityScopes others;
     const platform::FileURL url(path, true);
     others.openForProcess(url);
     tidewell::AppSandboxFileAccessPersist::setBookmarkData_forURL(*others.bookmarkData(url),
-                                                                  platform::FileURL(home(".config/chromium"), true));
+                                                                  platform::FileURL(browsers, true));
   }
-  /// Lets the home be another folder's name for the present one.
-  std::string useLinkedHome() {
-    std::filesystem::create_directory_symlink(platform.home.path(), platform.elsewhere.path("ann"));
-    platform.shared().insert_or_assign("userFolder", platform.elsewhere.path("ann"));
-    return platform.elsewhere.path();
+  /// Moves the home, and lets it be known by a link to it that lies elsewhere.
+  void useLinkedHome() {
+    platform.home.folder("disk/ann");
+    std::filesystem::rename(home(".config"), home("disk/ann/.config"));
+    platform.elsewhere.link("people/ann", home("disk/ann"));
+    platform.shared().insert_or_assign("userFolder", platform.elsewhere.path("people/ann"));
   }
 
   std::shared_ptr<tidewell::WorkerAppDelegate> worker = makeWorker();
@@ -61,24 +61,24 @@ TEST_F(WideGrants, areNotUsedWhenTheyAreInTheSettings) {
   quit("Chromium");
   EXPECT_TRUE(platform.home.exists(kCookies));
   EXPECT_THAT(platform.log.lines(), Contains(tooWide(above())));
-  EXPECT_THAT(panels(), Not(IsEmpty()));
+  EXPECT_THAT(panels(), ElementsAre(".config/chromium", ".config/chromium"));  // once after each run
 }
 
 TEST_F(WideGrants, areNotUsedUnderTheNameOfANarrowOne) {
-  grantAsBrowsers("/");
+  grantAs(home(".config/chromium"), "/");
   quit("Chromium");
   EXPECT_TRUE(platform.home.exists(kCookies));
   EXPECT_THAT(platform.log.lines(), Contains(tooWide("/")));
 }
 
 TEST_F(WideGrants, areToldByWhereTheHomesLinksLead) {
-  const std::string aboveLink = useLinkedHome();
-  for (const std::string& path : {above(), aboveLink}) {
-    grantAsBrowsers(path);
+  useLinkedHome();
+  for (const std::string& path : {home("disk"), platform.elsewhere.path("people"), above()}) {
+    grantAs(home("disk/ann/.config/chromium"), path);
     quit("Chromium");
     EXPECT_THAT(platform.log.lines(), Contains(tooWide(path)));
   }
-  EXPECT_TRUE(platform.home.exists(kCookies));
+  EXPECT_TRUE(platform.home.exists(std::string("disk/ann/") + kCookies));
 }
 
 TEST_F(WideGrants, areReplacedByTheNarrowOneThatThePersonChooses) {

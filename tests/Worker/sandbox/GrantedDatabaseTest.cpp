@@ -118,6 +118,17 @@ TEST_P(GrantedDatabase, losesNothingThatIsOnlyInItsLog) {
   EXPECT_THAT(valuesOf(path(), "PRAGMA journal_mode"), ElementsAre("wal"));
 }
 
+TEST_P(GrantedDatabase, losesNothingThatIsOnlyInItsLogWhenNothingGoes) {
+  make("PRAGMA journal_mode = WAL;");
+  expectCleaned(deleteMarks());
+  OtherProgram browser(path());
+  browser.run("INSERT INTO t VALUES ('late');");
+  browser.end();
+  EXPECT_EQ(deleteMarks().left, Left::kNothing);
+  EXPECT_FALSE(platform.home.exists("data/db-wal"));
+  EXPECT_THAT(valuesOf(path(), "SELECT a FROM t"), ElementsAre("kept", "late"));
+}
+
 TEST_P(GrantedDatabase, isRolledBackFirstWhenTheBrowserWasCutOff) {
   make();
   const std::string copy = platform.home.path("copy");
