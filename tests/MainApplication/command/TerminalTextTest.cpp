@@ -60,7 +60,7 @@ TEST_F(TerminalText, ofBrowsersFoldersAndOfAPreviewHasNoControls) {
   using platform::Value;
   domains.fileOfDomain(tidewell::kSharedSuite)
       ->write(tidewell::kStartedWithKey,
-              Value::Array{Value::Array{Value("org.mozilla.firefox"), Value(home.path(profile))}});
+              Value::Array{Value(Value::Array{Value("org.mozilla.firefox"), Value(home.path(profile))})});
   commands().status();
   commands().preview("firefox");
   EXPECT_THAT(output.str(), HasSubstr(home.path("Disk/") + kShown + "\n"));
