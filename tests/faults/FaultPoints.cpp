@@ -192,7 +192,7 @@ extern "C" int fcntl64(int file, int command, ...) {
 
 // For the calls that the C library has no function for.
 // Reads as many arguments as any such call has, whatever was passed.
-__attribute__((no_sanitize_address)) extern "C" long syscall(long number, ...) {
+extern "C" __attribute__((no_sanitize_address)) long syscall(long number, ...) {
   va_list rest;
   va_start(rest, number);
   long arguments[6];
