@@ -17,7 +17,7 @@ constexpr FamilyFacts kChromiumFacts{
     .helperMarks = {"--type="},
     .folderOptions = {"--user-data-dir="},
     .filesOfDataFolder = {"Local State"},
-    .filesOfProfile = {"Preferences"},
+    .filesOfProfile = {"Preferences", "Login Data"},  // the first is written only some seconds after the others
 };
 
 }  // namespace

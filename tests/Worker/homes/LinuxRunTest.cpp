@@ -237,6 +237,15 @@ TEST_F(LinuxRun, overwritesNothingThatALinkLeadsTo) {
               ElementsAre("Bookmarks: mine", "Network/", "Preferences: {\"https://visited.example\":1}"));
 }
 
+TEST_F(LinuxRun, takesAProfileThatTheBrowserHadOnlyBegunToFill) {
+  platform.home.file(".config/chromium/Local State", "{}");
+  platform.home.file(".config/chromium/Profile 1/Login Data");
+  platform.home.file(".config/chromium/Profile 1/Cookies");
+  platform.grant(home(".config/chromium"));
+  quit("Chromium");
+  EXPECT_THAT(platform.home.tree(".config/chromium/Profile 1"), ElementsAre("Login Data: content"));
+}
+
 TEST_F(LinuxRun, overwritesTheFilesInAFolderBeforeTheyGo) {
   const testing_support::HeldFile held(platform.home.file(".config/chromium/Default/Code Cache/js/index", "mark"));
   platform.home.file(".config/chromium/Local State", "{}");
