@@ -29,7 +29,6 @@ void check(int result, const char* what) {
 
 struct RunLoop::Timer {
   RunLoop* loop;
-  Task task;
   EventSource source;
 };
 
@@ -103,14 +102,15 @@ void RunLoop::addTimer(std::chrono::steady_clock::time_point due, Task task) {
   const auto fire = [](sd_event_source*, std::uint64_t, void* data) {
     const auto* timer = static_cast<const Timer*>(data);
     RunLoop* loop = timer->loop;
-    auto fired = loop->timers_.extract(timer);
-    loop->async(std::move(fired.mapped()->task));
+    loop->timers_.erase(timer);
+    // Of timers that are due in the same turn any may be the first to be told of: each stands for the earliest task.
+    loop->async(std::move(loop->delayed_.extract(loop->delayed_.begin()).mapped()));
     return 0;
   };
   // Absolute: sd-event counts relative times from when the loop woke last, which may be long ago.
   const auto microseconds =
       std::max<std::int64_t>(0, std::chrono::ceil<std::chrono::microseconds>(due.time_since_epoch()).count());
-  auto timer = std::make_unique<Timer>(Timer{this, std::move(task), nullptr});
+  auto timer = std::make_unique<Timer>(Timer{this, nullptr});
   sd_event_source* source = nullptr;
   check(sd_event_add_time(event_, &source, CLOCK_MONOTONIC, static_cast<std::uint64_t>(microseconds),
                           kTimerAccuracyMicroseconds, fire, timer.get()),
@@ -118,10 +118,12 @@ void RunLoop::addTimer(std::chrono::steady_clock::time_point due, Task task) {
   timer->source.reset(source);
   const Timer* key = timer.get();
   timers_.emplace(key, std::move(timer));
+  delayed_.emplace(due, std::move(task));
 }
 
 void RunLoop::discardTasks() {
   timers_.clear();
+  delayed_.clear();
   std::deque<Pending> pending;
   {
     const std::lock_guard lock(mutex_);

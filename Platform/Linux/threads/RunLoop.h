@@ -86,7 +86,9 @@ class RunLoop {
   bool stopped_ = false;
   int status_ = 0;
   TaskFence fence_;
-  std::map<const Timer*, std::unique_ptr<Timer>> timers_;  // main thread only
+  // Main thread only. As many timers as tasks.
+  std::map<const Timer*, std::unique_ptr<Timer>> timers_;
+  std::multimap<std::chrono::steady_clock::time_point, Task> delayed_;  // by when they are due
   std::mutex mutex_;
   std::deque<Pending> pending_;  // guarded by mutex_
 };

@@ -132,6 +132,21 @@ TEST_F(Loop, runsDelayedTasksInTheOrderOfTheirTimes) {
   EXPECT_THAT(order, ElementsAre(0, 1, 2));
 }
 
+TEST_F(Loop, runsDelayedTasksInTheOrderOfTheirTimesAlsoWhenAllAreDueAlready) {
+  constexpr int kTasks = 20;
+  std::vector<int> order;
+  std::vector<int> expected;
+  for (int task = 0; task < kTasks; ++task) {
+    expected.push_back(task);
+    const int place = task * 7 % kTasks;
+    loop.after(std::chrono::microseconds(100 * place), [&order, place] { order.push_back(place); });
+  }
+  loop.after(3ms, [this] { loop.stop(0); });
+  workFor(5ms);
+  loop.run();
+  EXPECT_EQ(order, expected);
+}
+
 TEST_F(Loop, goesOnUnderneathAModalTask) {
   std::vector<std::string> order;
   bool answered = false;
