@@ -122,14 +122,13 @@ def show_figures(desk, milliseconds, woken, own):
 def main(programs):
     # When root runs this, the home still belongs to an ordinary user.
     with session.Session(programs, user="nobody", library=False) as desk:
-        chromium = real_chromium.Chromium(desk) if real_chromium.is_installed() else None
+        posted = []
+        chromium = real_chromium.Chromium(desk, posted) if real_chromium.is_installed() else None
         browsers = [linux_sample.firefox(desk.home),
                     (linux_sample.google_chrome if chromium else linux_sample.chromium)(desk.home)]
         desk.give(desk.home)
         desk.defaults("write", session.SHARED, "userFolder", "-string", desk.home)
         files, bytes_ = show_home(browsers)
-
-        posted = []
 
         def notify(summary, body):
             posted.append(body)
