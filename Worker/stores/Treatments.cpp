@@ -84,19 +84,17 @@ Outcome deleteChannelIDs(const std::string& path) {
 }
 
 Outcome cleanWebDatabases(const std::string& path) {
-  static constexpr char kOfSites[] =
-      " FROM Databases WHERE substr(origin, 1, 17) NOT IN ('chrome-extension_', 'safari-extension_')";
-  const std::string index = appendingPathComponent(path, "Databases.db");
-  const auto rows = GrantedFiles::rowsOf(std::string("SELECT origin") + kOfSites, index);
-  if (!rows) return {Left::kNotReadable};
-  Outcome outcome;
-  for (const Row row : *rows) {
-    const auto origin = row.stringForKey("origin");
-    // The name comes from the browser's file: one that is not plain could lead out of the folder.
-    if (!origin || !platform::isPlainName(*origin)) continue;
-    outcome += GrantedFiles::remove(appendingPathComponent(path, *origin));
-  }
-  return outcome += GrantedFiles::changeDatabase({std::string("DELETE") + kOfSites}, index);
+  // Folders are looked for by their own names, not by the index: of one that stays when its row has gone (the disk
+  // failed, the browser crashed) no row would ever tell again.
+  static constexpr const char* kExtensions[] = {"chrome-extension_", "safari-extension_"};
+  static constexpr std::string_view kIndex = "Databases.db";
+  Outcome outcome = removeEntriesUnless(path, [](const std::string& name) {
+    return name.starts_with(kIndex) || std::any_of(std::begin(kExtensions), std::end(kExtensions),
+                                                   [&name](const char* form) { return name.starts_with(form); });
+  });
+  return outcome += GrantedFiles::changeDatabase(
+             {"DELETE FROM Databases WHERE substr(origin, 1, 17) NOT IN ('chrome-extension_', 'safari-extension_')"},
+             appendingPathComponent(path, std::string(kIndex)));
 }
 
 Outcome removeLocalStorageFiles(const std::string& path) {

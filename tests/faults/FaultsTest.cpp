@@ -134,7 +134,8 @@ std::vector<std::string> violations(const HomeContents& now, const HomeContents&
     const auto found = now.meanings.find(path);
     const auto expected = cleaned.meanings.find(path);
     if (expected == cleaned.meanings.end()) {
-      const bool isFine = found == now.meanings.end() || found->second == meaning || mayBeOverwritten;
+      const bool isFolder = path.ends_with('/');  // a database that goes as a whole may be gone in part
+      const bool isFine = found == now.meanings.end() || found->second == meaning || mayBeOverwritten || isFolder;
       if (!isFine) wrong.push_back("changed, and not removed: " + path);
     } else if (found == now.meanings.end()) {
       wrong.push_back("gone: " + path);
@@ -148,6 +149,10 @@ std::vector<std::string> violations(const HomeContents& now, const HomeContents&
     if (!isKnown && !isOurs(path)) wrong.push_back("new: " + path);
   }
   return wrong;
+}
+
+void PrintTo(const Trial& run, std::ostream* out) {
+  *out << nameOf(run);
 }
 
 class Faults : public ::testing::TestWithParam<Trial> {};
@@ -180,11 +185,11 @@ TEST_P(Faults, harmNothingAndAreMadeGoodByTheNextRun) {
   for (std::uint64_t number = 1; number <= ending.count; number += stride(), ++tried) {
     FaultyRun faulty(trial, sample);
     const FaultyRun::Ending faultyEnding = faulty.cleanWithFault(number);
-    ASSERT_TRUE(faultyEnding.isAsExpected) << "at call " << number;
+    EXPECT_TRUE(faultyEnding.isAsExpected) << "at call " << number;
     EXPECT_EQ(faultyEnding.leakedDescriptors, ending.leakedDescriptors) << "at call " << number;
-    ASSERT_THAT(violations(faulty.contents(), before, cleaned, trial.overwrites), IsEmpty()) << "at call " << number;
+    EXPECT_THAT(violations(faulty.contents(), before, cleaned, trial.overwrites), IsEmpty()) << "at call " << number;
     faulty.clean();
-    ASSERT_THAT(faulty.contents().differencesFrom(cleaned), IsEmpty()) << "after call " << number;
+    EXPECT_THAT(faulty.contents().differencesFrom(cleaned), IsEmpty()) << "after call " << number;
   }
   std::cout << tried << " of " << ending.count << " points of failure\n";
 }

@@ -112,6 +112,14 @@ TEST_F(DamagedStores, areAloneInWhatIsLeft) {
   EXPECT_THAT(leftByARun(), IsEmpty());
 }
 
+TEST_F(DamagedStores, ofWebDatabasesGoAlsoWhereTheIndexDoesNotNameThem) {
+  platform.home.file(chrome("databases/https_other.example_0/1"), kVisitedSite);
+  platform.home.file(chrome("databases/chrome-extension_unknown_0/1"), "kept");
+  EXPECT_THAT(leftByARun(), IsEmpty());
+  EXPECT_FALSE(platform.home.exists(chrome("databases/https_other.example_0")));
+  EXPECT_TRUE(platform.home.exists(chrome("databases/chrome-extension_unknown_0/1")));
+}
+
 TEST_F(DamagedStores, ofLocalStorageStayWhereAnExtensionIsInThem) {
   damage(chrome("Local Storage/leveldb"));
   const Texts before = platform.home.tree(chrome("Local Storage/leveldb"));
