@@ -103,6 +103,7 @@ enum class Overwriting { kNone, kThreePasses };
 /// What became of an item that was to be erased, with all that is in it.
 struct Erasure {
   std::uint64_t removed = 0;         // files, links and folders that are gone now
+  std::uint64_t removedBytes = 0;    // disk space of the files that are gone, as far as it is free now
   std::uint64_t notOverwritten = 0;  // files that stay because they could not be overwritten
   std::uint64_t onOtherMounts = 0;   // items that stay because they lie on another mount than the grant
   std::uint64_t failed = 0;          // other items that stay, not counting the folders that they are in

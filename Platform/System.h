@@ -20,6 +20,11 @@ class System {
   /// The home folder in the user's entry; absent when there is no entry.
   virtual std::optional<std::string> homeDirectoryFromPasswordDatabase(unsigned uid) const = 0;
 
+  // The machine.
+
+  /// Tells this machine from others that may use the same home folder; the same after a restart. Not empty.
+  virtual std::string machineIdentifier() const = 0;
+
   // Folders of the person's programs. Absolute paths; absent when they are in their usual places.
 
   /// Where the session has moved the programs' settings and data ("$XDG_CONFIG_HOME"), and their caches

@@ -25,6 +25,7 @@ struct ApplicationNotification {
 class Workspace {
  public:
   using Observer = std::function<void(const ApplicationNotification& notification)>;
+  using RunsObserver = std::function<void(const std::string& bundleIdentifier, bool isNews)>;
   using ObserverToken = unsigned;
 
   virtual ~Workspace() = default;
@@ -32,6 +33,12 @@ class Workspace {
   /// The observer is called on the main thread each time that an application has quit.
   virtual ObserverToken addDidTerminateApplicationObserver(Observer observer) = 0;
 
+  /// The observer is called on the main thread each time that an application is seen to run: when it has started, once
+  /// for each that runs already when the watch begins, and for each that runs when the settings have changed which
+  /// applications matter (`isNews` is false then). Only for applications whose processes can be seen.
+  virtual ObserverToken addApplicationRunsObserver(RunsObserver observer) = 0;
+
+  /// Of either kind.
   virtual void removeObserver(ObserverToken token) = 0;
 
   /// Whether the application of that bundle identifier runs at this moment, or did a few milliseconds ago, as far as

@@ -24,4 +24,10 @@ inline constexpr char kHomeLayoutKey[] = "homeLayout";                      // "
 inline constexpr char kCurrentStoresKey[] = "currentStores";                // boolean, absent: by the layout
 inline constexpr char kStartedWithKey[] = "startedWith";  // array of [bundle identifier, folder], written by the worker
 
+inline constexpr char kNoHistoryKey[] = "noHistory";  // boolean, absent: no; reports of cleanings are not kept
+
+/// Keys of the worker's own settings, beside the grants.
+inline constexpr char kHistoryKey[] = "history";            // array of reports, the newest last
+inline constexpr char kOwedCleaningKey[] = "owedCleaning";  // begins the key of each note
+
 }  // namespace tidewell

@@ -10,6 +10,8 @@
 #include "Worker/Identity.h"
 #include "Worker/browsers/Browsers.h"
 #include "Worker/cleaning/Cleaning.h"
+#include "Worker/cleaning/History.h"
+#include "Worker/cleaning/OwedCleanings.h"
 #include "Worker/homes/Home.h"
 #include "Worker/homes/StartedWith.h"
 
@@ -64,14 +66,18 @@ std::shared_ptr<WorkerAppDelegate> WorkerAppDelegate::create() {
   delegate->setup();
   delegate->joinedRuns_ = JoinedRuns::create(
       [weak = delegate->weak_from_this()](const Browser& browser, IfRunning ifRunning) {
-        if (const auto self = weak.lock()) self->clean(std::string(browser.name), ifRunning);
+        const auto self = weak.lock();
+        return self ? self->clean(std::string(browser.name), ifRunning) : Report{.isSpared = true};
       },
-      [](const Browser& browser) { notifyOfRun(std::string(browser.name)); });
+      [weak = delegate->weak_from_this()](const Browser& browser, const Report& report, bool notifies) {
+        if (const auto self = weak.lock()) self->runsEnded(browser, report, notifies);
+      });
   return delegate;
 }
 
 WorkerAppDelegate::~WorkerAppDelegate() {
   Platform::current().workspace.removeObserver(observerToken_);
+  Platform::current().workspace.removeObserver(runsObserverToken_);
   Platform::current().userNotificationCenter.setDelegate(nullptr);
 }
 
@@ -79,6 +85,8 @@ void WorkerAppDelegate::setup() {
   Platform& platform = Platform::current();
   observerToken_ = platform.workspace.addDidTerminateApplicationObserver(
       [this](const platform::ApplicationNotification& notification) { appTerminated(notification); });
+  runsObserverToken_ = platform.workspace.addApplicationRunsObserver(
+      [this](const std::string& identifier, bool isNews) { applicationRuns(identifier, isNews); });
   platform.userNotificationCenter.setDelegate(this);
   const auto suite = sharedSuite();
   if (!suite->objectForKey(kUserFolderKey)) {
@@ -108,7 +116,13 @@ void WorkerAppDelegate::appTerminated(const platform::ApplicationNotification& n
   const Home home = Home::current();
   rememberFolders(home.folder, *home.layout, *browser, notification.processes);
   const IfRunning ifRunning = notification.evenIfRunning ? IfRunning::kIsCleaned : IfRunning::kIsSpared;
-  if (joinsRuns()) return joinedRuns_->quit(*browser, ifRunning);
+  if (joinsRuns()) {
+    OwedCleanings::noteUnlessNoted(*browser);
+    const Cause cause = sessionEnded_                    ? Cause::kLogOut
+                        : notification.processes.empty() ? Cause::kAnnounced
+                                                         : Cause::kQuit;
+    return joinedRuns_->quit(*browser, cause, ifRunning);
+  }
   // Both runs do the full work: the second removes what the browser wrote while it was quitting.
   clearData_andNotify(browserName, false, ifRunning);
   platform::Dispatch& dispatch = Platform::current().dispatch;
@@ -139,7 +153,7 @@ bool WorkerAppDelegate::joinsRuns() {
   return !Home::current().layout->hasOperations();
 }
 
-void WorkerAppDelegate::clean(const std::string& browserName, IfRunning ifRunning) {
+Report WorkerAppDelegate::clean(const std::string& browserName, IfRunning ifRunning) {
   const Home home = Home::current();
   const Browser* browser = browserNamed(browserName);
   if (home.layout->hasOperations()) {
@@ -149,14 +163,21 @@ void WorkerAppDelegate::clean(const std::string& browserName, IfRunning ifRunnin
     removeSilverlight();
     removeBrowserCache(browserName);
     if (browser != nullptr && home.cleansCurrentStores) {
-      Cleaning(*home.layout, *browser, {StoreAge::kCurrent}, ifRunning).run();
+      return Cleaning(*home.layout, *browser, {StoreAge::kCurrent}, ifRunning).run();
     }
   } else if (browser != nullptr) {
     using Ages = std::set<StoreAge>;
     const Ages ages =
         home.cleansCurrentStores ? Ages{StoreAge::kCurrent, StoreAge::kOld} : Ages{StoreAge::kOld, StoreAge::kReplaced};
-    Cleaning(*home.layout, *browser, ages, ifRunning).run();
+    return Cleaning(*home.layout, *browser, ages, ifRunning).run();
   }
+  return {};
+}
+
+void WorkerAppDelegate::runsEnded(const Browser& browser, const Report& report, bool notifies) {
+  if (!report.runs.empty() && !report.isWorthAnotherTry()) OwedCleanings::settle(browser, report.runs.back().begun);
+  if (!report.runs.empty()) History::add(report);
+  if (notifies) notifyOfRun(std::string(browser.name));
 }
 
 // Completion notifications.

@@ -62,6 +62,20 @@ class WorkerAppDelegate : public Agent,
   /// Cleans the browser's data, in the background; returns at once.
   void clearData_andNotify(const std::string& browserName, bool notify, IfRunning ifRunning = IfRunning::kIsSpared);
 
+  // Endings, on a home without a Library. What is enabled and was seen to run is owed a cleaning until that has been
+  // done to the end (OwedCleanings).
+
+  /// Called when an application is seen to run; see Workspace.
+  void applicationRuns(const std::string& bundleIdentifier, bool isNews);
+
+  /// Cleans what is owed since an earlier session or an earlier worker, but for browsers that run.
+  void cleanWhatIsOwed();
+
+  /// The session ends, or the machine is shut down: waits for the enabled browsers that run, 20 seconds at most, cleans
+  /// them once, and calls `done` on the main thread; at once where there is nothing to wait for, and on a home with a
+  /// Library. May be called again, without effect.
+  void sessionEnds(platform::Task done);
+
   // Completion notifications.
 
   /// Shows a silent notification, if the person allows them. Any thread.
@@ -128,8 +142,14 @@ class WorkerAppDelegate : public Agent,
 
   /// Whether runs and requests of the home are joined.
   static bool joinsRuns();
-  /// Everything that a run does for a browser: the operations of this class, or the tables of stores.
-  void clean(const std::string& browserName, IfRunning ifRunning);
+  /// Everything that a run does for a browser: the operations of this class, or the tables of stores, of which alone
+  /// the report tells.
+  Report clean(const std::string& browserName, IfRunning ifRunning);
+
+  // On other homes.
+  void runsEnded(const Browser& browser, const Report& report, bool notifies);
+  static std::vector<const Browser*> enabledOnesThatRun();
+  void endSessionWhenDone();
 
   // On a home with a Library.
   static void obtainGrantsInLibrary(const Browser& browser);
@@ -140,6 +160,9 @@ class WorkerAppDelegate : public Agent,
   void removeFirefoxStorage(const std::string& profile);
 
   platform::Workspace::ObserverToken observerToken_ = 0;
+  platform::Workspace::ObserverToken runsObserverToken_ = 0;
+  platform::Task sessionEnded_;  // set while the session ends
+  bool waitsForBrowsers_ = true;
   std::shared_ptr<JoinedRuns> joinedRuns_;  // on homes without a Library
 };
 

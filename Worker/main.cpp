@@ -5,6 +5,7 @@
 
 #include "Platform/Linux/LinuxPlatform.h"
 #include "Platform/Linux/bus/BusListener.h"
+#include "Platform/Linux/bus/SessionEnd.h"
 #include "Worker/Identity.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/browsers/Browsers.h"
@@ -33,12 +34,13 @@ int main() {
   if (const auto error = listener.requestName()) {
     return fail("not started", error == std::errc::file_exists ? "a worker runs already" : error.message());
   }
-  (*bus)->setDisconnectHandler([&loop] { loop.stop(EXIT_FAILURE); });
   auto delegate = tidewell::WorkerAppDelegate::create();
+  const linux_::SessionEnd end(**bus, [&](platform::Task done) { delegate->sessionEnds(std::move(done)); });
   listener.setDelegate(delegate.get());
   listener.resume();
   platform.startWorkspace([&](const auto& app) { return delegate->checkIfBrowserEnabled(app.applicationName); },
                           tidewell::kSharedSuite);
+  delegate->cleanWhatIsOwed();
   const int status = loop.run();
   if (!platform.finish()) std::_Exit(status);  // a thread waits for an answer that will never come
   return status;

@@ -71,6 +71,7 @@ class NoScripts : public platform::UserScripts {
 class NoQuits : public platform::Workspace {
  public:
   ObserverToken addDidTerminateApplicationObserver(Observer) override { return 0; }
+  ObserverToken addApplicationRunsObserver(RunsObserver) override { return 0; }
   void removeObserver(ObserverToken) override {}
   bool isRunning(const std::string&) const override { return false; }
 };

@@ -1,5 +1,7 @@
 #include "Worker/cleaning/Cleaning.h"
 
+#include <algorithm>
+#include <chrono>
 #include <exception>
 
 #include "Platform/Format.h"
@@ -44,44 +46,73 @@ bool Cleaning::isSpared() const {
          platform::Platform::current().workspace.isRunning(std::string(browser_.bundleIdentifier));
 }
 
-void Cleaning::run() const {
-  if (!layout_.mayHave(browser_)) return;
-  for (const Installation& installation : layout_.installationsOf(browser_)) {
-    fenced("An installation", [&] { cleanInstallation(installation); });
+Report Cleaning::run() {
+  report_ = {.browser = std::string(browser_.bundleIdentifier)};
+  report_.runs.push_back({.begun = std::chrono::system_clock::now(), .ended = {}});
+  if (layout_.mayHave(browser_)) {
+    for (const std::string& folder : layout_.foldersToAllow(browser_)) {
+      if (!GrantedFiles::isGranted(folder)) noteNotAllowed(folder);
+    }
+    for (const Installation& installation : layout_.installationsOf(browser_)) cleanInstallation(installation);
+    const std::vector<std::string> plugins = layout_.pluginFolders();
+    if (!browser_.hasFlashOfItsOwn) cleanAll(pluginDataStores(), plugins);
+    cleanAll(pluginCacheStores(), plugins);
   }
-  const std::vector<std::string> plugins = layout_.pluginFolders();
-  if (!browser_.hasFlashOfItsOwn) cleanAll(pluginDataStores(), plugins);
-  cleanAll(pluginCacheStores(), plugins);
+  report_.runs.back().ended = std::chrono::system_clock::now();
+  return std::move(report_);
 }
 
-void Cleaning::cleanInstallation(const Installation& installation) const {
+void Cleaning::cleanInstallation(const Installation& installation) {
+  static constexpr Store kLists{StoreAge::kCurrent, StoreGroup::kSiteStorage, "", nullptr, "An installation"};
+  StoreFolders folders;
+  try {
+    folders = layout_.storeFoldersOf(browser_, installation);
+  } catch (const std::exception&) {  // its text may quote what a site has stored
+    return note(kLists, installation.dataFolder, {Left::kFailed});
+  }
   const StoreTables& tables = storesOf(browser_.family);
-  const StoreFolders folders = layout_.storeFoldersOf(browser_, installation);
   cleanAll(tables.profile, folders.profiles);
   if (browser_.hasFlashOfItsOwn) cleanAll(tables.ownFlash, folders.profiles);
   if (!folders.dataFolder.empty()) clean(tables.data, folders.dataFolder);
   cleanAll(tables.caches, folders.caches);
 }
 
-void Cleaning::cleanAll(std::span<const Store> table, const std::vector<std::string>& folders) const {
+void Cleaning::cleanAll(std::span<const Store> table, const std::vector<std::string>& folders) {
   for (const std::string& folder : folders) clean(table, folder);
 }
 
-void Cleaning::clean(std::span<const Store> table, const std::string& folder) const {
+void Cleaning::clean(std::span<const Store> table, const std::string& folder) {
   for (const Store& store : table) {
     if (!ages_.contains(store.age)) continue;
-    if (isSpared()) return;
-    const std::string_view what = store.path.empty() ? store.holds : store.path;
-    fenced(what, [&] { log(what, store.treatment(platform::appendingPathComponent(folder, store.path)).left); });
+    report_.isSpared = report_.isSpared || isSpared();
+    if (report_.isSpared) return;
+    clean(store, folder);
   }
 }
 
-void Cleaning::fenced(std::string_view what, const platform::Task& action) const {
+void Cleaning::clean(const Store& store, const std::string& folder) {
   try {
-    action();
-  } catch (const std::exception&) {  // its text may quote what a site has stored
-    log(what, Left::kFailed);
+    note(store, folder, store.treatment(platform::appendingPathComponent(folder, store.path)));
+  } catch (const std::exception&) {
+    note(store, folder, {Left::kFailed});
   }
+}
+
+void Cleaning::note(const Store& store, const std::string& folder, const Outcome& outcome) {
+  if (outcome.left == Left::kNotAllowed && outcome.removed == 0) return noteNotAllowed(folder);
+  if (outcome.left == Left::kNothing && outcome.removed == 0) return;
+  report_.stores.push_back({folder, std::string(store.path), store.group, outcome});
+  log(store.path.empty() ? store.holds : store.path, outcome.left);
+}
+
+/// Once for the folder that needs a grant, not for each store and folder in it.
+void Cleaning::noteNotAllowed(const std::string& folder) {
+  const auto isNoted = [&folder](const StoreReport& noted) {
+    return noted.outcome.left == Left::kNotAllowed &&
+           (folder == noted.folder || folder.starts_with(noted.folder + "/"));
+  };
+  if (std::any_of(report_.stores.begin(), report_.stores.end(), isNoted)) return;
+  report_.stores.push_back({folder, "", StoreGroup::kSiteStorage, {Left::kNotAllowed}});
 }
 
 void Cleaning::log(std::string_view what, Left left) const {

@@ -1,10 +1,10 @@
 // The cleaning of a browser's stores, one by one: a walk over its installations, their profiles, and the tables of its
 // family's stores.
 //
-// A store that is left in whole or in part gets a line in the log, and the others are cleaned; so it is when its
-// treatment fails with an exception, which sites may try to bring about. All work is done when run() returns. The
-// person is not asked: what is not granted is left. A browser that runs again is spared, where the layout says so:
-// before each store it is asked whether it does, and then the rest is left.
+// A store that is left in whole or in part gets a line in the log and in the report, and the others are cleaned; so it
+// is when its treatment fails with an exception, which sites may try to bring about. All work is done when run()
+// returns. The person is not asked: what is not granted is left. A browser that runs again is spared, where the layout
+// says so: before each store it is asked whether it does, and then the rest is left.
 #pragma once
 
 #include <set>
@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "Platform/Dispatch.h"
+#include "Worker/cleaning/Report.h"
 #include "Worker/homes/Layout.h"
 #include "Worker/stores/StoreTables.h"
 
@@ -31,20 +32,23 @@ class Cleaning {
   /// Whether the browser runs at this moment, and is to be left alone.
   bool isSpared() const;
 
-  void run() const;
+  /// The report has one run, and Cause::kQuit.
+  Report run();
 
  private:
-  void cleanInstallation(const Installation& installation) const;
-  void cleanAll(std::span<const Store> table, const std::vector<std::string>& folders) const;
-  void clean(std::span<const Store> table, const std::string& folder) const;
-  /// Runs the action and logs that it has thrown, if it has.
-  void fenced(std::string_view what, const platform::Task& action) const;
+  void cleanInstallation(const Installation& installation);
+  void cleanAll(std::span<const Store> table, const std::vector<std::string>& folders);
+  void clean(std::span<const Store> table, const std::string& folder);
+  void clean(const Store& store, const std::string& folder);
+  void note(const Store& store, const std::string& folder, const Outcome& outcome);
+  void noteNotAllowed(const std::string& folder);
   void log(std::string_view what, Left left) const;
 
   const Layout& layout_;
   const Browser& browser_;
   const std::set<StoreAge> ages_;
   const IfRunning ifRunning_;
+  Report report_;
 };
 
 }  // namespace tidewell

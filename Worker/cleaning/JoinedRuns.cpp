@@ -1,5 +1,6 @@
 #include "Worker/cleaning/JoinedRuns.h"
 
+#include <algorithm>
 #include <chrono>
 #include <string>
 #include <utility>
@@ -27,18 +28,29 @@ bool isSparedNow(const Browser& browser) {
 
 }  // namespace
 
-std::shared_ptr<JoinedRuns> JoinedRuns::create(Clean clean, OnBrowser notify) {
-  return std::shared_ptr<JoinedRuns>(new JoinedRuns(std::move(clean), std::move(notify)));
+std::shared_ptr<JoinedRuns> JoinedRuns::create(Clean clean, Ended ended) {
+  return std::shared_ptr<JoinedRuns>(new JoinedRuns(std::move(clean), std::move(ended)));
 }
 
-JoinedRuns::JoinedRuns(Clean clean, OnBrowser notify)
-    : clean_(std::move(clean)), notify_(std::move(notify)), secondRuns_(LaterTurns::create(kSecondRunDelay)) {}
+JoinedRuns::JoinedRuns(Clean clean, Ended ended)
+    : clean_(std::move(clean)), ended_(std::move(ended)), secondRuns_(LaterTurns::create(kSecondRunDelay)) {}
 
-void JoinedRuns::quit(const Browser& browser, IfRunning ifRunning) {
-  join(browser, {.asks = true, .ifRunning = ifRunning});
-  secondRuns_->ask(nameOf(browser), [weak = weak_from_this(), &browser, ifRunning] {
-    if (const auto self = weak.lock()) self->join(browser, {.asks = true, .notifies = true, .ifRunning = ifRunning});
+void JoinedRuns::quit(const Browser& browser, Cause cause, IfRunning ifRunning) {
+  const NextRun second{.asks = true, .notifies = true, .ifRunning = ifRunning, .cause = cause};
+  if (sessionEnds_) return join(browser, second);
+  join(browser, {.asks = true, .ifRunning = ifRunning, .cause = cause});
+  secondRuns_->ask(nameOf(browser), [weak = weak_from_this(), &browser, second] {
+    if (const auto self = weak.lock()) self->join(browser, second);
   });
+}
+
+void JoinedRuns::catchUp(const Browser& browser) {
+  join(browser, {.asks = true, .cause = Cause::kOwed});
+}
+
+void JoinedRuns::sessionEnds() {
+  sessionEnds_ = true;
+  secondRuns_->comeNow();
 }
 
 void JoinedRuns::request(const Browser& browser, platform::Task done) {
@@ -60,6 +72,7 @@ void JoinedRuns::join(const Browser& browser, const NextRun& wanted) {
   next.asks |= wanted.asks;
   next.notifies |= wanted.notifies;
   if (wanted.ifRunning == IfRunning::kIsCleaned) next.ifRunning = IfRunning::kIsCleaned;
+  next.cause = std::min(next.cause, wanted.cause);  // a quit says more than a permission
   runs_->ask(nameOf(browser), beginWith(&JoinedRuns::beginRun, browser));
 }
 
@@ -72,19 +85,36 @@ Turns::Begin JoinedRuns::beginWith(Operation operation, const Browser& browser) 
 }
 
 platform::BlockOperation JoinedRuns::beginRun(const Browser& browser) {
-  const NextRun wanted = nextRuns_.extract(browser.bundleIdentifier).mapped();
-  platform::BlockOperation operation;
-  operation.block = [self = shared_from_this(), &browser, wanted] { self->run(browser, wanted); };
-  if (wanted.notifies) operation.completion = [self = shared_from_this(), &browser] { self->notify_(browser); };
-  return operation;
+  NextRun wanted = nextRuns_.extract(browser.bundleIdentifier).mapped();
+  wanted.isLast = wanted.notifies || !secondRuns_->isToCome(nameOf(browser));
+  wanted.asks = wanted.asks && !sessionEnds_;
+  return {[self = shared_from_this(), &browser, wanted] { self->run(browser, wanted); }, nullptr};
 }
 
 void JoinedRuns::run(const Browser& browser, const NextRun& wanted) {
-  if (wanted.ifRunning == IfRunning::kIsSpared && isSparedNow(browser)) return;
-  clean_(browser, wanted.ifRunning);
-  if (!wanted.asks || !lacksFolders(*Home::current().layout, browser)) return;
+  const Report report = joinedWithEarlier(browser, cleaned(browser, wanted), wanted.isLast);
+  if (wanted.isLast) ended_(browser, report, wanted.notifies);
+  if (!wanted.asks || report.isSpared || !lacksFolders(*Home::current().layout, browser)) return;
   Platform::current().dispatch.mainQueue().async(
       [self = shared_from_this(), &browser] { self->requestForRun(browser); });
+}
+
+Report JoinedRuns::cleaned(const Browser& browser, const NextRun& wanted) {
+  Report report{.browser = nameOf(browser), .isSpared = true};
+  if (wanted.ifRunning == IfRunning::kIsCleaned || !isSparedNow(browser)) report = clean_(browser, wanted.ifRunning);
+  report.cause = wanted.cause;
+  return report;
+}
+
+/// What the runs for one quit have done so far.
+Report JoinedRuns::joinedWithEarlier(const Browser& browser, Report report, bool isLast) {
+  const std::lock_guard lock(mutex_);
+  if (auto earlier = reports_.extract(browser.bundleIdentifier)) {
+    earlier.mapped().add(report);
+    report = std::move(earlier.mapped());
+  }
+  if (!isLast) reports_[browser.bundleIdentifier] = report;
+  return report;
 }
 
 platform::BlockOperation JoinedRuns::beginRequest(const Browser& browser) {

@@ -2,7 +2,7 @@
 // are repeated join. However often a browser quits, or its folders are asked for, what is under way stays small.
 //
 // A run never waits for the person. It cleans what is granted; the folders that are not are asked for beside it, and
-// what is granted then is cleaned by a run of its own, without a notification.
+// what is granted then is cleaned by a run of its own.
 //
 // Main thread. The callbacks are called on background threads.
 #pragma once
@@ -10,6 +10,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string_view>
 #include <vector>
 
@@ -17,37 +18,56 @@
 #include "Worker/browsers/Browser.h"
 #include "Worker/cleaning/Cleaning.h"
 #include "Worker/cleaning/LaterTurns.h"
+#include "Worker/cleaning/Report.h"
 #include "Worker/cleaning/Turns.h"
 
 namespace tidewell {
 
 class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
  public:
-  using Clean = std::function<void(const Browser& browser, IfRunning ifRunning)>;
-  using OnBrowser = std::function<void(const Browser& browser)>;
+  /// Cleans what is granted of a browser.
+  using Clean = std::function<Report(const Browser& browser, IfRunning ifRunning)>;
 
-  /// `clean` cleans what is granted of a browser; `notify` tells the person that a second run is over.
-  static std::shared_ptr<JoinedRuns> create(Clean clean, OnBrowser notify);
+  /// Called when no further run is to come for what a browser was cleaned for: the second run after a quit, or the only
+  /// one, is over. `notifies`: after a quit.
+  using Ended = std::function<void(const Browser& browser, const Report& report, bool notifies)>;
 
-  /// A browser, a row of the table, has quit: a run follows now, and a second one, which notifies, in 8 seconds.
-  void quit(const Browser& browser, IfRunning ifRunning);
+  static std::shared_ptr<JoinedRuns> create(Clean clean, Ended ended);
+
+  /// A browser, a row of the table, has quit: a run follows now, and a second one, which notifies, in 8 seconds. When
+  /// the session ends there is one run, at once.
+  void quit(const Browser& browser, Cause cause, IfRunning ifRunning);
+
+  /// A browser that does not run is to be cleaned once.
+  void catchUp(const Browser& browser);
 
   /// Obtains the folders of a browser, and then calls `done` on a background thread.
   void request(const Browser& browser, platform::Task done);
+
+  /// The session ends: second runs that are to come are made at once, and nobody is asked any more.
+  void sessionEnds();
+
+  /// Whether no run is under way or waits.
+  bool isIdle() const { return runs_->isIdle(); }
+
+  /// Called on the main thread each time that a run has ended.
+  void setRunEndHandler(platform::Task handler) { runs_->setEndHandler(std::move(handler)); }
 
  private:
   /// What those who joined want of a browser's next run.
   struct NextRun {
     bool asks = false;  // for the folders that are not granted
     bool notifies = false;
+    bool isLast = false;  // none is to come for the same quit
     IfRunning ifRunning = IfRunning::kIsSpared;
+    Cause cause = Cause::kPermission;
   };
   struct NextRequest {
     std::vector<platform::Task> done;
     bool isForRun = false;  // what it obtains is cleaned
   };
 
-  JoinedRuns(Clean clean, OnBrowser notify);
+  JoinedRuns(Clean clean, Ended ended);
 
   void join(const Browser& browser, const NextRun& wanted);
   void requestForRun(const Browser& browser);
@@ -57,15 +77,20 @@ class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
   platform::BlockOperation beginRun(const Browser& browser);
   platform::BlockOperation beginRequest(const Browser& browser);
   void run(const Browser& browser, const NextRun& wanted);
+  Report cleaned(const Browser& browser, const NextRun& wanted);
+  Report joinedWithEarlier(const Browser& browser, Report report, bool isLast);
   void obtain(const Browser& browser, bool isForRun);
 
   const Clean clean_;
-  const OnBrowser notify_;
+  const Ended ended_;
   const std::shared_ptr<Turns> runs_ = Turns::create();
   const std::shared_ptr<Turns> requests_ = Turns::create();
   const std::shared_ptr<LaterTurns> secondRuns_;
   std::map<std::string_view, NextRun> nextRuns_;  // by the browser's identifier
   std::map<std::string_view, NextRequest> nextRequests_;
+  bool sessionEnds_ = false;
+  std::mutex mutex_;
+  std::map<std::string_view, Report> reports_;  // of runs that another follows; guarded by mutex_
 };
 
 }  // namespace tidewell

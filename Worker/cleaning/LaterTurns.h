@@ -7,6 +7,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -24,13 +25,26 @@ class LaterTurns : public std::enable_shared_from_this<LaterTurns> {
   /// `work` is called on the main thread, after the delay. It is dropped when another is to come under that name.
   void ask(const std::string& name, platform::Task work);
 
+  /// Whether work is to come under that name.
+  bool isToCome(const std::string& name) const { return toCome_.contains(name); }
+
+  /// All that is to come comes now, once each.
+  void comeNow();
+
  private:
   explicit LaterTurns(std::chrono::nanoseconds delay) : delay_(delay) {}
 
-  void come(const std::string& name, const platform::Task& work);
+  struct Turn {
+    platform::Task work;
+    bool isAskedForAgain = false;  // meanwhile
+    std::uint64_t number = 0;      // tells it from a later one of the same name
+  };
+
+  void come(const std::string& name, std::uint64_t number);
 
   const std::chrono::nanoseconds delay_;
-  std::map<std::string, bool> toCome_;  // whether it was asked for again meanwhile
+  std::map<std::string, Turn> toCome_;
+  std::uint64_t turns_ = 0;
 };
 
 }  // namespace tidewell

@@ -58,6 +58,7 @@ void Turns::ended(const std::string& name) {
   } else {
     turns_.erase(name);
   }
+  if (endHandler_) endHandler_();
 }
 
 }  // namespace tidewell

@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "Platform/Dispatch.h"
 
@@ -26,6 +27,12 @@ class Turns : public std::enable_shared_from_this<Turns> {
   /// Asks for a turn under that name. `begin` is dropped when another waits under the name.
   void ask(const std::string& name, Begin begin);
 
+  /// Whether nothing is under way, and nothing waits.
+  bool isIdle() const { return turns_.empty(); }
+
+  /// Called on the main thread each time that a turn has ended.
+  void setEndHandler(platform::Task handler) { endHandler_ = std::move(handler); }
+
  private:
   struct Turn {
     bool isUnderWay = false;
@@ -39,6 +46,7 @@ class Turns : public std::enable_shared_from_this<Turns> {
   void ended(const std::string& name);
 
   std::map<std::string, Turn> turns_;  // those under way or waiting
+  platform::Task endHandler_;
 };
 
 }  // namespace tidewell

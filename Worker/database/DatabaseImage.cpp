@@ -34,8 +34,7 @@ std::optional<std::int64_t> numberFrom(Sqlite& database, const std::string& sql)
 }
 
 Condition conditionAfterFailure(const Sqlite& database) {
-  const std::int32_t code = database.errorCode() & 0xFF;
-  return code == SQLITE_BUSY || code == SQLITE_LOCKED ? Condition::kInUse : Condition::kUnreadable;
+  return isInUse(database) ? Condition::kInUse : Condition::kUnreadable;
 }
 
 Condition lock(Sqlite& database) {
@@ -87,14 +86,15 @@ bool runAll(Sqlite& database, const std::vector<std::string>& statements) {
 DatabaseImage changed(Sqlite& source, const std::vector<std::string>& statements) {
   Sqlite memory(":memory:");
   const StatementLimits limits(memory);
-  const bool isChanged = run(memory, "PRAGMA temp_store = MEMORY;") && copyInto(memory, source) &&
-                         runAll(memory, statements) && run(memory, "VACUUM;");
+  bool isChanged = run(memory, "PRAGMA temp_store = MEMORY;") && copyInto(memory, source) && runAll(memory, statements);
+  const bool hasOtherRows = sqlite3_total_changes(memory._db()) > 0;
+  isChanged = isChanged && run(memory, "VACUUM;");
   const std::string before = serialized(source);
   std::string image = serialized(memory);
-  if (!isChanged || before.empty() || image.empty()) return {Condition::kUnreadable, std::nullopt};
+  if (!isChanged || before.empty() || image.empty()) return {};
   copyField(kFormatVersions, before, image);
-  if (isSameBeyondCounters(image, before)) return {Condition::kSound, std::nullopt};
-  return {Condition::kSound, std::move(image)};
+  if (isSameBeyondCounters(image, before)) return {.condition = Condition::kSound};
+  return {Condition::kSound, std::move(image), hasOtherRows};
 }
 
 }  // namespace
@@ -102,6 +102,11 @@ DatabaseImage changed(Sqlite& source, const std::vector<std::string>& statements
 bool hasFailed(const Sqlite& connection) {
   const std::int32_t code = connection.errorCode();
   return code != SQLITE_OK && code != SQLITE_ROW && code != SQLITE_DONE;
+}
+
+bool isInUse(const Sqlite& connection) {
+  const std::int32_t code = connection.errorCode() & 0xFF;
+  return code == SQLITE_BUSY || code == SQLITE_LOCKED;
 }
 
 void holdAlone(Sqlite& connection) {
@@ -115,15 +120,15 @@ DatabaseImage DatabaseImage::after(Sqlite& source, const std::vector<std::string
   const StatementLimits limits(source);
   holdAlone(source);
   const auto pages = numberFrom(source, "PRAGMA page_count;");  // rolls back what a crash has left half done
-  if (!pages) return {conditionAfterFailure(source), std::nullopt};
+  if (!pages) return {.condition = conditionAfterFailure(source)};
   const auto pageSize = numberFrom(source, "PRAGMA page_size;");
-  if (!pageSize) return {Condition::kUnreadable, std::nullopt};
-  if (*pages == 0) return {Condition::kSound, std::nullopt};  // locking it would write a page
+  if (!pageSize) return {};
+  if (*pages == 0) return {.condition = Condition::kSound};  // locking it would write a page
   Condition condition = lock(source);
-  if (condition != Condition::kSound) return {condition, std::nullopt};
-  if (*pages > static_cast<std::int64_t>(kLargest) / *pageSize) return {Condition::kTooLarge, std::nullopt};
+  if (condition != Condition::kSound) return {.condition = condition};
+  if (*pages > static_cast<std::int64_t>(kLargest) / *pageSize) return {.condition = Condition::kTooLarge};
   condition = writeLogBack(source);
-  return condition == Condition::kSound ? changed(source, statements) : DatabaseImage{condition, std::nullopt};
+  return condition == Condition::kSound ? changed(source, statements) : DatabaseImage{.condition = condition};
 }
 
 }  // namespace tidewell

@@ -24,7 +24,8 @@ struct DatabaseImage {
   };
 
   Condition condition = Condition::kUnreadable;
-  std::optional<std::string> bytes;  // absent when the file holds the same already
+  std::optional<std::string> bytes = std::nullopt;  // absent when the file holds the same already
+  bool hasOtherRows = false;         // than before; false also when only unused pages differ
 
   /// Locks the database of the connection, which stays locked until it is closed, writes its log back into its file,
   /// and runs the statements on a copy in memory, under StatementLimits. Nothing is flushed or removed when the
@@ -34,6 +35,9 @@ struct DatabaseImage {
 
 /// Whether the last statement on a connection has failed.
 bool hasFailed(const Sqlite& connection);
+
+/// Whether it has failed because another connection has locked the database.
+bool isInUse(const Sqlite& connection);
 
 /// Locks the database of a connection from its first statement on, and keeps closing it from writing or removing
 /// anything. No shared-memory file is used.

@@ -21,25 +21,25 @@ constexpr const char* kCompanions[] = {"-journal", "-wal", "-shm"};
 /// Passes a connection to the database, and its file, to `use`. Returns why there is none; kNothing also when it is
 /// missing.
 template <typename Use>
-Left withDatabase(const std::string& path, const Use& use) {
+Outcome withDatabase(const std::string& path, const Use& use) {
   const auto attributes = grantedItems().attributesOfItem(path);
-  if (!attributes) return reasonOf(attributes.error());  // opening it would make one
+  if (!attributes) return outcomeOf(attributes.error());  // opening it would make one
   const std::lock_guard turn(turnOf(path));
   for (const char* suffix : kOpenedWithIt) {
-    if (const Left left = makeOwnInsideGrant(path + suffix); left != Left::kNothing) return left;
+    if (const Outcome own = makeOwnInsideGrant(path + suffix); own.left != Left::kNothing) return own;
   }
   const auto file = grantedItems().pinnedFile(path);
-  if (!file) return reasonOf(file.error());
+  if (!file) return outcomeOf(file.error());
   // Opened before the database, and closed after it: closing any descriptor of a file ends this process's locks on it.
   const auto opened = grantedItems().readableFile(path);
-  if (!opened) return reasonOf(opened.error());
+  if (!opened) return outcomeOf(opened.error());
   Sqlite database;
   // Checked again with the database open: the opened file must be the one that was pinned.
   if (!database.open((*file)->path()) || !(*file)->isInPlace() || hasMoved(database) || !(*file)->isInPlace()) {
-    return Left::kFailed;
+    return {Left::kFailed};
   }
   use(database, **opened);
-  return Left::kNothing;
+  return {};
 }
 
 /// For a database that is too large to be held in memory. What goes is overwritten with zeros once.
@@ -55,6 +55,7 @@ Outcome changeInPlace(Sqlite& database, const std::vector<std::string>& statemen
 Outcome removeCompanions(const std::string& path, Overwriting overwriting) {
   Outcome outcome;
   for (const char* companion : kCompanions) outcome += eraseInsideGrant(path + companion, overwriting);
+  outcome.removed = 0;  // they are parts of the database, and some were made by opening it
   return outcome;
 }
 
@@ -77,29 +78,38 @@ Outcome change(Sqlite& database, const std::string& path, const platform::Readab
   outcome = removeCompanions(path, overwriting);
   const auto version = file.version();
   if (!version || !image.bytes || outcome.left != Left::kNothing) return outcome;
-  return outcome += replaceInsideGrant(path, *version, *image.bytes, overwriting);
+  Outcome replaced = replaceInsideGrant(path, *version, *image.bytes, overwriting);
+  if (!image.hasOtherRows) replaced.removed = 0;
+  return outcome += replaced;
 }
 
 }  // namespace
 
-std::optional<Rows> rowsInsideGrant(const std::string& query, const std::string& path) {
+std::optional<Rows> rowsInsideGrant(const std::string& query, const std::string& path, Left& left) {
   std::optional<Rows> rows = Rows();
-  const Left left = withDatabase(path, [&](Sqlite& database, const platform::ReadableFile&) {
+  left = Left::kNothing;
+  const Outcome outcome = withDatabase(path, [&](Sqlite& database, const platform::ReadableFile&) {
     holdAlone(database);
     const StatementLimits limits(database);
     rows = database.executeQuery(query);
-    if (hasFailed(database)) rows.reset();  // an error after some rows only ends them
+    if (!hasFailed(database)) return;
+    left = isInUse(database) ? Left::kInUse : Left::kNotReadable;
+    rows.reset();  // an error after some rows only ends them
   });
+  if (outcome.left != Left::kNothing) left = outcome.left;
   return left == Left::kNothing ? std::move(rows) : std::nullopt;
 }
 
 Outcome changeInsideGrant(const std::vector<std::string>& statements, const std::string& path,
                           Overwriting overwriting) {
   Outcome outcome = eraseInsideGrant(path + kAsideSuffix, overwriting);  // left by a worker that was killed
-  const Left left = withDatabase(path, [&](Sqlite& database, const platform::ReadableFile& file) {
-    outcome += change(database, path, file, statements, overwriting);
+  outcome.removed = outcome.bytes = 0;                                   // nothing of the browser's
+  Outcome changed;
+  const Outcome opened = withDatabase(path, [&](Sqlite& database, const platform::ReadableFile& file) {
+    changed = change(database, path, file, statements, overwriting);
   });
-  return outcome += Outcome{left};
+  outcome += changed;
+  return outcome += opened;
 }
 
 }  // namespace tidewell

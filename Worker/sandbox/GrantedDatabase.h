@@ -15,8 +15,9 @@
 
 namespace tidewell {
 
-/// The rows of a query; none when the database is missing. Absent when it is in use, or can't be read. Changes nothing.
-std::optional<Rows> rowsInsideGrant(const std::string& query, const std::string& path);
+/// The rows of a query; none when the database is missing. Absent when it is in use, or can't be read: `left` says so.
+/// Changes nothing.
+std::optional<Rows> rowsInsideGrant(const std::string& query, const std::string& path, Left& left);
 
 /// Runs statements in order, up to the first that fails, and leaves a database with nothing but what they keep: no
 /// unused page, no journal. A missing database is nothing to do.

@@ -92,8 +92,9 @@ Outcome GrantedFiles::rewrite(const std::string& path, const Rewriter& rewriter)
   return underGrant<Outcome>(path, kNotAllowed, [&](const std::string& fullPath) {
     const std::lock_guard turn(turnOf(fullPath));
     Outcome outcome = eraseInsideGrant(fullPath + kAsideSuffix, overwriting);  // left by a worker that was killed
+    outcome.removed = outcome.bytes = 0;                                       // nothing of the browser's
     const ReadInsideGrant read(fullPath, kLargestDocument, "");
-    if (!read.bytes) return outcome += Outcome{read.left};
+    if (!read.bytes) return outcome += read.outcome;
     const Rewriting rewriting = rewriter(*read.bytes);
     if (rewriting.action == Rewriting::Action::kReplace) {
       outcome += replaceInsideGrant(fullPath, read.version, rewriting.contents, overwriting);
@@ -110,14 +111,15 @@ std::optional<bool> GrantedFiles::holds(const std::string& path,
                                         std::uint64_t largest) {
   return underGrant<std::optional<bool>>(path, std::nullopt, [&](const std::string& fullPath) -> std::optional<bool> {
     const ReadInsideGrant read(fullPath, largest, "");
-    if (!read.bytes) return read.left == Left::kNothing ? std::optional(false) : std::nullopt;
+    if (!read.bytes) return read.outcome.left == Left::kNothing ? std::optional(false) : std::nullopt;
     return test(*read.bytes);
   });
 }
 
-std::optional<Rows> GrantedFiles::rowsOf(const std::string& query, const std::string& database) {
-  return underGrant<std::optional<Rows>>(database, std::nullopt,
-                                         [&](const std::string& fullPath) { return rowsInsideGrant(query, fullPath); });
+std::optional<Rows> GrantedFiles::rowsOf(const std::string& query, const std::string& database, Left& left) {
+  left = Left::kNotAllowed;
+  return underGrant<std::optional<Rows>>(
+      database, std::nullopt, [&](const std::string& fullPath) { return rowsInsideGrant(query, fullPath, left); });
 }
 
 Outcome GrantedFiles::changeDatabase(const std::vector<std::string>& statements, const std::string& database) {

@@ -1,5 +1,7 @@
 #include "Worker/sandbox/GrantedItems.h"
 
+#include <algorithm>
+
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"
 
@@ -25,20 +27,27 @@ std::optional<T> attributeOf(const std::string& path, const char* key) {
   return attributes ? valueOf<T>(*attributes, key) : std::nullopt;
 }
 
-Left leftBy(const platform::Erasure& erasure) {
-  if (erasure.leftNothing()) return Left::kNothing;
-  if (erasure.failed > 0) return reasonOf(erasure.error);
-  return erasure.notOverwritten > 0 ? Left::kNotOverwritten : Left::kOnOtherMount;
+Outcome whatBecame(const platform::Erasure& erasure) {
+  Outcome outcome;
+  if (erasure.failed > 0) {
+    outcome = outcomeOf(erasure.error);
+  } else if (!erasure.leftNothing()) {
+    outcome.left = erasure.notOverwritten > 0 ? Left::kNotOverwritten : Left::kOnOtherMount;
+    outcome.error = erasure.error.value();
+  }
+  outcome.removed = erasure.removed;
+  outcome.bytes = erasure.removedBytes;
+  return outcome;
 }
 
 /// Removes what an exchange or a move has taken from a file's place to `aside`, or has not: then it is a file of ours.
 Outcome eraseWhenTaken(const std::string& aside, const platform::Result<bool>& isTaken, Overwriting overwriting) {
   // After other failures something may be there that the browser has just saved.
-  if (!isTaken && isTaken.error() != std::errc::not_supported) return {Left::kFailed};
+  if (!isTaken && isTaken.error() != std::errc::not_supported) return {Left::kFailed, 0, 0, isTaken.error().value()};
   Outcome outcome = eraseInsideGrant(aside, overwriting);
-  if (!isTaken) outcome += {Left::kFailed};
-  if (isTaken && !*isTaken) outcome += {Left::kInUse};
-  return outcome;
+  if (isTaken && *isTaken) return outcome;
+  outcome.removed = outcome.bytes = 0;
+  return outcome += isTaken ? Outcome{Left::kInUse} : Outcome{Left::kFailed, 0, 0, isTaken.error().value()};
 }
 
 }  // namespace
@@ -47,10 +56,10 @@ platform::FileManager& grantedItems() {
   return platform::Platform::current().fileManagerOnOneMount;
 }
 
-Left reasonOf(std::error_code error) {
-  if (!error || error == std::errc::no_such_file_or_directory) return Left::kNothing;
-  if (error == std::errc::operation_not_permitted) return Left::kNotAllowed;
-  return error == std::errc::cross_device_link ? Left::kOnOtherMount : Left::kFailed;
+Outcome outcomeOf(std::error_code error) {
+  if (!error || error == std::errc::no_such_file_or_directory) return {};
+  if (error == std::errc::operation_not_permitted) return {Left::kNotAllowed};
+  return {error == std::errc::cross_device_link ? Left::kOnOtherMount : Left::kFailed, 0, 0, error.value()};
 }
 
 bool isFileOfType(const std::string& path, const char* type) {
@@ -61,21 +70,20 @@ ReadInsideGrant::ReadInsideGrant(const std::string& path, std::uint64_t largest,
                                  const std::optional<std::string>& ifLarger) {
   auto file = grantedItems().readableFile(path);
   if (!file) {
-    left = reasonOf(file.error());
+    outcome = outcomeOf(file.error());
     return;
   }
   file_ = std::move(*file);
   const auto before = file_->version();
   bytes = file_->size() > largest ? ifLarger : file_->read(0, static_cast<std::size_t>(file_->size())).value();
   const auto after = file_->version();
-  left = Left::kNotReadable;
+  outcome = {Left::kNotReadable};
   if (!before || !after || *before != *after) bytes.reset();
   if (bytes) version = *after;
 }
 
 Outcome eraseInsideGrant(const std::string& path, Overwriting overwriting) {
-  const platform::Erasure erasure = grantedItems().eraseItem(path, overwriting);
-  return {leftBy(erasure), erasure.removed};
+  return whatBecame(grantedItems().eraseItem(path, overwriting));
 }
 
 Outcome eraseUnchangedInsideGrant(const std::string& path, const platform::FileVersion& read, Overwriting overwriting) {
@@ -88,20 +96,24 @@ Outcome replaceInsideGrant(const std::string& path, const platform::FileVersion&
   platform::FileManager& files = grantedItems();
   const std::string aside = path + kAsideSuffix;
   const auto permissions = attributeOf<std::int64_t>(path, platform::kFilePosixPermissions);
-  if (files.createFile(aside, contents, static_cast<unsigned>(permissions.value_or(kOwnerOnly)) & 0777U)) {
-    return {Left::kFailed};
-  }
-  return eraseWhenTaken(aside, files.exchangeUnlessChanged(path, aside, read), overwriting);
+  const unsigned mode = static_cast<unsigned>(permissions.value_or(kOwnerOnly)) & 0777U;
+  if (const auto error = files.createFile(aside, contents, mode)) return {Left::kFailed, 0, 0, error.value()};
+  Outcome outcome = eraseWhenTaken(aside, files.exchangeUnlessChanged(path, aside, read), overwriting);
+  outcome.bytes -= std::min<std::uint64_t>(outcome.bytes, contents.size());
+  return outcome;
 }
 
-Left makeOwnInsideGrant(const std::string& path) {
+Outcome makeOwnInsideGrant(const std::string& path) {
   const auto attributes = grantedItems().attributesOfItem(path);
-  if (!attributes) return reasonOf(attributes.error());
-  if (valueOf<std::string>(*attributes, platform::kFileType) != platform::kFileTypeRegular) return Left::kFailed;
-  if (valueOf<std::int64_t>(*attributes, platform::kFileReferenceCount) == 1) return Left::kNothing;
-  if (!grantedItems().lockFile(path)) return Left::kInUse;
+  if (!attributes) return outcomeOf(attributes.error());
+  if (valueOf<std::string>(*attributes, platform::kFileType) != platform::kFileTypeRegular) return {Left::kFailed};
+  if (valueOf<std::int64_t>(*attributes, platform::kFileReferenceCount) == 1) return {};
+  if (!grantedItems().lockFile(path)) return {Left::kInUse};
   const ReadInsideGrant read(path, kLargestCopy);
-  return read.bytes ? replaceInsideGrant(path, read.version, *read.bytes, Overwriting::kNone).left : read.left;
+  if (!read.bytes) return read.outcome;
+  Outcome outcome = replaceInsideGrant(path, read.version, *read.bytes, Overwriting::kNone);
+  outcome.removed = outcome.bytes = 0;  // nothing is gone
+  return outcome;
 }
 
 }  // namespace tidewell

@@ -16,8 +16,9 @@ namespace tidewell {
 /// The platform's files for all that is no operation of Sandbox.
 platform::FileManager& grantedItems();
 
-/// Why an item stays, or can't be used, for which the platform has returned an error; kNothing when it is missing.
-Left reasonOf(std::error_code error);
+/// What became of an item that stays, or can't be used, for which the platform has returned an error; kNothing when it
+/// is missing.
+Outcome outcomeOf(std::error_code error);
 
 bool isFileOfType(const std::string& path, const char* type);
 
@@ -29,7 +30,7 @@ struct ReadInsideGrant {
 
   std::optional<std::string> bytes;  // absent when the file is missing, can't be read, or is being written
   platform::FileVersion version;
-  Left left = Left::kNothing;  // why the bytes are absent; kNothing for a missing file
+  Outcome outcome;  // why the bytes are absent; kNothing for a missing file
 
  private:
   std::unique_ptr<platform::ReadableFile> file_;
@@ -50,6 +51,6 @@ Outcome replaceInsideGrant(const std::string& path, const platform::FileVersion&
 
 /// Makes sure that the file at a path has no other name, by giving the path a copy of it if it does. kFailed when
 /// anything but a regular file is there; a missing file is fine.
-Left makeOwnInsideGrant(const std::string& path);
+Outcome makeOwnInsideGrant(const std::string& path);
 
 }  // namespace tidewell

@@ -19,13 +19,21 @@ enum class Left {
 
 struct Outcome {
   Left left = Left::kNothing;
-  std::uint64_t removed = 0;  // files, links, folders and changed files
+  std::uint64_t removed = 0;  // files, links, folders, and files of which a part has gone
+  std::uint64_t bytes = 0;    // freed on the disk
+  int error = 0;              // the system's number of what was the reason for `left`; 0 where there is none
 
   Outcome& operator+=(const Outcome& other) {
-    left = std::max(left, other.left);
+    if (other.left > left) {
+      left = other.left;
+      error = other.error;
+    }
     removed += other.removed;
+    bytes += other.bytes;
     return *this;
   }
+
+  bool operator==(const Outcome&) const = default;
 };
 
 }  // namespace tidewell

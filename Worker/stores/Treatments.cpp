@@ -175,7 +175,9 @@ Outcome cleanWebStorage(const std::string& path) {
   static constexpr char kIndex[] = "QuotaManager";
   if (!GrantedFiles::isDirectory(path)) return {};
   const std::string index = appendingPathComponent(path, kIndex);
-  const auto rows = GrantedFiles::rowsOf(kBuckets, index);
+  Left left = Left::kNothing;
+  const auto rows = GrantedFiles::rowsOf(kBuckets, index, left);
+  if (left == Left::kInUse) return {left};
   if (!rows || rows->empty()) {
     if (GrantedFiles::holds(index, mentionsExtension).value_or(true)) return {Left::kNotReadable};
     return GrantedFiles::remove(path);

@@ -112,6 +112,24 @@ FakeWorkspace::ObserverToken FakeWorkspace::addDidTerminateApplicationObserver(O
   return last_;
 }
 
+FakeWorkspace::ObserverToken FakeWorkspace::addApplicationRunsObserver(RunsObserver observer) {
+  runsObservers_.emplace(++last_, std::move(observer));
+  return last_;
+}
+
+void FakeWorkspace::start(const std::string& identifier) {
+  running.insert(identifier);
+  const auto observers = runsObservers_;
+  for (const auto& [token, observer] : observers) observer(identifier, true);
+}
+
+void FakeWorkspace::settingsChanged() {
+  const auto observers = runsObservers_;
+  for (const std::string& identifier : running) {
+    for (const auto& [token, observer] : observers) observer(identifier, false);
+  }
+}
+
 class MemoryUserDefaults::Domain : public platform::UserDefaults {
  public:
   Domain(Journal& journal, Value::Dictionary& values) : journal_(journal), values_(values) {}

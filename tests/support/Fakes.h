@@ -119,16 +119,25 @@ class FakeWorkspace : public platform::Workspace {
   void quit(std::optional<std::string> name, std::optional<std::string> identifier,
             std::vector<platform::Arguments> processes = {});
   void tell(const platform::ApplicationNotification& notification);
+  /// Also adds it to those that run.
+  void start(const std::string& identifier);
+  /// Tells of those that run as when settings have changed.
+  void settingsChanged();
   std::size_t observers() const { return observers_.size(); }
 
   ObserverToken addDidTerminateApplicationObserver(Observer observer) override;
-  void removeObserver(ObserverToken token) override { observers_.erase(token); }
+  ObserverToken addApplicationRunsObserver(RunsObserver observer) override;
+  void removeObserver(ObserverToken token) override {
+    observers_.erase(token);
+    runsObservers_.erase(token);
+  }
   bool isRunning(const std::string& bundleIdentifier) const override { return running.contains(bundleIdentifier); }
 
   std::set<std::string> running;
 
  private:
   std::map<ObserverToken, Observer> observers_;
+  std::map<ObserverToken, RunsObserver> runsObservers_;
   ObserverToken last_ = 0;
 };
 

@@ -58,6 +58,7 @@ class TestSystem : public platform::linux_::LinuxSystem {
 
   static constexpr unsigned kUser = 4711;
   std::optional<std::string> homeFolder;  // in the password database, for kUser only
+  std::string machine = "this-machine";
   std::optional<std::string> movedConfiguration;
   std::optional<std::string> movedCaches;
   bool statFails = false;
@@ -70,6 +71,7 @@ class TestSystem : public platform::linux_::LinuxSystem {
   std::optional<std::string> homeDirectoryFromPasswordDatabase(unsigned uid) const override {
     return uid == kUser ? homeFolder : std::nullopt;
   }
+  std::string machineIdentifier() const override { return machine; }
   std::optional<std::string> configurationFolder() const override { return movedConfiguration; }
   std::optional<std::string> cachesFolder() const override { return movedCaches; }
   int openForReadingAndWriting(const std::string& path) override;

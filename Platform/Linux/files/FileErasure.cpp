@@ -49,6 +49,15 @@ bool hasOnlyThisName(int folder, const std::string& name, int file) {
   return true;
 }
 
+/// A file with other names frees nothing, and one with holes no more than it has.
+std::uint64_t bytesFreedBy(const struct stat& status) {
+  constexpr std::uint64_t kInTheInode = 4096;  // so much of a file may take no block of its own
+  constexpr std::uint64_t kBlock = 512;        // the unit of st_blocks, whatever the file system's
+  if (!S_ISREG(status.st_mode) || status.st_nlink > 1) return 0;
+  const std::uint64_t onDisk = static_cast<std::uint64_t>(status.st_blocks) * kBlock;
+  return std::min(static_cast<std::uint64_t>(status.st_size), std::max(onDisk, kInTheInode));
+}
+
 using Pattern = std::span<const std::byte>;
 
 std::error_code writeBlocks(int file, Pattern pattern, std::uint64_t from, std::uint64_t end) {
@@ -117,8 +126,11 @@ FileErasure::Outcome FileErasure::failed(Outcome outcome, std::error_code error)
   return outcome;
 }
 
-FileErasure::Outcome FileErasure::unlink(int folder, const std::string& name) {
-  if (::unlinkat(folder, name.c_str(), 0) == 0) return Outcome::kRemoved;
+FileErasure::Outcome FileErasure::unlink(int folder, const std::string& name, const struct stat& status) {
+  if (::unlinkat(folder, name.c_str(), 0) == 0) {
+    freedBytes_ += bytesFreedBy(status);
+    return Outcome::kRemoved;
+  }
   switch (errno) {
     case ENOENT:
       return Outcome::kGone;
@@ -132,7 +144,11 @@ FileErasure::Outcome FileErasure::unlink(int folder, const std::string& name) {
 }
 
 FileErasure::Outcome FileErasure::erase(int folder, const std::string& name) {
-  if (overwriting_ == Overwriting::kNone) return unlink(folder, name);
+  if (overwriting_ == Overwriting::kNone) {
+    struct stat status {};
+    if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) status = {};  // unlink() tells why
+    return unlink(folder, name, status);
+  }
   for (int tries = 0; tries < kMostTries; ++tries) {
     if (const auto outcome = eraseOnce(folder, name)) return *outcome;
   }
@@ -145,7 +161,7 @@ std::optional<FileErasure::Outcome> FileErasure::eraseOnce(int folder, const std
     return errno == ENOENT ? Outcome::kGone : failed(Outcome::kFailed, lastError());
   }
   if (S_ISDIR(status.st_mode)) return Outcome::kIsFolder;
-  if (!S_ISREG(status.st_mode)) return unlink(folder, name);
+  if (!S_ISREG(status.st_mode)) return unlink(folder, name, status);
   const Result<FileDescriptor> file = openBeneath(folder, name, kFlags, Mounts::kSame);
   return file ? overwriteAndUnlink(folder, name, file->get()) : unlinkWithoutOverwriting(folder, name, file.error());
 }
@@ -160,7 +176,7 @@ FileErasure::Outcome FileErasure::unlinkWithoutOverwriting(int folder, const std
   if (S_ISREG(status.st_mode) && status.st_nlink == 1 && status.st_size > 0) {
     return failed(Outcome::kNotOverwritten, error);
   }
-  return unlink(folder, name);
+  return unlink(folder, name, status);
 }
 
 std::optional<FileErasure::Outcome> FileErasure::overwriteAndUnlink(int folder, const std::string& name, int file) {
@@ -174,7 +190,7 @@ std::optional<FileErasure::Outcome> FileErasure::overwriteAndUnlink(int folder, 
   }
   if (!isAt(folder, name, status)) return std::nullopt;
   // The data of a file with other names belongs to them as well, and is not lost with this one.
-  if (isOverwritten || (::fstat(file, &status) == 0 && status.st_nlink > 1)) return unlink(folder, name);
+  if (isOverwritten || (::fstat(file, &status) == 0 && status.st_nlink > 1)) return unlink(folder, name, status);
   return std::nullopt;
 }
 

@@ -280,6 +280,7 @@ Erasure LinuxFileManager::eraseItem(const std::string& path, Overwriting overwri
   if (item) {
     FileErasure files(overwriting);
     linux_::removeItem(item->folder.get(), item->name, files, erasure);
+    erasure.removedBytes = files.freedBytes();
   } else if (item.error() == std::errc::cross_device_link) {
     erasure.onOtherMounts = 1;
     erasure.error = item.error();

@@ -4,6 +4,8 @@
 #include <pwd.h>
 #include <sys/random.h>
 #include <sys/stat.h>
+#include <sys/utsname.h>
+#include <systemd/sd-id128.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -34,6 +36,20 @@ std::optional<std::string> LinuxSystem::homeDirectoryFromPasswordDatabase(unsign
     }
     return found != nullptr ? std::optional<std::string>(found->pw_dir) : std::nullopt;
   }
+}
+
+/// Not the machine's own identifier, which programs are asked not to give away, but one that is derived from it; where
+/// there is none, the host's name.
+std::string LinuxSystem::machineIdentifier() const {
+  constexpr sd_id128_t kOfThisProgram =
+      SD_ID128_MAKE(5c, 0e, 9b, 1f, 2d, 73, 4a, 86, b4, 61, e8, 37, 9a, 0d, c2, f5);
+  sd_id128_t machine{};
+  if (sd_id128_get_machine_app_specific(kOfThisProgram, &machine) >= 0) {
+    char text[SD_ID128_STRING_MAX];
+    return sd_id128_to_string(machine, text);
+  }
+  utsname host{};
+  return ::uname(&host) == 0 && host.nodename[0] != '\0' ? host.nodename : "unknown";
 }
 
 std::optional<std::string> LinuxSystem::configurationFolder() const {

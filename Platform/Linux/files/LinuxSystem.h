@@ -14,6 +14,8 @@ class LinuxSystem : public System {
   unsigned getuid() const override;
   std::optional<std::string> homeDirectoryFromPasswordDatabase(unsigned uid) const override;
 
+  std::string machineIdentifier() const override;
+
   std::optional<std::string> configurationFolder() const override;
   std::optional<std::string> cachesFolder() const override;
   std::vector<std::string> userDirectories(const std::string& home) const override;

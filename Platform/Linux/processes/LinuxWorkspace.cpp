@@ -73,7 +73,9 @@ void LinuxWorkspace::scan() {
   for (std::size_t index = 0; index < running_.size(); ++index) {
     const bool wasRunning = running_[index]->isRunning();
     running_[index]->update(found[index]);
-    if (!wasRunning && running_[index]->isRunning()) looks_.found();
+    if (wasRunning || !running_[index]->isRunning()) continue;
+    looks_.found();
+    tellThatItRuns(index, true);
   }
 }
 
@@ -147,6 +149,7 @@ void LinuxWorkspace::happened(const PathWatch::Events& events) {
   } else if (events.modified) {
     updateConnector();
   }
+  if (events.modified) tellWhatRuns();
   if (events.appeared) {
     scan();
     scanSeveralTimes();
@@ -193,8 +196,24 @@ void LinuxWorkspace::announce(const ApplicationNotification& notification) {
   for (const auto& [token, observer] : observers) observer(notification);
 }
 
+void LinuxWorkspace::tellThatItRuns(std::size_t index, bool isNews) {
+  const std::map<ObserverToken, RunsObserver> observers = runsObservers_;
+  for (const auto& [token, observer] : observers) observer(applications_[index].bundleIdentifier, isNews);
+}
+
+void LinuxWorkspace::tellWhatRuns() {
+  for (std::size_t index = 0; index < running_.size(); ++index) {
+    if (running_[index]->isRunning()) tellThatItRuns(index, false);
+  }
+}
+
 Workspace::ObserverToken LinuxWorkspace::addDidTerminateApplicationObserver(Observer observer) {
   observers_.emplace(++lastToken_, std::move(observer));
+  return lastToken_;
+}
+
+Workspace::ObserverToken LinuxWorkspace::addApplicationRunsObserver(RunsObserver observer) {
+  runsObservers_.emplace(++lastToken_, std::move(observer));
   return lastToken_;
 }
 
@@ -213,6 +232,7 @@ bool LinuxWorkspace::isRunning(const std::string& bundleIdentifier) const {
 
 void LinuxWorkspace::removeObserver(ObserverToken token) {
   observers_.erase(token);
+  runsObservers_.erase(token);
 }
 
 }  // namespace platform::linux_

@@ -53,6 +53,7 @@ class LinuxWorkspace : public Workspace {
   void announce(const ApplicationNotification& notification);
 
   ObserverToken addDidTerminateApplicationObserver(Observer observer) override;
+  ObserverToken addApplicationRunsObserver(RunsObserver observer) override;
   void removeObserver(ObserverToken token) override;
   bool isRunning(const std::string& bundleIdentifier) const override;
 
@@ -67,6 +68,8 @@ class LinuxWorkspace : public Workspace {
   void happened(const PathWatch::Events& events);
   void updateConnector();
   void quit(std::size_t index, std::vector<Arguments> processes);
+  void tellThatItRuns(std::size_t index, bool isNews);
+  void tellWhatRuns();
 
   RunLoop& loop_;
   const std::vector<WatchedApplication> applications_;
@@ -84,6 +87,7 @@ class LinuxWorkspace : public Workspace {
   std::unique_ptr<ProcessConnector> connector_;
   bool hasNoConnector_ = false;  // it was tried
   std::map<ObserverToken, Observer> observers_;
+  std::map<ObserverToken, RunsObserver> runsObservers_;
   ObserverToken lastToken_ = 0;
 };
 

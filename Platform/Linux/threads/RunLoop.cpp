@@ -190,10 +190,15 @@ void RunLoop::stopOnSignals() {
   check(-::pthread_sigmask(SIG_BLOCK, &signals, nullptr), "signals");
   const auto end = [](sd_event_source*, const struct signalfd_siginfo*, void* data) {
     auto* loop = static_cast<RunLoop*>(data);
-    loop->async([loop] { loop->stop(0); });
+    loop->async([loop] { loop->terminate(); });
     return 0;
   };
   for (const int signal : kSignals) check(sd_event_add_signal(event_, nullptr, signal, end, this), "signals");
+}
+
+void RunLoop::terminate() {
+  const Task handler = std::exchange(terminationHandler_, nullptr);
+  handler ? handler() : stop(0);
 }
 
 }  // namespace platform::linux_

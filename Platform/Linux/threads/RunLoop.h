@@ -62,9 +62,12 @@ class RunLoop {
   /// exist.
   void discardTasks();
 
-  /// Ends run() with status 0 on SIGTERM, SIGINT and SIGHUP. Call before any thread is started: they must inherit the
+  /// Ends run() with status 0 on SIGTERM, SIGINT and SIGHUP, or hands the first of them to the termination handler. Call before any thread is started: they must inherit the
   /// blocked signals. SIGPIPE is ignored from then on.
   void stopOnSignals();
+
+  /// The handler is to call stop() when there is nothing left to do. A second signal does so at once.
+  void setTerminationHandler(Task handler) { terminationHandler_ = std::move(handler); }
 
  private:
   struct Pending {
@@ -73,6 +76,7 @@ class RunLoop {
   };
   struct Timer;
 
+  void terminate();
   void turn();
   bool hasRunnableTask();
   bool runOneTask();
@@ -86,6 +90,7 @@ class RunLoop {
   bool stopped_ = false;
   int status_ = 0;
   TaskFence fence_;
+  Task terminationHandler_;  // until the first signal
   // Main thread only. As many timers as tasks.
   std::map<const Timer*, std::unique_ptr<Timer>> timers_;
   std::multimap<std::chrono::steady_clock::time_point, Task> delayed_;  // by when they are due

@@ -254,7 +254,8 @@ TEST_P(GrantedDatabase, runsNoTriggerOfAHostileSchema) {
 TEST_P(GrantedDatabase, isNotReadThroughAViewOfAHostileSchema) {
   make();
   runStatements(path(), "ALTER TABLE t RENAME TO other; CREATE VIEW t AS SELECT a FROM other;");
-  EXPECT_FALSE(GrantedFiles::rowsOf("SELECT a FROM t", "~/data/db").has_value());
+  tidewell::Left left{};
+  EXPECT_FALSE(GrantedFiles::rowsOf("SELECT a FROM t", "~/data/db", left).has_value());
 }
 
 TEST_P(GrantedDatabase, thatIsMountedBelowTheGrantIsLeft) {
@@ -271,7 +272,8 @@ TEST_P(GrantedDatabase, thatIsMountedBelowTheGrantIsLeft) {
 TEST_P(GrantedDatabase, isReadWithoutBeingChanged) {
   make("PRAGMA journal_mode = WAL;");
   const std::string before = platform.home.content("data/db");
-  EXPECT_EQ(GrantedFiles::rowsOf("SELECT a FROM t", "~/data/db").value().size(), 401U);
+  tidewell::Left left{};
+  EXPECT_EQ(GrantedFiles::rowsOf("SELECT a FROM t", "~/data/db", left).value().size(), 401U);
   EXPECT_EQ(platform.home.content("data/db"), before);
   EXPECT_FALSE(platform.home.exists("data/db-shm"));
 }

@@ -1,0 +1,237 @@
+// Every ending is cleaned: what was seen to run is owed a cleaning until it has had one, whatever happens to the
+// worker.
+
+#include <sqlite3.h>
+
+#include "tests/support/LinuxHomeTest.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::Contains;
+using ::testing::Each;
+using ::testing::IsEmpty;
+using ::testing::Key;
+using ::testing::Not;
+using ::testing::StartsWith;
+using testing_support::LinuxHomeTest;
+using testing_support::runStatements;
+
+constexpr char kCookies[] = ".config/chromium/Default/Cookies";
+constexpr char kChromium[] = "org.chromium.Chromium";
+
+class Endings : public LinuxHomeTest {
+ protected:
+  Endings() {
+    enable({kChromium});
+    platform.home.file(".config/chromium/Local State", "{}");
+    platform.home.file(".config/chromium/Default/Preferences", "{}");
+    platform.home.file(kCookies);
+    platform.grant(home(".config/chromium"));
+    platform.home.folder(".cache/chromium");
+    platform.grant(home(".cache/chromium"));
+  }
+
+  bool isOwed() {
+    return std::any_of(platform.own().begin(), platform.own().end(),
+                       [](const auto& entry) { return entry.first.starts_with("owedCleaning "); });
+  }
+  bool isClean() const { return !platform.home.exists(kCookies); }
+  void starts() { platform.workspace.start(kChromium); }
+  void quits() {
+    platform.workspace.running.clear();
+    platform.workspace.quit("Chromium", kChromium, {{"chromium"}});
+  }
+  /// The worker is killed, and another is started.
+  void workerStartsAgain() {
+    worker = nullptr;
+    worker = makeWorker();
+    worker->cleanWhatIsOwed();
+    platform.dispatch.runUntilIdle();
+  }
+  /// Whether the session has ended.
+  void sessionEnds() {
+    worker->sessionEnds([this] { hasEnded = true; });
+    platform.dispatch.runUntilIdle();
+  }
+
+  bool hasEnded = false;
+  std::shared_ptr<tidewell::WorkerAppDelegate> worker = makeWorker();
+};
+
+TEST_F(Endings, areOwedACleaningFromTheBrowsersStartOnWhichIsOnTheDisk) {
+  EXPECT_FALSE(isOwed());
+  starts();
+  EXPECT_TRUE(isOwed());
+  const auto steps = platform.journal.entries();
+  ASSERT_GE(steps.size(), 2U);
+  EXPECT_EQ(steps.back(), "synchronize");
+  EXPECT_THAT(steps[steps.size() - 2], StartsWith("set owedCleaning "));
+}
+
+TEST_F(Endings, areNoLongerOwedWhenTheSecondRunIsOver) {
+  starts();
+  quits();
+  platform.dispatch.advance(7s);
+  EXPECT_TRUE(isClean());
+  EXPECT_TRUE(isOwed());
+  platform.dispatch.advance(1s);
+  EXPECT_FALSE(isOwed());
+}
+
+TEST_F(Endings, areCleanedWhenTheBrowserEndedWithTheWorker) {
+  starts();
+  platform.workspace.running.clear();
+  workerStartsAgain();
+  EXPECT_TRUE(isClean());
+  EXPECT_FALSE(isOwed());
+}
+
+TEST_F(Endings, areCleanedWhenTheWorkerWasKilledBetweenTheRuns) {
+  starts();
+  quits();
+  platform.dispatch.runUntilIdle();
+  platform.home.file(kCookies);  // the browser wrote on its way down
+  workerStartsAgain();
+  EXPECT_TRUE(isClean());
+}
+
+TEST_F(Endings, ofABrowserThatStillRunsAreLeftToItsQuit) {
+  starts();
+  workerStartsAgain();
+  EXPECT_FALSE(isClean());
+  EXPECT_TRUE(isOwed());
+  quits();
+  platform.dispatch.advance(60s);
+  EXPECT_TRUE(isClean());
+  EXPECT_FALSE(isOwed());
+}
+
+TEST_F(Endings, ofABrowserThatIsNotEnabledAreNotOwed) {
+  enable({});
+  starts();
+  EXPECT_FALSE(isOwed());
+}
+
+TEST_F(Endings, areNotOwedAnyMoreWhenTheBrowserWasDisabled) {
+  starts();
+  enable({});
+  platform.workspace.running.clear();
+  workerStartsAgain();
+  EXPECT_FALSE(isClean());
+  EXPECT_FALSE(isOwed());
+}
+
+TEST_F(Endings, areOwedWhenABrowserIsEnabledWhileItRuns) {
+  enable({});
+  starts();
+  enable({kChromium});
+  platform.workspace.settingsChanged();
+  EXPECT_TRUE(isOwed());
+  enable({});
+  platform.workspace.settingsChanged();
+  EXPECT_FALSE(isOwed());
+}
+
+TEST_F(Endings, countOnTheMachineWhereTheBrowserRan) {
+  starts();
+  platform.workspace.running.clear();
+  platform.system.machine = "another-machine";
+  workerStartsAgain();
+  EXPECT_FALSE(isClean());
+  platform.system.machine = "this-machine";
+  workerStartsAgain();
+  EXPECT_TRUE(isClean());
+}
+
+TEST_F(Endings, stayOwedWhenTheBrowserIsBackBeforeTheSecondRun) {
+  starts();
+  quits();
+  platform.dispatch.advance(4s);
+  starts();
+  platform.dispatch.advance(60s);
+  EXPECT_TRUE(isOwed());
+}
+
+TEST_F(Endings, stayOwedWhenAStoreWasInUseInBothRuns) {
+  const std::string index = ".config/chromium/Default/WebStorage/QuotaManager";
+  runStatements(home(index),
+                "CREATE TABLE buckets (id INTEGER, storage_key TEXT);"
+                "INSERT INTO buckets VALUES (1, 'chrome-extension://a/'), (2, 'https://visited.example/');");
+  starts();
+  sqlite3* holder = nullptr;
+  ASSERT_EQ(sqlite3_open(home(index).c_str(), &holder), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(holder, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+  quits();
+  platform.dispatch.advance(60s);
+  EXPECT_TRUE(isOwed());
+  sqlite3_close(holder);
+  workerStartsAgain();
+  EXPECT_FALSE(isOwed());
+}
+
+TEST_F(Endings, ofTheSessionWaitForTheBrowserAndCleanItOnce) {
+  starts();
+  sessionEnds();
+  EXPECT_FALSE(hasEnded);
+  platform.dispatch.advance(19s);
+  EXPECT_FALSE(hasEnded);
+  quits();
+  platform.dispatch.runUntilIdle();
+  EXPECT_TRUE(hasEnded);
+  EXPECT_TRUE(isClean());
+  EXPECT_FALSE(isOwed());
+}
+
+TEST_F(Endings, ofTheSessionDoNotWaitForAnotherSecondRun) {
+  starts();
+  quits();
+  platform.dispatch.runUntilIdle();
+  platform.home.file(kCookies);
+  sessionEnds();
+  EXPECT_TRUE(hasEnded);
+  EXPECT_TRUE(isClean());
+  EXPECT_FALSE(isOwed());
+}
+
+TEST_F(Endings, ofTheSessionCleanABrowserThatHasEndedAndIsNotKnownToHaveQuit) {
+  starts();
+  platform.workspace.running.clear();
+  sessionEnds();
+  EXPECT_TRUE(hasEnded);
+  EXPECT_TRUE(isClean());
+}
+
+TEST_F(Endings, ofTheSessionWaitTwentySecondsForABrowserAndOweItItsCleaning) {
+  starts();
+  sessionEnds();
+  platform.dispatch.advance(20s);
+  EXPECT_TRUE(hasEnded);
+  EXPECT_FALSE(isClean());
+  EXPECT_TRUE(isOwed());
+}
+
+TEST_F(Endings, ofTheSessionWaitForNothingElse) {
+  sessionEnds();
+  EXPECT_TRUE(hasEnded);
+}
+
+TEST_F(Endings, ofTheSessionAskNobody) {
+  platform.own().clear();  // the grants
+  starts();
+  sessionEnds();
+  quits();
+  platform.dispatch.runUntilIdle();
+  EXPECT_TRUE(hasEnded);
+  EXPECT_THAT(panels(), IsEmpty());
+}
+
+TEST_F(Endings, onAHomeWithALibraryAreNotNoted) {
+  platform.home.folder("Library/Preferences");
+  starts();
+  sessionEnds();
+  EXPECT_TRUE(hasEnded);
+  EXPECT_FALSE(isOwed());
+}
+
+}  // namespace
