@@ -25,7 +25,7 @@ struct DatabaseImage {
 
   Condition condition = Condition::kUnreadable;
   std::optional<std::string> bytes = std::nullopt;  // absent when the file holds the same already
-  bool hasOtherRows = false;         // than before; false also when only unused pages differ
+  bool hasOtherRows = false;                        // than before; false also when only unused pages differ
 
   /// Locks the database of the connection, which stays locked until it is closed, writes its log back into its file,
   /// and runs the statements on a copy in memory, under StatementLimits. Nothing is flushed or removed when the

@@ -54,7 +54,8 @@ class GrantedFiles {
   static std::optional<bool> holds(const std::string& path, const std::function<bool(std::string_view bytes)>& test,
                                    std::uint64_t largest = kLargestDocument);
 
-  /// The rows of a query; none when the database is missing. Absent when it is in use, or can't be read: `left` says so.
+  /// The rows of a query; none when the database is missing. Absent when it is in use, or can't be read: `left` says
+  /// so.
   static std::optional<Rows> rowsOf(const std::string& query, const std::string& database, Left& left);
 
   // Removing. If the person has chosen so, every file is overwritten first; a file that could not be overwritten stays,

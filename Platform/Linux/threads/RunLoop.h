@@ -62,8 +62,8 @@ class RunLoop {
   /// exist.
   void discardTasks();
 
-  /// Ends run() with status 0 on SIGTERM, SIGINT and SIGHUP, or hands the first of them to the termination handler. Call before any thread is started: they must inherit the
-  /// blocked signals. SIGPIPE is ignored from then on.
+  /// Ends run() with status 0 on SIGTERM, SIGINT and SIGHUP, or hands the first of them to the termination handler.
+  /// Call before any thread is started: they must inherit the blocked signals. SIGPIPE is ignored from then on.
   void stopOnSignals();
 
   /// The handler is to call stop() when there is nothing left to do. A second signal does so at once.
