@@ -24,4 +24,7 @@ inline constexpr char kHomeLayoutKey[] = "homeLayout";                      // "
 inline constexpr char kCurrentStoresKey[] = "currentStores";                // boolean, absent: by the layout
 inline constexpr char kStartedWithKey[] = "startedWith";  // array of [bundle identifier, folder], written by the worker
 
+/// Keys of the worker's own settings, beside the grants.
+inline constexpr char kNeverAskedKey[] = "neverAsked";  // array of folders, which are asked for by hand only
+
 }  // namespace tidewell

@@ -1,12 +1,14 @@
 #include "Worker/cleaning/JoinedRuns.h"
 
+#include <algorithm>
 #include <chrono>
 #include <string>
 #include <utility>
 
 #include "Platform/Platform.h"
-#include "Worker/homes/FolderRequest.h"
+#include "Worker/browsers/EnabledBrowsers.h"
 #include "Worker/homes/Home.h"
+#include "Worker/sandbox/GrantedFiles.h"
 
 namespace tidewell {
 namespace {
@@ -35,19 +37,27 @@ JoinedRuns::JoinedRuns(Clean clean, OnBrowser notify)
     : clean_(std::move(clean)), notify_(std::move(notify)), secondRuns_(LaterTurns::create(kSecondRunDelay)) {}
 
 void JoinedRuns::quit(const Browser& browser, IfRunning ifRunning) {
-  join(browser, {.asks = true, .ifRunning = ifRunning});
+  const Occasion quit = lastQuits_[browser.bundleIdentifier] = questions_.newOccasion();
+  join(browser, {.quit = quit, .ifRunning = ifRunning});
   secondRuns_->ask(nameOf(browser), [weak = weak_from_this(), &browser, ifRunning] {
-    if (const auto self = weak.lock()) self->join(browser, {.asks = true, .notifies = true, .ifRunning = ifRunning});
+    const auto self = weak.lock();
+    if (!self) return;
+    const Occasion last = self->lastQuits_.at(browser.bundleIdentifier);
+    self->join(browser, {.quit = last, .notifies = true, .ifRunning = ifRunning});
   });
 }
 
 void JoinedRuns::request(const Browser& browser, platform::Task done) {
-  nextRequests_[browser.bundleIdentifier].done.push_back(std::move(done));
+  NextRequest& next = nextRequests_[browser.bundleIdentifier];
+  next.done.push_back(std::move(done));
+  next.cause = {questions_.newOccasion(), true};
   askForTurn(browser);
 }
 
-void JoinedRuns::requestForRun(const Browser& browser) {
-  nextRequests_[browser.bundleIdentifier].isForRun = true;
+void JoinedRuns::requestForRun(const Browser& browser, Occasion quit, const std::set<std::string>& lacking) {
+  NextRequest& next = nextRequests_[browser.bundleIdentifier];
+  next.cause.occasion = std::max(next.cause.occasion, quit);
+  next.lacking.insert(lacking.begin(), lacking.end());
   askForTurn(browser);
 }
 
@@ -57,7 +67,7 @@ void JoinedRuns::askForTurn(const Browser& browser) {
 
 void JoinedRuns::join(const Browser& browser, const NextRun& wanted) {
   NextRun& next = nextRuns_[browser.bundleIdentifier];
-  next.asks |= wanted.asks;
+  next.quit = std::max(next.quit, wanted.quit);
   next.notifies |= wanted.notifies;
   if (wanted.ifRunning == IfRunning::kIsCleaned) next.ifRunning = IfRunning::kIsCleaned;
   runs_->ask(nameOf(browser), beginWith(&JoinedRuns::beginRun, browser));
@@ -82,16 +92,19 @@ platform::BlockOperation JoinedRuns::beginRun(const Browser& browser) {
 void JoinedRuns::run(const Browser& browser, const NextRun& wanted) {
   if (wanted.ifRunning == IfRunning::kIsSpared && isSparedNow(browser)) return;
   clean_(browser, wanted.ifRunning);
-  if (!wanted.asks || !lacksFolders(*Home::current().layout, browser)) return;
-  Platform::current().dispatch.mainQueue().async(
-      [self = shared_from_this(), &browser] { self->requestForRun(browser); });
+  if (wanted.quit == 0) return;
+  const std::vector<std::string> missing = questions_.missing(*Home::current().layout, browser, {wanted.quit});
+  if (missing.empty()) return;
+  Platform::current().dispatch.mainQueue().async([self = shared_from_this(), &browser, quit = wanted.quit, missing] {
+    self->requestForRun(browser, quit, {missing.begin(), missing.end()});
+  });
 }
 
 platform::BlockOperation JoinedRuns::beginRequest(const Browser& browser) {
   NextRequest request = std::move(nextRequests_.extract(browser.bundleIdentifier).mapped());
   platform::BlockOperation operation;
-  operation.block = [self = shared_from_this(), &browser, isForRun = request.isForRun] {
-    self->obtain(browser, isForRun);
+  operation.block = [self = shared_from_this(), &browser, cause = request.cause, lacking = request.lacking] {
+    self->obtain(browser, cause, lacking);
   };
   operation.completion = [done = std::move(request.done)] {
     for (const platform::Task& answer : done) answer();
@@ -99,9 +112,11 @@ platform::BlockOperation JoinedRuns::beginRequest(const Browser& browser) {
   return operation;
 }
 
-void JoinedRuns::obtain(const Browser& browser, bool isForRun) {
-  const bool obtainedSome = askForFolders(*Home::current().layout, browser);
-  if (!obtainedSome || !isForRun) return;
+void JoinedRuns::obtain(const Browser& browser, const FolderQuestions::Cause& cause,
+                        const std::set<std::string>& lacking) {
+  questions_.ask(*Home::current().layout, browser, cause);
+  const bool hasMore = std::any_of(lacking.begin(), lacking.end(), GrantedFiles::isGranted);
+  if (!hasMore || !isEnabled(browser)) return;
   Platform::current().dispatch.mainQueue().async([self = shared_from_this(), &browser] { self->join(browser, {}); });
 }
 

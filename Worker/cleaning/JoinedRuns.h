@@ -10,6 +10,8 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -18,6 +20,7 @@
 #include "Worker/cleaning/Cleaning.h"
 #include "Worker/cleaning/LaterTurns.h"
 #include "Worker/cleaning/Turns.h"
+#include "Worker/homes/FolderQuestions.h"
 
 namespace tidewell {
 
@@ -36,35 +39,40 @@ class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
   void request(const Browser& browser, platform::Task done);
 
  private:
+  using Occasion = FolderQuestions::Occasion;
+
   /// What those who joined want of a browser's next run.
   struct NextRun {
-    bool asks = false;  // for the folders that are not granted
+    Occasion quit = 0;  // what asks for the folders that are not granted; 0 for nobody
     bool notifies = false;
     IfRunning ifRunning = IfRunning::kIsSpared;
   };
   struct NextRequest {
     std::vector<platform::Task> done;
-    bool isForRun = false;  // what it obtains is cleaned
+    FolderQuestions::Cause cause;
+    std::set<std::string> lacking;  // folders that a run lacked: if one is granted by then, a run follows
   };
 
   JoinedRuns(Clean clean, OnBrowser notify);
 
   void join(const Browser& browser, const NextRun& wanted);
-  void requestForRun(const Browser& browser);
+  void requestForRun(const Browser& browser, Occasion quit, const std::set<std::string>& lacking);
   void askForTurn(const Browser& browser);
   using Operation = platform::BlockOperation (JoinedRuns::*)(const Browser& browser);
   Turns::Begin beginWith(Operation operation, const Browser& browser);
   platform::BlockOperation beginRun(const Browser& browser);
   platform::BlockOperation beginRequest(const Browser& browser);
   void run(const Browser& browser, const NextRun& wanted);
-  void obtain(const Browser& browser, bool isForRun);
+  void obtain(const Browser& browser, const FolderQuestions::Cause& cause, const std::set<std::string>& lacking);
 
   const Clean clean_;
   const OnBrowser notify_;
   const std::shared_ptr<Turns> runs_ = Turns::create();
   const std::shared_ptr<Turns> requests_ = Turns::create();
   const std::shared_ptr<LaterTurns> secondRuns_;
-  std::map<std::string_view, NextRun> nextRuns_;  // by the browser's identifier
+  FolderQuestions questions_;
+  std::map<std::string_view, Occasion> lastQuits_;  // by the browser's identifier, as are the next two
+  std::map<std::string_view, NextRun> nextRuns_;
   std::map<std::string_view, NextRequest> nextRequests_;
 };
 
