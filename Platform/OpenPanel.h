@@ -39,9 +39,12 @@ struct OpenPanelSettings {
 
   /// Folders that are never granted: they are not offered, and choosing one counts as cancelling. May be empty.
   std::function<bool(const FileURL& url)> isTooWide;
+
+  /// Whether the person may also answer ModalResponse::never: not now, and not to be asked again.
+  bool offersNever = false;
 };
 
-enum class ModalResponse : unsigned { cancel = 0, ok = 1 };
+enum class ModalResponse : unsigned { cancel = 0, ok = 1, never = 2 };
 
 struct OpenPanelAnswer {
   ModalResponse response = ModalResponse::cancel;

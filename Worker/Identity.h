@@ -27,6 +27,7 @@ inline constexpr char kStartedWithKey[] = "startedWith";  // array of [bundle id
 inline constexpr char kNoHistoryKey[] = "noHistory";  // boolean, absent: no; reports of cleanings are not kept
 
 /// Keys of the worker's own settings, beside the grants.
+inline constexpr char kNeverAskedKey[] = "neverAsked";      // array of folders, which are asked for by hand only
 inline constexpr char kHistoryKey[] = "history";            // array of reports, the newest last
 inline constexpr char kOwedCleaningKey[] = "owedCleaning";  // begins the key of each note
 

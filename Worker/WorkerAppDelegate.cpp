@@ -1,6 +1,5 @@
 #include "Worker/WorkerAppDelegate.h"
 
-#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -9,6 +8,7 @@
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"
 #include "Worker/browsers/Browsers.h"
+#include "Worker/browsers/EnabledBrowsers.h"
 #include "Worker/cleaning/Cleaning.h"
 #include "Worker/cleaning/History.h"
 #include "Worker/cleaning/OwedCleanings.h"
@@ -19,7 +19,6 @@ namespace tidewell {
 namespace {
 
 using platform::Platform;
-using platform::Value;
 
 constexpr std::chrono::nanoseconds kSecondRunDelay{8'000'000'000};
 constexpr char kRemovedFrom[] = "Cookies, Databases, Flash, Silverlight, and Cache removed from %@";
@@ -133,9 +132,7 @@ void WorkerAppDelegate::appTerminated(const platform::ApplicationNotification& n
 
 bool WorkerAppDelegate::checkIfBrowserEnabled(const std::string& browserName) {
   const Browser* browser = browserNamed(browserName);
-  if (browser == nullptr) return false;
-  const Value::Array enabled = sharedSuite()->arrayForKey(kEnabledBrowsersKey).value_or(Value::Array());
-  return std::find(enabled.begin(), enabled.end(), Value(browser->bundleIdentifier)) != enabled.end();
+  return browser != nullptr && isEnabled(*browser);
 }
 
 void WorkerAppDelegate::clearData_andNotify(const std::string& browserName, bool notify, IfRunning ifRunning) {

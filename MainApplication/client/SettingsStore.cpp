@@ -8,6 +8,7 @@
 #include "Platform/Linux/host/RegularFile.h"
 #include "Platform/Path.h"
 #include "Worker/Identity.h"
+#include "Worker/homes/NeverAsked.h"
 
 namespace tidewell {
 namespace {
@@ -130,6 +131,19 @@ bool SettingsStore::isGranted(const std::string& folder) const {
   const std::vector<std::string> granted = grants();
   return std::any_of(granted.begin(), granted.end(),
                      [&](const std::string& path) { return platform::isPathInside(folder, path); });
+}
+
+std::vector<std::string> SettingsStore::neverAsked(const Browser& browser) const {
+  const auto setting = workers()->read(kNeverAskedKey);
+  const auto* array = setting ? setting->as<Value::Array>() : nullptr;
+  const std::vector<std::string> never = neverAskedFrom(array != nullptr ? std::optional(*array) : std::nullopt);
+  const Home current = home();
+  std::vector<std::string> folders = current.layout->foldersNeededBy(browser);
+  std::erase_if(folders, [&](const std::string& folder) {
+    const std::string place = current.folder.eyes.withoutLinks(folder);
+    return isGranted(place) || std::find(never.begin(), never.end(), place) == never.end();
+  });
+  return folders;
 }
 
 SettingsStore::Allowed SettingsStore::allowed(const Browser& browser) const {

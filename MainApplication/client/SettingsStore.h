@@ -37,6 +37,9 @@ class SettingsStore {
   /// Whether the folder, or one above it, is granted.
   bool isGranted(const std::string& folder) const;
 
+  /// The folders that a browser's cleaning needs and for which the user has said "Never".
+  std::vector<std::string> neverAsked(const Browser& browser) const;
+
   enum class Allowed { kNothingThere, kNone, kSome, kAll };
   /// How many of the folders that a browser's cleaning needs are granted.
   Allowed allowed(const Browser& browser) const;

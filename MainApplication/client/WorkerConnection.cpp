@@ -77,12 +77,16 @@ WorkerConnection::PanelQuestion questionFrom(sd_bus_message* call) {
     const char* key = nullptr;
     const char* contents = nullptr;
     const char* text = nullptr;
+    int flag = 0;
     sd_bus_message_read(call, "s", &key);
     sd_bus_message_peek_type(call, nullptr, &contents);
     if (contents != nullptr && std::strcmp(contents, "s") == 0) {
       sd_bus_message_read(call, "v", "s", &text);
       if (std::strcmp(key, "title") == 0) question.title = text;
       if (std::strcmp(key, "message") == 0) question.message = text;
+    } else if (std::strcmp(key, "never") == 0 && contents != nullptr && std::strcmp(contents, "b") == 0) {
+      sd_bus_message_read(call, "v", "b", &flag);
+      question.offersNever = flag != 0;
     } else if (std::strcmp(key, "enabled") == 0 && sd_bus_message_enter_container(call, 'v', "as") > 0) {
       sd_bus_message_enter_container(call, 'a', "s");
       while (sd_bus_message_read(call, "s", &text) > 0) question.enabled.emplace_back(text);
@@ -118,8 +122,8 @@ bool WorkerConnection::isRunning() {
 int WorkerConnection::panelCalled(sd_bus_message* call, void* data, sd_bus_error*) {
   const auto* self = static_cast<WorkerConnection*>(data);
   if (sd_bus_message_is_method_call(call, platform::linux_::kOpenPanelName, "RunModal") <= 0) return 0;
-  const std::string url = self->panel_(questionFrom(call));
-  return sd_bus_reply_method_return(call, "us", url.empty() ? 0U : 1U, url.c_str());
+  const PanelAnswer answer = self->panel_(questionFrom(call));
+  return sd_bus_reply_method_return(call, "us", static_cast<unsigned>(answer.response), answer.url.c_str());
 }
 
 std::optional<std::string> WorkerConnection::requestAccess(const std::string& bundleIdentifier,

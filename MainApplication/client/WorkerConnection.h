@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Platform/Linux/bus/SessionBus.h"
+#include "Platform/OpenPanel.h"
 
 namespace tidewell {
 
@@ -22,14 +23,18 @@ class WorkerConnection {
 
   /// Asks the worker to obtain a browser's grants. Returns the worker's answer; absent when there is no worker, or when
   /// it doesn't answer within `patience`. Meanwhile `panel` answers the worker's open panels: it gets the folders that
-  /// can be chosen as file URLs, nearest first, and returns one of them, or "" to cancel. Without `panel`, another
-  /// program answers them.
+  /// can be chosen as file URLs, nearest first, and returns one of them. Without `panel`, another program answers them.
   struct PanelQuestion {
     std::string title;
     std::string message;
     std::vector<std::string> enabled;
+    bool offersNever = false;  // whether ModalResponse::never can be answered
   };
-  using Panel = std::function<std::string(const PanelQuestion& question)>;
+  struct PanelAnswer {
+    platform::ModalResponse response = platform::ModalResponse::cancel;
+    std::string url;  // with ModalResponse::ok
+  };
+  using Panel = std::function<PanelAnswer(const PanelQuestion& question)>;
   std::optional<std::string> requestAccess(const std::string& bundleIdentifier, std::chrono::seconds patience,
                                            const Panel& panel = nullptr);
 

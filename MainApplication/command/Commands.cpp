@@ -1,15 +1,15 @@
 #include "MainApplication/command/Commands.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "MainApplication/client/WorkerConnection.h"
+#include "MainApplication/client/RunningBrowsers.h"
+#include "MainApplication/command/RunningText.h"
+#include "MainApplication/command/TerminalQuestion.h"
 #include "Platform/FileURL.h"
 #include "Platform/Linux/processes/ExecutableFinder.h"
 #include "Platform/Linux/processes/LinuxWorkspace.h"
@@ -27,11 +27,6 @@ using platform::linux_::RunLoop;
 // A worker that has stopped is noticed much sooner, because it no longer answers pings.
 constexpr std::chrono::seconds kPatience{3600};       // the user takes time at a panel
 constexpr std::chrono::seconds kPatienceForYes{120};  // nobody is asked, but the disk may be busy
-
-std::string lowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-  return text;
-}
 
 bool exists(const std::string& path) {
   struct stat status {};
@@ -110,6 +105,7 @@ int Commands::status() {
                                   {"notifications", settings_.flag(kDisplayNotificationsKey)},
                                   {"overwrite", settings_.flag(kSecureDeleteDataKey)},
                                   {"browsers", nlohmann::ordered_json::array()}};
+  const auto running = runningBrowsers();
   for (const Browser* known : settings_.knownBrowsers()) {
     const Browser& browser = *known;
     nlohmann::json folders = nlohmann::json::array();  // of all installations, with "~" replaced
@@ -128,7 +124,11 @@ int Commands::status() {
                                  {"enabled", settings_.isEnabled(browser)},
                                  {"allowed", isAllowed},
                                  {"data", folders.empty() ? "" : folders[0]},
-                                 {"folders", folders}});
+                                 {"folders", folders},
+                                 {"neverAsked", settings_.neverAsked(browser)},
+                                 {"running", nullptr}});
+    const auto found = running.find(browser.bundleIdentifier);
+    if (found != running.end()) state["browsers"].back()["running"] = runningState(found->second);
   }
   if (options_.json) {
     output_ << state.dump(2, ' ', true, nlohmann::ordered_json::error_handler_t::replace) << '\n';
@@ -148,10 +148,15 @@ int Commands::status() {
     marks += word(browser["allowed"], "allowed");
     marks.resize(29, ' ');
     output_ << name << marks << printable(std::string(browser["data"])) << '\n';
+    const std::string indent(name.size() + marks.size(), ' ');
     for (std::size_t other = 1; other < browser["folders"].size(); ++other) {
-      output_ << std::string(name.size() + marks.size(), ' ') << printable(std::string(browser["folders"][other]))
-              << '\n';
+      output_ << indent << printable(std::string(browser["folders"][other])) << '\n';
     }
+    for (const std::string folder : browser["neverAsked"]) {
+      output_ << indent << "never asked for: " << printable(folder) << '\n';
+    }
+    const auto found = running.find(std::string(browser["identifier"]));
+    if (found != running.end()) output_ << indent << runningText(found->second) << '\n';
   }
   return kDone;
 }
@@ -191,12 +196,10 @@ int Commands::allowed(const Browser& browser) {
   const bool hasDisplay = std::getenv("DISPLAY") != nullptr || std::getenv("WAYLAND_DISPLAY") != nullptr;
   WorkerConnection::Panel panel;
   if (options_.answerYes || !hasDisplay) {
-    if (!options_.answerYes && ::isatty(STDIN_FILENO) == 0) {
+    if (!options_.answerYes && !hasTerminal()) {
       return fail("there is nobody to ask: neither a display nor a terminal (--yes agrees to all)");
     }
-    panel = [this](const WorkerConnection::PanelQuestion& question) {
-      return answerInTerminal(question.title, question.message, question.enabled);
-    };
+    panel = [this](const WorkerConnection::PanelQuestion& question) { return answerOf(question); };
   }
   const auto answer = (*connection)
                           ->requestAccess(std::string(browser.bundleIdentifier),
@@ -209,26 +212,22 @@ int Commands::allowed(const Browser& browser) {
   return kDone;
 }
 
-std::string Commands::answerInTerminal(const std::string& title, const std::string& message,
-                                       const std::vector<std::string>& enabled) {
-  for (const std::string& url : enabled) {
+WorkerConnection::PanelAnswer Commands::answerOf(const WorkerConnection::PanelQuestion& question) {
+  using platform::ModalResponse;
+  for (const std::string& url : question.enabled) {
     const auto folder = FileURL::fromString(url);
     if (!folder || !exists(folder->path())) continue;
-    output_ << printable(title) << ": " << printable(message) << "\n  " << printable(folder->path());
+    output_ << printable(question.title) << ": " << printable(question.message) << "\n  " << printable(folder->path());
     if (options_.answerYes) {
       output_ << ": yes\n";
-      return url;
+      return {ModalResponse::ok, url};
     }
-    return isAgreedInTerminal() ? url : "";
+    const std::string answer = answerInTerminal(output_, question.offersNever ? "y/N/never" : "y/N");
+    if (answer == "y" || answer == "yes") return {ModalResponse::ok, url};
+    if (answer == "never" && question.offersNever) return {ModalResponse::never, ""};
+    return {};
   }
-  return "";
-}
-
-bool Commands::isAgreedInTerminal() {
-  output_ << " [y/N] " << std::flush;
-  std::string line;
-  std::getline(std::cin, line);
-  return lowerCase(line) == "y" || lowerCase(line) == "yes";
+  return {};
 }
 
 int Commands::grants() {
@@ -263,9 +262,9 @@ int Commands::setFlag(const std::string& key, const std::string& onOrOff) {
 }
 
 bool Commands::isAgreedThoughRunning(const Browser& browser) {
-  if (::isatty(STDIN_FILENO) == 0) return false;
+  if (!hasTerminal()) return false;
   output_ << browser.name << " is running. It may lose what it has open, or complain. Clean it all the same?";
-  return isAgreedInTerminal();
+  return isAgreedInTerminal(output_);
 }
 
 int Commands::quitOf(const std::string& name) {

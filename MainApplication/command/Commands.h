@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "MainApplication/client/SettingsStore.h"
+#include "MainApplication/client/WorkerConnection.h"
 #include "MainApplication/command/DefaultsCommand.h"
 
 namespace tidewell {
@@ -45,9 +46,7 @@ class Commands {
   int fail(const std::string& why);
   int allowed(const Browser& browser);
   bool isAgreedThoughRunning(const Browser& browser);
-  bool isAgreedInTerminal();
-  std::string answerInTerminal(const std::string& title, const std::string& message,
-                               const std::vector<std::string>& enabled);
+  WorkerConnection::PanelAnswer answerOf(const WorkerConnection::PanelQuestion& question);
 
   platform::linux_::SqliteUserDefaults& domains_;
   SettingsStore settings_;

@@ -26,6 +26,7 @@ PanelRequest PanelRequest::fromVariant(const Glib::VariantBase& panel) {
   request.message = valueOf<Glib::ustring>(dictionary, "message");
   request.prompt = valueOf<Glib::ustring>(dictionary, "prompt");
   request.comesToTheFront = valueOf<bool>(dictionary, "activateIgnoringOtherApps");
+  request.offersNever = valueOf<bool>(dictionary, "never");
   for (const Glib::ustring& url : valueOf<std::vector<Glib::ustring>>(dictionary, "enabled")) {
     const auto file = Gio::File::create_for_uri(url);
     const bool exists = file->query_file_type() == Gio::FileType::DIRECTORY;

@@ -20,6 +20,7 @@ struct PanelRequest {
   std::string message;
   std::string prompt;
   bool comesToTheFront = false;      // in front of all other windows
+  bool offersNever = false;          // besides "Not Now"
   std::vector<PanelChoice> choices;  // the folder that is asked for first, then each above it
 
   /// Reads the dictionary that comes over the bus; entries that it lacks stay empty.

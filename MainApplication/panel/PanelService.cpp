@@ -59,7 +59,8 @@ void PanelService::received(const Glib::ustring& sender, const Glib::ustring&,
 void PanelService::showNext() {
   window_.reset();
   if (calls_.empty()) return;
-  window_ = std::make_unique<PanelWindow>(calls_.front().request, [this](const std::string& url) { answer(url); });
+  window_ = std::make_unique<PanelWindow>(calls_.front().request,
+                                          [this](auto response, const auto& url) { answer(response, url); });
   application_.add_window(*window_);
   if (calls_.front().request.comesToTheFront) {
     window_->presentInFront();
@@ -68,13 +69,13 @@ void PanelService::showNext() {
   }
 }
 
-void PanelService::answer(const std::string& url) {
+void PanelService::answer(platform::ModalResponse response, const std::string& url) {
   const Call call = std::move(calls_.front());
   calls_.pop_front();
   Gio::DBus::unwatch_name(call.watch);
-  const auto response = Glib::Variant<guint32>::create(url.empty() ? 0 : 1);
+  const auto number = Glib::Variant<guint32>::create(static_cast<guint32>(response));
   call.invocation->return_value(
-      Glib::VariantContainerBase::create_tuple({response, Glib::Variant<Glib::ustring>::create(url)}));
+      Glib::VariantContainerBase::create_tuple({number, Glib::Variant<Glib::ustring>::create(url)}));
   application_.release();
   // Later, since this destroys the window, which is still handling the event that led to the answer.
   Glib::signal_idle().connect_once([this] { showNext(); });

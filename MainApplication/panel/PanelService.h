@@ -32,7 +32,7 @@ class PanelService {
   void received(const Glib::ustring& sender, const Glib::ustring& method, const Glib::VariantContainerBase& parameters,
                 const Glib::RefPtr<Gio::DBus::MethodInvocation>& invocation);
   void showNext();
-  void answer(const std::string& url);
+  void answer(platform::ModalResponse response, const std::string& url);
   void callerHasGone(const Glib::ustring& sender);
 
   Gtk::Application& application_;

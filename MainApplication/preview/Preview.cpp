@@ -16,7 +16,7 @@
 #include "Worker/Identity.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/database/Sqlite.h"
-#include "Worker/homes/FolderRequest.h"
+#include "Worker/homes/FolderQuestions.h"
 #include "Worker/homes/Home.h"
 
 namespace tidewell {
@@ -154,7 +154,8 @@ Preview Preview::of(const Browser& browser, platform::UserDefaultsDomains& setti
                               scopes, system,   previewSettings, notifications, scripts, quits};
   platform::Platform* const before = platform::Platform::install(&platform);
 
-  askForFolders(*Home::current().layout, browser);
+  FolderQuestions questions;
+  questions.ask(*Home::current().layout, browser, {questions.newOccasion(), true});
   auto worker = WorkerAppDelegate::create();
   worker->clearData_andNotify(std::string(browser.name), false);
   dispatch.runUntilIdle();

@@ -6,8 +6,9 @@
 #include <utility>
 
 #include "Platform/Platform.h"
-#include "Worker/homes/FolderRequest.h"
+#include "Worker/browsers/EnabledBrowsers.h"
 #include "Worker/homes/Home.h"
+#include "Worker/sandbox/GrantedFiles.h"
 
 namespace tidewell {
 namespace {
@@ -36,16 +37,21 @@ JoinedRuns::JoinedRuns(Clean clean, Ended ended)
     : clean_(std::move(clean)), ended_(std::move(ended)), secondRuns_(LaterTurns::create(kSecondRunDelay)) {}
 
 void JoinedRuns::quit(const Browser& browser, Cause cause, IfRunning ifRunning) {
-  const NextRun second{.asks = true, .notifies = true, .ifRunning = ifRunning, .cause = cause};
+  const Occasion quit = lastQuits_[browser.bundleIdentifier] = questions_.newOccasion();
+  const NextRun second{.notifies = true, .ifRunning = ifRunning, .cause = cause};
   if (sessionEnds_) return join(browser, second);
-  join(browser, {.asks = true, .ifRunning = ifRunning, .cause = cause});
+  join(browser, {.quit = quit, .ifRunning = ifRunning, .cause = cause});
   secondRuns_->ask(nameOf(browser), [weak = weak_from_this(), &browser, second] {
-    if (const auto self = weak.lock()) self->join(browser, second);
+    const auto self = weak.lock();
+    if (!self) return;
+    NextRun last = second;
+    last.quit = self->lastQuits_.at(browser.bundleIdentifier);
+    self->join(browser, last);
   });
 }
 
 void JoinedRuns::catchUp(const Browser& browser) {
-  join(browser, {.asks = true, .cause = Cause::kOwed});
+  join(browser, {.cause = Cause::kOwed});
 }
 
 void JoinedRuns::sessionEnds() {
@@ -54,12 +60,16 @@ void JoinedRuns::sessionEnds() {
 }
 
 void JoinedRuns::request(const Browser& browser, platform::Task done) {
-  nextRequests_[browser.bundleIdentifier].done.push_back(std::move(done));
+  NextRequest& next = nextRequests_[browser.bundleIdentifier];
+  next.done.push_back(std::move(done));
+  next.cause = {questions_.newOccasion(), true};
   askForTurn(browser);
 }
 
-void JoinedRuns::requestForRun(const Browser& browser) {
-  nextRequests_[browser.bundleIdentifier].isForRun = true;
+void JoinedRuns::requestForRun(const Browser& browser, Occasion quit, const std::set<std::string>& lacking) {
+  NextRequest& next = nextRequests_[browser.bundleIdentifier];
+  next.cause.occasion = std::max(next.cause.occasion, quit);
+  next.lacking.insert(lacking.begin(), lacking.end());
   askForTurn(browser);
 }
 
@@ -69,7 +79,7 @@ void JoinedRuns::askForTurn(const Browser& browser) {
 
 void JoinedRuns::join(const Browser& browser, const NextRun& wanted) {
   NextRun& next = nextRuns_[browser.bundleIdentifier];
-  next.asks |= wanted.asks;
+  next.quit = std::max(next.quit, wanted.quit);
   next.notifies |= wanted.notifies;
   if (wanted.ifRunning == IfRunning::kIsCleaned) next.ifRunning = IfRunning::kIsCleaned;
   next.cause = std::min(next.cause, wanted.cause);  // a quit says more than a permission
@@ -87,16 +97,19 @@ Turns::Begin JoinedRuns::beginWith(Operation operation, const Browser& browser) 
 platform::BlockOperation JoinedRuns::beginRun(const Browser& browser) {
   NextRun wanted = nextRuns_.extract(browser.bundleIdentifier).mapped();
   wanted.isLast = wanted.notifies || !secondRuns_->isToCome(nameOf(browser));
-  wanted.asks = wanted.asks && !sessionEnds_;
+  if (sessionEnds_) wanted.quit = 0;
   return {[self = shared_from_this(), &browser, wanted] { self->run(browser, wanted); }, nullptr};
 }
 
 void JoinedRuns::run(const Browser& browser, const NextRun& wanted) {
   const Report report = joinedWithEarlier(browser, cleaned(browser, wanted), wanted.isLast);
   if (wanted.isLast) ended_(browser, report, wanted.notifies);
-  if (!wanted.asks || report.isSpared || !lacksFolders(*Home::current().layout, browser)) return;
-  Platform::current().dispatch.mainQueue().async(
-      [self = shared_from_this(), &browser] { self->requestForRun(browser); });
+  if (wanted.quit == 0 || report.isSpared) return;
+  const std::vector<std::string> missing = questions_.missing(*Home::current().layout, browser, {wanted.quit});
+  if (missing.empty()) return;
+  Platform::current().dispatch.mainQueue().async([self = shared_from_this(), &browser, quit = wanted.quit, missing] {
+    self->requestForRun(browser, quit, {missing.begin(), missing.end()});
+  });
 }
 
 Report JoinedRuns::cleaned(const Browser& browser, const NextRun& wanted) {
@@ -120,8 +133,8 @@ Report JoinedRuns::joinedWithEarlier(const Browser& browser, Report report, bool
 platform::BlockOperation JoinedRuns::beginRequest(const Browser& browser) {
   NextRequest request = std::move(nextRequests_.extract(browser.bundleIdentifier).mapped());
   platform::BlockOperation operation;
-  operation.block = [self = shared_from_this(), &browser, isForRun = request.isForRun] {
-    self->obtain(browser, isForRun);
+  operation.block = [self = shared_from_this(), &browser, cause = request.cause, lacking = request.lacking] {
+    self->obtain(browser, cause, lacking);
   };
   operation.completion = [done = std::move(request.done)] {
     for (const platform::Task& answer : done) answer();
@@ -129,9 +142,11 @@ platform::BlockOperation JoinedRuns::beginRequest(const Browser& browser) {
   return operation;
 }
 
-void JoinedRuns::obtain(const Browser& browser, bool isForRun) {
-  const bool obtainedSome = askForFolders(*Home::current().layout, browser);
-  if (!obtainedSome || !isForRun) return;
+void JoinedRuns::obtain(const Browser& browser, const FolderQuestions::Cause& cause,
+                        const std::set<std::string>& lacking) {
+  questions_.ask(*Home::current().layout, browser, cause);
+  const bool hasMore = std::any_of(lacking.begin(), lacking.end(), GrantedFiles::isGranted);
+  if (!hasMore || !isEnabled(browser)) return;
   Platform::current().dispatch.mainQueue().async([self = shared_from_this(), &browser] { self->join(browser, {}); });
 }
 

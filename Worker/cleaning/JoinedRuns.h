@@ -11,6 +11,8 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -20,6 +22,7 @@
 #include "Worker/cleaning/LaterTurns.h"
 #include "Worker/cleaning/Report.h"
 #include "Worker/cleaning/Turns.h"
+#include "Worker/homes/FolderQuestions.h"
 
 namespace tidewell {
 
@@ -38,7 +41,7 @@ class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
   /// the session ends there is one run, at once.
   void quit(const Browser& browser, Cause cause, IfRunning ifRunning);
 
-  /// A browser that does not run is to be cleaned once.
+  /// A browser that does not run is to be cleaned once. Nobody is asked for folders.
   void catchUp(const Browser& browser);
 
   /// Obtains the folders of a browser, and then calls `done` on a background thread.
@@ -54,9 +57,11 @@ class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
   void setRunEndHandler(platform::Task handler) { runs_->setEndHandler(std::move(handler)); }
 
  private:
+  using Occasion = FolderQuestions::Occasion;
+
   /// What those who joined want of a browser's next run.
   struct NextRun {
-    bool asks = false;  // for the folders that are not granted
+    Occasion quit = 0;  // what asks for the folders that are not granted; 0 for nobody
     bool notifies = false;
     bool isLast = false;  // none is to come for the same quit
     IfRunning ifRunning = IfRunning::kIsSpared;
@@ -64,13 +69,14 @@ class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
   };
   struct NextRequest {
     std::vector<platform::Task> done;
-    bool isForRun = false;  // what it obtains is cleaned
+    FolderQuestions::Cause cause;
+    std::set<std::string> lacking;  // folders that a run lacked: if one is granted by then, a run follows
   };
 
   JoinedRuns(Clean clean, Ended ended);
 
   void join(const Browser& browser, const NextRun& wanted);
-  void requestForRun(const Browser& browser);
+  void requestForRun(const Browser& browser, Occasion quit, const std::set<std::string>& lacking);
   void askForTurn(const Browser& browser);
   using Operation = platform::BlockOperation (JoinedRuns::*)(const Browser& browser);
   Turns::Begin beginWith(Operation operation, const Browser& browser);
@@ -79,14 +85,16 @@ class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
   void run(const Browser& browser, const NextRun& wanted);
   Report cleaned(const Browser& browser, const NextRun& wanted);
   Report joinedWithEarlier(const Browser& browser, Report report, bool isLast);
-  void obtain(const Browser& browser, bool isForRun);
+  void obtain(const Browser& browser, const FolderQuestions::Cause& cause, const std::set<std::string>& lacking);
 
   const Clean clean_;
   const Ended ended_;
   const std::shared_ptr<Turns> runs_ = Turns::create();
   const std::shared_ptr<Turns> requests_ = Turns::create();
   const std::shared_ptr<LaterTurns> secondRuns_;
-  std::map<std::string_view, NextRun> nextRuns_;  // by the browser's identifier
+  FolderQuestions questions_;
+  std::map<std::string_view, Occasion> lastQuits_;  // by the browser's identifier, as are the next two
+  std::map<std::string_view, NextRun> nextRuns_;
   std::map<std::string_view, NextRequest> nextRequests_;
   bool sessionEnds_ = false;
   std::mutex mutex_;

@@ -46,7 +46,7 @@ struct Report {
   std::string browser = {};  // its bundle identifier
   Cause cause = Cause::kQuit;
   std::vector<Run> runs = {};
-  bool isSpared = false;            // the browser ran again before the last run's end: the rest is left
+  bool isSpared = false;                 // the browser ran again before the last run's end: the rest is left
   std::vector<StoreReport> stores = {};  // those of which something went, or stays that should not
 
   /// Takes in what a later run for the same quit has done. What that one found in order is no longer left.

@@ -96,6 +96,7 @@ std::optional<FileURL> AppSandboxFileAccess::askPermissionForURL(const std::opti
   panel.target = *url;
   panel.delegate = &delegate;
   panel.isTooWide = isTooWide_;
+  panel.offersNever = static_cast<bool>(never_);
 
   std::optional<FileURL> chosen;
   const auto ask = [&] {
@@ -103,6 +104,7 @@ std::optional<FileURL> AppSandboxFileAccess::askPermissionForURL(const std::opti
     openPanel.activateIgnoringOtherApps(true);
     platform::OpenPanelAnswer answer = openPanel.runModal(panel);
     if (answer.response == platform::ModalResponse::ok) chosen = std::move(answer.url);
+    if (answer.response == platform::ModalResponse::never && never_) never_();
   };
   platform::Dispatch& dispatch = Platform::current().dispatch;
   if (dispatch.isMainThread()) {

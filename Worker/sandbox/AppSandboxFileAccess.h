@@ -38,6 +38,10 @@ class AppSandboxFileAccess {
   using Test = std::function<bool(const platform::FileURL& url)>;
   void setIsTooWide(Test isTooWide) { isTooWide_ = std::move(isTooWide); }
 
+  /// Offers "Never" in the panel beside the confirm button and "Not now", which replaces "Cancel". Called on the main
+  /// thread when the person chooses it; it counts as cancelling as well. By default it is not offered.
+  void offerNever(std::function<void()> never) { never_ = std::move(never); }
+
   // Below, a missing required argument raises platform::AssertionFailure.
 
   /// Runs `block` under a grant that covers the path: a stored one, or one that the person gives now in a panel, which
@@ -70,6 +74,7 @@ class AppSandboxFileAccess {
   std::optional<std::string> message_;
   std::optional<std::string> prompt_;
   Test isTooWide_;
+  std::function<void()> never_;
 };
 
 }  // namespace tidewell

@@ -43,8 +43,11 @@ T underGrant(const std::string& path, T empty, const std::function<T(const std::
 
 }  // namespace
 
-bool GrantedFiles::obtain(const std::string& folder) {
-  return Operation::onFolder(folder).run([] {});
+Consent GrantedFiles::obtain(const std::string& folder) {
+  Consent refusal = Consent::kRefused;
+  Operation operation = Operation::onFolder(folder);
+  operation.offerNever([&refusal] { refusal = Consent::kNever; });
+  return operation.run([] {}) ? Consent::kGiven : refusal;
 }
 
 bool GrantedFiles::isGranted(const std::string& path) {

@@ -25,15 +25,18 @@ namespace tidewell {
 /// Documents that are taken into memory: far above any of a browser's, in bytes.
 inline constexpr std::uint64_t kLargestDocument = std::uint64_t{64} << 20;
 
+/// Whether a folder is granted, or what the person has said otherwise.
+enum class Consent { kGiven, kRefused, kNever };
+
 class GrantedFiles {
  public:
   GrantedFiles() = delete;
 
   // Grants.
 
-  /// Obtains a grant for the folder itself, ahead of time: asks the person where there is none. Returns whether there
-  /// is one now; a refusal is logged in one line.
-  static bool obtain(const std::string& folder);
+  /// Obtains a grant for the folder itself, ahead of time: asks the person where there is none, who may also say
+  /// "Never". A refusal is logged in one line.
+  static Consent obtain(const std::string& folder);
 
   /// Whether there is a grant for the folder, or for one above it. One that is too wide (Operation.h) is none.
   static bool isGranted(const std::string& path);

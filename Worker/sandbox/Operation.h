@@ -6,6 +6,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "Platform/Dispatch.h"
 #include "Platform/FileManager.h"
@@ -38,6 +39,9 @@ class Operation {
 
   const std::string& fullPath() const { return fullPath_; }
   void setGrantFolder(std::string folder) { grantFolder_ = std::move(folder); }
+
+  /// Lets the person answer "Never" as well, if asked: then `never` is called on the main thread.
+  void offerNever(platform::Task never) { fileAccess_->offerNever(std::move(never)); }
 
   /// Runs the action under the grant, or logs one line when access is refused. Returns whether the action ran.
   bool run(const platform::Task& action) const;

@@ -55,6 +55,7 @@ class FakeOpenPanel : public platform::OpenPanel {
     answers_.push_back({platform::ModalResponse::ok, platform::FileURL(path, true)});
   }
   void willCancel() { answers_.push_back({}); }
+  void willSayNever() { answers_.push_back({platform::ModalResponse::never, std::nullopt}); }
   /// Cancels with a folder selected.
   void willCancelAt(const std::string& path) {
     answers_.push_back({platform::ModalResponse::cancel, platform::FileURL(path, true)});

@@ -74,9 +74,9 @@ class Commands(unittest.TestCase):
         status, _, errors = self.tidewell("quit-of", "firefox", given="y\n")
         self.assertEqual((status, len(errors.splitlines())), (1, 1))
         self.assertIn("Firefox is running", errors)
-        self.assertIn("Firefox is running", self.answered("n", "quit-of", "firefox"))
+        self.assertIn("Firefox is running", self.answered(["n"], "quit-of", "firefox"))
         self.assertTrue(self.desk.exists(FLASH))
-        self.answered("y", "quit-of", "firefox")
+        self.answered(["y"], "quit-of", "firefox")
         self.desk.wait(lambda: not self.desk.exists(FLASH), session.FIRST_RUN)
         self.desk.file(FLASH + "/a")
         self.succeed("quit-of", "--force", "firefox")
@@ -84,17 +84,30 @@ class Commands(unittest.TestCase):
         self.desk.quit_browser(browser)
         self.succeed("quit-of", "firefox")
 
-    def answered(self, answer, *words):
-        """Runs the command in a terminal, where it asks something; returns what it prints."""
+    def answered(self, answers, *words, typed_ahead=""):
+        """Runs the command in a terminal, and gives the answers to its questions, the last to all that follow; returns
+        what it prints."""
         ours, terminal = os.openpty()
         self.addCleanup(os.close, ours)
+        os.write(ours, typed_ahead.encode())
         process = subprocess.Popen([self.desk.program("tidewell"), *words], env=self.desk.environment, stdin=terminal,
-                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         os.close(terminal)
-        os.write(ours, (answer + "\n").encode())
-        self.desk.wait(lambda: process.poll() is not None, what="the command's end")
-        with process.stdout as output:
-            return output.read()
+        os.set_blocking(process.stdout.fileno(), False)
+        printed, questions = b"", 0
+
+        def goes_on():
+            nonlocal printed, questions
+            printed += process.stdout.read() or b""
+            if printed.count(b"] ") > questions:
+                os.write(ours, (answers[min(questions, len(answers) - 1)] + "\n").encode())
+                questions += 1
+            return process.poll() is not None
+
+        self.desk.wait(goes_on, what="the command's end")
+        with process.stdout:
+            printed += process.stdout.read() or b""
+        return printed.decode()
 
     def test_several_browsers_by_any_of_their_names(self):
         self.start()
@@ -121,6 +134,21 @@ class Commands(unittest.TestCase):
         self.assertEqual(self.tidewell("grants", "revoke", self.desk.home)[0], 1)
         self.assertEqual(self.tidewell("grants", "revoke", "relative")[0], 2)
 
+    def test_never_is_an_answer_in_a_terminal_and_status_tells_it(self):
+        self.desk.close()
+        self.desk = session.Session(PROGRAMS, library=False)
+        self.addCleanup(self.desk.close)
+        self.desk.file(".config/chromium/Local State", "{}")
+        self.desk.file(".config/chromium/Default/Preferences", "{}")
+        self.desk.configure(["org.chromium.Chromium"])
+        self.desk.start_worker()
+        folder = self.desk.home + "/.config/chromium"
+        self.assertIn("[y/N/never]", self.answered(["never"], "allow", "chromium"))
+        self.assertEqual(self.browser("Chromium")["neverAsked"], [folder])
+        self.assertIn("never asked for: " + folder, self.succeed("status"))
+        self.succeed("allow", "chromium", "--yes")
+        self.assertEqual(self.browser("Chromium")["neverAsked"], [])
+
     def test_the_graphical_panel_is_left_to_answer_where_there_is_a_display(self):
         self.start()
         panel = session.OpenPanel(self.desk.connection)
@@ -136,18 +164,15 @@ class Commands(unittest.TestCase):
 
     def test_in_a_terminal_the_person_is_asked_there(self):
         self.start()
-        master, slave = os.openpty()
-        process = subprocess.Popen([self.desk.program("tidewell"), "allow", "firefox"], env=self.desk.environment,
-                                   stdin=slave, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
-        os.write(master, b"y\nn\ny\ny\n")
-        self.desk.wait(lambda: process.poll() is not None)
-        output = process.stdout.read()
-        process.stdout.close()
-        os.close(master)
-        os.close(slave)
-        self.assertEqual(process.returncode, 0)
+        output = self.answered(["y", "n", "y"], "allow", "firefox")
         self.assertIn("Allow Access: Tidewell needs to access this path", output)
+        self.assertNotIn("never", output)
         self.assertEqual(len(self.desk.worker.log), 1)  # for the folder that was refused
+
+    def test_what_was_typed_ahead_is_no_answer_in_a_terminal(self):
+        self.start()
+        self.answered(["n"], "allow", "firefox", typed_ahead="y\ny\ny\ny\ny\n")
+        self.assertEqual(json.loads(self.succeed("grants", "--json")), [])
 
     def test_with_a_worker_that_does_not_answer(self):
         self.start()

@@ -10,6 +10,7 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import session  # noqa: E402
 
 PROGRAMS = os.environ["TIDEWELL_PROGRAMS"]
+FIRST_SECOND = 2  # seconds: with the time that a busy machine takes to draw the window
 
 
 class OpenPanelProgram(unittest.TestCase):
@@ -36,8 +37,8 @@ class OpenPanelProgram(unittest.TestCase):
             process.terminate()
         process.wait()
 
-    def ask(self, connection=None, title="Allow Access", target="/Library/Application Support"):
-        """Asks for a folder; returns a list to which the answer will be added."""
+    def ask(self, connection=None, title="Allow Access", target="/Library/Application Support", **more):
+        """Asks for a folder, with further keys; returns a list to which the answer will be added."""
         answers = []
         panel = session.dbus.Interface(
             (connection or self.desk.connection).get_object(session.PANEL, session.PANEL_OBJECT, introspect=False),
@@ -51,7 +52,7 @@ class OpenPanelProgram(unittest.TestCase):
             "title": title, "message": "Tidewell needs to access this path to continue. Click Allow to continue.",
             "prompt": "Allow", "directory": enabled[0], "canChooseFiles": True, "canChooseDirectories": True,
             "canCreateDirectories": False, "allowsMultipleSelection": False, "showsHiddenFiles": False,
-            "extensionHidden": False, "enabled": session.dbus.Array(enabled, signature="s")}, signature="sv")
+            "extensionHidden": False, "enabled": session.dbus.Array(enabled, signature="s"), **more}, signature="sv")
         panel.RunModal(settings, reply_handler=lambda *answer: answers.append((int(answer[0]), str(answer[1]))),
                        error_handler=answers.append, timeout=3600, signature="a{sv}")
         return answers
@@ -59,8 +60,8 @@ class OpenPanelProgram(unittest.TestCase):
     def xdotool(self, *words):
         return subprocess.run(["xdotool", *words], env=self.desk.environment, capture_output=True, text=True)
 
-    def window(self, title="Allow Access"):
-        """Waits for the window of that title; returns its number."""
+    def window(self, title="Allow Access", settles=FIRST_SECOND):
+        """Waits for the window of that title, and until answers count in it; returns its number."""
         found = []
 
         def look():
@@ -69,7 +70,7 @@ class OpenPanelProgram(unittest.TestCase):
 
         self.desk.wait(look, what="the panel's window")
         self.xdotool("windowfocus", "--sync", found[0])
-        self.desk.settle(0.3)
+        self.desk.settle(settles)
         return found[0]
 
     def press(self, *keys):
@@ -87,8 +88,70 @@ class OpenPanelProgram(unittest.TestCase):
     def test_return_confirms_the_folder_that_is_asked_for(self):
         answers = self.ask()
         self.window()
+        self.press("Tab", "Return")
+        self.assertEqual(self.answer_of(answers), (1, self.url("/Library/Application Support")))
+
+    def test_nothing_counts_in_the_first_second(self):
+        for attempt in range(20):  # on a busy machine a second can be over before all is typed
+            begun = time.monotonic()
+            answers = self.ask(title=f"Panel {attempt}.", never=True)
+            number = self.window(f"Panel {attempt}.", settles=0)
+            self.xdotool("key", "Tab", "Return", "Escape", "space", "alt+a", "alt+n", "alt+v", "alt+F4")
+            self.click_confirm(number, settles=0)
+            if time.monotonic() - begun < 1:
+                break
+            self.desk.settle(FIRST_SECOND)
+            self.click_confirm(number)
+            self.answer_of(answers)
+        else:
+            self.skipTest("the machine is too slow")
+        self.desk.settle(FIRST_SECOND)
+        self.assertEqual(answers, [])
+        self.click_confirm(number)
+        self.assertEqual(self.answer_of(answers)[0], 1)
+
+    def test_a_key_counts_after_one_that_is_of_use_in_the_panel_alone(self):
+        answers = self.ask()
+        self.window()
+        self.press("y", "space", "Return", "Escape", "alt+y", "alt+Return", "shift+Return", "KP_Enter")
+        self.desk.settle(0.5)
+        self.assertEqual(answers, [])
+        self.press("Tab", "Escape")
+        self.assertEqual(self.answer_of(answers), (0, ""))
+
+    def test_a_key_counts_after_a_click_in_the_window(self):
+        answers = self.ask()
+        number = self.window()
+        self.xdotool("mousemove", "--window", number, "200", "30", "click", "1")
+        self.desk.settle(0.2)
+        self.assertEqual(answers, [])
         self.press("Return")
         self.assertEqual(self.answer_of(answers), (1, self.url("/Library/Application Support")))
+
+    def test_a_mnemonic_answers(self):
+        for key, response in (("alt+a", 1), ("alt+n", 0), ("alt+v", 2)):
+            answers = self.ask(title=f"Answer {response}", never=True)
+            self.window(f"Answer {response}")
+            self.press(key)
+            self.assertEqual(self.answer_of(answers)[0], response)
+
+    def test_never_can_be_answered_only_where_it_is_offered(self):
+        answers = self.ask(title="Without")
+        self.window("Without")
+        self.press("alt+v", "alt+n", "Tab", "Escape")
+        self.assertEqual(self.answer_of(answers), (0, ""))
+        answers = self.ask(title="With", never=True)
+        self.window("With")
+        self.press("shift+Tab", "shift+Tab", "space")
+        self.assertEqual(self.answer_of(answers), (2, ""))
+
+    def click_confirm(self, number, settles=0.2):
+        """Clicks the confirm button, in the corner at the bottom right."""
+        lines = self.xdotool("getwindowgeometry", "--shell", number).stdout.splitlines()
+        size = dict(line.split("=") for line in lines if "=" in line)
+        x, y = int(size["WIDTH"]) - 50, int(size["HEIGHT"]) - 35
+        self.xdotool("mousemove", "--window", number, str(x), str(y), "click", "1")
+        self.desk.settle(settles)
 
     def test_a_folder_above_can_be_chosen_from_the_keyboard(self):
         answers = self.ask()
@@ -101,13 +164,13 @@ class OpenPanelProgram(unittest.TestCase):
     def test_the_nearest_existing_folder_is_chosen(self):
         answers = self.ask(target="/Library/Application Support/Google/Chrome")
         self.window()
-        self.press("Return")
+        self.press("Tab", "Return")
         self.assertEqual(self.answer_of(answers), (1, self.url("/Library/Application Support")))
 
     def test_escape_cancels(self):
         answers = self.ask()
         self.window()
-        self.press("Escape")
+        self.press("Down", "Escape")
         self.assertEqual(self.answer_of(answers), (0, ""))
 
     def test_closing_the_window_cancels(self):
@@ -123,11 +186,11 @@ class OpenPanelProgram(unittest.TestCase):
         second = self.ask(title="Second")
         self.window("First")
         self.assertEqual(self.xdotool("search", "--onlyvisible", "--name", "Second").stdout, "")
-        self.press("Return")
+        self.press("Tab", "Return")
         self.answer_of(first)
         self.assertEqual(second, [])
         self.window("Second")
-        self.press("Escape")
+        self.press("Tab", "Escape")
         self.assertEqual(self.answer_of(second), (0, ""))
 
     def test_calls_beyond_any_measure_are_refused(self):
@@ -146,13 +209,13 @@ class OpenPanelProgram(unittest.TestCase):
         caller.close()
         self.window("Stays")
         self.assertEqual(self.xdotool("search", "--onlyvisible", "--name", "Gone").stdout, "")
-        self.press("Escape")
+        self.press("Tab", "Escape")
         self.answer_of(answers)
 
     def test_is_gone_a_little_after_the_last_panel(self):
         answers = self.ask()
         self.window()
-        self.press("Escape")
+        self.press("Tab", "Escape")
         self.answer_of(answers)
         self.assertEqual(self.program.wait(timeout=session.BOUND), 0)
 
@@ -171,7 +234,7 @@ class OpenPanelProgram(unittest.TestCase):
         while not answers and time.monotonic() - begun < 2 * session.BOUND:
             if self.xdotool("search", "--onlyvisible", "--name", "Allow Access").stdout:
                 self.window()
-                self.press("Return")
+                self.press("Tab", "Return")
             self.desk.settle(0.3)
         self.assertEqual([str(answer) for answer in answers], ["bookmarked: org.chromium.Chromium "])
         keys = self.desk.defaults("read", session.WORKER).stdout

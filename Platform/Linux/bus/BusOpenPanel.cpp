@@ -94,6 +94,7 @@ BusMessage callFor(sd_bus* bus, const OpenPanelSettings& panel, bool activates) 
   append(call, "showsHiddenFiles", panel.showsHiddenFiles);
   append(call, "extensionHidden", panel.extensionHidden);
   append(call, "activateIgnoringOtherApps", activates);
+  if (panel.offersNever) append(call, "never", true);
   appendEnabled(call, enabledURLs(panel));
   sd_bus_message_close_container(call);
   return owned;
@@ -129,7 +130,11 @@ OpenPanelAnswer BusOpenPanel::ask(const OpenPanelSettings& panel, bool activates
   const BusSlot waiting(slot);
   bus_.loop().runModally([&pending] { return pending.answer.arrived; });
 
-  if (!pending.answer.arrived || pending.answer.response != static_cast<unsigned>(ModalResponse::ok)) return {};
+  if (!pending.answer.arrived) return {};
+  if (panel.offersNever && pending.answer.response == static_cast<unsigned>(ModalResponse::never)) {
+    return {ModalResponse::never, std::nullopt};
+  }
+  if (pending.answer.response != static_cast<unsigned>(ModalResponse::ok)) return {};
   const std::optional<FileURL> chosen = FileURL::fromString(pending.answer.url);
   if (!chosen) return {};
   bool isDirectory = chosen->hasDirectoryPath();

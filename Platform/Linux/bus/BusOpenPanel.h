@@ -2,7 +2,7 @@
 //
 // That program replies to RunModal(panel) with the response and a file URL. No such program on the bus, one that exits
 // before it replies, an error, a reply without a file URL or with one longer than any path: all of these count as
-// cancelled.
+// cancelled. The response 2 says "Never", if the panel was asked with the key "never".
 #pragma once
 
 #include <functional>

@@ -81,6 +81,22 @@ TEST_F(AccessPanel, thatIsCancelledYieldsNothingThoughAFolderIsSelected) {
   EXPECT_THAT(platform.userDefaults.keys(""), IsEmpty());
 }
 
+TEST_F(AccessPanel, offersNeverOnlyWhenTold) {
+  bool isNever = false;
+  accessTo(home("Library"));
+  access->offerNever([&] { isNever = true; });
+  platform.openPanel.willCancel();
+  platform.openPanel.willSayNever();
+  EXPECT_FALSE(accessTo(home("Library")));
+  EXPECT_FALSE(isNever);
+  EXPECT_FALSE(accessTo(home("Library")));
+  EXPECT_TRUE(isNever);
+  std::vector<bool> offered;
+  for (const platform::OpenPanelSettings& panel : platform.openPanel.shown()) offered.push_back(panel.offersNever);
+  EXPECT_THAT(offered, ElementsAre(false, true, true));
+  EXPECT_EQ(ran, 0);
+}
+
 TEST_F(AccessPanel, opensAtTheNearestFolderThatExists) {
   platform.home.folder("Library");
   accessTo(home("Library/Application Support/Google"));

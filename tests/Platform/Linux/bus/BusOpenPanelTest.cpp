@@ -153,6 +153,21 @@ TEST_F(PanelOverTheBus, isCancelledByAnyOtherResponse) {
   EXPECT_THAT(granted, IsEmpty());
 }
 
+TEST_F(PanelOverTheBus, mayAnswerNeverWhereThatIsOffered) {
+  settings.offersNever = true;
+  const auto shown = program({{2, ""}, {2, "file:///tmp/"}, {3, ""}, {0, ""}});
+  EXPECT_EQ(panel.runModal(settings).response, ModalResponse::never);
+  EXPECT_TRUE(flags["never"]);
+  const auto answer = panel.runModal(settings);
+  EXPECT_EQ(answer.response, ModalResponse::never);
+  EXPECT_EQ(answer.url, std::nullopt);
+  EXPECT_EQ(panel.runModal(settings).response, ModalResponse::cancel);
+  settings.offersNever = false;
+  panel.runModal(settings);
+  EXPECT_FALSE(flags.contains("never"));
+  EXPECT_THAT(granted, IsEmpty());
+}
+
 TEST_F(PanelOverTheBus, isCancelledWithoutAPanelProgram) {
   EXPECT_EQ(panel.runModal(settings).response, ModalResponse::cancel);
 }
