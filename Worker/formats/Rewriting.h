@@ -9,15 +9,17 @@ namespace tidewell {
 
 struct Rewriting {
   enum class Action {
-    kLeave,    // nothing of a site is in it, or can be recognised
-    kReplace,  // `contents` replace the old ones
-    kRemove,   // nothing in it is worth keeping, or it can't be read
+    kLeave,        // nothing of a site is in it, or can be recognised
+    kReplace,      // `contents` replace the old ones
+    kRemove,       // nothing in it is worth keeping, or it can't be read
+    kLeaveUnread,  // it can't be read, and may hold something that is worth keeping
   };
 
   Action action = Action::kLeave;
   std::string contents;
 
   static Rewriting leave() { return {}; }
+  static Rewriting leaveUnread() { return {Action::kLeaveUnread, ""}; }
   static Rewriting remove() { return {Action::kRemove, ""}; }
   static Rewriting replaceBy(std::string contents) { return {Action::kReplace, std::move(contents)}; }
 };

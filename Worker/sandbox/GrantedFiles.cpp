@@ -102,6 +102,7 @@ Outcome GrantedFiles::rewrite(const std::string& path, const Rewriter& rewriter)
     if (rewriting.action == Rewriting::Action::kReplace) {
       outcome += replaceInsideGrant(fullPath, read.version, rewriting.contents, overwriting);
     }
+    if (rewriting.action == Rewriting::Action::kLeaveUnread) outcome += Outcome{Left::kNotReadable};
     if (rewriting.action == Rewriting::Action::kRemove) {
       outcome += eraseUnchangedInsideGrant(fullPath, read.version, overwriting);
     }

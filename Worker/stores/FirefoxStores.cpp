@@ -20,6 +20,9 @@ constexpr Store kProfile[] = {
     {kOld, kCaches, "SiteSecurityServiceState.txt", removeWhole, "sites that demand secure connections"},
 
     {kCurrent, kCookies, "cookies.sqlite", removeDatabase, "cookies"},
+    {kCurrent, kCookies, "cookies.sqlite.bak", removeWhole, "the same, from before a repair"},
+    {kCurrent, kCookies, "cookies.sqlite.bak-rebuild", removeWhole, "the same, during a repair"},
+    {kCurrent, kCookies, "credentialstate.sqlite", removeDatabase, "with which accounts sites know the person"},
     {kCurrent, kCookies, "sessionstore.jsonlz4", cleanSessionStore, "cookies and storage of the open tabs"},
     {kCurrent, kCookies, "sessionstore-backups", cleanSessionStores, "the same, as it was a while ago"},
     {kCurrent, kCookies, "bounce-tracking-protection.sqlite", removeDatabase, "sites that a visit was led through"},
@@ -34,10 +37,16 @@ constexpr Store kProfile[] = {
     {kCurrent, kSiteStorage, "storage.sqlite", cleanStorageIndex, "which sites have storage"},
     {kCurrent, kSiteStorage, "storage/ls-archive.sqlite", deleteScopes, "local storage as earlier versions kept it"},
     {kCurrent, kSiteStorage, "serviceworker.txt", removeWhole, "which sites have service workers"},
+    {kCurrent, kSiteStorage, "storage/permanent/chrome/idb/2918063365piupsah.sqlite", deletePushSubscriptions,
+     "subscriptions to push messages"},
+    {kCurrent, kSiteStorage, "notificationstore.json", removeWhole, "notifications of sites"},
+    {kCurrent, kSiteStorage, "gmp", removeMediaLicences, "licences and identifiers of protected media"},
     {kCurrent, kSiteStorage, "crashes/events", removeEntries, "on which page the browser crashed"},
     {kCurrent, kSiteStorage, "minidumps", removeEntries, "memory of a browser that crashed, with the pages in it"},
 
     {kCurrent, kCaches, "SiteSecurityServiceState.bin", removeWhole, "sites that demand secure connections"},
+    {kCurrent, kCaches, "SiteIntegrityServiceState.bin", removeWhole, "sites that demand signed scripts"},
+    {kCurrent, kCaches, "ssl_tokens_cache.bin", removeWhole, "tokens by which servers know a secure connection again"},
     {kCurrent, kCaches, "AlternateServices.bin", removeWhole, "other servers at which sites can be reached"},
     {kCurrent, kCaches, "AlternateServices.txt", removeWhole, "the same, of earlier versions"},
 };

@@ -47,10 +47,29 @@ Outcome cleanWebStorage(const std::string& path);
 /// Chromium's settings file, which also holds entries about sites.
 Outcome cleanPreferences(const std::string& path);
 
+/// Chromium's files of tabs: removes what pages have stored with them, keeps the tabs.
+Outcome cleanTabFiles(const std::string& path);  // all files in a folder
+Outcome cleanOpenTabs(const std::string& path);  // one file, of earlier versions
+Outcome cleanClosedTabs(const std::string& path);
+
+/// Chromium's folder with the same tabs in encrypted files: removes those that the folder "Sessions" beside it has in
+/// readable form as well.
+Outcome removeEncryptedTabFiles(const std::string& path);
+
+/// Chromium's databases in which some tables are emptied.
+Outcome cleanPredictions(const std::string& path);
+Outcome cleanPaymentManifests(const std::string& path);
+
 /// Firefox's databases in which some rows are kept.
 Outcome cleanStorageIndex(const std::string& path);
 Outcome deleteScopes(const std::string& path);  // local storage of earlier versions, and its archive
 Outcome cleanContentPreferences(const std::string& path);
+
+/// Firefox's folder of the plug-ins for protected media: removes what they keep for sites.
+Outcome removeMediaLicences(const std::string& path);
+
+/// Firefox's database of push subscriptions: removes those of sites, keeps those of the browser's account.
+Outcome deletePushSubscriptions(const std::string& path);
 
 /// Firefox's session file, or all such files in a folder: removes cookies and storage, keeps the tabs.
 Outcome cleanSessionStore(const std::string& path);

@@ -1,5 +1,7 @@
 // The profiles of the Chrome family.
 
+#include "Worker/formats/Pickle.h"
+#include "Worker/formats/SessionCommands.h"
 #include "tests/support/LinuxSampleHome.h"
 #include "tests/support/SampleWriter.h"
 
@@ -47,7 +49,12 @@ void writeCookies(const SampleWriter& writer, const std::string& profile) {
   writer.databaseWithLog(kSiteInCurrentStore, profile + "Network/Cookies");
   writer.files(kSiteInCurrentStore, profile,
                withCompanions({"Trust Tokens", "MediaDeviceSalts", "DIPS", "SharedStorage", "InterestGroups",
-                               "PrivateAggregation", "Conversions", "Reporting and NEL"}));
+                               "PrivateAggregation", "Conversions", "Reporting and NEL", "AggregationService",
+                               "Device Bound Sessions", "CdmStorage.db", "declarative_performance_observer.db",
+                               "heavy_ad_intervention_opt_out.db"}));
+  writer.files(kSiteInCurrentStore, profile,
+               {"SCT Auditing Pending Reports", "WebRTC Logs/1.gz", "webrtc_event_logs/1.log",
+                "optimization_guide_hint_cache_store/CURRENT"});
   writer.file(
       kPerson, profile + "Preferences",
       R"({"bookmark_bar":{"show_on_all_tabs":true},"partition":{"per_host_zoom_levels":{"x":{)" +
@@ -115,6 +122,60 @@ void writeSiteStorage(const SampleWriter& writer, const std::string& profile) {
   writer.files(kPerson, profile + "WebStorage/", {"9/IndexedDB/LOG"});
 }
 
+/// A file with one tab, whose page has stored the visited site's name.
+std::string tabFile(tidewell::TabFile kind) {
+  constexpr char kTitle[] = "T\0";
+  tidewell::PickleWriter page;
+  page.number(1);
+  page.number(0);
+  page.text("https://open.example/");
+  page.wideText({kTitle, 2});
+  page.text(kVisitedSite);
+  page.number(0);
+  const std::string pickle = page.pickle();
+  std::string file("SNSS\3\0\0\0", 8);
+  tidewell::appendFixedNumber(file, pickle.size() + 1, 2);
+  return file + (kind == tidewell::TabFile::kOpen ? '\6' : '\1') + pickle;
+}
+
+void writeTabs(const SampleWriter& writer, const std::string& profile) {
+  using tidewell::TabFile;
+  const auto write = [&](const std::string& path, TabFile kind) {
+    const std::string file = tabFile(kind);
+    const bool isClean = !writer.has(kSiteInCurrentStore);
+    writer.file(kPerson, profile + path, isClean ? tidewell::withoutPageStates(file, kind).contents : file);
+  };
+  for (const char* name :
+       {"Sessions/Session_13390000000000000", "Sessions/Apps_13390000000000000", "Current Session", "Last Session"}) {
+    write(name, TabFile::kOpen);
+  }
+  for (const char* name : {"Sessions/Tabs_13390000000000000", "Current Tabs", "Last Tabs"}) {
+    write(name, TabFile::kClosed);
+  }
+  writer.files(kPerson, profile, {"Sessions/notes"});
+  writer.files(kSiteInCurrentStore, profile,
+               {"Sessions/Session_damaged", "Sessions_Encrypted/Session_13390000000000300",
+                "Sessions_Encrypted/Tabs_13390000000000300"});
+}
+
+void writeTablesOfSites(const SampleWriter& writer, const std::string& profile) {
+  writer.statements(
+      kPerson, profile + "Web Data",
+      "CREATE TABLE autofill (name TEXT); INSERT INTO autofill VALUES ('Ann');"
+      "CREATE TABLE payment_method_manifest (method TEXT); CREATE TABLE web_app_manifest_section (id TEXT);" +
+          writer.textOf(kSiteInCurrentStore, "INSERT INTO payment_method_manifest VALUES ('" + kSiteOrigin +
+                                                 "'); INSERT INTO web_app_manifest_section VALUES ('" + kSiteOrigin +
+                                                 "');"));
+  writer.statements(
+      kPerson, profile + "Network Action Predictor",
+      "CREATE TABLE network_action_predictor (user_text TEXT); INSERT INTO network_action_predictor VALUES ('typed');"
+      "CREATE TABLE resource_prefetch_predictor_origin (key TEXT);"
+      "CREATE TABLE lcp_critical_path_predictor (key TEXT);" +
+          writer.textOf(kSiteInCurrentStore, "INSERT INTO resource_prefetch_predictor_origin VALUES ('" + kSiteOrigin +
+                                                 "'); INSERT INTO lcp_critical_path_predictor VALUES ('" + kSiteOrigin +
+                                                 "');"));
+}
+
 void writeCaches(const SampleWriter& writer, const std::string& profile, const std::string& caches) {
   writer.files(caches == profile ? kSiteInCurrentStore : kSite, caches,
                {"Cache/Cache_Data/data_0", "Code Cache/js/index", "Media Cache/index"});
@@ -126,9 +187,8 @@ void writeCaches(const SampleWriter& writer, const std::string& profile, const s
 
 void writePersonsFiles(const SampleWriter& writer, const std::string& profile) {
   writer.files(kPerson, profile,
-               {"Bookmarks", "Bookmarks.bak", "Login Data", "Login Data For Account", "Web Data", "Favicons",
-                "Favicons-journal", "Top Sites", "Shortcuts", "Visited Links", "Secure Preferences", "README",
-                "Sessions/Session_13390000000000000", "Sessions/Tabs_13390000000000000",
+               {"Bookmarks", "Bookmarks.bak", "Login Data", "Login Data For Account", "Favicons", "Favicons-journal",
+                "Top Sites", "Shortcuts", "Visited Links", "Secure Preferences", "README",
                 "Extensions/" + std::string(kSampleExtension) + "/1.0/manifest.json", "Cookies.txt"});
   writer.databaseWithLog(kPerson, profile + "History");
   for (const char* store : {"Local Extension Settings", "Sync Extension Settings", "Managed Extension Settings"}) {
@@ -147,6 +207,8 @@ void writeChromeProfile(const SampleWriter& writer, const std::string& profile, 
   writeCookies(writer, profile);
   writeLocalStorage(writer, profile);
   writeSiteStorage(writer, profile);
+  writeTabs(writer, profile);
+  writeTablesOfSites(writer, profile);
   writeCaches(writer, profile, caches);
   writePersonsFiles(writer, profile);
 }

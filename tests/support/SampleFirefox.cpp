@@ -61,6 +61,32 @@ void writeDatabases(const SampleWriter& writer, const std::string& profile) {
                                                  "INSERT INTO prefs VALUES (1, 1, 1, 2.0);"));
 }
 
+/// The browser's own database of push subscriptions: one of a site, one of the account.
+void writePushSubscriptions(const SampleWriter& writer, const std::string& profile) {
+  const auto subscription = [](const std::string& key, const std::string& scopePlusOne) {
+    const std::string blob = "x'" + key + "'";
+    const auto identifiers = "x'80' || CAST('" + scopePlusOne + "' AS BLOB)";
+    return "INSERT INTO object_data VALUES (1, " + blob + ", NULL, NULL, " + blob + ");" +
+           "INSERT INTO unique_index_data VALUES (1, CAST('iuuqt;00qvti' || " + blob + " AS BLOB), 1, " + blob + ");" +
+           "INSERT INTO unique_index_data VALUES (2, CAST(" + identifiers + " AS BLOB), 1, " + blob + ");" +
+           "INSERT INTO index_data VALUES (4, x'10', " + blob + ", 1);";
+  };
+  writer.statements(
+      kPerson, profile + "storage/permanent/chrome/idb/2918063365piupsah.sqlite",
+      "CREATE TABLE object_store_index (id INTEGER PRIMARY KEY, name TEXT);"
+      "CREATE TABLE object_data (object_store_id INTEGER, key BLOB, index_data_values BLOB, file_ids TEXT, data BLOB,"
+      " PRIMARY KEY (object_store_id, key)) WITHOUT ROWID;"
+      "CREATE TABLE index_data (index_id INTEGER, value BLOB, object_data_key BLOB, object_store_id INTEGER,"
+      " PRIMARY KEY (index_id, value, object_data_key)) WITHOUT ROWID;"
+      "CREATE TABLE unique_index_data (index_id INTEGER, value BLOB, object_store_id INTEGER, object_data_key BLOB,"
+      " PRIMARY KEY (index_id, value)) WITHOUT ROWID;"
+      "CREATE TRIGGER object_data_delete_trigger AFTER DELETE ON object_data FOR EACH ROW WHEN OLD.file_ids IS NOT NULL"
+      " BEGIN SELECT update_refcount(OLD.file_ids, NULL); END;"
+      "INSERT INTO object_store_index VALUES (1, 'pushEndpoint'), (2, 'identifiers'), (4, 'quota');" +
+          subscription("3051", "disnf;00gyb.efwjdf.vqebuf") +
+          writer.textOf(kSiteInCurrentStore, subscription("3052", "iuuqt;00wjtjufe/fybnqmf0")));
+}
+
 void writePersonsFiles(const SampleWriter& writer, const std::string& profile) {
   writer.databaseWithLog(kPerson, profile + "places.sqlite");
   writer.files(kPerson, profile,
@@ -85,6 +111,8 @@ void writePersonsFiles(const SampleWriter& writer, const std::string& profile) {
                 "storage-sync-v2.sqlite",
                 "storage-sync-v2.sqlite-wal",
                 "storage/permanent/chrome/idb/1.sqlite",
+                "gmp/Linux_x86_64-gcc3/gmp-widevinecdm/version",
+                "gmp-widevinecdm/4.10/libwidevinecdm.so",
                 "storage/permanent/chrome/.metadata-v2"});
 }
 
@@ -96,7 +124,10 @@ void writeFirefoxProfile(const SampleWriter& writer, const std::string& profile,
       kSiteInCurrentStore, profile,
       {"cookies.sqlite-wal", "cookies.sqlite-shm", "bounce-tracking-protection.sqlite",
        "bounce-tracking-protection.sqlite-wal", "serviceworker.txt", "SiteSecurityServiceState.bin",
-       "AlternateServices.bin", "storage/to-be-removed/1/" + kSiteFolder + "/x", "storage/private/5a/idb/1.sqlite"});
+       "AlternateServices.bin", "cookies.sqlite.bak", "cookies.sqlite.bak-rebuild", "credentialstate.sqlite",
+       "notificationstore.json", "ssl_tokens_cache.bin", "SiteIntegrityServiceState.bin",
+       "gmp/Linux_x86_64-gcc3/gmp-widevinecdm/id/5a/origin", "gmp/Linux_x86_64-gcc3/gmp-widevinecdm/storage/5a/key",
+       "storage/to-be-removed/1/" + kSiteFolder + "/x", "storage/private/5a/idb/1.sqlite"});
   writer.files(
       kSite, profile,
       {"storage/default/" + kSiteFolder + "/ls/data.sqlite", "storage/default/" + kSiteFolder + "/.metadata-v2",
@@ -108,6 +139,7 @@ void writeFirefoxProfile(const SampleWriter& writer, const std::string& profile,
        "storage/temporary/" + kExtensionFolder + "/idb/1.sqlite"});
   writeSession(writer, profile);
   writeDatabases(writer, profile);
+  writePushSubscriptions(writer, profile);
   writePersonsFiles(writer, profile);
   writer.files(kSite, caches, {"Cache/_CACHE_MAP_", "OfflineCache/index.sqlite", "startupCache/startupCache.8.little"});
   writer.files(kSiteInCurrentStore, caches, {"cache2/entries/1A", "cache2/index", "thumbnails/1.png"});

@@ -202,7 +202,7 @@ def fill_chrome_databases(profile):
             "notifications": {**allowed, f"chrome-extension://{CHROME_EXTENSION}/,*": {"setting": 1}}}}}})
     files.write_json(profile + "/Bookmarks", {"version": 1, "roots": {"bookmark_bar": {"children": [
         {"name": title, "type": "url", "url": address} for address, title in history[::6]]}}})
-    files.write(profile + "/Sessions/Session_13400000000000000", b"SNSS\3\0\0\0" + b"\0" * 900)
+    files.write(profile + "/Sessions/Session_13400000000000000", b"SNSS\3\0\0\0" + b"\5\0\x14\1\0\0\0")
 
 
 def google_chrome(home):

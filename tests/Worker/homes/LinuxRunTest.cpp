@@ -26,11 +26,13 @@ using Texts = std::vector<std::string>;
 
 /// Whether a cleaning may rewrite that file; any other file stays the same byte for byte, or is removed.
 bool mayBeRewritten(const std::string& path) {
-  static const Texts kParts = {"/Preferences", "/Local Storage/leveldb/", "/File System/Origins/",
-                               "/WebStorage/QuotaManager", "/databases/Databases.db", "/Origin Bound Certs",
-                               // Firefox's
-                               "/sessionstore.jsonlz4", "/sessionstore-backups/", "/webappsstore.sqlite",
-                               "/storage.sqlite", "/ls-archive.sqlite", "/content-prefs.sqlite"};
+  static const Texts kParts = {
+      "/Preferences", "/Local Storage/leveldb/", "/File System/Origins/", "/WebStorage/QuotaManager",
+      "/databases/Databases.db", "/Origin Bound Certs", "/Sessions/", "/Current Session", "/Last Session",
+      "/Current Tabs", "/Last Tabs", "/Web Data", "/Network Action Predictor",
+      // Firefox's
+      "/sessionstore.jsonlz4", "/sessionstore-backups/", "/webappsstore.sqlite", "/storage.sqlite",
+      "/ls-archive.sqlite", "/content-prefs.sqlite", "/2918063365piupsah.sqlite"};
   return std::any_of(kParts.begin(), kParts.end(),
                      [&](const std::string& part) { return path.find(part) != std::string::npos; });
 }

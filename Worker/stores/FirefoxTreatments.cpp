@@ -1,0 +1,46 @@
+// The treatments of stores that only Firefox and its relatives have, beyond those in Treatments.cpp.
+
+#include "Platform/Path.h"
+#include "Worker/Identity.h"
+#include "Worker/sandbox/GrantedFiles.h"
+#include "Worker/stores/Treatments.h"
+
+namespace tidewell::treatments {
+
+using platform::appendingPathComponent;
+
+Outcome removeMediaLicences(const std::string& path) {
+  // "gmp/Linux_x86_64-gcc3/gmp-widevinecdm/id/…": platform, plug-in, then a folder for each site in these two.
+  Outcome outcome;
+  if (!GrantedFiles::isDirectory(path)) return outcome;
+  for (const std::string& platform : GrantedFiles::entriesOf(path)) {
+    const std::string plugins = appendingPathComponent(path, platform);
+    if (!GrantedFiles::isDirectory(plugins)) continue;
+    for (const std::string& plugin : GrantedFiles::entriesOf(plugins)) {
+      for (const char* folder : {"id", "storage"}) {
+        outcome += removeEntries(appendingPathComponent(appendingPathComponent(plugins, plugin), folder));
+      }
+    }
+  }
+  return outcome;
+}
+
+Outcome deletePushSubscriptions(const std::string& path) {
+  // The browser's own database in the form of IndexedDB. Its index "identifiers" has the scope of each subscription:
+  // of a site an address, in which each byte is greater by one ("iuuq" for "http").
+  static constexpr char kOfSites[] =
+      "IN (SELECT object_data_key FROM unique_index_data WHERE instr(value, x'69757571') > 0 AND index_id IN"
+      " (SELECT id FROM object_store_index WHERE name = 'identifiers'))";
+  const auto rows =
+      GrantedFiles::rowsOf(std::string("SELECT 1 FROM object_data WHERE key ") + kOfSites + " LIMIT 1;", path);
+  if (!rows) return {Left::kNotReadable};
+  if (rows->empty()) return GrantedFiles::remove(path + kAsideSuffix);  // left by a worker that was killed
+  return GrantedFiles::changeDatabase({std::string("DELETE FROM object_data WHERE key ") + kOfSites,
+                                       "DELETE FROM index_data WHERE object_data_key NOT IN"
+                                       " (SELECT key FROM object_data);",
+                                       "DELETE FROM unique_index_data WHERE object_data_key NOT IN"
+                                       " (SELECT key FROM object_data);"},
+                                      path);
+}
+
+}  // namespace tidewell::treatments
