@@ -3,17 +3,11 @@
 #include <utility>
 
 namespace tidewell {
-namespace {
-
-constexpr std::size_t kHandleMemory = 64;  // bytes, at most
-
-}  // namespace
-
 LevelCondition LevelTable::next() {
   LevelCondition condition = LevelCondition::kSound;
   if (state_ == State::kClosed) {
     state_ = State::kOpen;
-    condition = file_.blocks(handles_, isIndexDamaged_);
+    condition = file_.blocks(places_, isIndexDamaged_);
     if (condition != LevelCondition::kSound) close();
   }
   while (condition == LevelCondition::kSound && state_ == State::kOpen) {
@@ -38,7 +32,7 @@ LevelCondition LevelTable::nextInBlock() {
 }
 
 LevelCondition LevelTable::turnToBlock() {
-  if (nextHandle_ < handles_.size()) return file_.readBlock(handles_[nextHandle_++], block_);
+  if (nextPlace_ < places_.size()) return file_.readBlock(places_[nextPlace_++], block_);
   if (std::exchange(isIndexDamaged_, false)) return LevelCondition::kDamaged;
   close();
   return LevelCondition::kSound;
@@ -46,14 +40,14 @@ LevelCondition LevelTable::turnToBlock() {
 
 void LevelTable::close() {
   state_ = State::kAtEnd;
-  handles_ = {};
-  nextHandle_ = 0;
+  places_ = {};
+  nextPlace_ = 0;
   block_ = {};
   file_.close();
 }
 
 std::size_t LevelTable::memory() const {
-  return handles_.capacity() * kHandleMemory + block_.memory() + file_.memory() + previous_.capacity() +
+  return places_.capacity() * sizeof(LevelBlockPlace) + block_.memory() + file_.memory() + previous_.capacity() +
          smallest_.capacity();
 }
 

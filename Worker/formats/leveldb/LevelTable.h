@@ -36,8 +36,8 @@ class LevelTable : public LevelRun {
   LevelTableFile file_;
   std::string smallest_;  // until a key was read
   State state_ = State::kClosed;
-  std::vector<std::string> handles_;  // of the blocks: of the index nothing else is needed, least of all its keys
-  std::size_t nextHandle_ = 0;
+  std::vector<LevelBlockPlace> places_;
+  std::size_t nextPlace_ = 0;
   bool isIndexDamaged_ = false;  // behind these
   LevelBlock block_;
   std::string previous_;  // key

@@ -11,10 +11,18 @@
 #include <vector>
 
 #include "Worker/formats/leveldb/LevelBlock.h"
+#include "Worker/formats/leveldb/LevelBlockPieces.h"
 #include "Worker/formats/leveldb/LevelFolder.h"
 #include "Worker/formats/leveldb/LevelFormat.h"
+#include "Worker/formats/leveldb/SnappyPieces.h"
 
 namespace tidewell {
+
+/// Where a block lies in its file, in bytes, as far as the file can be trusted.
+struct LevelBlockPlace {
+  std::uint64_t offset = 0;
+  std::uint64_t size = 0;
+};
 
 class LevelTableFile {
  public:
@@ -23,12 +31,15 @@ class LevelTableFile {
   LevelTableFile(const LevelFile& file, std::uint64_t size, std::size_t window)
       : file_(file), size_(size), window_(window) {}
 
-  /// Where the blocks with the entries are, in their order, as handles for readBlock(). `isCut` is set when the index
-  /// is damaged behind these.
-  LevelCondition blocks(std::vector<std::string>& handles, bool& isCut);
+  /// Where the blocks with the entries are, in their order. `isCut` is set when the index is damaged behind these. The
+  /// keys in the index, one for each block, take no memory.
+  LevelCondition blocks(std::vector<LevelBlockPlace>& places, bool& isCut);
 
-  /// Reads the block whose offset and size are in `handle`.
-  LevelCondition readBlock(std::string_view handle, LevelBlock& block);
+  /// Reads a block of at most kLevelMaximalBlock bytes.
+  LevelCondition readBlock(LevelBlockPlace place, LevelBlock& block);
+
+  /// Passes the entries of a block of any size to the visitor. Those before damage have been visited.
+  LevelCondition visitBlock(LevelBlockPlace place, const LevelEntryVisitor& visitor);
 
   /// Forgets what was read.
   void close() { fetched_ = {}; }
@@ -36,7 +47,9 @@ class LevelTableFile {
   std::size_t memory() const { return fetched_.capacity(); }
 
  private:
-  LevelCondition readBlock(std::string_view handle, std::size_t largest, LevelBlock& block);
+  LevelCondition indexPlace(LevelBlockPlace& index);
+  bool isInFile(LevelBlockPlace place) const;
+  LevelCondition forEachPiece(LevelBlockPlace place, const SnappyPieces::Sink& use);
   LevelCondition fetch(std::uint64_t offset, std::size_t count, std::string_view& bytes);
 
   const LevelFile& file_;
