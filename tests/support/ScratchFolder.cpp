@@ -21,7 +21,8 @@ std::string contentOf(const std::string& path) {
 }  // namespace
 
 ScratchFolder::ScratchFolder() {
-  std::string pattern = "/tmp/tidewell-XXXXXX";
+  const char* place = std::getenv("TIDEWELL_SCRATCH");
+  std::string pattern = std::string(place != nullptr ? place : "/tmp") + "/tidewell-XXXXXX";
   if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no scratch folder");
   path_ = pattern;
 }

@@ -8,7 +8,8 @@ namespace testing_support {
 
 class ScratchFolder {
  public:
-  /// "/tmp/tidewell-XXXXXX": three components, like a home folder.
+  /// "/tmp/tidewell-XXXXXX": three components, like a home folder. Elsewhere than in "/tmp" where the environment has a
+  /// TIDEWELL_SCRATCH.
   ScratchFolder();
   ~ScratchFolder();
   ScratchFolder(const ScratchFolder&) = delete;

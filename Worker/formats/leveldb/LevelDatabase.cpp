@@ -10,6 +10,7 @@
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"
+#include "Worker/formats/leveldb/LevelSearch.h"
 #include "Worker/formats/leveldb/LevelSource.h"
 #include "Worker/formats/leveldb/LevelWriter.h"
 
@@ -21,8 +22,7 @@ using Outcome = LevelDatabase::Outcome;
 using Removal = LevelDatabase::Removal;
 using Search = std::function<bool(std::string_view bytes)>;
 
-constexpr std::size_t kSearched = std::size_t{1} << 20;  // bytes at once
-constexpr std::size_t kOverlap = std::size_t{64} << 10;  // bytes that are searched again with those that follow
+constexpr std::size_t kLongestCurrent = std::size_t{1} << 20;  // bytes, of the file that names the manifest
 
 /// Keeps other threads from rewriting the same folder: there may be no lock file yet.
 class Claim {
@@ -164,7 +164,7 @@ Outcome rewriteInPlace(const Held& held, LevelSource& source, const Survey& surv
   platform::FileManager& files = Platform::current().fileManagerOnOneMount;
   const LevelFolder& folder = held.files;
   LevelWriter writer(folder.path, folder.freeNumber());
-  const auto oldCurrent = folder.current ? folder.current->read(0, kSearched).value() : std::nullopt;
+  const auto oldCurrent = folder.current ? folder.current->read(0, kLongestCurrent).value() : std::nullopt;
   const bool isWritten = writeKept(source, survey, writer) && (!folder.current || oldCurrent) && !isOpenedSince(held);
   if (!isWritten || (folder.current && files.removeItem(folder.current->path))) {
     writer.takeBack();
@@ -199,28 +199,6 @@ Outcome rewrite(Held held, LevelSource& source, const Survey& survey, const Remo
   return error == std::errc::not_supported ? rewriteInPlace(held, source, survey, remove) : Outcome::kLeft;
 }
 
-/// Whether something precious is in a file's bytes. A file that can't be read may hold anything.
-bool isPreciousFile(const LevelFile& file, const Search& isPrecious) {
-  for (std::uint64_t offset = 0; offset < file.size; offset += kSearched) {
-    const auto bytes = file.read(offset, kSearched + kOverlap);
-    if (!bytes || isPrecious(*bytes)) return true;
-  }
-  return false;
-}
-
-/// Compression may hide contents, so the entries that can be read are searched as well.
-bool holdsPrecious(const LevelFolder& folder, LevelSource& source, const Search& isPrecious) {
-  bool isFound = false;
-  const LevelCondition condition = source.walk([&](std::string_view key, std::string_view value) {
-    isFound = isPrecious(key) || isPrecious(value);
-    return !isFound;
-  });
-  if (isFound || condition != LevelCondition::kSound) return true;
-  const std::vector<LevelFile> files = folder.files();
-  return std::any_of(files.begin(), files.end(),
-                     [&](const LevelFile& file) { return isPreciousFile(file, isPrecious); });
-}
-
 Outcome removeDatabase(Held held, const Removal& remove) {
   if (isOpenedSince(held)) return Outcome::kLeft;
   removeAll(held.files.path, remove, std::move(held.lock));
@@ -247,9 +225,10 @@ Outcome LevelDatabase::keepOnly(const std::string& path, const Selection& isKept
   LevelSource everything(files, isKept);
   const bool isDamaged = survey.condition == LevelCondition::kDamaged;
   if (isDamaged) survey = surveyOf(everything, everything.openAll(), isKept);
-  if (survey.condition != LevelCondition::kSound) return Outcome::kLeft;
-  if (everything.hasLoss()) {
-    return holdsPrecious(files, everything, isPrecious) ? Outcome::kLeft : removeDatabase(std::move(held), remove);
+  const bool isTooLarge = survey.condition == LevelCondition::kTooLarge;
+  if (survey.condition != LevelCondition::kSound && !isTooLarge) return Outcome::kLeft;
+  if (isTooLarge || everything.hasLoss()) {
+    return levelFolderHolds(files, isPrecious) ? Outcome::kLeft : removeDatabase(std::move(held), remove);
   }
   if (!survey.keepsAny) return removeDatabase(std::move(held), remove);
   if (survey.keepsAll && !isDamaged && source.isTidy()) return Outcome::kRewritten;

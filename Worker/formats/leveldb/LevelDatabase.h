@@ -5,8 +5,8 @@
 // whatever a file asks for. Fresh tables are built by the library. Nothing runs in the background. Any thread; nothing
 // is logged, nothing is thrown.
 //
-// Memory: see kLevelMaximalMemory and kLevelMaximalBlock; a database that would take more is left. Usually it is about
-// 10 MB and five times the largest value, however large the database.
+// Memory: see kLevelMaximalMemory and kLevelMaximalBlock; a database that would take more is treated as a damaged one.
+// Usually it is about 10 MB and five times the largest key and value, however large the database.
 #pragma once
 
 #include <functional>
@@ -47,8 +47,8 @@ class LevelDatabase {
   /// it is killed, is removed by the next call, which leaves the database alone until that place is free.
   ///
   /// A damaged database is repaired first: all tables and logs in the folder count, whatever the manifest says. If a
-  /// part can't be read, the database is removed whole, but left when `isPrecious` returns true for raw bytes of its
-  /// files (passed piece by piece), or for a key or a value that can still be read.
+  /// part can't be read, or if memory would not do, the database is removed whole, but left when `isPrecious` returns
+  /// true for anything in it that can still be read (LevelSearch.h).
   static Outcome keepOnly(const std::string& folder, const Selection& isKept,
                           const std::function<bool(std::string_view bytes)>& isPrecious, const Removal& remove);
 

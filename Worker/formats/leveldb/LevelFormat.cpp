@@ -51,7 +51,18 @@ std::uint64_t tagOf(std::string_view key) {
 }  // namespace
 
 std::uint32_t levelChecksum(std::string_view bytes, std::string_view more) {
-  const std::uint32_t checksum = ~extend(extend(~std::uint32_t{0}, bytes), more);
+  LevelChecksum checksum;
+  checksum.add(bytes);
+  checksum.add(more);
+  return checksum.value();
+}
+
+void LevelChecksum::add(std::string_view bytes) {
+  rest_ = extend(rest_, bytes);
+}
+
+std::uint32_t LevelChecksum::value() const {
+  const std::uint32_t checksum = ~rest_;
   return (checksum >> 15 | checksum << 17) + kMaskDelta;
 }
 

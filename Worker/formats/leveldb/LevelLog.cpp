@@ -21,7 +21,7 @@ LevelCondition LevelLogReader::next(std::string& record, bool& atEnd) {
     Part part;
     const LevelCondition condition = nextPart(part, atEnd);
     if (condition != LevelCondition::kSound || atEnd) return condition;
-    if (record.size() + part.bytes.size() > kLevelMaximalBlock) return LevelCondition::kUnreadable;
+    if (record.size() + part.bytes.size() > kLevelMaximalBlock) return LevelCondition::kTooLarge;
     record.append(part.bytes);
     if (part.isLast) return LevelCondition::kSound;
   }

@@ -17,8 +17,11 @@ LevelCondition LevelLogEntries::add(const LevelFile& log, bool& hasLoss) {
     LevelCondition condition = reader.next(batch, atEnd);
     if (atEnd) return LevelCondition::kSound;  // an incomplete last record was never acknowledged
     if (condition == LevelCondition::kSound) condition = addBatch(batch);
-    if (condition == LevelCondition::kUnreadable) return condition;
-    if (condition == LevelCondition::kDamaged) hasLoss = true;
+    if (condition == LevelCondition::kDamaged) {
+      hasLoss = true;
+    } else if (condition != LevelCondition::kSound) {
+      return condition;
+    }
   }
 }
 
@@ -35,7 +38,7 @@ LevelCondition LevelLogEntries::addBatch(std::string_view batch) {
     const auto value = isDeletion ? std::optional(std::string_view()) : bytes.text();
     if (*type > 1 || !key || !value) return LevelCondition::kDamaged;
     addEntry({*key, *sequence + index, isDeletion}, *value);
-    if (memory_ > kLevelMaximalMemory) return LevelCondition::kUnreadable;
+    if (memory_ > kLevelMaximalMemory) return LevelCondition::kTooLarge;
   }
   return bytes.atEnd() && index == *count ? LevelCondition::kSound : LevelCondition::kDamaged;
 }

@@ -27,7 +27,7 @@ LevelCondition LevelManifest::read(const LevelFile& file) {
     if (condition != LevelCondition::kSound) return condition;
     if (atEnd) break;
     edit.add(part.bytes);
-    if (edit.bytes().size() > kLevelMaximalBlock) return LevelCondition::kUnreadable;
+    if (edit.bytes().size() > kLevelMaximalBlock) return LevelCondition::kTooLarge;
     if (!part.isLast) continue;
     condition = edit.isWhole() ? apply(edit.bytes()) : LevelCondition::kDamaged;
     if (condition != LevelCondition::kSound) return condition;

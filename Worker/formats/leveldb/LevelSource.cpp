@@ -63,7 +63,7 @@ class LevelSource::Merge {
       memory_ -= current_.run->memory();
       const LevelCondition condition = current_.run->next();
       memory_ += current_.run->memory();
-      if (memory_ > kLevelMaximalMemory) return LevelCondition::kUnreadable;
+      if (memory_ > kLevelMaximalMemory) return LevelCondition::kTooLarge;
       if (condition == LevelCondition::kDamaged && isTolerant_) {
         hasLoss_ = true;
       } else if (condition != LevelCondition::kSound || !isUnwanted(*current_.run)) {
@@ -141,7 +141,7 @@ LevelCondition LevelSource::openAll() {
   for (const auto& [number, file] : folder_.manifests) {
     LevelManifest manifest;
     condition = manifest.read(file);
-    if (condition == LevelCondition::kUnreadable) return condition;
+    if (condition != LevelCondition::kSound && condition != LevelCondition::kDamaged) return condition;
     if (&file != current || condition != LevelCondition::kSound) continue;
     const auto isThere = [this](const auto& table) { return folder_.tables.contains(table.first); };
     hasLoss_ = !std::all_of(manifest.tables.begin(), manifest.tables.end(), isThere);

@@ -1,7 +1,7 @@
 // The entries of a LevelDB database in its folder. Read-only.
 //
-// Memory: for each table that overlaps the current position one block, its index, and a window of at most 64 KB; the
-// logs as a whole. All of it stays below kLevelMaximalMemory, or the database is unreadable.
+// Memory: for each table that overlaps the current position one block, the places of its blocks, and a window of at
+// most 64 KB; the logs as a whole. All of it stays below kLevelMaximalMemory, or the database is too large.
 #pragma once
 
 #include <cstddef>

@@ -109,20 +109,43 @@ TEST_F(OversizedLevel, anImpossibleLengthBeforeCompressionIsDamage) {
   EXPECT_EQ(keep("precious"), Outcome::kRemoved);
 }
 
-TEST_F(OversizedLevel, aBlockThatGrowsBeyondTheBoundIsLeftAlone) {
-  make({tableOf(compressed(blockOf(key, std::string(100 << 20, 'x'))), 1)});
-  EXPECT_EQ(keep("nobody"), Outcome::kLeft);
+TEST_F(OversizedLevel, aBlockThatGrowsBeyondTheBoundGoesWithItsDatabase) {
+  make({tableOf(compressed(blockOf(key, std::string(65 << 20, 'x'))), 1)});
   EXPECT_EQ(LevelDatabase::entries(folder), std::nullopt);
-  EXPECT_THAT(removed, IsEmpty());
+  EXPECT_TRUE(succeedsWithMemory(32 * kMegabyte, [&] { return keep("nobody") == Outcome::kRemoved; }));
 }
 
-TEST_F(OversizedLevel, manyLargeBlocksAtOnceAreLeftAlone) {
+TEST_F(OversizedLevel, aBlockThatGrowsBeyondTheBoundStaysWhereSomethingPreciousIsInIt) {
+  const std::string hidden = std::string(65 << 20, 'x') + "a word, words: words worth";  // in the table, in pieces
+  for (const std::string& precious : {std::string("kept"), std::string("words worth")}) {
+    make({tableOf(compressed(blockOf(key, hidden)), 1)});
+    EXPECT_TRUE(succeedsWithMemory(32 * kMegabyte, [&] { return keep(precious) == Outcome::kLeft; })) << precious;
+    EXPECT_THAT(removed, IsEmpty());
+  }
+}
+
+TEST_F(OversizedLevel, manyLargeBlocksAtOnceGoUnlessSomethingPreciousIsInThem) {
   const std::string block = compressed(blockOf(key, std::string(60 << 20, 'x')));
   make({tableOf(block, 1)});
   EXPECT_EQ(keep("kept"), Outcome::kRewritten);
   make(std::vector<std::string>(6, tableOf(block, 1)));
   EXPECT_EQ(keep("kept"), Outcome::kLeft);
-  EXPECT_EQ(keep("nobody"), Outcome::kLeft);
+  EXPECT_EQ(keep("nobody"), Outcome::kRemoved);
+}
+
+TEST_F(OversizedLevel, aKeyIsSearchedWithTheBeginningThatItSharesWithTheOneBefore) {
+  std::string block;
+  const auto add = [&block](std::size_t shared, const std::string& rest, const std::string& value) {
+    for (const std::size_t size : {shared, rest.size(), value.size()}) appendNumber(block, size);
+    block += rest + value;
+  };
+  add(0, LevelKey{"precarious", 9, false}.bytes(), "value");
+  add(4, LevelKey{"ious", 8, false}.bytes(), std::string(65 << 20, 'x'));
+  appendFixedNumber(block, 0, 4);
+  appendFixedNumber(block, 1, 4);
+  make({tableOf(block, 0)});
+  EXPECT_EQ(keep("precious"), Outcome::kLeft);
+  EXPECT_EQ(keep("previous"), Outcome::kRemoved);
 }
 
 TEST_F(OversizedLevel, aCompressionOfALaterTimeIsLeftAlone) {
@@ -161,10 +184,15 @@ TEST_F(OversizedLevel, lengthsBeyondTheBlockAreDamage) {
   }
 }
 
-TEST_F(OversizedLevel, aRecordBeyondTheBoundIsLeftAlone) {
-  put({{"kept", std::string(65 << 20, 'x')}});
-  EXPECT_EQ(keep("nobody"), Outcome::kLeft);
+TEST_F(OversizedLevel, aRecordBeyondTheBoundGoesUnlessSomethingPreciousIsInIt) {
+  constexpr std::size_t kBlock = 32768;
+  std::string value(65 * kMegabyte, 'x');
+  value.replace(kBlock - 32, 16, "precious-anyway-");  // the end of the block comes between
+  put({{"kept", value}});
+  ASSERT_EQ(content(pathOf(".log")).find("precious-anyway-"), std::string::npos);
   EXPECT_EQ(LevelDatabase::entries(folder), std::nullopt);
+  EXPECT_TRUE(succeedsWithMemory(160 * kMegabyte, [&] { return keep("precious-anyway-") == Outcome::kLeft; }));
+  EXPECT_TRUE(succeedsWithMemory(160 * kMegabyte, [&] { return keep("nobody") == Outcome::kRemoved; }));
 }
 
 TEST_F(OversizedLevel, longKeysNeitherStopTheCleaningNorTakeMemory) {
@@ -175,11 +203,11 @@ TEST_F(OversizedLevel, longKeysNeitherStopTheCleaningNorTakeMemory) {
 
 TEST_F(OversizedLevel, longKeysDoNotStopTheCleaningWhereOneTableHasManyEither) {
   fillWithLongKeys(256 * kMegabyte);
-  EXPECT_TRUE(succeedsWithMemory(128 * kMegabyte, [&] { return keep("kept") == Outcome::kRewritten; }));
+  EXPECT_TRUE(succeedsWithMemory(64 * kMegabyte, [&] { return keep("kept") == Outcome::kRewritten; }));
   EXPECT_TRUE(inLibrary() == Entries({{"kept", "value"}}));  // not printed: the keys are long
 }
 
-TEST_F(OversizedLevel, aLogOfTooManyEntriesIsLeftAlone) {
+TEST_F(OversizedLevel, aLogOfTooManyEntriesGoesUnlessSomethingPreciousIsInIt) {
   constexpr std::uint64_t kCount = 2'000'000;
   std::string batch;
   appendFixedNumber(batch, 1, 8);
@@ -192,7 +220,8 @@ TEST_F(OversizedLevel, aLogOfTooManyEntriesIsLeftAlone) {
   std::string log;
   tidewell::appendLevelRecord(log, batch);
   write(folder + "/000005.log", log);
-  EXPECT_EQ(keep("kept"), Outcome::kLeft);
+  EXPECT_EQ(keep("1999999"), Outcome::kLeft);
+  EXPECT_EQ(keep("kept"), Outcome::kRemoved);
 }
 
 }  // namespace
