@@ -40,14 +40,15 @@ TabFileName parsed(const std::string& name) {
 /// Removes all rows from those of the tables that the database has, which `tables` chooses by their names. A database
 /// without such rows is not written: it holds what people have typed as well.
 Outcome emptyTables(const std::string& path, const std::string& tables) {
+  Left left = Left::kNothing;
   const auto names =
-      GrantedFiles::rowsOf("SELECT name FROM sqlite_master WHERE type = 'table' AND (" + tables + ");", path);
-  if (!names) return {Left::kNotReadable};
+      GrantedFiles::rowsOf("SELECT name FROM sqlite_master WHERE type = 'table' AND (" + tables + ");", path, left);
+  if (!names) return {left};
   const Outcome outcome = GrantedFiles::remove(path + kAsideSuffix);  // left by a worker that was killed
   std::vector<std::string> statements;
   for (std::size_t row = 0; row < names->size(); ++row) {
     const std::string name((*names)[row].stringForKey("name").value_or(""));
-    const auto first = GrantedFiles::rowsOf("SELECT 1 FROM \"" + name + "\" LIMIT 1;", path);
+    const auto first = GrantedFiles::rowsOf("SELECT 1 FROM \"" + name + "\" LIMIT 1;", path, left);
     if (!first || !first->empty()) statements.push_back("DELETE FROM \"" + name + "\";");
   }
   return statements.empty() ? outcome : GrantedFiles::changeDatabase(statements, path);

@@ -31,9 +31,10 @@ Outcome deletePushSubscriptions(const std::string& path) {
   static constexpr char kOfSites[] =
       "IN (SELECT object_data_key FROM unique_index_data WHERE instr(value, x'69757571') > 0 AND index_id IN"
       " (SELECT id FROM object_store_index WHERE name = 'identifiers'))";
+  Left left = Left::kNothing;
   const auto rows =
-      GrantedFiles::rowsOf(std::string("SELECT 1 FROM object_data WHERE key ") + kOfSites + " LIMIT 1;", path);
-  if (!rows) return {Left::kNotReadable};
+      GrantedFiles::rowsOf(std::string("SELECT 1 FROM object_data WHERE key ") + kOfSites + " LIMIT 1;", path, left);
+  if (!rows) return {left};
   if (rows->empty()) return GrantedFiles::remove(path + kAsideSuffix);  // left by a worker that was killed
   return GrantedFiles::changeDatabase({std::string("DELETE FROM object_data WHERE key ") + kOfSites,
                                        "DELETE FROM index_data WHERE object_data_key NOT IN"
