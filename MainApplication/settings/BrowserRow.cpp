@@ -1,6 +1,7 @@
 #include "MainApplication/settings/BrowserRow.h"
 
 #include <giomm/desktopappinfo.h>
+#include <glibmm/datetime.h>
 #include <libintl.h>
 
 #include <utility>
@@ -33,7 +34,7 @@ Glib::RefPtr<const Gio::Icon> iconOf(const Browser& browser) {
   return Gio::ThemedIcon::create(theme->has_icon("web-browser") ? "web-browser" : "application-x-executable");
 }
 
-const char* textOf(const BrowserRow::State& state) {
+const char* foldersTextOf(const BrowserRow::State& state) {
   if (state.isAsking) return ::dgettext("tidewell", "Waiting for your answer…");
   switch (state.folders) {
     case BrowserRow::Allowed::kNothingThere:
@@ -46,6 +47,22 @@ const char* textOf(const BrowserRow::State& state) {
       break;
   }
   return ::dgettext("tidewell", "Its folders are not allowed");
+}
+
+std::string runningTextOf(const RunningBrowser& browser) {
+  const auto seconds = std::chrono::system_clock::to_time_t(browser.since);
+  const std::string since = Glib::DateTime::create_now_local(seconds).format("%x %R");
+  if (browser.hasWindow.value_or(true)) return platform::formatted(::dgettext("tidewell", "It runs since %@"), {since});
+  return platform::formatted(::dgettext("tidewell", "It runs since %@, without a window"), {since});
+}
+
+std::string textOf(const BrowserRow::State& state) {
+  std::string text = foldersTextOf(state);
+  if (state.hasNeverAsked) {
+    text += std::string("\n") + ::dgettext("tidewell", "Some of its folders are never asked for");
+  }
+  if (state.running) text += "\n" + runningTextOf(*state.running);
+  return text;
 }
 
 std::string ofBrowser(const char* text, const Browser& browser) {

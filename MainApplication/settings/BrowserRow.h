@@ -4,7 +4,9 @@
 #include <gtkmm.h>
 
 #include <functional>
+#include <optional>
 
+#include "MainApplication/client/RunningBrowsers.h"
 #include "MainApplication/client/SettingsStore.h"
 #include "Worker/browsers/Browsers.h"
 
@@ -23,7 +25,9 @@ class BrowserRow : public Gtk::Box {
   struct State {
     bool isEnabled = false;
     Allowed folders = Allowed::kNone;
-    bool isAsking = false;  // a panel is open, or will be
+    bool isAsking = false;       // a panel is open, or will be
+    bool hasNeverAsked = false;  // the user has said "Never" to a folder
+    std::optional<RunningBrowser> running;
   };
 
   BrowserRow(const Browser& browser, Actions actions);

@@ -173,9 +173,15 @@ void SettingsWindow::preview(const Browser& browser) {
 
 void SettingsWindow::showState() {
   isShowing_ = true;
+  const auto running = runningBrowsers();
   for (std::size_t index = 0; index < rows_.size(); ++index) {
     const Browser& browser = *browsers_[index];
-    rows_[index]->show({settings_.isEnabled(browser), settings_.allowed(browser), asking_.contains(&browser)});
+    BrowserRow::State state{settings_.isEnabled(browser), settings_.allowed(browser), asking_.contains(&browser),
+                            !settings_.neverAsked(browser).empty(), std::nullopt};
+    if (const auto found = running.find(browser.bundleIdentifier); found != running.end()) {
+      state.running = found->second;
+    }
+    rows_[index]->show(state);
   }
   for (const Option& option : options_) option.widget->set_active(settings_.flag(option.key));
   isShowing_ = false;
