@@ -25,6 +25,22 @@ Outcome removeMediaLicences(const std::string& path) {
   return outcome;
 }
 
+Outcome cleanPermissions(const std::string& path, const Kept& kept) {
+  // One statement for each table, since not every version has all of them. Rules of extensions stay in any case.
+  static constexpr char kOfOthers[] = " WHERE substr(origin, 1, 16) <> 'moz-extension://'";
+  const std::string rules = kept.cookieRules || kept.siteSettings ? "'cookie', 'persist-data-on-shutdown'" : "";
+  // What the browser has noted by itself: which sites may see their cookies in which others.
+  const std::string notes = "(type GLOB '3rdParty*' OR type GLOB 'storageAccess*' OR type GLOB 'AllowStorageAccess*')";
+  const std::string goes = " type NOT IN (" + rules + ")" + (kept.siteSettings ? " AND " + notes : "");
+  Outcome outcome;
+  for (const std::string& statement :
+       {"DELETE FROM moz_perms" + std::string(kOfOthers) + " AND" + goes,
+        "DELETE FROM moz_origin_interactions" + std::string(kOfOthers), "DELETE FROM moz_hosts WHERE" + goes}) {
+    outcome += GrantedFiles::changeDatabase({statement + ";"}, path);
+  }
+  return outcome;
+}
+
 Outcome deletePushSubscriptions(const std::string& path) {
   // The browser's own database in the form of IndexedDB. Its index "identifiers" has the scope of each subscription:
   // of a site an address, in which each byte is greater by one ("iuuq" for "http").
