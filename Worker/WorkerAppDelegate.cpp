@@ -160,13 +160,13 @@ Report WorkerAppDelegate::clean(const std::string& browserName, IfRunning ifRunn
     removeSilverlight();
     removeBrowserCache(browserName);
     if (browser != nullptr && home.cleansCurrentStores) {
-      return Cleaning(*home.layout, *browser, {StoreAge::kCurrent}, ifRunning).run();
+      return Cleaning(*home.layout, *browser, {StoreAge::kCurrent}, home.kept, ifRunning).run();
     }
   } else if (browser != nullptr) {
     using Ages = std::set<StoreAge>;
     const Ages ages =
         home.cleansCurrentStores ? Ages{StoreAge::kCurrent, StoreAge::kOld} : Ages{StoreAge::kOld, StoreAge::kReplaced};
-    return Cleaning(*home.layout, *browser, ages, ifRunning).run();
+    return Cleaning(*home.layout, *browser, ages, home.kept, ifRunning).run();
   }
   return {};
 }

@@ -104,6 +104,7 @@ int Commands::status() {
                                   {"homeLayout", home.layout->name()},
                                   {"notifications", settings_.flag(kDisplayNotificationsKey)},
                                   {"overwrite", settings_.flag(kSecureDeleteDataKey)},
+                                  {"keepSiteSettings", home.kept.siteSettings},
                                   {"browsers", nlohmann::ordered_json::array()}};
   const auto running = runningBrowsers();
   for (const Browser* known : settings_.knownBrowsers()) {
@@ -137,7 +138,8 @@ int Commands::status() {
   const auto word = [](bool yes, const char* text) { return yes ? text : "-"; };
   output_ << "worker: " << (isRunning ? "running" : "not running")
           << "   notifications: " << (state["notifications"] ? "on" : "off")
-          << "   overwrite: " << (state["overwrite"] ? "on" : "off") << "\n\n";
+          << "   overwrite: " << (state["overwrite"] ? "on" : "off")
+          << "   site settings: " << (state["keepSiteSettings"] ? "kept" : "removed") << "\n\n";
   for (const auto& browser : state["browsers"]) {
     std::string name = browser["name"];
     name.resize(15, ' ');
@@ -253,12 +255,12 @@ int Commands::revoke(const std::string& folder) {
   return kDone;
 }
 
-int Commands::setFlag(const std::string& key, const std::string& onOrOff) {
-  if (onOrOff != "on" && onOrOff != "off") {
-    errors_ << "tidewell: say on or off\n";
+int Commands::setFlag(const std::string& key, const std::string& word, const FlagWords& words) {
+  if (word != words.on && word != words.off) {
+    errors_ << "tidewell: say " << words.on << " or " << words.off << '\n';
     return kMisused;
   }
-  return settings_.setFlag(key, onOrOff == "on") ? kDone : fail("the settings could not be written");
+  return settings_.setFlag(key, word == words.on) ? kDone : fail("the settings could not be written");
 }
 
 bool Commands::isAgreedThoughRunning(const Browser& browser) {

@@ -14,6 +14,11 @@
 
 namespace tidewell {
 
+/// The words that turn a setting on and off.
+struct FlagWords {
+  std::string on, off;
+};
+
 class Commands {
  public:
   struct Options {
@@ -34,7 +39,8 @@ class Commands {
   int allow(const std::vector<std::string>& browsers);
   int grants();
   int revoke(const std::string& folder);
-  int setFlag(const std::string& key, const std::string& onOrOff);
+  /// Writes a setting that one of two words turns on or off.
+  int setFlag(const std::string& key, const std::string& word, const FlagWords& words);
   /// Has a browser cleaned. While it runs, only with `force` or when the person agrees in the terminal.
   int quitOf(const std::string& browser);
   /// Prints what a run would remove now.

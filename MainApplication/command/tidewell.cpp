@@ -49,13 +49,14 @@ int main(int argc, char** argv) {
   CLI::App* revoke = grants->add_subcommand("revoke", "Take back what was allowed");
   revoke->add_option("FOLDER", word, "And all below it")->required();
   revoke->callback([&] { run = [&](Commands& c) { return c.revoke(word); }; });
-  for (const auto& [name, key, what] :
-       {std::tuple("notifications", tidewell::kDisplayNotificationsKey, "Say when a browser was cleaned"),
-        std::tuple("overwrite", tidewell::kSecureDeleteDataKey, "Overwrite files before they are removed")}) {
-    add(app, name, what, [&word, setting = key](Commands& c) { return c.setFlag(setting, word); })
-        ->add_option("on|off", word)
+  const auto flag = [&](const char* name, const char* key, const tidewell::FlagWords& words, const char* what) {
+    add(app, name, what, [&word, key, words](Commands& c) { return c.setFlag(key, word, words); })
+        ->add_option(words.on + "|" + words.off, word)
         ->required();
-  }
+  };
+  flag("notifications", tidewell::kDisplayNotificationsKey, {"on", "off"}, "Say when a browser was cleaned");
+  flag("overwrite", tidewell::kSecureDeleteDataKey, {"on", "off"}, "Overwrite files before they are removed");
+  flag("site-settings", tidewell::kKeepSiteSettingsKey, {"keep", "remove"}, "Keep what you have set for single sites");
   CLI::App* quitOf =
       add(app, "quit-of", "Clean after a browser now, as if it had quit", [&](Commands& c) { return c.quitOf(word); });
   quitOf->add_option("BROWSER", word)->required();

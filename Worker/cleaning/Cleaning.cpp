@@ -92,7 +92,7 @@ void Cleaning::clean(std::span<const Store> table, const std::string& folder) {
 
 void Cleaning::clean(const Store& store, const std::string& folder) {
   try {
-    note(store, folder, store.treatment(platform::appendingPathComponent(folder, store.path)));
+    note(store, folder, store.treatment(platform::appendingPathComponent(folder, store.path), kept_));
   } catch (const std::exception&) {
     note(store, folder, {Left::kFailed});
   }

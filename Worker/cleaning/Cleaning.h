@@ -25,9 +25,9 @@ enum class IfRunning { kIsSpared, kIsCleaned };
 
 class Cleaning {
  public:
-  /// Cleans the stores of these ages. Layout and browser must outlive the object.
-  Cleaning(const Layout& layout, const Browser& browser, std::set<StoreAge> ages, IfRunning ifRunning)
-      : layout_(layout), browser_(browser), ages_(std::move(ages)), ifRunning_(ifRunning) {}
+  /// Cleans the stores of these ages, but for what is kept. Layout and browser must outlive the object.
+  Cleaning(const Layout& layout, const Browser& browser, std::set<StoreAge> ages, const Kept& kept, IfRunning ifRunning)
+      : layout_(layout), browser_(browser), ages_(std::move(ages)), kept_(kept), ifRunning_(ifRunning) {}
 
   /// Whether the browser runs at this moment, and is to be left alone.
   bool isSpared() const;
@@ -47,6 +47,7 @@ class Cleaning {
   const Layout& layout_;
   const Browser& browser_;
   const std::set<StoreAge> ages_;
+  const Kept kept_;
   const IfRunning ifRunning_;
   Report report_;
 };

@@ -19,18 +19,19 @@ enum class Naming {
 struct Place {
   std::string_view path;  // names joined by dots, "*" for any one
   Naming naming;
+  bool isSetting = false;  // which the person may keep
 };
 
 constexpr std::array kPlaces{
     // Permissions, client hints, engagement, certificate decisions: all kinds of notes, present and future.
-    Place{"profile.content_settings", Naming::kPatterns},
+    Place{"profile.content_settings", Naming::kPatterns, true},
     // Zoom levels, by storage partition and host.
-    Place{"partition.per_host_zoom_levels.*", Naming::kHosts},
+    Place{"partition.per_host_zoom_levels.*", Naming::kHosts, true},
     // Sites that offered to handle a scheme such as "mailto", and were allowed to or refused.
-    Place{"custom_handlers.registered_protocol_handlers", Naming::kAddresses},
-    Place{"custom_handlers.ignored_protocol_handlers", Naming::kAddresses},
+    Place{"custom_handlers.registered_protocol_handlers", Naming::kAddresses, true},
+    Place{"custom_handlers.ignored_protocol_handlers", Naming::kAddresses, true},
     // Sites that may open other programs without asking: origin, then schemes.
-    Place{"protocol_handler.allowed_origin_protocol_pairs", Naming::kAddresses},
+    Place{"protocol_handler.allowed_origin_protocol_pairs", Naming::kAddresses, true},
     // Push messages: subscriptions by an identifier with the origin in it, and subscriptions that have ended.
     Place{"gcm.push_messaging_application_id_map", Naming::kAddresses},
     Place{"gcm.push_messaging_unsubscribed_entries_list", Naming::kAddresses},
@@ -66,6 +67,41 @@ constexpr std::array kPlaces{
     // Sites that were taken off the list of the most visited ones, by a digest of the address.
     Place{"ntp.most_visited_blacklist", Naming::kAny},
 };
+
+/// The kinds of content settings that nobody has made: what the browser has noted about sites.
+constexpr std::array<std::string_view, 33> kNotes{"abusive_notification_permissions",
+                                                  "app_banner",
+                                                  "are_suspicious_notifications_allowlisted_by_user",
+                                                  "client_hints",
+                                                  "cookie_controls_metadata",
+                                                  "disruptive_notification_permissions",
+                                                  "fedcm_idp_registration",
+                                                  "fedcm_idp_signin",
+                                                  "fedcm_share",
+                                                  "file_system_last_picked_directory",
+                                                  "formfill_metadata",
+                                                  "https_enforced",
+                                                  "important_site_info",
+                                                  "initialized_translations",
+                                                  "inline_cue_menu",
+                                                  "intent_picker_auto_display",
+                                                  "media_engagement",
+                                                  "notification_interactions",
+                                                  "notification_permission_review",
+                                                  "ondevice_languages_downloaded",
+                                                  "password_protection",
+                                                  "permission_actions_history",
+                                                  "permission_autoblocking_data",
+                                                  "permission_autorevocation_data",
+                                                  "reduced_accept_language",
+                                                  "safe_browsing_url_check_data",
+                                                  "site_engagement",
+                                                  "subresource_filter_data",
+                                                  "suspicious_notification_ids",
+                                                  "suspicious_notification_show_original",
+                                                  "suspicious_site_warning_data",
+                                                  "unused_site_permissions",
+                                                  "webid_auto_reauthn"};
 
 /// Pages of the browser that can be zoomed; their levels are stored among those of sites.
 constexpr std::array<std::string_view, 10> kOwnPages{"settings",     "history",         "extensions", "downloads",
@@ -131,17 +167,29 @@ bool isInsideEntry(const std::vector<std::string>& path, std::size_t depth) {
   return std::any_of(path.begin() + static_cast<std::ptrdiff_t>(depth), path.end() - 1, isPatternPair);
 }
 
-bool namesSite(const JsonPart& part) {
+/// Whether an entry in a place is one that stays: `path` leads to it, and `depth` is the number of the place's names.
+bool isKept(const Place& place, const std::vector<std::string>& path, std::size_t depth, const Kept& kept) {
+  if (!place.isSetting) return false;
+  if (place.naming != Naming::kPatterns) return kept.siteSettings;
+  // "profile", "content_settings", "exceptions", the kind, then the entry
+  if (path.size() < depth + 3 || path[depth] != "exceptions") return false;
+  const std::string& kind = path[depth + 1];
+  if (kind == "cookies") return kept.cookieRules || kept.siteSettings;
+  return kept.siteSettings && std::find(kNotes.begin(), kNotes.end(), kind) == kNotes.end();
+}
+
+bool goes(const JsonPart& part, const Kept& kept) {
   constexpr std::size_t kDeepestEntry = 8;  // none is below 5; keeps hostile nesting from taking time
   if (part.path.size() < 2 || part.path.size() > kDeepestEntry) return false;
-  for (const auto& [place, naming] : kPlaces) {
-    const std::size_t depth = depthBelow(place, part.path);
+  for (const Place& place : kPlaces) {
+    const std::size_t depth = depthBelow(place.path, part.path);
     if (depth == 0) continue;
     const std::string& name = part.path.back();
-    if (naming == Naming::kPatterns) return patternsNameSite(name) && !isInsideEntry(part.path, depth);
+    if (isKept(place, part.path, depth, kept)) return false;
+    if (place.naming == Naming::kPatterns) return patternsNameSite(name) && !isInsideEntry(part.path, depth);
     if (part.path.size() != depth + 1) return false;
-    if (naming == Naming::kHosts) return hostIsSite(name);
-    if (naming == Naming::kAddresses) return hasAddress(name) || hasAddress(part.before);
+    if (place.naming == Naming::kHosts) return hostIsSite(name);
+    if (place.naming == Naming::kAddresses) return hasAddress(name) || hasAddress(part.before);
     return true;
   }
   return false;
@@ -149,8 +197,8 @@ bool namesSite(const JsonPart& part) {
 
 }  // namespace
 
-Rewriting withoutSites(std::string_view preferences) {
-  auto rest = withoutParts(preferences, namesSite);
+Rewriting withoutSites(std::string_view preferences, const Kept& kept) {
+  auto rest = withoutParts(preferences, [&kept](const JsonPart& part) { return goes(part, kept); });
   if (!rest || rest->size() == preferences.size()) return Rewriting::leave();
   return Rewriting::replaceBy(std::move(*rest));
 }

@@ -6,12 +6,13 @@
 // checksum; the checksums in "Preferences" cover nothing that is removed.
 #pragma once
 
+#include "Worker/formats/Kept.h"
 #include "Worker/formats/Rewriting.h"
 
 namespace tidewell {
 
-/// The same settings without what sites have left; all else stays byte for byte. A text that is no JSON, or in which
-/// nothing of a site is found, is left alone, so a second pass changes nothing. Any thread.
-Rewriting withoutSites(std::string_view preferences);
+/// The same settings without what sites have left, but with what is kept; all else stays byte for byte. A text that is
+/// no JSON, or in which nothing of a site is found, is left alone, so a second pass changes nothing. Any thread.
+Rewriting withoutSites(std::string_view preferences, const Kept& kept = {});
 
 }  // namespace tidewell

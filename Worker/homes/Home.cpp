@@ -48,6 +48,14 @@ bool hasLibrary(const platform::UserDefaults& shared, const HomeFolder& home) {
                      [&](const char* name) { return home.eyes.mayBeThere(library + name); });
 }
 
+/// Also when the setting is of another kind: what was to be kept must not go because of a slip.
+bool keepsSiteSettings(const platform::UserDefaults& shared) {
+  const auto setting = shared.objectForKey(kKeepSiteSettingsKey);
+  if (!setting) return false;
+  const bool* isSet = setting->as<bool>();
+  return isSet == nullptr || *isSet;
+}
+
 std::vector<std::string> personalFolders(const HomeFolder& home, const platform::System& system) {
   std::vector<std::string> folders = system.userDirectories(home.path);
   for (const char* name : {"/.config", "/.cache", "/.local/share", "/.local/state"}) {
@@ -88,6 +96,7 @@ Home Home::of(const platform::UserDefaults& shared, const platform::System& syst
   if (isLibrary) {
     home.layout = std::make_unique<LibraryLayout>(home.folder);
   } else {
+    home.kept = {.cookieRules = true, .siteSettings = keepsSiteSettings(shared)};
     home.folder.configurationFolder = system.configurationFolder();
     home.folder.cachesFolder = system.cachesFolder();
     home.folder.personalFolders = personalFolders(home.folder, system);

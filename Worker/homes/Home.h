@@ -5,6 +5,7 @@
 
 #include "Platform/System.h"
 #include "Platform/UserDefaults.h"
+#include "Worker/formats/Kept.h"
 #include "Worker/homes/HomeFolder.h"
 #include "Worker/homes/Layout.h"
 
@@ -13,6 +14,7 @@ namespace tidewell {
 struct Home {
   HomeFolder folder;
   bool cleansCurrentStores = false;  // those of today's browsers, besides older ones
+  Kept kept;                         // nothing on a home with a Library
   std::unique_ptr<const Layout> layout;
 
   /// The home as it is now, by the settings and files of the installed platform. Any thread.

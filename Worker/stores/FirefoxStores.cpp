@@ -13,7 +13,7 @@ using enum StoreGroup;
 
 constexpr Store kProfile[] = {
     {kReplaced, kCookies, "cookies.sqlite", removeWhole, "cookies"},
-    {kOld, kCookies, "permissions.sqlite", removeWhole, "what sites were allowed"},
+    {kOld, kCookies, "permissions.sqlite", cleanPermissions, "what sites were allowed"},
     {kOld, kSiteStorage, "webappsstore.sqlite", deleteScopes, "local storage, of earlier versions"},
     {kReplaced, kSiteStorage, "storage/default", removeWhole, "databases, caches and local storage of sites"},
     {kReplaced, kSiteStorage, "storage/temporary", removeWhole, "what sites asked to be kept only for a while"},
@@ -47,6 +47,8 @@ constexpr Store kProfile[] = {
     {kCurrent, kCaches, "SiteSecurityServiceState.bin", removeWhole, "sites that demand secure connections"},
     {kCurrent, kCaches, "SiteIntegrityServiceState.bin", removeWhole, "sites that demand signed scripts"},
     {kCurrent, kCaches, "ssl_tokens_cache.bin", removeWhole, "tokens by which servers know a secure connection again"},
+    {kCurrent, kCookies, "ClientAuthRememberList.bin", removeUnlessKept,
+     "which certificate of the person's a site gets"},
     {kCurrent, kCaches, "AlternateServices.bin", removeWhole, "other servers at which sites can be reached"},
     {kCurrent, kCaches, "AlternateServices.txt", removeWhole, "the same, of earlier versions"},
 };

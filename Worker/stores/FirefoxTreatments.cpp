@@ -1,5 +1,9 @@
 // The treatments of stores that only Firefox and its relatives have, beyond those in Treatments.cpp.
 
+#include <map>
+#include <string>
+#include <vector>
+
 #include "Platform/Path.h"
 #include "Worker/Identity.h"
 #include "Worker/sandbox/GrantedFiles.h"
@@ -23,6 +27,26 @@ Outcome removeMediaLicences(const std::string& path) {
     }
   }
   return outcome;
+}
+
+Outcome cleanPermissions(const std::string& path, const Kept& kept) {
+  const std::string rules = kept.cookieRules || kept.siteSettings ? "'cookie', 'persist-data-on-shutdown'" : "";
+  // What the browser has noted by itself: which sites may see their cookies in which others.
+  const std::string notes = "(type GLOB '3rdParty*' OR type GLOB 'storageAccess*' OR type GLOB 'AllowStorageAccess*')";
+  const std::string isSites = "substr(origin, 1, 16) <> 'moz-extension://'";
+  const std::string goes = "type NOT IN (" + rules + ")" + (kept.siteSettings ? " AND " + notes : "");
+  const std::map<std::string, std::string, std::less<>> conditions = {
+      {"moz_perms", isSites + " AND " + goes}, {"moz_origin_interactions", isSites}, {"moz_hosts", goes}};
+  // Not every version has all of these tables.
+  const auto tables = GrantedFiles::rowsOf("SELECT name FROM sqlite_master WHERE type = 'table';", path);
+  if (!tables) return {Left::kNotReadable};
+  std::vector<std::string> statements;
+  for (std::size_t row = 0; row < tables->size(); ++row) {
+    const auto condition = conditions.find((*tables)[row].stringForKey("name").value_or(""));
+    if (condition == conditions.end()) continue;
+    statements.push_back("DELETE FROM " + condition->first + " WHERE " + condition->second + ";");
+  }
+  return GrantedFiles::changeDatabase(statements, path);
 }
 
 Outcome deletePushSubscriptions(const std::string& path) {

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "Worker/formats/Kept.h"
 #include "Worker/sandbox/Outcome.h"
 
 namespace tidewell {
@@ -19,7 +20,22 @@ enum class StoreAge {
 };
 
 /// Cleans a store: removes what sites have left in it. Does nothing when the store is missing.
-using Treatment = Outcome (*)(const std::string& path);
+class Treatment {
+ public:
+  using OfEverything = Outcome (*)(const std::string& path);
+  using OfUnkept = Outcome (*)(const std::string& path, const Kept& kept);
+
+  constexpr Treatment(OfEverything action) : ofEverything_(action) {}  // NOLINT: the tables name functions
+  constexpr Treatment(OfUnkept action) : ofUnkept_(action) {}          // NOLINT
+
+  Outcome operator()(const std::string& path, const Kept& kept) const {
+    return ofUnkept_ != nullptr ? ofUnkept_(path, kept) : ofEverything_(path);
+  }
+
+ private:
+  OfEverything ofEverything_ = nullptr;
+  OfUnkept ofUnkept_ = nullptr;
+};
 
 struct Store {
   StoreAge age;

@@ -46,6 +46,10 @@ Outcome removeWhole(const std::string& path) {
   return GrantedFiles::remove(path);
 }
 
+Outcome removeUnlessKept(const std::string& path, const Kept& kept) {
+  return kept.siteSettings ? Outcome() : removeWhole(path);
+}
+
 Outcome removeDatabase(const std::string& path) {
   Outcome outcome;
   for (const char* companion : kDatabaseCompanions) outcome += GrantedFiles::remove(path + companion);
@@ -190,8 +194,8 @@ Outcome cleanWebStorage(const std::string& path) {
   return outcome += GrantedFiles::changeDatabase({kDeleteSites}, index);
 }
 
-Outcome cleanPreferences(const std::string& path) {
-  return GrantedFiles::rewrite(path, withoutSites);
+Outcome cleanPreferences(const std::string& path, const Kept& kept) {
+  return GrantedFiles::rewrite(path, [&kept](std::string_view text) { return withoutSites(text, kept); });
 }
 
 Outcome cleanStorageIndex(const std::string& path) {
@@ -203,7 +207,8 @@ Outcome deleteScopes(const std::string& path) {
   return GrantedFiles::changeDatabase({std::string("DELETE FROM webappsstore2 WHERE ") + kOfSites}, path);
 }
 
-Outcome cleanContentPreferences(const std::string& path) {
+Outcome cleanContentPreferences(const std::string& path, const Kept& kept) {
+  if (kept.siteSettings) return {};
   return GrantedFiles::changeDatabase({"DELETE FROM prefs WHERE groupID IS NOT NULL;", "DELETE FROM groups;"}, path);
 }
 

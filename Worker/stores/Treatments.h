@@ -4,12 +4,16 @@
 
 #include <string>
 
+#include "Worker/formats/Kept.h"
 #include "Worker/sandbox/Outcome.h"
 
 namespace tidewell::treatments {
 
 /// Removes the file, or the folder with all its contents.
 Outcome removeWhole(const std::string& path);
+
+/// The same for settings of sites, which the person may keep.
+Outcome removeUnlessKept(const std::string& path, const Kept& kept);
 
 /// Removes an SQLite database, with its journal, write-ahead log and shared-memory file.
 Outcome removeDatabase(const std::string& path);
@@ -45,7 +49,7 @@ Outcome cleanFileSystem(const std::string& path);
 Outcome cleanWebStorage(const std::string& path);
 
 /// Chromium's settings file, which also holds entries about sites.
-Outcome cleanPreferences(const std::string& path);
+Outcome cleanPreferences(const std::string& path, const Kept& kept);
 
 /// Chromium's files of tabs: removes what pages have stored with them, keeps the tabs.
 Outcome cleanTabFiles(const std::string& path);  // all files in a folder
@@ -63,7 +67,10 @@ Outcome cleanPaymentManifests(const std::string& path);
 /// Firefox's databases in which some rows are kept.
 Outcome cleanStorageIndex(const std::string& path);
 Outcome deleteScopes(const std::string& path);  // local storage of earlier versions, and its archive
-Outcome cleanContentPreferences(const std::string& path);
+Outcome cleanContentPreferences(const std::string& path, const Kept& kept);
+
+/// Firefox's database of what sites may do: keeps what belongs to extensions as well.
+Outcome cleanPermissions(const std::string& path, const Kept& kept);
 
 /// Firefox's folder of the plug-ins for protected media: removes what they keep for sites.
 Outcome removeMediaLicences(const std::string& path);

@@ -1,6 +1,6 @@
 # Completion of "tidewell" for fish.
 
-set -l commands status browsers enable disable allow preview grants notifications overwrite quit-of defaults
+set -l commands status browsers enable disable allow preview grants notifications overwrite site-settings quit-of defaults
 set -l domains 7QX2LM9PDA.com.emberlinestudio.Tidewell 7QX2LM9PDA.com.emberlinestudio.Tidewell.TidewellWorker
 
 complete -c tidewell -f
@@ -15,6 +15,7 @@ complete -c tidewell -n $first -a preview -d 'What a run would remove now'
 complete -c tidewell -n $first -a grants -d 'The folders that are allowed'
 complete -c tidewell -n $first -a notifications -d 'Say when a browser was cleaned'
 complete -c tidewell -n $first -a overwrite -d 'Overwrite files before they are removed'
+complete -c tidewell -n $first -a site-settings -d 'Keep what you have set for single sites'
 complete -c tidewell -n $first -a quit-of -d 'Clean after a browser now, as if it had quit'
 complete -c tidewell -n $first -a defaults -d 'Read and write settings'
 
@@ -25,6 +26,7 @@ complete -c tidewell -n '__fish_seen_subcommand_from quit-of' -l force -d 'Also 
 complete -c tidewell -n '__fish_seen_subcommand_from status browsers preview grants' -l json -d 'For programs'
 complete -c tidewell -n '__fish_seen_subcommand_from browsers' -l words -d 'Only what each may be called'
 complete -c tidewell -n '__fish_seen_subcommand_from notifications overwrite' -a 'on off'
+complete -c tidewell -n '__fish_seen_subcommand_from site-settings' -a 'keep remove'
 complete -c tidewell -n '__fish_seen_subcommand_from grants; and not __fish_seen_subcommand_from revoke' \
     -a revoke -d 'Take back what was allowed'
 complete -c tidewell -n '__fish_seen_subcommand_from revoke' -a '(tidewell grants 2>/dev/null)'
@@ -33,5 +35,5 @@ set -l word 'test (count (commandline -opc)) -eq'
 set -l defaults '__fish_seen_subcommand_from defaults; and'
 complete -c tidewell -n "$defaults $word 2" -a 'read write delete'
 complete -c tidewell -n "$defaults $word 3" -a "$domains"
-complete -c tidewell -n "$defaults $word 4" -a 'enabledBrowsers displayNotifications secureDeleteData userFolder homeLayout currentStores startedWith'
+complete -c tidewell -n "$defaults $word 4" -a 'enabledBrowsers displayNotifications secureDeleteData userFolder homeLayout currentStores keepSiteSettings startedWith'
 complete -c tidewell -n "$defaults $word 5; and contains -- write (commandline -opc)" -a '-string -bool -int -array'

@@ -34,7 +34,12 @@ constexpr Case kCases[] = {
     {treatments::cleanWebStorage, "WebStorage", "WebStorage/QuotaManager"},
     {treatments::cleanStorageIndex, "storage.sqlite", "storage.sqlite"},
     {treatments::deleteScopes, "webappsstore.sqlite", "webappsstore.sqlite"},
-    {treatments::cleanContentPreferences, "content-prefs.sqlite", "content-prefs.sqlite"},
+    {[](const std::string& path) { return treatments::cleanContentPreferences(path, {}); }, "content-prefs.sqlite",
+     "content-prefs.sqlite"},
+    {[](const std::string& path) { return treatments::cleanPermissions(path, {.cookieRules = true}); },
+     "permissions.sqlite", "permissions.sqlite"},
+    {treatments::deletePushSubscriptions, "2918063365piupsah.sqlite", "2918063365piupsah.sqlite"},
+    {treatments::cleanPredictions, "Network Action Predictor", "Network Action Predictor"},
 };
 
 void require(bool holds) {

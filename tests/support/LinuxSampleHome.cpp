@@ -77,6 +77,7 @@ void fillFirefox(const ScratchFolder& home, const SampleWriter& writer) {
   for (const FirefoxInstallation& installation : kFirefoxInstallations) {
     for (const std::string& profile : installation.profiles) {
       writeFirefoxProfile(writer, installation.data + profile, installation.caches + profile);
+      writeFirefoxPermissions(writer, installation.data + profile);
     }
     writer.files(Owner::kPerson, installation.data, {"installs.ini", "notes.txt"});
     writer.files(Owner::kSiteInCurrentStore, installation.data, {"Crash Reports/pending/1.dmp"});
@@ -87,6 +88,7 @@ void fillFirefox(const ScratchFolder& home, const SampleWriter& writer) {
       "[Profile0]\r\nName=default\r\nIsRelative=1\r\nPath=ann.default\r\n\r\n[Profile1]\r\nIsRelative=0\r\nPath=" +
           apart.substr(0, apart.size() - 1) + "\r\n");
   writeFirefoxProfile(writer, kApart, kApart);
+  writeFirefoxPermissions(writer, kApart);
 }
 
 void fillOthers(const ScratchFolder& home, const SampleWriter& writer) {
@@ -161,6 +163,7 @@ void fillLibraryWithCurrentStores(const ScratchFolder& home, const std::optional
   const SampleWriter firefox = writerFor(home, "Firefox", cleaned);
   for (const char* profile : {"ann.default/", "ann.work/"}) {
     writeFirefoxProfile(firefox, support + "Firefox/Profiles/" + profile, caches + "Firefox/Profiles/" + profile);
+    firefox.files(Owner::kSite, support + "Firefox/Profiles/" + profile, {"permissions.sqlite"});
   }
   firefox.files(Owner::kPerson, support, {"Firefox/profiles.ini", "Firefox/Profiles/notes.txt"});
   fillOthers(home, SampleWriter(home, Stage::kBefore));
@@ -173,6 +176,7 @@ void fillInstallation(const ScratchFolder& home, const tidewell::Browser& browse
   const std::string caches = cacheFolder + "/";
   if (browser.family == tidewell::Family::kFirefox) {
     writeFirefoxProfile(writer, data + "ann.default/", caches + "ann.default/");
+    writeFirefoxPermissions(writer, data + "ann.default/");
     home.file(data + "profiles.ini", "[Profile0]\nName=default\nIsRelative=1\nPath=ann.default\n");
   } else {
     const std::string profile = browser.hasProfileInDataFolder ? "" : "Default/";

@@ -118,14 +118,29 @@ void writePersonsFiles(const SampleWriter& writer, const std::string& profile) {
 
 }  // namespace
 
+void writeFirefoxPermissions(const SampleWriter& writer, const std::string& profile) {
+  // The person's own rule on cookies names a site, too.
+  const auto row = [](const std::string& origin, const std::string& type) {
+    return "INSERT INTO moz_perms (origin, type, permission) VALUES ('" + origin + "', '" + type + "', 1);";
+  };
+  writer.statements(
+      kPerson, profile + "permissions.sqlite",
+      "CREATE TABLE moz_perms (id INTEGER PRIMARY KEY, origin TEXT, type TEXT, permission INTEGER);"
+      "CREATE TABLE moz_origin_interactions (origin TEXT PRIMARY KEY, lastInteractionTime INTEGER);" +
+          row("https://trusted.example", "cookie") +
+          row("moz-extension://0d4f7ba1-65d4-4a2c-8e2e-d3dcd5bb7e0c", "persistent-storage") +
+          writer.textOf(kSite, row(kSiteOrigin, "geo") + row(kSiteOrigin, "desktop-notification") +
+                                   "INSERT INTO moz_origin_interactions VALUES ('" + kSiteOrigin + "', 1);"));
+}
+
 void writeFirefoxProfile(const SampleWriter& writer, const std::string& profile, const std::string& caches) {
-  writer.files(kSite, profile, {"cookies.sqlite", "permissions.sqlite", "SiteSecurityServiceState.txt"});
+  writer.files(kSite, profile, {"cookies.sqlite", "SiteSecurityServiceState.txt"});
   writer.files(
       kSiteInCurrentStore, profile,
       {"cookies.sqlite-wal", "cookies.sqlite-shm", "bounce-tracking-protection.sqlite",
        "bounce-tracking-protection.sqlite-wal", "serviceworker.txt", "SiteSecurityServiceState.bin",
        "AlternateServices.bin", "cookies.sqlite.bak", "cookies.sqlite.bak-rebuild", "credentialstate.sqlite",
-       "notificationstore.json", "ssl_tokens_cache.bin", "SiteIntegrityServiceState.bin",
+       "notificationstore.json", "ClientAuthRememberList.bin", "ssl_tokens_cache.bin", "SiteIntegrityServiceState.bin",
        "gmp/Linux_x86_64-gcc3/gmp-widevinecdm/id/5a/origin", "gmp/Linux_x86_64-gcc3/gmp-widevinecdm/storage/5a/key",
        "storage/to-be-removed/1/" + kSiteFolder + "/x", "storage/private/5a/idb/1.sqlite"});
   writer.files(

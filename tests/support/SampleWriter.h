@@ -57,7 +57,10 @@ void writeChromeProfile(const SampleWriter& writer, const std::string& profile, 
 /// Writes what lies beside the profiles.
 void writeChromeData(const SampleWriter& writer, const std::string& dataFolder);
 
-/// Writes a profile of Firefox; both paths end with a slash.
+/// Writes a profile of Firefox, without permissions; both paths end with a slash.
 void writeFirefoxProfile(const SampleWriter& writer, const std::string& profile, const std::string& caches);
+
+/// Writes the permissions in a profile of Firefox, of which a part stays on a home without a Library.
+void writeFirefoxPermissions(const SampleWriter& writer, const std::string& profile);
 
 }  // namespace testing_support

@@ -12,9 +12,8 @@ import subprocess
 
 import traces
 
-# Marks of a site that may stay: history and bookmarks hold titles, and open tabs keep their own state.
+# Marks of a site that may stay: history, bookmarks and open tabs hold titles.
 TITLES = {"title"}
-TABS = {"title", "field", "formText", "historyState", "windowName"}
 COMPLAINTS = re.compile(r"corrupt|malformed|not a database|disk image|IO error|could not be (opened|read)|"
                         r"failed to (open|load|read).*(database|store|profile)", re.IGNORECASE)
 
@@ -31,6 +30,7 @@ class Browser:
     spared = {}         # files that may name sites: expressions for paths in `data`, with the allowed marks
     stores = {}         # what sites fill: expressions for paths in `data` and `cache`
     fills_at_once = ()  # those of them that are on the disk before the browser ends in any way
+    reopens_tabs_after = ()  # ways to end
     read_back = set()   # what a visit finds again besides what pages write
 
     def __init__(self, desk, screen, site):

@@ -8,7 +8,7 @@ import shutil
 import sqlite3
 import subprocess
 
-from installed_browser import TABS, TITLES, Browser
+from installed_browser import TITLES, Browser
 
 
 class Chromium(Browser):
@@ -30,7 +30,7 @@ class Chromium(Browser):
     spared = {
         r"[^/]+/(History|Favicons|Top Sites|Shortcuts|Visited Links|Network Action Predictor)": TITLES,
         r"[^/]+/(Bookmarks|Login Data)": TITLES,
-        r"[^/]+/Sessions/": TABS,
+        r"[^/]+/Sessions/": TITLES,
     }
     stores = {
         r"[^/]+/Cookies": "cookies",
@@ -62,7 +62,8 @@ class Chromium(Browser):
                      "storage buckets, and all storage of framed sites", "compression dictionaries",
                      "salts of media devices", "permissions, client hints, zoom, engagement",
                      "history and icons")
-    read_back = {"first: httpOnlyCookie", "first: partitionedHttpOnlyCookie", "first: permission", "first: clientHints",
+    reopens_tabs_after = ("closing the last window", "quitting by the menu or its key", "SIGTERM")
+    read_back = {"first: historyState", "first: formText", "first: httpOnlyCookie", "first: partitionedHttpOnlyCookie", "first: permission", "first: clientHints",
                  "first: dictionary", "first: zoom", "first: cached /cached", "third: cached /large.js",
                  "secure: cached /cached", "secure: partitionedHttpOnlyCookie", "third: partitionedHttpOnlyCookie"}
 
@@ -129,6 +130,7 @@ class Chromium(Browser):
         exceptions = preferences["profile"].setdefault("content_settings", {}).setdefault("exceptions", {})
         exceptions.setdefault("notifications", {})[self.site.address("first")[:-1] + ",*"] = {
             "last_modified": "13400000000000000", "setting": 1}
+        preferences.setdefault("session", {})["restore_on_startup"] = 1  # the tabs of the last time
         with open(path, "w") as file:
             json.dump(preferences, file)
 

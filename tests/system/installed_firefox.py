@@ -5,7 +5,7 @@ import json
 import os
 
 import marionette
-from installed_browser import TABS, TITLES, Browser
+from installed_browser import TITLES, Browser
 
 
 class Firefox(Browser):
@@ -28,7 +28,7 @@ class Firefox(Browser):
     spared = {
         r"[^/]+/(places|favicons)\.sqlite": TITLES,
         r"[^/]+/(logins|key4|bookmarkbackups)": TITLES,
-        r"[^/]+/sessionstore": TABS,
+        r"[^/]+/sessionstore": TITLES,
     }
     stores = {
         r"[^/]+/cookies\.sqlite": "cookies",
@@ -47,7 +47,7 @@ class Firefox(Browser):
         r"[^/]+/AlternateServices\.": "alternative services",
         r"[^/]+/(places|favicons)\.sqlite": "history, bookmarks and icons",
         r"[^/]+/(logins|key4)": "passwords",
-        r"[^/]+/sessionstore": "open tabs (what pages stored in them is removed)",
+        r"[^/]+/sessionstore": "open tabs",
         r"(Crash Reports|[^/]+/(crashes|minidumps))/": "crash reports",
     }
     fills_at_once = ("cookies", "folders of sites", "local storage", "IndexedDB", "private file systems", "zoom",

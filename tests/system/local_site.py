@@ -80,7 +80,8 @@ class Visit:
         self.extension = None
         self.typed = ""
         self.zoomed = None
-        self.again = []      # what reopened tabs still have
+        self.reopened = []   # the titles of reopened tabs
+        self.again = []      # what these tabs still have
         self.asked = {}      # place: {what the browser had kept and sent}
         self.served = set()  # (place, path): what the browser requested, and so did not have
 
@@ -95,6 +96,8 @@ class Visit:
             found.update({f"{place}: {name}": value for name, value in self.asked[place].items()})
             found.update({f"{place}: cached {path}": "yes" for path in ("/cached", "/image.png", "/large.js")
                           if (place, path) not in self.served})
+        for tab in self.again:
+            found.update({f"first: {name}": value for name, value in tab.items() if value is not None})
         return found
 
 
@@ -262,7 +265,9 @@ class Handler(http.server.BaseHTTPRequestHandler):
         if what in HOSTS:
             visit.pages[what] = told
         elif what == "again":
-            self.site.visits[self.site.visit].again.append(told)
+            visit = self.site.visits[self.site.visit]
+            visit.reopened.append(told.pop("title"))
+            visit.again.append(told)
         elif what == "typed":
             visit.typed = max(visit.typed, told, key=len)
         elif what == "zoomed":

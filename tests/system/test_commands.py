@@ -123,6 +123,15 @@ class Commands(unittest.TestCase):
                 self.assertEqual(self.state()[key], word == "on")
             self.assertEqual(self.tidewell(command, "perhaps")[0], 2)
 
+    def test_site_settings(self):
+        self.start()
+        for word in ("keep", "remove"):
+            self.succeed("site-settings", word)
+            key = [session.SHARED, "keepSiteSettings"]
+            self.assertEqual(self.succeed("defaults", "read", *key).strip(), "1" if word == "keep" else "0")
+        self.assertEqual(self.tidewell("site-settings", "on")[0], 2)
+        self.assertFalse(self.state()["keepSiteSettings"], "nothing is kept on a home with a Library")
+
     def test_grants_can_be_listed_and_taken_back(self):
         self.start()
         self.succeed("allow", "firefox", "--yes")

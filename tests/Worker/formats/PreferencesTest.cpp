@@ -251,4 +251,29 @@ TEST(Preferences, areWellFormedAfterAnyChange) {
   }
 }
 
+const tidewell::Kept kRules{.cookieRules = true};
+const tidewell::Kept kAll{.cookieRules = true, .siteSettings = true};
+
+TEST(Preferences, keepTheRulesOnCookiesWhereThatIsWanted) {
+  const std::string rules = R"({"profile":{"content_settings":{"exceptions":{"cookies":{"[*.]a.test,*":{"setting":2}})";
+  EXPECT_EQ(withoutSites(rules + "}}}}", kRules).action, Rewriting::Action::kLeave);
+  EXPECT_EQ(withoutSites(rules + R"(,"images":{"[*.]a.test,*":{"setting":2}}}}}})", kRules).contents,
+            rules + R"(,"images":{}}}}})");
+  EXPECT_EQ(withoutSites(rules + "}}}}").action, Rewriting::Action::kReplace) << "not wanted";
+}
+
+TEST(Preferences, keepSettingsOfSitesAndNotWhatTheBrowserHasNotedWhereThatIsWanted) {
+  const std::string settings =
+      R"({"custom_handlers":{"registered_protocol_handlers":[{"url":"https://a.test/%s"}]},"partition":)"
+      R"({"per_host_zoom_levels":{"x":{"a.test":{"zoom_level":1}}}},"profile":{"content_settings":{"exceptions":{)"
+      R"("geolocation":{"https://a.test:443,*":{"setting":1}},"ssl_cert_decisions":{"https://a.test,*":{"setting":{)"
+      R"("https://b.test,*":1}}})";
+  EXPECT_EQ(withoutSites(settings + "}}}}", kAll).action, Rewriting::Action::kLeave);
+  EXPECT_EQ(withoutSites(settings + R"(,"site_engagement":{"https://a.test:443,*":{"setting":{}}}}}}})", kAll).contents,
+            settings + R"(,"site_engagement":{}}}}})");
+  EXPECT_EQ(withoutSites(R"({"zerosuggest":{"cachedresults_with_url":{"https://a.test":1}}})", kAll).contents,
+            R"({"zerosuggest":{"cachedresults_with_url":{}}})")
+      << "no setting";
+}
+
 }  // namespace

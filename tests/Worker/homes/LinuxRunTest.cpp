@@ -32,7 +32,7 @@ bool mayBeRewritten(const std::string& path) {
       "/Current Tabs", "/Last Tabs", "/Web Data", "/Network Action Predictor",
       // Firefox's
       "/sessionstore.jsonlz4", "/sessionstore-backups/", "/webappsstore.sqlite", "/storage.sqlite",
-      "/ls-archive.sqlite", "/content-prefs.sqlite", "/2918063365piupsah.sqlite"};
+      "/ls-archive.sqlite", "/content-prefs.sqlite", "/2918063365piupsah.sqlite", "/permissions.sqlite"};
   return std::any_of(kParts.begin(), kParts.end(),
                      [&](const std::string& part) { return path.find(part) != std::string::npos; });
 }

@@ -25,7 +25,7 @@ const runTheLargeScriptAgain = async () => {
 const ofThisTab = () => ({
   windowName: window.name || null,
   historyState: history.state,
-  formText: document.getElementById("text").value || null,
+  formText: document.getElementById("area").value || document.getElementById("text").value || null,
   sessionStorage: sessionStorage.getItem("kept"),
 });
 
@@ -53,7 +53,10 @@ const visitTheSite = async () => {
 const start = async () => {
   const text = document.getElementById("text");
   if (window === top) text.focus();
-  text.addEventListener("input", () => tell("typed", text.value));
+  text.addEventListener("input", () => {
+    document.getElementById("area").value = text.value;  // browsers restore it also where forms are not completed
+    tell("typed", text.value);
+  });
   window.addEventListener("resize", () => window.devicePixelRatio === times || tell("zoomed", devicePixelRatio));
   try {
     await visitTheSite();
@@ -62,6 +65,6 @@ const start = async () => {
   }
 };
 
-// A tab of an earlier visit that the browser has reopened only reports what it still has.
-if (past) tell("again", ofThisTab());
+// A tab of an earlier visit that the browser has reopened only reports what it still has, once its form is restored.
+if (past) addEventListener("load", () => setTimeout(() => tell("again", {title: document.title, ...ofThisTab()}), 500));
 else start();

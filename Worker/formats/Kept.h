@@ -1,0 +1,14 @@
+// What stays of a browser's data about sites because the person wants it to.
+#pragma once
+
+namespace tidewell {
+
+struct Kept {
+  /// The sites whose cookies the person has allowed or blocked by hand.
+  bool cookieRules = false;
+  /// Permissions, zoom, handlers of protocols, decisions about certificates. What a browser notes about a site by
+  /// itself goes all the same.
+  bool siteSettings = false;
+};
+
+}  // namespace tidewell
