@@ -8,7 +8,9 @@
 #include "Platform/Linux/host/RegularFile.h"
 #include "Platform/Path.h"
 #include "Worker/Identity.h"
+#include "Worker/formats/ProfilesIni.h"
 #include "Worker/homes/NeverAsked.h"
+#include "Worker/sandbox/Operation.h"
 
 namespace tidewell {
 namespace {
@@ -17,7 +19,6 @@ using platform::FileURL;
 using platform::Value;
 
 constexpr std::string_view kGrantPrefix = "bd_";
-constexpr std::size_t kLargestList = 16 << 20;  // bytes, of a list of profiles
 
 /// The path in a grant's key of the worker's settings; absent for any other key.
 std::optional<std::string> grantedPath(const std::string& key) {
@@ -93,7 +94,7 @@ Home SettingsStore::home() const {
     return error ? path : place;
   };
   const auto contentsOf = [](const std::string& path) {
-    return platform::linux_::contentsOfRegularFile(path, kLargestList).value();
+    return platform::linux_::contentsOfRegularFile(path, kLargestProfilesIni).value();
   };
   return Home::of(*domains_.suite(kSharedSuite), system,
                   {isFolder, mayBeFolder, mayBeThere, mayBeEmpty, isRegularFile, contentsOf, withoutLinks});
@@ -128,9 +129,16 @@ std::size_t SettingsStore::revoke(const std::string& folder) {
 }
 
 bool SettingsStore::isGranted(const std::string& folder) const {
+  return isGranted(folder, home());
+}
+
+bool SettingsStore::isGranted(const std::string& folder, const Home& home) const {
+  const auto isUsed = [&home](const std::string& granted) {
+    return home.layout->takesWideGrants() || !isTooWideFor(home.folder.path, granted, home.folder.eyes.withoutLinks);
+  };
   const std::vector<std::string> granted = grants();
   return std::any_of(granted.begin(), granted.end(),
-                     [&](const std::string& path) { return platform::isPathInside(folder, path); });
+                     [&](const std::string& path) { return platform::isPathInside(folder, path) && isUsed(path); });
 }
 
 std::vector<std::string> SettingsStore::neverAsked(const Browser& browser) const {
@@ -141,16 +149,17 @@ std::vector<std::string> SettingsStore::neverAsked(const Browser& browser) const
   std::vector<std::string> folders = current.layout->foldersNeededBy(browser);
   std::erase_if(folders, [&](const std::string& folder) {
     const std::string place = current.folder.eyes.withoutLinks(folder);
-    return isGranted(place) || std::find(never.begin(), never.end(), place) == never.end();
+    return isGranted(place, current) || std::find(never.begin(), never.end(), place) == never.end();
   });
   return folders;
 }
 
 SettingsStore::Allowed SettingsStore::allowed(const Browser& browser) const {
-  const std::vector<std::string> needed = home().layout->foldersNeededBy(browser);
+  const Home current = home();
+  const std::vector<std::string> needed = current.layout->foldersNeededBy(browser);
   if (needed.empty()) return Allowed::kNothingThere;
-  const auto count =
-      std::count_if(needed.begin(), needed.end(), [this](const std::string& folder) { return isGranted(folder); });
+  const auto count = std::count_if(needed.begin(), needed.end(),
+                                   [&](const std::string& folder) { return isGranted(folder, current); });
   if (count == 0) return Allowed::kNone;
   return static_cast<std::size_t>(count) == needed.size() ? Allowed::kAll : Allowed::kSome;
 }

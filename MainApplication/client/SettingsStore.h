@@ -34,7 +34,7 @@ class SettingsStore {
   /// Revokes the grants of the folder and of all below it; returns how many there were.
   std::size_t revoke(const std::string& folder);
 
-  /// Whether the folder, or one above it, is granted.
+  /// Whether the folder, or one above it, is granted. A grant that the worker passes over as too wide is none.
   bool isGranted(const std::string& folder) const;
 
   /// The folders that a browser's cleaning needs and for which the user has said "Never".
@@ -45,6 +45,8 @@ class SettingsStore {
   Allowed allowed(const Browser& browser) const;
 
  private:
+  bool isGranted(const std::string& folder, const Home& home) const;
+
   std::shared_ptr<platform::linux_::DefaultsFile> shared() const;
   std::shared_ptr<platform::linux_::DefaultsFile> workers() const;
 

@@ -4,9 +4,12 @@
 #include <optional>
 #include <ostream>
 
+#include "Platform/PrintableText.h"
+
 namespace tidewell {
 namespace {
 
+using platform::printable;
 using platform::Value;
 
 constexpr char kUsage[] =
@@ -46,6 +49,22 @@ std::optional<Value> valueFromWords(const std::vector<std::string>& words) {
   return std::nullopt;
 }
 
+/// The value with all its texts made safe to show: names of folders, and what browsers were started with, are in them.
+Value printableValue(const Value& value) {
+  if (const auto* text = value.as<std::string>()) return printable(*text);
+  if (const auto* array = value.as<Value::Array>()) {
+    Value::Array shown;
+    for (const Value& element : *array) shown.push_back(printableValue(element));
+    return shown;
+  }
+  if (const auto* dictionary = value.as<Value::Dictionary>()) {
+    Value::Dictionary shown;
+    for (const auto& [key, element] : *dictionary) shown.insert_or_assign(printable(key), printableValue(element));
+    return shown;
+  }
+  return value;
+}
+
 }  // namespace
 
 int DefaultsCommand::run(const Arguments& arguments) {
@@ -63,12 +82,12 @@ int DefaultsCommand::read(platform::linux_::DefaultsFile& file, const Arguments&
   if (arguments.size() == 2) {
     Value::Dictionary all = file.readAll();
     if (all.empty()) return missing(arguments);
-    output_ << Value(std::move(all)).description() << '\n';
+    output_ << printableValue(Value(std::move(all))).description() << '\n';
     return kDone;
   }
   const std::optional<Value> value = file.read(arguments[2]);
   if (!value) return missing(arguments);
-  output_ << value->description() << '\n';
+  output_ << printableValue(*value).description() << '\n';
   return kDone;
 }
 
@@ -89,14 +108,14 @@ int DefaultsCommand::erase(platform::linux_::DefaultsFile& file, const Arguments
 }
 
 int DefaultsCommand::missing(const Arguments& arguments) {
-  errors_ << "tidewell: " << arguments[1];
-  if (arguments.size() > 2) errors_ << " has no value for " << arguments[2] << '\n';
+  errors_ << "tidewell: " << printable(arguments[1]);
+  if (arguments.size() > 2) errors_ << " has no value for " << printable(arguments[2]) << '\n';
   if (arguments.size() == 2) errors_ << " has no settings\n";
   return kFailed;
 }
 
 int DefaultsCommand::misused(const std::string& why) {
-  errors_ << "tidewell: " << why << '\n' << kUsage;
+  errors_ << "tidewell: " << printable(why) << '\n' << kUsage;
   return kMisused;
 }
 

@@ -1,6 +1,6 @@
 // "tidewell defaults": reads and writes settings from a terminal.
 //
-//   read DOMAIN [KEY]      prints one value, or all of them
+//   read DOMAIN [KEY]      prints one value, or all of them, with escapes for what would move a cursor
 //   write DOMAIN KEY [-string S | -bool YES|NO | -int N | -array S…]
 //   delete DOMAIN [KEY]    removes one value, or the whole domain
 #pragma once

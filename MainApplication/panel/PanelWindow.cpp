@@ -49,13 +49,13 @@ AnswerGate::Key kindOf(guint key, Gdk::ModifierType state) {
 }  // namespace
 
 PanelWindow::PanelWindow(const PanelRequest& request, Answer answer) : answer_(std::move(answer)) {
-  set_title(request.title);
+  set_title(platform::printable(request.title));
   set_default_size(kWidth, -1);
   set_modal(true);
   content_.set_margin(kMargin);
   set_child(content_);
 
-  message_.set_text(request.message);
+  message_.set_text(platform::printable(request.message));
   message_.set_wrap(true);
   message_.set_max_width_chars(kMessageCharacters);
   message_.set_xalign(0);
@@ -141,14 +141,14 @@ void PanelWindow::addChoices(const PanelRequest& request) {
   for (const PanelChoice& choice : request.choices) {
     auto* button = Gtk::make_managed<Gtk::CheckButton>();
     // A long path is shortened in the middle; the tool tip and screen readers have all of it.
-    auto* label = Gtk::make_managed<Gtk::Label>(platform::printable(choice.path));
+    const std::string path = platform::printable(choice.path);
+    auto* label = Gtk::make_managed<Gtk::Label>(path);
     label->set_ellipsize(Pango::EllipsizeMode::MIDDLE);
     label->set_xalign(0);
     label->set_hexpand(true);
     button->set_child(*label);
-    button->set_tooltip_text(choice.path);
-    gtk_accessible_update_property(GTK_ACCESSIBLE(button->gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL, choice.path.c_str(),
-                                   -1);
+    button->set_tooltip_text(path);
+    gtk_accessible_update_property(GTK_ACCESSIBLE(button->gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL, path.c_str(), -1);
     button->set_sensitive(choice.exists);
     if (!choices_.empty()) button->set_group(*choices_.front());
     if (static_cast<int>(choices_.size()) == preselected) button->set_active(true);
@@ -166,7 +166,7 @@ void PanelWindow::addButtons(const PanelRequest& request) {
   cancel_.set_label(request.offersNever ? ::dgettext("tidewell", "Not _Now") : ::dgettext("tidewell", "Cancel"));
   cancel_.set_halign(Gtk::Align::END);
   cancel_.set_hexpand(true);
-  confirm_.set_label(withMnemonic(request.prompt));
+  confirm_.set_label(withMnemonic(platform::printable(request.prompt)));
   confirm_.add_css_class("suggested-action");
   never_.set_label(::dgettext("tidewell", "Ne_ver"));
   never_.set_tooltip_text(::dgettext("tidewell",

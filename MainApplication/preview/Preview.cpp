@@ -1,7 +1,6 @@
 #include "MainApplication/preview/Preview.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <map>
 #include <optional>
 #include <set>
@@ -22,7 +21,6 @@
 namespace tidewell {
 namespace {
 
-namespace fs = std::filesystem;
 using platform::FileURL;
 
 class NoTexts : public platform::Bundle {
@@ -124,9 +122,7 @@ void appendRows(const PreviewFiles& files, Preview& preview) {
     const auto after = rowCounts(copy);
     // The original is read through a copy too: opening a database can create files beside it.
     const std::string untouched = copy + ".before";
-    std::error_code error;
-    fs::copy_file(original, untouched, error);
-    fs::copy_file(original + "-wal", untouched + "-wal", error);
+    if (!PreviewFiles::copy(original, untouched)) continue;
     for (const auto& [table, count] : rowCounts(untouched)) {
       const auto left = after.find(table);
       const std::uint64_t rest = left != after.end() ? left->second : 0;

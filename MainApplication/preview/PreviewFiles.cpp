@@ -1,23 +1,14 @@
 #include "MainApplication/preview/PreviewFiles.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 
 #include "Platform/Path.h"
 
 namespace tidewell {
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr std::string_view kDatabase = "SQLite format 3";  // how a database file begins
+constexpr const char* kJournals[] = {"-wal", "-journal"};
 
 class Copy : public platform::PinnedRegularFile {
  public:
@@ -29,56 +20,7 @@ class Copy : public platform::PinnedRegularFile {
   const std::string path_;
 };
 
-constexpr char kTemporary[] = "/tmp/";
-constexpr char kPrefix[] = "tidewell-preview-";
-
-platform::linux_::FileDescriptor opened(const std::string& folder) {
-  return platform::linux_::FileDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-}
-
-/// Locks the folder until the descriptor is closed; false while another process, or another object, holds it.
-bool isLocked(const platform::linux_::FileDescriptor& folder) {
-  return folder && ::flock(folder.get(), LOCK_EX | LOCK_NB) == 0;
-}
-
-bool isOwn(const platform::linux_::FileDescriptor& folder) {
-  struct stat status {};
-  return folder && ::fstat(folder.get(), &status) == 0 && status.st_uid == ::geteuid();
-}
-
-/// Removes the folders that no process holds any longer: copies of databases are in them.
-void removeAbandoned() {
-  std::error_code error;
-  std::vector<std::string> found;
-  for (fs::directory_iterator entry(kTemporary, error), end; !error && entry != end; entry.increment(error)) {
-    if (entry->path().filename().string().starts_with(kPrefix)) found.push_back(entry->path().string());
-  }
-  for (const std::string& path : found) {
-    const platform::linux_::FileDescriptor folder = opened(path);
-    if (isOwn(folder) && isLocked(folder)) fs::remove_all(path, error);
-  }
-}
-
 }  // namespace
-
-TemporaryFolder::TemporaryFolder() {
-  removeAbandoned();
-  do {
-    std::string pattern = std::string(kTemporary) + kPrefix + "XXXXXX";
-    path_ = ::mkdtemp(pattern.data()) != nullptr ? pattern : "";
-  } while (!path_.empty() && !hold());
-}
-
-bool TemporaryFolder::hold() {
-  folder_ = opened(path_);
-  // Until now, another one could take it for abandoned.
-  return isLocked(folder_) && opened(path_);
-}
-
-TemporaryFolder::~TemporaryFolder() {
-  std::error_code ignored;
-  if (!path_.empty()) fs::remove_all(path_, ignored);
-}
 
 PreviewFiles::PreviewFiles(platform::linux_::SecurityScopes& scopes, std::string scriptsFolder)
     : LinuxFileManager(scopes, std::move(scriptsFolder)) {}
@@ -147,11 +89,9 @@ platform::Result<platform::FileURL> PreviewFiles::applicationScriptsDirectory(bo
   return LinuxFileManager::applicationScriptsDirectory(false);
 }
 
-bool PreviewFiles::copy(const std::string& database, const std::string& to) const {
-  std::error_code error;
-  if (folder_.path().empty() || !fs::copy_file(database, to, error)) return false;
-  // The latest changes may still be in a journal beside it.
-  for (const char* companion : {"-wal", "-journal"}) fs::copy_file(database + companion, to + companion, error);
+bool PreviewFiles::copy(const std::string& database, const std::string& to) {
+  if (!AnonymousFiles::copy(database, to)) return false;
+  for (const char* companion : kJournals) AnonymousFiles::copy(database + companion, to + companion);
   return true;
 }
 
@@ -159,12 +99,8 @@ bool PreviewFiles::changeCopy(const std::string& database, const std::string& co
   const auto pinned = LinuxFileManager::pinnedFile(database);
   const auto copy = pinned ? copies_.find((*pinned)->path()) : copies_.end();
   if (copy == copies_.end()) return false;
-  const std::string fresh = copy->second + ".after";
-  std::ofstream(fresh, std::ios::binary) << contents;
-  std::error_code error;
-  for (const char* companion : {"-wal", "-journal"}) fs::remove(copy->second + companion, error);
-  fs::rename(fresh, copy->second, error);
-  return !error;
+  for (const char* companion : kJournals) AnonymousFiles::remove(copy->second + companion);
+  return AnonymousFiles::write(copy->second, contents);
 }
 
 platform::Result<std::unique_ptr<platform::PinnedRegularFile>> PreviewFiles::pinnedFile(const std::string& path) const {
@@ -172,7 +108,7 @@ platform::Result<std::unique_ptr<platform::PinnedRegularFile>> PreviewFiles::pin
   if (!pinned) return pinned.error();
   std::string& known = copies_[(*pinned)->path()];
   if (known.empty()) {
-    const std::string to = folder_.path() + "/" + std::to_string(copies_.size());
+    const std::string to = anonymous_.path(std::to_string(copies_.size()));
     if (!copy((*pinned)->path(), to)) {
       copies_.erase((*pinned)->path());
       return std::errc::io_error;

@@ -9,29 +9,10 @@
 #include <string_view>
 #include <vector>
 
+#include "MainApplication/preview/AnonymousFiles.h"
 #include "Platform/Linux/files/LinuxFileManager.h"
-#include "Platform/Linux/host/FileDescriptor.h"
 
 namespace tidewell {
-
-/// A new folder that is removed with the object; what a program that was ended in the middle has left of others goes
-/// when one is made.
-class TemporaryFolder {
- public:
-  TemporaryFolder();
-  ~TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-  const std::string& path() const { return path_; }  // "" when it could not be created
-
- private:
-  /// Takes the lock that shows others of this kind that the folder is in use.
-  bool hold();
-
-  std::string path_;
-  platform::linux_::FileDescriptor folder_;
-};
 
 class PreviewFiles : public platform::linux_::LinuxFileManager {
  public:
@@ -40,8 +21,12 @@ class PreviewFiles : public platform::linux_::LinuxFileManager {
   /// The paths that would have been removed, in order, each once; some of them may not exist.
   const std::vector<std::string>& removals() const { return removals_; }
 
-  /// The databases that were opened, each with the path of its copy, which the statements have changed.
+  /// The databases that were opened, each with the path of its copy, which the statements have changed. It is one for
+  /// SQLite alone (AnonymousFiles.h).
   const std::map<std::string, std::string>& copies() const { return copies_; }
+
+  /// Copies a database, with the latest changes to it, which may still be beside it.
+  static bool copy(const std::string& database, const std::string& to);
 
   /// The paths that would have been replaced, each with the size in bytes of its replacement.
   const std::map<std::string, std::uint64_t>& replacements() const { return replacements_; }
@@ -66,12 +51,11 @@ class PreviewFiles : public platform::linux_::LinuxFileManager {
   platform::Result<platform::FileURL> applicationScriptsDirectory(bool create) override;
 
  private:
-  bool copy(const std::string& database, const std::string& to) const;
   bool isMade(const std::string& path) const;
   /// Gives the copy of a database its new contents. False when there is no copy.
   bool changeCopy(const std::string& database, const std::string& contents) const;
 
-  TemporaryFolder folder_;
+  AnonymousFiles anonymous_;
   std::map<std::string, std::uint64_t> made_;         // sizes of what would have been created; 0 for folders
   std::map<std::string, std::string> madeDatabases_;  // contents of those that would have been
   std::map<std::string, std::uint64_t> replacements_;

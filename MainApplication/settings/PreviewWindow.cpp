@@ -7,6 +7,7 @@
 #include "MainApplication/settings/Accessible.h"
 #include "MainApplication/settings/PreviewText.h"
 #include "Platform/Format.h"
+#include "Platform/PrintableText.h"
 
 namespace tidewell {
 namespace {
@@ -102,7 +103,7 @@ void PreviewWindow::start(const Browser& browser) {
       g_subprocess_new(static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDOUT_PIPE | G_SUBPROCESS_FLAGS_STDERR_PIPE),
                        &error, program.c_str(), "preview", name.c_str(), "--json", nullptr);
   if (program_ == nullptr) {
-    showText(error->message);
+    showText(platform::printable(error->message));
     g_error_free(error);
     return;
   }
@@ -121,7 +122,7 @@ void PreviewWindow::ended(GAsyncResult* result) {
   char* errors = nullptr;
   GError* error = nullptr;
   if (g_subprocess_communicate_utf8_finish(program_, result, &output, &errors, &error) == 0) {
-    showText(error->message);
+    showText(platform::printable(error->message));
     g_error_free(error);
     return;
   }

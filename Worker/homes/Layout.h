@@ -33,6 +33,9 @@ class Layout {
   /// Whether a browser that runs again is spared.
   virtual bool sparesRunningBrowsers() const = 0;
 
+  /// Whether a grant of "/", or of a folder that the home lies in, counts.
+  virtual bool takesWideGrants() const = 0;
+
   /// Whether a request for the browser's folders is answered.
   virtual bool knows(const Browser& browser) const = 0;
   /// Whether anything of the browser can be on such a home.

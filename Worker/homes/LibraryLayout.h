@@ -14,6 +14,7 @@ class LibraryLayout : public Layout {
   bool hasOperations() const override { return true; }
   bool followsArguments() const override { return false; }
   bool sparesRunningBrowsers() const override { return false; }
+  bool takesWideGrants() const override { return true; }
   bool knows(const Browser& browser) const override { return browser.isOnHomesWithLibrary(); }
   bool mayHave(const Browser& browser) const override { return browser.isOnHomesWithLibrary(); }
   std::vector<Installation> installationsOf(const Browser& browser) const override;

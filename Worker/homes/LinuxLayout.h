@@ -14,6 +14,7 @@ class LinuxLayout : public Layout {
   bool hasOperations() const override { return false; }
   bool followsArguments() const override { return true; }
   bool sparesRunningBrowsers() const override { return true; }
+  bool takesWideGrants() const override { return false; }
   bool knows(const Browser&) const override { return true; }
   bool mayHave(const Browser& browser) const override { return browser.isOnOtherHomes(); }
   std::vector<Installation> installationsOf(const Browser& browser) const override;

@@ -29,19 +29,22 @@ std::string fullPathOf(const std::string& path) {
 }
 
 bool isTooWide(const platform::FileURL& folder) {
-  const std::string home = fullPathOf("~");
-  const auto resolved = [](const std::string& path) {
+  return isTooWideFor(fullPathOf("~"), folder.path(), [](const std::string& path) {
     const platform::FileManager& fileManager = Platform::current().fileManager;
     return fileManager.urlByResolvingSymlinks(fileManager.standardizedURL(platform::FileURL(path, true))).path();
-  };
-  const std::string granted = resolved(folder.path());
+  });
+}
+
+bool isTooWideFor(const std::string& home, const std::string& folder,
+                  const std::function<std::string(const std::string& path)>& withoutLinks) {
+  const std::string granted = withoutLinks(folder);
   if (granted == "/") return true;
   if (platform::isPathInside(granted, home)) return false;  // nearly all of them
-  const std::string realHome = resolved(home);
+  const std::string realHome = withoutLinks(home);
   if (granted != realHome && platform::isPathInside(realHome, granted)) return true;
   for (std::string above = home; above.size() > 1;) {
     above = platform::deletingLastPathComponent(above);
-    if (resolved(above) == granted) return true;
+    if (withoutLinks(above) == granted) return true;
   }
   return false;
 }

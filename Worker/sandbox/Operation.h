@@ -22,6 +22,10 @@ std::string fullPathOf(const std::string& path);
 /// any folder that the home folder lies in, by its name or where its links lead.
 bool isTooWide(const platform::FileURL& folder);
 
+/// The same for the home folder of any path. `withoutLinks` says where a path leads.
+bool isTooWideFor(const std::string& home, const std::string& folder,
+                  const std::function<std::string(const std::string& path)>& withoutLinks);
+
 /// One operation on one path.
 class Operation {
  public:

@@ -8,6 +8,7 @@
 
 #include "MainApplication/client/SettingsStore.h"
 #include "Worker/Identity.h"
+#include "Worker/formats/ProfilesIni.h"
 #include "tests/support/Fakes.h"
 #include "tests/support/ScratchFolder.h"
 
@@ -67,6 +68,32 @@ TEST_F(HomeOfSettings, isNoFolderOfABrowserThatWasStartedWithIt) {
   }
   domains.fileOfDomain(tidewell::kSharedSuite)->write(tidewell::kStartedWithKey, setting);
   EXPECT_THAT(firefox(), ElementsAre(data));
+}
+
+TEST_F(HomeOfSettings, isSeenWithoutAListThatIsLargerThanTheWorkerReads) {
+  home.file(".mozilla/firefox/profiles.ini", list + std::string(tidewell::kLargestProfilesIni, '\n'));
+  EXPECT_THAT(firefox(), ElementsAre(data));
+}
+
+TEST_F(HomeOfSettings, isNotAllowedByAGrantThatTheWorkerPassesOver) {
+  home.folder(".mozilla/firefox");
+  const auto grant = [this](const std::string& path) {
+    domains.fileOfDomain(tidewell::kBundleIdentifier)
+        ->write("bd_" + platform::FileURL(path, true).absoluteString(), true);
+  };
+  const tidewell::Browser& browser = *tidewell::browserNamed("Firefox");
+  home.link("outward", "/");
+  for (const std::string& path : {std::string("/"), std::string("/tmp"), home.path("outward")}) grant(path);
+  EXPECT_FALSE(settings.isGranted(home.path(".mozilla/firefox")));
+  EXPECT_EQ(settings.allowed(browser), tidewell::SettingsStore::Allowed::kNone);
+  grant(home.path());  // the home itself is not too wide
+  EXPECT_TRUE(settings.isGranted(home.path(".mozilla/firefox")));
+}
+
+TEST_F(HomeOfSettings, withALibraryIsAllowedByAnyGrantSinceItsOperationsTakeThem) {
+  home.folder("Library");
+  domains.fileOfDomain(tidewell::kBundleIdentifier)->write("bd_file:///", true);
+  EXPECT_TRUE(settings.isGranted(home.path("Library/Caches")));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "MainApplication/command/Commands.h"
+#include "MainApplication/command/DefaultsCommand.h"
 #include "Platform/FileURL.h"
 #include "Worker/Identity.h"
 #include "tests/support/Fakes.h"
@@ -66,6 +67,24 @@ TEST_F(TerminalText, ofBrowsersFoldersAndOfAPreviewHasNoControls) {
   EXPECT_THAT(output.str(), HasSubstr(home.path("Disk/") + kShown + "\n"));
   EXPECT_THAT(output.str(), HasSubstr(home.path("Disk/") + kShown + "/cookies.sqlite"));
   EXPECT_THAT(output.str(), Not(HasSubstr("\x1b")));
+}
+
+TEST_F(TerminalText, ofSettingsHasNoControls) {
+  using platform::Value;
+  const Value text{std::string(kName)};
+  domains.fileOfDomain("any")->write(kName, Value::Array{text, Value::Dictionary{{kName, text}}});
+  tidewell::DefaultsCommand defaults(domains, output, errors);
+  EXPECT_EQ(defaults.run({"read", "any"}), tidewell::kDone);
+  EXPECT_EQ(defaults.run({"read", "any", kName}), tidewell::kDone);
+  EXPECT_THAT(output.str(), HasSubstr(kShown));
+  EXPECT_THAT(output.str(), Not(HasSubstr(kName)));
+  EXPECT_THAT(output.str(), Not(HasSubstr("\x1b")));
+  defaults.run({"read", "any", std::string("no ") + kName});
+  defaults.run({"read", std::string("none") + kName});
+  defaults.run({kName, "any"});
+  EXPECT_THAT(errors.str(), HasSubstr(std::string("no ") + kShown));
+  EXPECT_THAT(errors.str(), HasSubstr(std::string("\"") + kShown));
+  EXPECT_THAT(errors.str(), Not(HasSubstr("\x1b")));
 }
 
 }  // namespace

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <set>
 
 #include "MainApplication/preview/Preview.h"
 #include "MainApplication/preview/PreviewFiles.h"
+#include "Worker/database/Sqlite.h"
 #include "tests/support/SampleHome.h"
 #include "tests/support/WorkerTest.h"
 
@@ -86,20 +85,69 @@ TEST_F(GrantedHomeTest, previewOfAnEmptyHomeIsEmpty) {
   EXPECT_TRUE(preview.rows.empty());
 }
 
-TEST(PreviewsTemporaryFolder, goesWithItsOwnerOrElseWithTheNext) {
-  std::string abandoned = "/tmp/tidewell-preview-XXXXXX";  // of one that was killed
-  ASSERT_NE(::mkdtemp(abandoned.data()), nullptr);
-  std::ofstream(abandoned + "/1") << "a copy";
-  std::string held;
+/// The names in the temporary folder.
+std::set<std::string> temporaryNames() {
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator("/tmp")) names.insert(entry.path());
+  return names;
+}
+
+TEST(PreviewsCopies, haveNoNamesSoThatNothingStaysOfThemHoweverItEnds) {
+  const testing_support::ScratchFolder folder;
+  tidewell::Sqlite original;
+  ASSERT_TRUE(original.open(folder.path("database")));
+  original.executeQuery("PRAGMA journal_mode = WAL;");
+  original.executeNonQuery("CREATE TABLE t (site);");
+  original.executeNonQuery("INSERT INTO t VALUES ('site.test');");
+  ASSERT_TRUE(folder.exists("database-wal"));  // and all is in it
+  const auto before = temporaryNames();
+  const auto tree = folder.tree();
+
+  const tidewell::AnonymousFiles files;
+  const std::string path = files.path("copy");
+  ASSERT_TRUE(tidewell::PreviewFiles::copy(folder.path("database"), path));
+  tidewell::Sqlite copy;
+  ASSERT_TRUE(copy.open(path));
+  EXPECT_TRUE(copy.executeNonQuery("INSERT INTO t VALUES ('other.test');"));
+  const auto rows = copy.executeQuery("SELECT count(*) AS rows FROM t;");
+  ASSERT_TRUE(rows && !rows->empty());
+  EXPECT_EQ((*rows)[0].stringForKey("rows"), "2");
+
+  EXPECT_EQ(temporaryNames(), before);
+  EXPECT_FALSE(std::filesystem::exists(path));
+  EXPECT_EQ(folder.tree(), tree);
+}
+
+TEST(PreviewsCopies, includeWhatACrashHasLeftHalfDone) {
+  const testing_support::ScratchFolder folder;
   {
-    const tidewell::TemporaryFolder first;
-    const tidewell::TemporaryFolder second;
-    held = first.path();
-    EXPECT_FALSE(std::filesystem::exists(abandoned));
-    EXPECT_TRUE(std::filesystem::is_directory(held));
-    EXPECT_NE(held, second.path());
+    tidewell::Sqlite original;
+    ASSERT_TRUE(original.open(folder.path("database")));
+    original.executeNonQuery("CREATE TABLE t (site);");
+    original.executeNonQuery("INSERT INTO t VALUES (zeroblob(100000));");
+    original.executeQuery("PRAGMA cache_size = 1;");  // what is changed is written before it is committed
+    original.executeNonQuery("BEGIN;");
+    original.executeNonQuery("UPDATE t SET site = randomblob(100000);");
+    std::filesystem::copy(folder.path("database"), folder.path("crashed"));
+    std::filesystem::copy(folder.path("database-journal"), folder.path("crashed-journal"));
   }
-  EXPECT_FALSE(std::filesystem::exists(held));
+  const tidewell::AnonymousFiles files;
+  ASSERT_TRUE(tidewell::PreviewFiles::copy(folder.path("crashed"), files.path("copy")));
+  tidewell::Sqlite copy;
+  ASSERT_TRUE(copy.open(files.path("copy")));
+  const auto rows = copy.executeQuery("SELECT site = zeroblob(100000) AS whole FROM t;");
+  ASSERT_TRUE(rows && !rows->empty());
+  EXPECT_EQ((*rows)[0].stringForKey("whole"), "1");
+}
+
+TEST(PreviewsCopies, areOfRegularFilesOnly) {
+  const testing_support::ScratchFolder folder;
+  folder.file("database");
+  folder.link("link", folder.path("database"));
+  const tidewell::AnonymousFiles files;
+  for (const std::string& from : {folder.path("link"), folder.path("none"), folder.path(), std::string("/dev/zero")}) {
+    EXPECT_FALSE(tidewell::AnonymousFiles::copy(from, files.path("copy"))) << from;
+  }
 }
 
 }  // namespace
