@@ -63,12 +63,11 @@ Report Cleaning::run() {
 }
 
 void Cleaning::cleanInstallation(const Installation& installation) {
-  static constexpr Store kLists{StoreAge::kCurrent, StoreGroup::kSiteStorage, "", nullptr, "An installation"};
   StoreFolders folders;
   try {
     folders = layout_.storeFoldersOf(browser_, installation);
   } catch (const std::exception&) {  // its text may quote what a site has stored
-    return note(kLists, installation.dataFolder, {Left::kFailed});
+    return note({installation.dataFolder, "", StoreGroup::kSiteStorage, {Left::kFailed}}, "An installation");
   }
   const StoreTables& tables = storesOf(browser_.family);
   cleanAll(tables.profile, folders.profiles);
@@ -91,18 +90,19 @@ void Cleaning::clean(std::span<const Store> table, const std::string& folder) {
 }
 
 void Cleaning::clean(const Store& store, const std::string& folder) {
+  Outcome outcome{Left::kFailed};
   try {
-    note(store, folder, store.treatment(platform::appendingPathComponent(folder, store.path), kept_));
-  } catch (const std::exception&) {
-    note(store, folder, {Left::kFailed});
+    outcome = store.treatment(platform::appendingPathComponent(folder, store.path), kept_);
+  } catch (const std::exception&) {  // its text may quote what a site has stored
   }
+  note({folder, std::string(store.path), store.group, outcome}, store.path.empty() ? store.holds : store.path);
 }
 
-void Cleaning::note(const Store& store, const std::string& folder, const Outcome& outcome) {
-  if (outcome.left == Left::kNotAllowed && outcome.removed == 0) return noteNotAllowed(folder);
-  if (outcome.left == Left::kNothing && outcome.removed == 0) return;
-  report_.stores.push_back({folder, std::string(store.path), store.group, outcome});
-  log(store.path.empty() ? store.holds : store.path, outcome.left);
+void Cleaning::note(const StoreReport& store, std::string_view name) {
+  if (store.outcome.left == Left::kNotAllowed && store.outcome.removed == 0) return noteNotAllowed(store.folder);
+  if (store.outcome.left == Left::kNothing && store.outcome.removed == 0) return;
+  report_.stores.push_back(store);
+  log(name, store.outcome.left);
 }
 
 /// Once for the folder that needs a grant, not for each store and folder in it.

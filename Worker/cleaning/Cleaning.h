@@ -40,7 +40,7 @@ class Cleaning {
   void cleanAll(std::span<const Store> table, const std::vector<std::string>& folders);
   void clean(std::span<const Store> table, const std::string& folder);
   void clean(const Store& store, const std::string& folder);
-  void note(const Store& store, const std::string& folder, const Outcome& outcome);
+  void note(const StoreReport& store, std::string_view name);
   void noteNotAllowed(const std::string& folder);
   void log(std::string_view what, Left left) const;
 

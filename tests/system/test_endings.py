@@ -1,0 +1,156 @@
+"""However a session ends, and whatever happens to the worker: what was enabled and has run is cleaned."""
+
+import os
+import random
+import signal
+import sys
+import time
+import unittest
+
+import dbus.service
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import session  # noqa: E402
+
+PROGRAMS = os.environ["TIDEWELL_PROGRAMS"]
+DATA = ".config/chromium/"
+COOKIES = DATA + "Default/Cookies"
+MANAGER = "org.freedesktop.systemd1"
+ENDINGS = int(os.environ.get("TIDEWELL_ENDINGS", "25"))  # of browsers while the worker is killed
+
+
+class ServiceManager(dbus.service.Object):
+    """The person's service manager, as far as the worker asks it anything."""
+
+    def __init__(self, connection):
+        self.state = "running"
+        self.name = dbus.service.BusName(MANAGER, connection)
+        super().__init__(connection, "/org/freedesktop/systemd1")
+
+    @dbus.service.method("org.freedesktop.DBus.Properties", in_signature="ss", out_signature="v")
+    def Get(self, interface, name):
+        assert (interface, name) == ("org.freedesktop.systemd1.Manager", "SystemState")
+        return dbus.String(self.state, variant_level=1)
+
+
+class Endings(unittest.TestCase):
+    def setUp(self):
+        self.desk = session.Session(PROGRAMS, library=False)
+        self.addCleanup(self.desk.close)
+        self.desk.file(DATA + "Local State", "{}")
+        self.desk.file(DATA + "Default/Preferences", "{}")
+        self.desk.configure(["org.chromium.Chromium"], notifications=False)
+        self.desk.start_worker()
+        self.desk.tidewell("enable", "chromium", "--yes")
+
+    def start_browser(self):
+        browser = self.desk.run_browser("chromium")
+        self.desk.wait(self.is_owed, what="the note of what is owed")
+        self.desk.file(COOKIES)
+        return browser
+
+    def is_owed(self):
+        return "owedCleaning" in self.desk.defaults("read", session.WORKER).stdout
+
+    def is_clean(self):
+        return not self.desk.exists(COOKIES)
+
+    def kill_worker(self):
+        self.desk.worker.process.kill()
+        self.desk.worker.stop()
+
+    def ends(self):
+        process = self.desk.worker.process
+        self.desk.wait(lambda: process.poll() is not None, what="the worker's end")
+        return process.returncode
+
+    def test_of_the_worker_before_the_browser_is_made_good_by_the_next_worker(self):
+        browser = self.start_browser()
+        self.kill_worker()
+        self.desk.quit_browser(browser)
+        self.desk.start_worker()
+        self.desk.wait(self.is_clean)
+        self.desk.wait(lambda: not self.is_owed())
+
+    def test_of_the_worker_right_after_the_browser_is_made_good_by_the_next_worker(self):
+        for _ in range(10):
+            browser = self.start_browser()
+            browser.kill()
+            self.kill_worker()
+            browser.wait()
+            self.desk.start_worker()
+            self.desk.wait(self.is_clean)
+
+    def test_of_the_worker_by_an_update_comes_at_once_and_the_next_one_goes_on(self):
+        browser = self.start_browser()
+        begun = time.monotonic()
+        self.assertEqual(self.desk.worker.stop(), 0)
+        self.assertLess(time.monotonic() - begun, session.BOUND / 4)  # it does not wait for the browser
+        self.assertFalse(self.is_clean())
+        self.desk.start_worker()
+        self.desk.wait(lambda: self.desk.is_noticed(browser))
+        self.desk.quit_browser(browser)
+        self.desk.wait(self.is_clean)
+
+    def test_of_the_session_waits_for_the_browser(self):
+        manager = ServiceManager(self.desk.connection)
+        browser = self.start_browser()
+        manager.state = "stopping"
+        self.desk.worker.process.terminate()
+        self.desk.settle(1)
+        self.assertIsNone(self.desk.worker.process.poll())
+        self.desk.quit_browser(browser)
+        self.assertEqual(self.ends(), 0)
+        self.assertTrue(self.is_clean())
+        self.assertFalse(self.is_owed())
+        manager.remove_from_connection()
+
+    def test_of_the_session_between_the_runs_makes_the_second_one_at_once(self):
+        manager = ServiceManager(self.desk.connection)
+        browser = self.start_browser()
+        self.desk.quit_browser(browser)
+        self.desk.wait(self.is_clean, session.FIRST_RUN)
+        self.desk.file(COOKIES)  # written on the way down
+        manager.state = "stopping"
+        self.desk.worker.process.terminate()
+        self.assertEqual(self.ends(), 0)
+        self.assertTrue(self.is_clean())
+        self.assertFalse(self.is_owed())
+        manager.remove_from_connection()
+
+    def test_of_the_session_comes_at_once_when_it_is_told_twice(self):
+        manager = ServiceManager(self.desk.connection)
+        self.start_browser()
+        manager.state = "stopping"
+        self.desk.worker.process.terminate()
+        self.desk.settle(0.5)
+        self.desk.worker.process.terminate()
+        self.assertEqual(self.ends(), 0)
+        self.assertTrue(self.is_owed())
+        manager.remove_from_connection()
+
+    def test_of_the_bus_with_the_browser_is_cleaned_all_the_same(self):
+        browser = self.start_browser()
+        self.desk.stop_bus()
+        self.desk.settle(0.5)
+        self.assertIsNone(self.desk.worker.process.poll())
+        self.desk.quit_browser(browser)
+        self.assertEqual(self.ends(), 1)
+        self.assertTrue(self.is_clean())
+
+    def test_of_many_browsers_are_cleaned_while_the_worker_is_killed(self):
+        chance = random.Random(1)
+        for number in range(ENDINGS):
+            browser = self.start_browser()
+            steps = [lambda: self.desk.quit_browser(browser), self.kill_worker,
+                     lambda: time.sleep(chance.choice((0, 0.001, 0.01, 0.1)))]
+            chance.shuffle(steps)
+            for step in steps:
+                step()
+            self.desk.start_worker()
+            self.desk.wait(self.is_clean, what=f"the cleaning after ending {number}")
+            self.desk.browsers.clear()
+
+
+if __name__ == "__main__":
+    unittest.main()
