@@ -77,7 +77,7 @@ class Endings(unittest.TestCase):
             browser = self.start_browser()
             browser.kill()
             self.kill_worker()
-            browser.wait()
+            self.desk.quit_browser(browser)
             self.desk.start_worker()
             self.desk.wait(self.is_clean)
 
@@ -120,13 +120,14 @@ class Endings(unittest.TestCase):
 
     def test_of_the_session_comes_at_once_when_it_is_told_twice(self):
         manager = ServiceManager(self.desk.connection)
-        self.start_browser()
+        browser = self.start_browser()
         manager.state = "stopping"
         self.desk.worker.process.terminate()
         self.desk.settle(0.5)
         self.desk.worker.process.terminate()
         self.assertEqual(self.ends(), 0)
         self.assertTrue(self.is_owed())
+        self.desk.quit_browser(browser)
         manager.remove_from_connection()
 
     def test_of_the_bus_with_the_browser_is_cleaned_all_the_same(self):
