@@ -116,6 +116,16 @@ class SettingsWindow(unittest.TestCase):
         self.use("Allow the folders of Chromium")
         self.wait_for_text(ALLOWED)
 
+    def test_says_since_when_a_browser_runs_and_that_a_folder_is_never_asked_for(self):
+        self.desk.configure([])
+        folder = self.desk.home + "/Library/Application Support/Chromium"
+        self.desk.defaults("write", session.WORKER, "neverAsked", "-array", folder)
+        self.desk.run_browser("chromium")
+        self.open()
+        self.wait_for_text("It runs since")
+        self.assertFalse(self.reader.says("without a window"))  # nobody keeps a list of windows here
+        self.wait_for_text("Some of its folders are never asked for")
+
     def test_switches_are_written(self):
         self.desk.configure([CHROMIUM], notifications=False)
         self.desk.start_worker()
