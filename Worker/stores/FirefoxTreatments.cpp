@@ -38,8 +38,9 @@ Outcome cleanPermissions(const std::string& path, const Kept& kept) {
   const std::map<std::string, std::string, std::less<>> conditions = {
       {"moz_perms", isSites + " AND " + goes}, {"moz_origin_interactions", isSites}, {"moz_hosts", goes}};
   // Not every version has all of these tables.
-  const auto tables = GrantedFiles::rowsOf("SELECT name FROM sqlite_master WHERE type = 'table';", path);
-  if (!tables) return {Left::kNotReadable};
+  Left left = Left::kNothing;
+  const auto tables = GrantedFiles::rowsOf("SELECT name FROM sqlite_master WHERE type = 'table';", path, left);
+  if (!tables) return {left};
   std::vector<std::string> statements;
   for (std::size_t row = 0; row < tables->size(); ++row) {
     const auto condition = conditions.find((*tables)[row].stringForKey("name").value_or(""));
