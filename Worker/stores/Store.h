@@ -1,6 +1,7 @@
 // A store: a file or folder in which a browser keeps what sites have left, and how it is cleaned.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -25,6 +26,7 @@ class Treatment {
   using OfEverything = Outcome (*)(const std::string& path);
   using OfUnkept = Outcome (*)(const std::string& path, const Kept& kept);
 
+  constexpr Treatment(std::nullptr_t) {}                               // NOLINT: of what is only named, never cleaned
   constexpr Treatment(OfEverything action) : ofEverything_(action) {}  // NOLINT: the tables name functions
   constexpr Treatment(OfUnkept action) : ofUnkept_(action) {}          // NOLINT
 
