@@ -41,7 +41,7 @@ std::optional<std::string> LinuxSystem::homeDirectoryFromPasswordDatabase(unsign
 /// Not the machine's own identifier, which programs are asked not to give away, but one that is derived from it; where
 /// there is none, the host's name.
 std::string LinuxSystem::machineIdentifier() const {
-  constexpr sd_id128_t kOfThisProgram = SD_ID128_MAKE(5c, 0e, 9b, 1f, 2d, 73, 4a, 86, b4, 61, e8, 37, 9a, 0d, c2, f5);
+  constexpr sd_id128_t kOfThisProgram = SD_ID128_ARRAY(5c, 0e, 9b, 1f, 2d, 73, 4a, 86, b4, 61, e8, 37, 9a, 0d, c2, f5);
   sd_id128_t machine{};
   if (sd_id128_get_machine_app_specific(kOfThisProgram, &machine) >= 0) {
     char text[SD_ID128_STRING_MAX];

@@ -58,7 +58,7 @@ TEST(SnappyPieces, damageIsJudgedAsTheLibraryJudgesIt) {
   for (std::size_t at = 0; at < bytes.size(); ++at) {
     for (unsigned bit = 0; bit < 8; ++bit) {
       std::string damaged = bytes;
-      damaged[at] = static_cast<char>(damaged[at] ^ (1U << bit));
+      damaged[at] = static_cast<char>(static_cast<unsigned char>(damaged[at]) ^ (1U << bit));
       std::string text;
       const bool isText = snappy::Uncompress(damaged.data(), damaged.size(), &text);
       ASSERT_EQ(inPieces(damaged, 3), isText ? std::optional(text) : std::nullopt) << at << " " << bit;
