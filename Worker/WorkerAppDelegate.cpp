@@ -174,7 +174,7 @@ Report WorkerAppDelegate::clean(const std::string& browserName, IfRunning ifRunn
 void WorkerAppDelegate::runsEnded(const Browser& browser, const Report& report, bool notifies) {
   if (!report.runs.empty() && !report.isWorthAnotherTry()) OwedCleanings::settle(browser, report.runs.back().begun);
   if (!report.runs.empty()) History::add(report);
-  if (notifies) notifyOfRun(std::string(browser.name));
+  if (notifies && !report.isSpared) notifyOfRun(std::string(browser.name));
 }
 
 // Completion notifications.

@@ -153,6 +153,16 @@ TEST_F(Endings, stayOwedWhenTheBrowserIsBackBeforeTheSecondRun) {
   EXPECT_TRUE(isOwed());
 }
 
+TEST_F(Endings, areNotNotifiedOfWhenTheBrowserIsBack) {
+  platform.shared().insert_or_assign("displayNotifications", true);
+  starts();
+  quits();
+  platform.dispatch.advance(4s);
+  starts();
+  platform.dispatch.advance(60s);
+  EXPECT_THAT(platform.notificationCenter.scheduled(), IsEmpty());
+}
+
 TEST_F(Endings, stayOwedWhenAStoreWasInUseInBothRuns) {
   const std::string index = ".config/chromium/Default/WebStorage/QuotaManager";
   runStatements(home(index),
