@@ -96,4 +96,21 @@ TEST_F(HomeOfSettings, withALibraryIsAllowedByAnyGrantSinceItsOperationsTakeThem
   EXPECT_TRUE(settings.isGranted(home.path("Library/Caches")));
 }
 
+TEST_F(HomeOfSettings, hasFoldersOfABrowserThatAreNeverAskedForUnlessTheyAreGranted) {
+  using platform::Value;
+  home.file(".mozilla/firefox/profiles.ini", list);
+  home.folder("Disk/old");
+  home.link(".adobe", home.path("Disk/old"));
+  const auto own = domains.fileOfDomain(tidewell::kBundleIdentifier);
+  const Value::Array never{Value(home.path("Disk/ann")), Value(home.path("Disk/old")), Value(home.path("Disk/x")),
+                           Value("relative"), Value(true)};
+  own->write(tidewell::kNeverAskedKey, never);
+  const tidewell::Browser& firefox = *tidewell::browserNamed("Firefox");
+  EXPECT_THAT(settings.neverAsked(firefox), ElementsAre(home.path("Disk/ann"), home.path(".adobe")));
+  own->write("bd_file://" + home.path("Disk/ann") + "/", true);
+  EXPECT_THAT(settings.neverAsked(firefox), ElementsAre(home.path(".adobe")));
+  own->erase(tidewell::kNeverAskedKey);
+  EXPECT_THAT(settings.neverAsked(firefox), ElementsAre());
+}
+
 }  // namespace

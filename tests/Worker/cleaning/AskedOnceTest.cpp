@@ -145,6 +145,13 @@ TEST_F(AskedOnce, isWhatNeverSettlesForAllQuitsOfAllBrowsers) {
   EXPECT_THAT(neverAsked(), ElementsAre(home(".adobe")));
 }
 
+TEST_F(AskedOnce, isWhatNeverSettlesForARequestByHandThatCameBeforeIt) {
+  meanwhile([&] { asksByHand("Chromium"); });
+  platform.openPanel.willSayNever();
+  quitsAndRunsPass("Chromium");
+  EXPECT_THAT(panels(), ElementsAre(".config/chromium"));
+}
+
 TEST_F(AskedOnce, staysSettledByNeverAfterTheWorkerHasEnded) {
   platform.openPanel.willSayNever();
   quitsAndRunsPass("Chromium");
