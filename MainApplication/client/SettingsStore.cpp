@@ -8,6 +8,7 @@
 #include "Platform/Linux/host/RegularFile.h"
 #include "Platform/Path.h"
 #include "Worker/Identity.h"
+#include "Worker/cleaning/History.h"
 #include "Worker/formats/ProfilesIni.h"
 #include "Worker/homes/NeverAsked.h"
 #include "Worker/sandbox/Operation.h"
@@ -162,6 +163,14 @@ SettingsStore::Allowed SettingsStore::allowed(const Browser& browser) const {
                                    [&](const std::string& folder) { return isGranted(folder, current); });
   if (count == 0) return Allowed::kNone;
   return static_cast<std::size_t>(count) == needed.size() ? Allowed::kAll : Allowed::kSome;
+}
+
+std::vector<Report> SettingsStore::history() const {
+  return History::reportsIn(workers()->read(kHistoryKey));
+}
+
+bool SettingsStore::clearHistory() {
+  return !workers()->exists() || workers()->erase(kHistoryKey);
 }
 
 }  // namespace tidewell

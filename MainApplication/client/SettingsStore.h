@@ -8,6 +8,7 @@
 
 #include "Platform/Linux/settings/SqliteUserDefaults.h"
 #include "Worker/browsers/Browsers.h"
+#include "Worker/cleaning/Report.h"
 #include "Worker/homes/Home.h"
 
 namespace tidewell {
@@ -39,6 +40,10 @@ class SettingsStore {
 
   /// The folders that a browser's cleaning needs and for which the user has said "Never".
   std::vector<std::string> neverAsked(const Browser& browser) const;
+
+  /// The reports of the last cleanings, the oldest first.
+  std::vector<Report> history() const;
+  bool clearHistory();
 
   enum class Allowed { kNothingThere, kNone, kSome, kAll };
   /// How many of the folders that a browser's cleaning needs are granted.

@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <iostream>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <utility>
 
 #include "MainApplication/client/RunningBrowsers.h"
+#include "MainApplication/command/ReadableText.h"
 #include "MainApplication/command/RunningText.h"
 #include "MainApplication/command/TerminalQuestion.h"
 #include "Platform/FileURL.h"
@@ -107,6 +109,8 @@ int Commands::status() {
                                   {"keepSiteSettings", home.kept.siteSettings},
                                   {"browsers", nlohmann::ordered_json::array()}};
   const auto running = runningBrowsers();
+  const std::vector<Report> reports = settings_.history();
+  std::map<std::string, std::string> lastCleanings;  // local times, by the browser's identifier
   for (const Browser* known : settings_.knownBrowsers()) {
     const Browser& browser = *known;
     nlohmann::json folders = nlohmann::json::array();  // of all installations, with "~" replaced
@@ -127,7 +131,13 @@ int Commands::status() {
                                  {"data", folders.empty() ? "" : folders[0]},
                                  {"folders", folders},
                                  {"neverAsked", settings_.neverAsked(browser)},
-                                 {"running", nullptr}});
+                                 {"running", nullptr},
+                                 {"lastCleaned", nullptr}});
+    for (const Report& report : reports) {
+      if (report.browser != browser.bundleIdentifier || report.runs.empty()) continue;
+      state["browsers"].back()["lastCleaned"] = timeForPrograms(report.runs.back().ended);
+      lastCleanings[report.browser] = localTime(report.runs.back().ended);
+    }
     const auto found = running.find(browser.bundleIdentifier);
     if (found != running.end()) state["browsers"].back()["running"] = runningState(found->second);
   }
@@ -156,6 +166,9 @@ int Commands::status() {
     }
     for (const std::string folder : browser["neverAsked"]) {
       output_ << indent << "never asked for: " << printable(folder) << '\n';
+    }
+    if (!browser["lastCleaned"].is_null()) {
+      output_ << indent << "cleaned last " << lastCleanings.at(std::string(browser["identifier"])) << '\n';
     }
     const auto found = running.find(std::string(browser["identifier"]));
     if (found != running.end()) output_ << indent << runningText(found->second) << '\n';

@@ -26,6 +26,9 @@ class Commands {
     bool answerYes = false;  // agree to every folder that is asked for
     bool onlyWords = false;  // print one word for each browser
     bool force = false;      // clean a browser that runs without asking
+    bool last = false;       // only the last cleaning
+    bool verbose = false;    // every store
+    bool clear = false;      // forget the cleanings so far
   };
 
   Commands(platform::linux_::SqliteUserDefaults& domains, Options options, std::ostream& output, std::ostream& errors)
@@ -43,6 +46,8 @@ class Commands {
   int setFlag(const std::string& key, const std::string& word, const FlagWords& words);
   /// Has a browser cleaned. While it runs, only with `force` or when the person agrees in the terminal.
   int quitOf(const std::string& browser);
+  /// Prints the last cleanings, of these browsers or of all, or forgets them.
+  int history(const std::vector<std::string>& browsers);
   /// Prints what a run would remove now.
   int preview(const std::string& browser);
 

@@ -1,11 +1,10 @@
 // "tidewell preview BROWSER".
 
-#include <array>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
 #include "MainApplication/command/Commands.h"
+#include "MainApplication/command/ReadableText.h"
 #include "MainApplication/preview/Preview.h"
 #include "Platform/PrintableText.h"
 
@@ -13,24 +12,6 @@ namespace tidewell {
 namespace {
 
 using platform::printable;
-
-/// Sizes as people read them, in powers of 1000.
-std::string readable(std::uint64_t bytes) {
-  constexpr std::array kUnits = {"bytes", "kB", "MB", "GB", "TB"};
-  auto size = static_cast<double>(bytes);
-  std::size_t unit = 0;
-  while (size >= 999.5 && unit + 1 < kUnits.size()) {
-    size /= 1000;
-    ++unit;
-  }
-  std::array<char, 32> text{};
-  std::snprintf(text.data(), text.size(), unit == 0 || size >= 99.5 ? "%.0f %s" : "%.1f %s", size, kUnits[unit]);
-  return text.data();
-}
-
-std::string counted(std::uint64_t count, const char* one, const char* many) {
-  return std::to_string(count) + " " + (count == 1 ? one : many);
-}
 
 }  // namespace
 

@@ -57,6 +57,7 @@ int main(int argc, char** argv) {
   flag("notifications", tidewell::kDisplayNotificationsKey, {"on", "off"}, "Say when a browser was cleaned");
   flag("overwrite", tidewell::kSecureDeleteDataKey, {"on", "off"}, "Overwrite files before they are removed");
   flag("site-settings", tidewell::kKeepSiteSettingsKey, {"keep", "remove"}, "Keep what you have set for single sites");
+  flag("keep-history", tidewell::kNoHistoryKey, {"off", "on"}, "Keep a report of each cleaning");
   CLI::App* quitOf =
       add(app, "quit-of", "Clean after a browser now, as if it had quit", [&](Commands& c) { return c.quitOf(word); });
   quitOf->add_option("BROWSER", word)->required();
@@ -65,6 +66,13 @@ int main(int argc, char** argv) {
       add(app, "preview", "What a cleaning would remove now", [&](Commands& c) { return c.preview(word); });
   preview->add_option("BROWSER", word)->required();
   preview->add_flag("--json", options.json, "For programs");
+  CLI::App* history =
+      add(app, "history", "What the last cleanings have done", [&](Commands& c) { return c.history(names); });
+  history->add_option("BROWSER", names, "Only of these browsers");
+  history->add_flag("--last", options.last, "Only the last cleaning");
+  history->add_flag("-v,--verbose", options.verbose, "Every store");
+  history->add_flag("--json", options.json, "For programs");
+  history->add_flag("--clear", options.clear, "Forget them");
   CLI::App* defaults = app.add_subcommand("defaults", "Read and write settings");
   // Its long options begin with a single dash, which the library doesn't parse, so the command parses them itself.
   defaults->prefix_command();

@@ -1,7 +1,7 @@
 # Completion of "tidewell" for bash.
 
 _tidewell() {
-  local commands="status browsers enable disable allow preview grants notifications overwrite site-settings quit-of defaults"
+  local commands="status browsers enable disable allow preview grants notifications overwrite site-settings history keep-history quit-of defaults"
   local browsers
   browsers=$(tidewell browsers --words 2>/dev/null)
   local domains="7QX2LM9PDA.com.emberlinestudio.Tidewell 7QX2LM9PDA.com.emberlinestudio.Tidewell.TidewellWorker"
@@ -21,7 +21,8 @@ _tidewell() {
       [[ " ${COMP_WORDS[*]:2:COMP_CWORD-2} " == *" "[a-z]* ]] || words+=" $browsers"
       ;;
     quit-of) words+=" --force $browsers" ;;
-    notifications | overwrite) ((COMP_CWORD == 2)) && words+=" on off" ;;
+    history) words+=" --last --verbose --json --clear $browsers" ;;
+    notifications | overwrite | keep-history) ((COMP_CWORD == 2)) && words+=" on off" ;;
     site-settings) ((COMP_CWORD == 2)) && words+=" keep remove" ;;
     grants)
       if [[ ${COMP_WORDS[2]} == revoke ]] && ((COMP_CWORD == 3)); then

@@ -1,6 +1,6 @@
 # Completion of "tidewell" for fish.
 
-set -l commands status browsers enable disable allow preview grants notifications overwrite site-settings quit-of defaults
+set -l commands status browsers enable disable allow preview grants notifications overwrite site-settings history keep-history quit-of defaults
 set -l domains 7QX2LM9PDA.com.emberlinestudio.Tidewell 7QX2LM9PDA.com.emberlinestudio.Tidewell.TidewellWorker
 
 complete -c tidewell -f
@@ -15,17 +15,22 @@ complete -c tidewell -n $first -a preview -d 'What a run would remove now'
 complete -c tidewell -n $first -a grants -d 'The folders that are allowed'
 complete -c tidewell -n $first -a notifications -d 'Say when a browser was cleaned'
 complete -c tidewell -n $first -a overwrite -d 'Overwrite files before they are removed'
+complete -c tidewell -n $first -a history -d 'What the last cleanings have done'
+complete -c tidewell -n $first -a keep-history -d 'Keep a report of each cleaning'
 complete -c tidewell -n $first -a site-settings -d 'Keep what you have set for single sites'
 complete -c tidewell -n $first -a quit-of -d 'Clean after a browser now, as if it had quit'
 complete -c tidewell -n $first -a defaults -d 'Read and write settings'
 
-complete -c tidewell -n '__fish_seen_subcommand_from enable disable allow preview quit-of' \
+complete -c tidewell -n '__fish_seen_subcommand_from enable disable allow preview history quit-of' \
     -a '(tidewell browsers --words 2>/dev/null)'
 complete -c tidewell -n '__fish_seen_subcommand_from enable allow' -l yes -d 'Agree to every folder'
 complete -c tidewell -n '__fish_seen_subcommand_from quit-of' -l force -d 'Also while it runs, without asking'
-complete -c tidewell -n '__fish_seen_subcommand_from status browsers preview grants' -l json -d 'For programs'
+complete -c tidewell -n '__fish_seen_subcommand_from status browsers preview grants history' -l json -d 'For programs'
 complete -c tidewell -n '__fish_seen_subcommand_from browsers' -l words -d 'Only what each may be called'
-complete -c tidewell -n '__fish_seen_subcommand_from notifications overwrite' -a 'on off'
+complete -c tidewell -n '__fish_seen_subcommand_from notifications overwrite keep-history' -a 'on off'
+complete -c tidewell -n '__fish_seen_subcommand_from history' -l last -d 'Only the last cleaning'
+complete -c tidewell -n '__fish_seen_subcommand_from history' -s v -l verbose -d 'Every store'
+complete -c tidewell -n '__fish_seen_subcommand_from history' -l clear -d 'Forget them'
 complete -c tidewell -n '__fish_seen_subcommand_from site-settings' -a 'keep remove'
 complete -c tidewell -n '__fish_seen_subcommand_from grants; and not __fish_seen_subcommand_from revoke' \
     -a revoke -d 'Take back what was allowed'
