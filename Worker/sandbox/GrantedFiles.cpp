@@ -41,6 +41,13 @@ T underGrant(const std::string& path, T empty, const std::function<T(const std::
   return underGrantOf<T>(folder, operation, std::move(empty), action);
 }
 
+/// Why a LevelDB database was left: another process holds its lock, or anything else.
+Left reasonForLeaving(const std::string& folder) {
+  const auto lock = grantedItems().lockFile(platform::appendingPathComponent(folder, "LOCK"));
+  const bool isHeld = !lock && lock.error() == std::errc::resource_unavailable_try_again;
+  return isHeld ? Left::kInUse : Left::kFailed;
+}
+
 }  // namespace
 
 Consent GrantedFiles::obtain(const std::string& folder) {
@@ -142,10 +149,11 @@ LevelDatabase::Outcome GrantedFiles::keepInLevelDatabase(const std::string& fold
   const auto kept = underGrant<std::optional<LevelDatabase::Outcome>>(
       folder, std::nullopt, [&](const std::string& fullPath) -> std::optional<LevelDatabase::Outcome> {
         const std::lock_guard turn(turnOf(fullPath));
-        return LevelDatabase::keepOnly(fullPath, isKept, isPrecious, remove);
+        const auto database = LevelDatabase::keepOnly(fullPath, isKept, isPrecious, remove);
+        if (database == LevelDatabase::Outcome::kLeft) outcome += {reasonForLeaving(fullPath)};
+        return database;
       });
   if (!kept) outcome += kNotAllowed;
-  if (kept == LevelDatabase::Outcome::kLeft) outcome += {Left::kFailed};
   return kept.value_or(LevelDatabase::Outcome::kLeft);
 }
 

@@ -33,6 +33,7 @@ std::string systemState(sd_bus* bus, const char* name) {
     return "";
   }
   const BusMessage owned(call);
+  sd_bus_message_set_auto_start(call, 0);
   sd_bus_message* answer = nullptr;
   if (sd_bus_message_append(call, "ss", kManagerInterface, "SystemState") < 0 ||
       sd_bus_call(bus, call, kPatienceMicroseconds, nullptr, &answer) < 0) {

@@ -149,6 +149,13 @@ TEST_F(DamagedStores, thatABrowserHasOpenAreLeft) {
   EXPECT_EQ(platform.home.tree(chrome("File System")), fileSystem);
 }
 
+TEST_F(DamagedStores, thatABrowserHasOpenAreSaidToBeInUse) {
+  const LockHolder running(home(chrome("Local Storage/leveldb/LOCK")));
+  ASSERT_TRUE(running.holds());
+  leftByARun();
+  EXPECT_THAT(platform.log.lines(), Contains("Local Storage/leveldb of Chromium was left: another program uses it"));
+}
+
 TEST_F(DamagedStores, thatWereOpenAreCleanedTheNextTime) {
   {
     const LockHolder running(home(chrome("Local Storage/leveldb/LOCK")));
