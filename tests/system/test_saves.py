@@ -29,7 +29,7 @@ class Saves(unittest.TestCase):
         """Writes what is about to be saved."""
         rules = {f"{SITE}:{port},*": {"setting": 1} for port in range(1000)}
         with open(self.path + ".tmp", "w") as file:
-            json.dump({"saved": number, "profile": {"content_settings": {"exceptions": {"cookies": rules}}}}, file)
+            json.dump({"saved": number, "profile": {"content_settings": {"exceptions": {"notifications": rules}}}}, file)
             file.flush()
             os.fsync(file.fileno())
 
