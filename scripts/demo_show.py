@@ -1,6 +1,7 @@
 """The demo's output: lines with the time that has passed, tables, and colours on a terminal."""
 
 import os
+import re
 import subprocess
 import sys
 import textwrap
@@ -42,6 +43,9 @@ def listing(mark, colour, paths):
         show(f"    {mark if number == 0 else ' '} {line}".replace("\0", " "), colour)
 
 
+QUESTION = re.compile(rb"\[y/N[^]]*\] ")
+
+
 def size(count):
     return f"{count / 1e6:.1f} MB" if count >= 1e6 else f"{count / 1e3:.0f} kB"
 
@@ -70,9 +74,9 @@ def run_with_answers(desk, words):
         nonlocal output
         ended = process.poll() is not None
         news = process.stdout.read() or b""
-        for _ in range(news.count(b"[y/N] ")):
+        for _ in QUESTION.findall(news):
             os.write(ours, b"y\n")
-        output += news.replace(b"[y/N] ", b"[y/N] y\n")
+        output += QUESTION.sub(rb"\g<0>y\n", news)
         return ended
 
     desk.wait(has_ended, what="the end of tidewell " + " ".join(words))
