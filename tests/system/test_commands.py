@@ -185,6 +185,9 @@ class Commands(unittest.TestCase):
 
     def test_with_a_worker_that_does_not_answer(self):
         self.start()
+        # Not in its start: stopped while it writes to the settings, it would hold their lock.
+        self.desk.settle(3)
+        self.desk.wait(lambda: len(os.listdir(f"/proc/{self.desk.worker.process.pid}/task")) == 1)
         os.kill(self.desk.worker.process.pid, signal.SIGSTOP)
         self.addCleanup(os.kill, self.desk.worker.process.pid, signal.SIGCONT)
         # Questions in a window may take up to an hour, but a worker that has stopped is noticed much sooner.
