@@ -9,8 +9,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
+#include <cerrno>
 #include <filesystem>
-#include <thread>
 
 #include "Platform/Linux/files/LinuxFileManager.h"
 #include "tests/Platform/Linux/files/SystemCalls.h"
@@ -249,13 +250,22 @@ TEST_F(FileErasure, leavesAFileThatCanNotBeOpenedForWriting) {
   const std::string program = granted.path("tree/program");
   granted.folder("tree");
   std::filesystem::copy_file("/bin/sleep", program);
+  std::array<int, 2> running{};
+  ASSERT_EQ(::pipe2(running.data(), O_CLOEXEC), 0);
+  FileDescriptor readEnd(running[0]);
+  FileDescriptor writeEnd(running[1]);
   const pid_t child = ::fork();
   if (child == 0) {
     ::execl(program.c_str(), program.c_str(), "600", nullptr);
+    const int error = errno;
+    [[maybe_unused]] const ssize_t told = ::write(writeEnd.get(), &error, sizeof error);
     ::_exit(1);
   }
-  // Once it runs, it is busy.
-  while (FileDescriptor(::open(program.c_str(), O_RDWR | O_CLOEXEC))) std::this_thread::yield();
+  writeEnd.reset();
+  // The pipe closes when the program runs, and its file is busy from then on. The test itself doesn't open the file,
+  // since a program that is open for writing can't be run.
+  int error = 0;
+  EXPECT_EQ(::read(readEnd.get(), &error, sizeof error), 0) << error;
   const Erasure erasure = erase("tree");
   ::kill(child, SIGKILL);
   ::waitpid(child, nullptr, 0);
