@@ -5,38 +5,10 @@
 #include <memory>
 #include <utility>
 
+#include "Platform/Linux/bus/PendingCall.h"
+
 namespace platform::linux_ {
 namespace {
-
-using Message = std::shared_ptr<sd_bus_message>;
-
-/// A call that can still be answered. Whichever thread its last owner is destroyed on, the message is released on the
-/// main thread, as sd-bus requires; at the latest when the loop discards its tasks.
-class PendingCall {
- public:
-  using Count = std::shared_ptr<std::atomic<unsigned>>;
-
-  PendingCall(RunLoop& loop, sd_bus_message* message, Count count)
-      : loop_(loop), message_(sd_bus_message_ref(message), MessageUnref()), count_(std::move(count)) {
-    ++*count_;
-  }
-  ~PendingCall() {
-    --*count_;
-    if (!loop_.isMainThread()) loop_.async([message = std::move(message_)] {});
-  }
-  PendingCall(const PendingCall&) = delete;
-  PendingCall& operator=(const PendingCall&) = delete;
-
-  /// A caller that has disconnected meanwhile is no error.
-  void answer(const std::string& text) { sd_bus_reply_method_return(message_.get(), "s", text.c_str()); }
-
-  RunLoop& loop() { return loop_; }
-
- private:
-  RunLoop& loop_;
-  Message message_;
-  const Count count_;  // of all that are pending
-};
 
 class BusConnection : public RemoteConnection {
  public:
@@ -92,7 +64,7 @@ void BusListener::resume() {
 int BusListener::received(sd_bus_message* message, void* data, sd_bus_error*) {
   auto* self = static_cast<BusListener*>(data);
   self->bus_.loop().async(
-      [self, call = Message(sd_bus_message_ref(message), MessageUnref())] { self->deliver(call.get()); });
+      [self, call = SharedBusMessage(sd_bus_message_ref(message), MessageUnref())] { self->deliver(call.get()); });
   return 1;  // handled; the reply comes later, or never
 }
 
@@ -112,7 +84,8 @@ void BusListener::deliver(sd_bus_message* message) {
   }
   const auto pending = std::make_shared<PendingCall>(bus_.loop(), message, pending_);
   connection.exported().call(argument, [pending](const std::string& text) {
-    pending->loop().async([pending, text] { pending->answer(text); });
+    // A caller that has disconnected meanwhile is no error.
+    pending->answer([text](sd_bus_message* call) { sd_bus_reply_method_return(call, "s", text.c_str()); });
   });
 }
 

@@ -2,10 +2,9 @@
 #pragma once
 
 #include <array>
-#include <atomic>
-#include <memory>
 #include <string>
 
+#include "Platform/Linux/bus/PendingCall.h"
 #include "Platform/Linux/bus/SessionBus.h"
 #include "Platform/RemoteListener.h"
 
@@ -49,7 +48,7 @@ class BusListener : public RemoteListener {
   std::array<sd_bus_vtable, 3> table_{};
   BusSlot slot_;
   RemoteListenerDelegate* delegate_ = nullptr;
-  const std::shared_ptr<std::atomic<unsigned>> pending_ = std::make_shared<std::atomic<unsigned>>(0);
+  const PendingCall::Count pending_ = std::make_shared<std::atomic<unsigned>>(0);
 };
 
 }  // namespace platform::linux_
