@@ -71,6 +71,11 @@ std::shared_ptr<WorkerAppDelegate> WorkerAppDelegate::create() {
       [weak = delegate->weak_from_this()](const Browser& browser, const Report& report, bool notifies) {
         if (const auto self = weak.lock()) self->runsEnded(browser, report, notifies);
       });
+  delegate->joinedRuns_->setBetweenRunsHandler(
+      [weak = delegate->weak_from_this()](const Browser& browser, const Report& report) {
+        const auto self = weak.lock();
+        if (self && self->runsHandler_) self->runsHandler_(browser, report, false);
+      });
   return delegate;
 }
 
@@ -130,6 +135,20 @@ void WorkerAppDelegate::appTerminated(const platform::ApplicationNotification& n
       [self = shared_from_this(), browserName, ifRunning] { self->clearData_andNotify(browserName, true, ifRunning); });
 }
 
+std::optional<WorkerAppDelegate::Refusal> WorkerAppDelegate::cleanNow(const std::string& bundleIdentifier,
+                                                                      IfRunning ifRunning, JoinedRuns::Done done) {
+  if (!joinsRuns()) return Refusal::kNoReports;
+  const Browser* browser = browserWithIdentifier(bundleIdentifier);
+  if (browser == nullptr || !Home::current().layout->knows(*browser)) return Refusal::kUnknownBrowser;
+  if (!isEnabled(*browser)) return Refusal::kNotEnabled;
+  if (ifRunning == IfRunning::kIsSpared && Platform::current().workspace.isRunning(bundleIdentifier)) {
+    return Refusal::kIsRunning;
+  }
+  OwedCleanings::noteUnlessNoted(*browser);
+  joinedRuns_->quit(*browser, Cause::kAnnounced, ifRunning, std::move(done));
+  return std::nullopt;
+}
+
 bool WorkerAppDelegate::checkIfBrowserEnabled(const std::string& browserName) {
   const Browser* browser = browserNamed(browserName);
   return browser != nullptr && isEnabled(*browser);
@@ -174,6 +193,7 @@ Report WorkerAppDelegate::clean(const std::string& browserName, IfRunning ifRunn
 void WorkerAppDelegate::runsEnded(const Browser& browser, const Report& report, bool notifies) {
   if (!report.runs.empty() && !report.isWorthAnotherTry()) OwedCleanings::settle(browser, report.runs.back().begun);
   if (!report.runs.empty()) History::add(report);
+  if (runsHandler_) runsHandler_(browser, report, true);
   if (notifies && !report.isSpared) notifyOfRun(std::string(browser.name));
 }
 

@@ -11,7 +11,9 @@
 // Other homes, and today's stores on any home, are cleaned by cleaning/. clean() chooses.
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -61,6 +63,16 @@ class WorkerAppDelegate : public Agent,
 
   /// Cleans the browser's data, in the background; returns at once.
   void clearData_andNotify(const std::string& browserName, bool notify, IfRunning ifRunning = IfRunning::kIsSpared);
+
+  /// Who hears of runs that have ended, on a home without a Library. `isLast`: no other follows for the same quit.
+  using RunsHandler = std::function<void(const Browser& browser, const Report& report, bool isLast)>;
+  void setRunsHandler(RunsHandler handler) { runsHandler_ = std::move(handler); }
+
+  enum class Refusal { kUnknownBrowser, kNotEnabled, kIsRunning, kNoReports };
+  /// Cleans a browser as if it had quit, if it runs only with IfRunning::kIsCleaned; `done` is called on a background
+  /// thread when the last run is over. Returns why it does not: kNoReports on a home with a Library, whose runs end
+  /// without telling.
+  std::optional<Refusal> cleanNow(const std::string& bundleIdentifier, IfRunning ifRunning, JoinedRuns::Done done);
 
   // Endings, on a home without a Library. What is enabled and was seen to run is owed a cleaning until that has been
   // done to the end (OwedCleanings).
@@ -163,6 +175,7 @@ class WorkerAppDelegate : public Agent,
   platform::Workspace::ObserverToken runsObserverToken_ = 0;
   platform::Task sessionEnded_;  // set while the session ends
   bool waitsForBrowsers_ = true;
+  RunsHandler runsHandler_;
   std::shared_ptr<JoinedRuns> joinedRuns_;  // on homes without a Library
 };
 

@@ -5,7 +5,9 @@
 
 #include "Platform/Linux/LinuxPlatform.h"
 #include "Platform/Linux/bus/BusListener.h"
+#include "Platform/Linux/bus/BusService.h"
 #include "Platform/Linux/bus/SessionEnd.h"
+#include "Worker/Cleanings.h"
 #include "Worker/Identity.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/browsers/Browsers.h"
@@ -28,13 +30,16 @@ int main() {
                                 {{"CFBundleDisplayName", tidewell::kDisplayName}, {"CFBundleName", "TidewellWorker"}}};
   linux_::LinuxPlatform platform(loop, **bus, info, tidewell::watchedBrowsers());
   // The name is taken once quits can be received: a program that sees it may announce one at once.
-  linux_::BusListener listener(**bus, linux_::BusServiceNames::forIdentifier(
-                                          tidewell::kBundleIdentifier, tidewell::kAgentInterface,
-                                          tidewell::kAgentMethod, std::string(tidewell::kAgentArgumentNames)));
+  const auto names =
+      linux_::BusServiceNames::forIdentifier(tidewell::kBundleIdentifier, tidewell::kAgentInterface,
+                                             tidewell::kAgentMethod, std::string(tidewell::kAgentArgumentNames));
+  linux_::BusListener listener(**bus, names);
   if (const auto error = listener.requestName()) {
     return fail("not started", error == std::errc::file_exists ? "a worker runs already" : error.message());
   }
   auto delegate = tidewell::WorkerAppDelegate::create();
+  linux_::BusService cleanings(**bus, names.object, tidewell::cleaningsInterface(*delegate));
+  tidewell::announceRuns(*delegate, cleanings);
   const linux_::SessionEnd end(**bus, [&](platform::Task done) { delegate->sessionEnds(std::move(done)); });
   listener.setDelegate(delegate.get());
   listener.resume();

@@ -36,7 +36,8 @@ std::shared_ptr<JoinedRuns> JoinedRuns::create(Clean clean, Ended ended) {
 JoinedRuns::JoinedRuns(Clean clean, Ended ended)
     : clean_(std::move(clean)), ended_(std::move(ended)), secondRuns_(LaterTurns::create(kSecondRunDelay)) {}
 
-void JoinedRuns::quit(const Browser& browser, Cause cause, IfRunning ifRunning) {
+void JoinedRuns::quit(const Browser& browser, Cause cause, IfRunning ifRunning, Done done) {
+  if (done) waiting_[browser.bundleIdentifier].push_back(std::move(done));
   const Occasion quit = lastQuits_[browser.bundleIdentifier] = questions_.newOccasion();
   const NextRun second{.notifies = true, .ifRunning = ifRunning, .cause = cause};
   if (sessionEnds_) return join(browser, second);
@@ -98,12 +99,19 @@ platform::BlockOperation JoinedRuns::beginRun(const Browser& browser) {
   NextRun wanted = nextRuns_.extract(browser.bundleIdentifier).mapped();
   wanted.isLast = wanted.notifies || !secondRuns_->isToCome(nameOf(browser));
   if (sessionEnds_) wanted.quit = 0;
+  // Whoever has asked by now is served by this run: if it is not their own last one, that one has nothing left to do.
+  if (wanted.notifies) wanted.done = std::exchange(waiting_[browser.bundleIdentifier], {});
   return {[self = shared_from_this(), &browser, wanted] { self->run(browser, wanted); }, nullptr};
 }
 
 void JoinedRuns::run(const Browser& browser, const NextRun& wanted) {
   const Report report = joinedWithEarlier(browser, cleaned(browser, wanted), wanted.isLast);
-  if (wanted.isLast) ended_(browser, report, wanted.notifies);
+  if (wanted.isLast) {
+    ended_(browser, report, wanted.notifies);
+  } else if (betweenRuns_) {
+    betweenRuns_(browser, report);
+  }
+  for (const Done& done : wanted.done) done(report);
   if (wanted.quit == 0 || report.isSpared) return;
   const std::vector<std::string> missing = questions_.missing(*Home::current().layout, browser, {wanted.quit});
   if (missing.empty()) return;

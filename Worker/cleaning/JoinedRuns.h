@@ -35,11 +35,14 @@ class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
   /// one, is over. `notifies`: after a quit.
   using Ended = std::function<void(const Browser& browser, const Report& report, bool notifies)>;
 
+  /// Called with the report of what was asked for.
+  using Done = std::function<void(const Report& report)>;
+
   static std::shared_ptr<JoinedRuns> create(Clean clean, Ended ended);
 
   /// A browser, a row of the table, has quit: a run follows now, and a second one, which notifies, in 8 seconds. When
-  /// the session ends there is one run, at once.
-  void quit(const Browser& browser, Cause cause, IfRunning ifRunning);
+  /// the session ends there is one run, at once. `done` is called when the last of these runs is over.
+  void quit(const Browser& browser, Cause cause, IfRunning ifRunning, Done done = nullptr);
 
   /// A browser that does not run is to be cleaned once. Nobody is asked for folders.
   void catchUp(const Browser& browser);
@@ -52,6 +55,11 @@ class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
 
   /// Whether no run is under way or waits.
   bool isIdle() const { return runs_->isIdle(); }
+
+  /// Called each time that a run has ended and another follows for the same quit, with what was done so far.
+  void setBetweenRunsHandler(std::function<void(const Browser& browser, const Report& report)> handler) {
+    betweenRuns_ = std::move(handler);
+  }
 
   /// Called on the main thread each time that a run has ended.
   void setRunEndHandler(platform::Task handler) { runs_->setEndHandler(std::move(handler)); }
@@ -66,6 +74,7 @@ class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
     bool isLast = false;  // none is to come for the same quit
     IfRunning ifRunning = IfRunning::kIsSpared;
     Cause cause = Cause::kPermission;
+    std::vector<Done> done = {};
   };
   struct NextRequest {
     std::vector<platform::Task> done;
@@ -89,13 +98,15 @@ class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
 
   const Clean clean_;
   const Ended ended_;
+  std::function<void(const Browser&, const Report&)> betweenRuns_;
   const std::shared_ptr<Turns> runs_ = Turns::create();
   const std::shared_ptr<Turns> requests_ = Turns::create();
   const std::shared_ptr<LaterTurns> secondRuns_;
   FolderQuestions questions_;
-  std::map<std::string_view, Occasion> lastQuits_;  // by the browser's identifier, as are the next two
+  std::map<std::string_view, Occasion> lastQuits_;  // by the browser's identifier, as are the next three
   std::map<std::string_view, NextRun> nextRuns_;
   std::map<std::string_view, NextRequest> nextRequests_;
+  std::map<std::string_view, std::vector<Done>> waiting_;  // for the end of a quit's last run
   bool sessionEnds_ = false;
   std::mutex mutex_;
   std::map<std::string_view, Report> reports_;  // of runs that another follows; guarded by mutex_
