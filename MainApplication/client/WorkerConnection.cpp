@@ -8,12 +8,15 @@
 
 #include "Platform/Linux/bus/BusListener.h"
 #include "Platform/Linux/bus/OpenPanelNames.h"
+#include "Platform/Linux/bus/ValueMessage.h"
 #include "Worker/Agent.h"
+#include "Worker/Cleanings.h"
 #include "Worker/Identity.h"
 
 namespace tidewell {
 namespace {
 
+using platform::linux_::BusMessage;
 using platform::linux_::BusServiceNames;
 using platform::linux_::BusSlot;
 using platform::linux_::SessionBus;
@@ -26,10 +29,15 @@ BusServiceNames worker() {
   return BusServiceNames::forIdentifier(kBundleIdentifier, kAgentInterface, kAgentMethod, "");
 }
 
-struct Pending {
-  bool arrived = false;
-  std::optional<std::string> text;
-};
+BusMessage newCall(const SessionBus& bus, const char* interface, const char* method) {
+  const BusServiceNames names = worker();
+  sd_bus_message* message = nullptr;
+  if (sd_bus_message_new_method_call(bus.get(), &message, names.name.c_str(), names.object.c_str(), interface, method) <
+      0) {
+    return nullptr;
+  }
+  return BusMessage(message);
+}
 
 /// Pings the worker until two pings in a row go unanswered. A single one proves nothing: its answer may have waited
 /// while the user was asked in the terminal.
@@ -43,13 +51,9 @@ class Heartbeat : public std::enable_shared_from_this<Heartbeat> {
 
  private:
   void ask() {
-    sd_bus_message* message = nullptr;
-    const BusServiceNames names = worker();
-    sd_bus_message_new_method_call(bus_.get(), &message, names.name.c_str(), names.object.c_str(),
-                                   "org.freedesktop.DBus.Peer", "Ping");
-    const platform::linux_::BusMessage call(message);
+    const BusMessage call = newCall(bus_, "org.freedesktop.DBus.Peer", "Ping");
     sd_bus_slot* slot = nullptr;
-    if (sd_bus_call_async(bus_.get(), &slot, message, &Heartbeat::answered, this, kHeartbeat.count()) < 0) return;
+    if (sd_bus_call_async(bus_.get(), &slot, call.get(), &Heartbeat::answered, this, kHeartbeat.count()) < 0) return;
     slot_.reset(slot);
   }
 
@@ -137,35 +141,65 @@ std::optional<std::string> WorkerConnection::requestAccess(const std::string& bu
     // If a graphical panel has the name already, that panel answers instead.
     static_cast<void>(bus_->requestName(platform::linux_::kOpenPanelName));
   }
-  Pending pending;
-  const BusServiceNames names = worker();
-  const auto answered = [](sd_bus_message* reply, void* data, sd_bus_error*) {
-    auto* waiting = static_cast<Pending*>(data);
-    const char* text = nullptr;
-    if (sd_bus_message_is_method_error(reply, nullptr) == 0 && sd_bus_message_read(reply, "s", &text) >= 0) {
-      waiting->text = text;
-    }
-    waiting->arrived = true;
-    return 0;
-  };
-  sd_bus_message* message = nullptr;
-  if (sd_bus_message_new_method_call(bus_->get(), &message, names.name.c_str(), names.object.c_str(), kAgentInterface,
-                                     kAgentMethod) < 0) {
-    return std::nullopt;
-  }
-  const platform::linux_::BusMessage call(message);
-  sd_bus_message_append(message, "s", bundleIdentifier.c_str());
-  sd_bus_slot* slot = nullptr;
-  if (sd_bus_call_async(bus_->get(), &slot, message, answered, &pending, kNoTimeout) < 0) return std::nullopt;
-  const BusSlot waiting(slot);
   const auto late = std::make_shared<bool>(false);
   bus_->loop().after(patience, [late] { *late = true; });
+  const BusMessage call = newCall(*bus_, kAgentInterface, kAgentMethod);
+  sd_bus_message_append(call.get(), "s", bundleIdentifier.c_str());
+  const BusMessage reply = replyTo(call, [late] { return *late; });
+  if (panel_) sd_bus_release_name(bus_->get(), platform::linux_::kOpenPanelName);
+  const char* text = nullptr;
+  if (!reply || sd_bus_message_is_method_error(reply.get(), nullptr) != 0 ||
+      sd_bus_message_read(reply.get(), "s", &text) < 0) {
+    return std::nullopt;
+  }
+  return text;
+}
+
+BusMessage WorkerConnection::replyTo(const BusMessage& call, const std::function<bool()>& isLate) {
+  BusMessage reply;
+  const auto answered = [](sd_bus_message* message, void* data, sd_bus_error*) {
+    static_cast<BusMessage*>(data)->reset(sd_bus_message_ref(message));
+    return 0;
+  };
+  sd_bus_slot* slot = nullptr;
+  if (sd_bus_call_async(bus_->get(), &slot, call.get(), answered, &reply, kNoTimeout) < 0) return nullptr;
+  const BusSlot waiting(slot);
   const auto heartbeat = std::make_shared<Heartbeat>(*bus_);
   heartbeat->begin();
-  bus_->loop().runModally([&] { return pending.arrived || *late || heartbeat->hasStopped(); });
+  bus_->loop().runModally([&] { return reply != nullptr || isLate() || heartbeat->hasStopped(); });
   heartbeat->end();
-  if (panel_) sd_bus_release_name(bus_->get(), platform::linux_::kOpenPanelName);
-  return pending.text;
+  return reply;
+}
+
+WorkerConnection::Cleaned WorkerConnection::clean(const std::string& bundleIdentifier, bool evenIfRunning,
+                                                  const std::function<void(const Report& soFar)>& progress) {
+  struct Watch {
+    const std::string& browser;
+    const std::function<void(const Report& soFar)>& progress;
+  } watch{bundleIdentifier, progress};
+  const auto runEnded = [](sd_bus_message* signal, void* data, sd_bus_error*) {
+    const auto* watched = static_cast<const Watch*>(data);
+    const char* browser = nullptr;
+    if (sd_bus_message_read(signal, "s", &browser) <= 0 || watched->browser != browser) return 0;
+    const auto form = platform::linux_::readDictionary(signal);
+    if (const auto report = form ? reportOf(*form) : std::nullopt) watched->progress(*report);
+    return 0;
+  };
+  sd_bus_slot* slot = nullptr;
+  sd_bus_match_signal_async(bus_->get(), &slot, worker().name.c_str(), worker().object.c_str(), kCleaningsInterface,
+                            kRunEndedSignal, runEnded, nullptr, &watch);
+  const BusSlot match(slot);
+  const BusMessage call = newCall(*bus_, kCleaningsInterface, kCleanMethod);
+  sd_bus_message_append(call.get(), "sb", bundleIdentifier.c_str(), int{evenIfRunning});
+  const BusMessage reply = replyTo(call, [] { return false; });
+  if (!reply) return {};
+  if (const sd_bus_error* error = sd_bus_message_get_error(reply.get())) {
+    const bool isUnknown = sd_bus_error_has_names(error, SD_BUS_ERROR_UNKNOWN_METHOD, SD_BUS_ERROR_UNKNOWN_INTERFACE,
+                                                  kNoReportsError) != 0;
+    return {std::nullopt, error->name, isUnknown};
+  }
+  const auto form = platform::linux_::readDictionary(reply.get());
+  return {form ? reportOf(*form) : std::nullopt, "", false};
 }
 
 bool WorkerConnection::announceQuit(const std::string& applicationName, const std::string& bundleIdentifier,

@@ -10,6 +10,7 @@
 
 #include "Platform/Linux/bus/SessionBus.h"
 #include "Platform/OpenPanel.h"
+#include "Worker/cleaning/Report.h"
 
 namespace tidewell {
 
@@ -38,11 +39,23 @@ class WorkerConnection {
   std::optional<std::string> requestAccess(const std::string& bundleIdentifier, std::chrono::seconds patience,
                                            const Panel& panel = nullptr);
 
+  struct Cleaned {
+    std::optional<Report> report;  // absent when there is none, or the worker has gone
+    std::string errorName;         // what the worker refused with; see Worker/Cleanings.h
+    bool isUnknown = false;        // the worker can't be asked: it is an older one, or has no reports of this home
+  };
+  /// Has a browser cleaned, and waits until the last run is over. `progress` is called when the first one is.
+  Cleaned clean(const std::string& bundleIdentifier, bool evenIfRunning,
+                const std::function<void(const Report& soFar)>& progress);
+
   /// Tells the worker that an application has quit, or is to be cleaned even if it runs.
   bool announceQuit(const std::string& applicationName, const std::string& bundleIdentifier, bool evenIfRunning);
 
  private:
   explicit WorkerConnection(std::unique_ptr<platform::linux_::SessionBus> bus) : bus_(std::move(bus)) {}
+
+  /// Sends a call to the worker; returns its reply, an error or not; null when the worker has gone, or `isLate`.
+  platform::linux_::BusMessage replyTo(const platform::linux_::BusMessage& call, const std::function<bool()>& isLate);
 
   static int panelCalled(sd_bus_message* call, void* data, sd_bus_error* error);
 

@@ -14,7 +14,6 @@
 #include "MainApplication/command/TerminalQuestion.h"
 #include "Platform/FileURL.h"
 #include "Platform/Linux/processes/ExecutableFinder.h"
-#include "Platform/Linux/processes/LinuxWorkspace.h"
 #include "Platform/Path.h"
 #include "Platform/PrintableText.h"
 #include "Worker/Identity.h"
@@ -40,15 +39,6 @@ bool isInstalled(const Browser& browser) {
   const auto found =
       platform::linux_::findExecutables({watched(browser)}, platform::linux_::SearchPlaces::fromEnvironment(), unused);
   return !found[0].programs.empty() || !found[0].scripts.empty();
-}
-
-/// Whether the worker sees the browser run.
-bool runsNow(const Browser& browser, RunLoop& loop) {
-  platform::linux_::LinuxWorkspace workspace(loop, watchedBrowsers());
-  platform::linux_::LinuxWorkspace::Options options;
-  options.isWanted = [](const platform::WatchedApplication&) { return false; };
-  workspace.start(std::move(options));
-  return workspace.isRunning(std::string(browser.bundleIdentifier));
 }
 
 }  // namespace
@@ -274,30 +264,6 @@ int Commands::setFlag(const std::string& key, const std::string& word, const Fla
     return kMisused;
   }
   return settings_.setFlag(key, word == words.on) ? kDone : fail("the settings could not be written");
-}
-
-bool Commands::isAgreedThoughRunning(const Browser& browser) {
-  if (!hasTerminal()) return false;
-  output_ << browser.name << " is running. It may lose what it has open, or complain. Clean it all the same?";
-  return isAgreedInTerminal(output_);
-}
-
-int Commands::quitOf(const std::string& name) {
-  const auto found = browsersFor({name});
-  if (found.empty()) return kMisused;
-  RunLoop loop;
-  const auto connection = WorkerConnection::open(loop);
-  if (!connection) return fail("there is no session bus: " + connection.error().message());
-  if (!(*connection)->isRunning()) return fail("the worker does not run");
-  if (!settings_.isEnabled(*found[0])) return fail(std::string(found[0]->name) + " is not enabled");
-  const bool isRunning = runsNow(*found[0], loop);
-  if (isRunning && !options_.force && !isAgreedThoughRunning(*found[0])) {
-    return fail(std::string(found[0]->name) +
-                " is running: quit it, and it is cleaned (--force cleans it all the same)");
-  }
-  const bool sent =
-      (*connection)->announceQuit(std::string(found[0]->name), std::string(found[0]->bundleIdentifier), isRunning);
-  return sent ? kDone : fail("the quit could not be announced");
 }
 
 }  // namespace tidewell

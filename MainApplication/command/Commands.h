@@ -22,13 +22,15 @@ struct FlagWords {
 class Commands {
  public:
   struct Options {
-    bool json = false;       // print states for programs
-    bool answerYes = false;  // agree to every folder that is asked for
-    bool onlyWords = false;  // print one word for each browser
-    bool force = false;      // clean a browser that runs without asking
-    bool last = false;       // only the last cleaning
-    bool verbose = false;    // every store
-    bool clear = false;      // forget the cleanings so far
+    bool json = false;        // print states for programs
+    bool answerYes = false;   // agree to every folder that is asked for
+    bool onlyWords = false;   // print one word for each browser
+    bool force = false;       // clean a browser that runs without asking
+    bool last = false;        // only the last cleaning
+    bool verbose = false;     // every store
+    bool clear = false;       // forget the cleanings so far
+    bool waits = true;        // for the end of a cleaning
+    bool isTerminal = false;  // a person reads the output
   };
 
   Commands(platform::linux_::SqliteUserDefaults& domains, Options options, std::ostream& output, std::ostream& errors)
@@ -44,7 +46,8 @@ class Commands {
   int revoke(const std::string& folder);
   /// Writes a setting that one of two words turns on or off.
   int setFlag(const std::string& key, const std::string& word, const FlagWords& words);
-  /// Has a browser cleaned. While it runs, only with `force` or when the person agrees in the terminal.
+  /// Has a browser cleaned, and prints the report; failed when not all was done. While it runs, only with `force` or
+  /// when the person agrees in the terminal.
   int quitOf(const std::string& browser);
   /// Prints the last cleanings, of these browsers or of all, or forgets them.
   int history(const std::vector<std::string>& browsers);
@@ -56,6 +59,7 @@ class Commands {
   std::vector<const Browser*> browsersFor(const std::vector<std::string>& texts);
   int fail(const std::string& why);
   int allowed(const Browser& browser);
+  int announceQuit(WorkerConnection& connection, const Browser& browser, bool isRunning);
   bool isAgreedThoughRunning(const Browser& browser);
   WorkerConnection::PanelAnswer answerOf(const WorkerConnection::PanelQuestion& question);
 

@@ -1,5 +1,7 @@
 // The command "tidewell": the main application for the terminal.
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <iostream>
@@ -62,6 +64,9 @@ int main(int argc, char** argv) {
       add(app, "quit-of", "Clean after a browser now, as if it had quit", [&](Commands& c) { return c.quitOf(word); });
   quitOf->add_option("BROWSER", word)->required();
   quitOf->add_flag("--force", options.force, "Also while it runs, without asking");
+  quitOf->add_flag("--no-wait{false}", options.waits, "Don't wait for the end of the cleaning");
+  quitOf->add_flag("-v,--verbose", options.verbose, "Print every store");
+  quitOf->add_flag("--json", options.json, "For programs");
   CLI::App* preview =
       add(app, "preview", "What a cleaning would remove now", [&](Commands& c) { return c.preview(word); });
   preview->add_option("BROWSER", word)->required();
@@ -77,6 +82,7 @@ int main(int argc, char** argv) {
   // Its long options begin with a single dash, which the library doesn't parse, so the command parses them itself.
   defaults->prefix_command();
 
+  options.isTerminal = ::isatty(STDOUT_FILENO) == 1;
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -20,7 +20,7 @@ _tidewell() {
       words+=" --json"
       [[ " ${COMP_WORDS[*]:2:COMP_CWORD-2} " == *" "[a-z]* ]] || words+=" $browsers"
       ;;
-    quit-of) words+=" --force $browsers" ;;
+    quit-of) words+=" --force --no-wait --verbose --json $browsers" ;;
     history) words+=" --last --verbose --json --clear $browsers" ;;
     notifications | overwrite | keep-history) ((COMP_CWORD == 2)) && words+=" on off" ;;
     site-settings) ((COMP_CWORD == 2)) && words+=" keep remove" ;;
