@@ -12,6 +12,7 @@
 #include "Worker/cleaning/Cleaning.h"
 #include "Worker/cleaning/History.h"
 #include "Worker/cleaning/OwedCleanings.h"
+#include "Worker/cleaning/ReportLog.h"
 #include "Worker/homes/Home.h"
 #include "Worker/homes/StartedWith.h"
 
@@ -193,6 +194,7 @@ Report WorkerAppDelegate::clean(const std::string& browserName, IfRunning ifRunn
 void WorkerAppDelegate::runsEnded(const Browser& browser, const Report& report, bool notifies) {
   if (!report.runs.empty() && !report.isWorthAnotherTry()) OwedCleanings::settle(browser, report.runs.back().begun);
   if (!report.runs.empty()) History::add(report);
+  recordInLog(report);
   if (runsHandler_) runsHandler_(browser, report, true);
   if (notifies && !report.isSpared) notifyOfRun(std::string(browser.name));
 }

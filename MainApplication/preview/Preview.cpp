@@ -33,7 +33,8 @@ class NoTexts : public platform::Bundle {
 
 class NoLog : public platform::Log {
  public:
-  void log(std::string_view) override {}
+  void log(std::string_view, const std::vector<platform::LogField>&) override {}
+  void record(std::string_view, const std::vector<platform::LogField>&) override {}
 };
 
 /// Agrees to every request, because a preview may read everything anyway.

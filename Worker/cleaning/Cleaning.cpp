@@ -7,6 +7,7 @@
 #include "Platform/Format.h"
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
+#include "Worker/cleaning/ReportLog.h"
 #include "Worker/sandbox/GrantedFiles.h"
 
 namespace tidewell {
@@ -102,7 +103,7 @@ void Cleaning::note(const StoreReport& store, std::string_view name) {
   if (store.outcome.left == Left::kNotAllowed && store.outcome.removed == 0) return noteNotAllowed(store.folder);
   if (store.outcome.left == Left::kNothing && store.outcome.removed == 0) return;
   report_.stores.push_back(store);
-  log(name, store.outcome.left);
+  log(name, store.outcome);
 }
 
 /// Once for the folder that needs a grant, not for each store and folder in it.
@@ -115,9 +116,11 @@ void Cleaning::noteNotAllowed(const std::string& folder) {
   report_.stores.push_back({folder, "", StoreGroup::kSiteStorage, {Left::kNotAllowed}});
 }
 
-void Cleaning::log(std::string_view what, Left left) const {
-  const char* message = messageOn(left);
-  if (message != nullptr) platform::Platform::current().log.log(platform::formatted(message, {what, browser_.name}));
+void Cleaning::log(std::string_view what, const Outcome& outcome) const {
+  const char* message = messageOn(outcome.left);
+  if (message == nullptr) return;
+  platform::Platform::current().log.log(platform::formatted(message, {what, browser_.name}),
+                                        logFields(report_.browser, what, outcome));
 }
 
 }  // namespace tidewell

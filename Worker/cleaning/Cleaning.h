@@ -42,7 +42,7 @@ class Cleaning {
   void clean(const Store& store, const std::string& folder);
   void note(const StoreReport& store, std::string_view name);
   void noteNotAllowed(const std::string& folder);
-  void log(std::string_view what, Left left) const;
+  void log(std::string_view what, const Outcome& outcome) const;
 
   const Layout& layout_;
   const Browser& browser_;

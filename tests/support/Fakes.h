@@ -28,18 +28,37 @@ class FakeBundle : public platform::Bundle {
 
 class FakeLog : public platform::Log {
  public:
-  void log(std::string_view text) override {
+  using platform::Log::log;
+  void log(std::string_view text, const std::vector<platform::LogField>& fields) override {
+    addFields(fields);
     const std::lock_guard lock(mutex_);
     lines_.emplace_back(text);
   }
+  void record(std::string_view text, const std::vector<platform::LogField>& fields) override {
+    addFields(fields);
+    const std::lock_guard lock(mutex_);
+    records_.emplace_back(text);
+  }
+
   std::vector<std::string> lines() const {
     const std::lock_guard lock(mutex_);
     return lines_;
   }
+  /// What only logs with fields get.
+  const std::vector<std::string>& records() const { return records_; }
+  /// "NAME=value", of all entries.
+  const std::vector<std::string>& fields() const { return fields_; }
 
  private:
+  void addFields(const std::vector<platform::LogField>& fields) {
+    const std::lock_guard lock(mutex_);
+    for (const platform::LogField& field : fields) fields_.push_back(field.name + "=" + field.value);
+  }
+
   mutable std::mutex mutex_;
   std::vector<std::string> lines_;
+  std::vector<std::string> records_;
+  std::vector<std::string> fields_;
 };
 
 /// Journal: "activate" when the next panel is to come to the front, "panel PATH" for each panel that is shown.

@@ -2,6 +2,7 @@
 
 #define SD_JOURNAL_SUPPRESS_LOCATION
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <syslog.h>
 #include <systemd/sd-journal.h>
 #include <unistd.h>
@@ -25,16 +26,28 @@ bool standardErrorIsJournal() {
          ::fstat(STDERR_FILENO, &status) == 0 && status.st_dev == device && status.st_ino == inode;
 }
 
+/// False when the journal could not take the entry.
+bool sendToJournal(int priority, std::string_view text, const std::vector<LogField>& fields) {
+  std::vector<std::string> entries{"MESSAGE=" + printable(text), "PRIORITY=" + std::to_string(priority)};
+  for (const LogField& field : fields) entries.push_back(field.name + "=" + printable(field.value));
+  std::vector<iovec> parts;
+  for (std::string& entry : entries) parts.push_back({entry.data(), entry.size()});
+  return ::sd_journal_sendv(parts.data(), static_cast<int>(parts.size())) >= 0;
+}
+
 }  // namespace
 
 LineLog::LineLog() : toJournal_(standardErrorIsJournal()) {}
 
-void LineLog::log(std::string_view text) {
-  std::string line = printable(text);
-  if (toJournal_ && sd_journal_print(LOG_NOTICE, "%s", line.c_str()) >= 0) return;
-  line += '\n';
+void LineLog::log(std::string_view text, const std::vector<LogField>& fields) {
+  if (toJournal_ && sendToJournal(LOG_NOTICE, text, fields)) return;
+  std::string line = printable(text) + '\n';
   // One write for a line, so that lines of several threads don't mix. A failure can't be reported anywhere.
   [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
+}
+
+void LineLog::record(std::string_view text, const std::vector<LogField>& fields) {
+  if (toJournal_) sendToJournal(LOG_INFO, text, fields);
 }
 
 }  // namespace platform::linux_

@@ -1,4 +1,4 @@
-// The log on standard error; in the journal, when standard error is connected to it.
+// The log on standard error; in the journal, with fields, when standard error is connected to it.
 #pragma once
 
 #include "Platform/Log.h"
@@ -9,7 +9,9 @@ class LineLog : public Log {
  public:
   LineLog();
 
-  void log(std::string_view text) override;
+  using Log::log;
+  void log(std::string_view text, const std::vector<LogField>& fields) override;
+  void record(std::string_view text, const std::vector<LogField>& fields) override;
 
  private:
   const bool toJournal_;

@@ -188,4 +188,29 @@ TEST_F(Reports, ofALaterRunThatSparedTheBrowserForgiveNothing) {
   EXPECT_FALSE(report.isDone());
 }
 
+TEST_F(Reports, areRecordedInTheLog) {
+  platform.home.file(std::string(kProfile) + "Cookies", "12345");
+  afterAQuit();  // the file, and the folder of the cache
+  EXPECT_THAT(platform.log.records(),
+              ElementsAre("Chromium was cleaned: 2 items, " + std::to_string(last().sum().bytes) + " bytes"));
+  EXPECT_THAT(platform.log.fields(),
+              ElementsAre("TIDEWELL_BROWSER=org.chromium.Chromium", "TIDEWELL_CAUSE=quit", "TIDEWELL_ITEMS=2",
+                          "TIDEWELL_BYTES=" + std::to_string(last().sum().bytes), "TIDEWELL_DONE=yes"));
+}
+
+TEST_F(Reports, recordInTheLogWhatIsNotAllowed) {
+  platform.own().clear();
+  afterAQuit();
+  EXPECT_THAT(platform.log.records(),
+              ::testing::Contains(home(".config/chromium") + " of Chromium was left: it is not allowed"));
+  EXPECT_THAT(platform.log.fields(), ::testing::IsSupersetOf({"TIDEWELL_DONE=no", "TIDEWELL_LEFT=not-allowed"}));
+}
+
+TEST_F(Reports, haveTheReasonInTheFieldsOfWhatIsLogged) {
+  platform.home.file(std::string(kProfile) + "WebStorage/QuotaManager", "no database, of chrome-extension://a");
+  afterAQuit();
+  EXPECT_THAT(platform.log.fields(),
+              ::testing::IsSupersetOf({"TIDEWELL_STORE=WebStorage", "TIDEWELL_LEFT=not-readable"}));
+}
+
 }  // namespace
