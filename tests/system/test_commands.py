@@ -1,8 +1,10 @@
 """The everyday commands of "tidewell"."""
 
+import glob
 import json
 import os
 import signal
+import sqlite3
 import subprocess
 import sys
 import unittest
@@ -194,6 +196,20 @@ class Commands(unittest.TestCase):
         environment = dict(self.desk.environment, DISPLAY=":nowhere")
         status, output, errors = self.tidewell("allow", "firefox", environment=environment)
         self.assertEqual((status, output, errors), (1, "", "tidewell: the worker does not answer; does it run?\n"))
+        self.succeed("status")
+
+    def test_beside_a_program_that_stopped_while_it_wrote_to_the_settings(self):
+        self.start()
+        self.desk.worker.stop()
+        files = glob.glob(self.desk.home + "/.config/tidewell/*")
+        self.assertTrue(files)
+        for file in files:
+            if not file.endswith(("-wal", "-shm")):
+                holder = sqlite3.connect(file, isolation_level=None)
+                self.addCleanup(holder.close)
+                holder.execute("PRAGMA locking_mode = EXCLUSIVE")
+                holder.execute("BEGIN EXCLUSIVE")
+        # Each key that can't be read would take ten seconds, and there are several for each browser.
         self.succeed("status")
 
     def test_without_a_worker(self):

@@ -19,8 +19,12 @@ namespace {
 
 constexpr int kApplicationId = 0x54574453;  // marks the file as a settings file
 constexpr int kSchemaVersion = 1;
+// How long a lock is waited for. Once nobody let go of it for that long, its holder has stopped: from then on it is
+// waited for only briefly, until it can be had again, since what reads many keys would wait for each.
 constexpr int kBusyTimeoutMilliseconds = 10'000;
+constexpr int kBriefTimeoutMilliseconds = 10;
 constexpr std::chrono::milliseconds kLockPatience{2000};
+constexpr std::chrono::milliseconds kBriefLockPatience{0};
 constexpr std::chrono::milliseconds kLockPause{2};
 constexpr std::chrono::seconds kCheckpointPatience{5};
 constexpr std::chrono::milliseconds kCheckpointPause{5};
@@ -78,12 +82,12 @@ bool makeFolders(const std::string& folder) {
 }
 
 /// Held while a file is opened, or checked and set aside, so that no process removes another's fresh file. It is only
-/// held briefly: when it can't be obtained within kLockPatience, its holder was stopped, and is not waited for.
+/// held briefly: when it can't be obtained with that patience, its holder was stopped, and is not waited for.
 class FolderLock {
  public:
-  explicit FolderLock(const std::string& folder)
+  explicit FolderLock(const std::string& folder, std::chrono::milliseconds patience = kLockPatience)
       : descriptor_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    const auto end = std::chrono::steady_clock::now() + kLockPatience;
+    const auto end = std::chrono::steady_clock::now() + patience;
     while (descriptor_ >= 0 && !isHeld_) {
       isHeld_ = ::flock(descriptor_, LOCK_EX | LOCK_NB) == 0;
       if (isHeld_ || (errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() > end) return;
@@ -220,6 +224,7 @@ DefaultsFile::Outcome DefaultsFile::attemptOnce(Creation creation, const std::fu
     if (opened != Outcome::done) return opened;
   }
   const int result = work();
+  setHeldUp((result & 0xff) == SQLITE_BUSY);
   if (isDamage(result)) return Outcome::damaged;
   return result == SQLITE_OK || result == SQLITE_ROW || result == SQLITE_DONE ? Outcome::done : Outcome::failed;
 }
@@ -231,7 +236,7 @@ DefaultsFile::Outcome DefaultsFile::open(Creation creation) {
     if (!makeFolders(deletingLastPathComponent(path_))) return Outcome::failed;
   }
   // One process at a time: another one may be in the middle of creating the file or setting it aside.
-  const FolderLock folderLock(deletingLastPathComponent(path_));
+  const FolderLock folderLock(deletingLastPathComponent(path_), isHeldUp_ ? kBriefLockPatience : kLockPatience);
   // Created here, so that it is private to its owner from the start; the write-ahead log's files take over its mode.
   const int descriptor = ::open(path_.c_str(), flags, kFileMode);
   if (descriptor < 0) return errno == ENOENT ? Outcome::absent : Outcome::failed;
@@ -244,8 +249,9 @@ DefaultsFile::Outcome DefaultsFile::open(Creation creation) {
 
   int result = sqlite3_open_v2(path_.c_str(), &database_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
   if (result == SQLITE_OK) {
-    sqlite3_busy_timeout(database_, kBusyTimeoutMilliseconds);
+    sqlite3_busy_timeout(database_, isHeldUp_ ? kBriefTimeoutMilliseconds : kBusyTimeoutMilliseconds);
     result = prepareSchema();
+    setHeldUp((result & 0xff) == SQLITE_BUSY);
   }
   if (result == SQLITE_OK) return Outcome::done;
   close();
@@ -272,6 +278,13 @@ int DefaultsFile::prepareSchema() {
   result = sqlite3_exec(database_, sql, nullptr, nullptr, nullptr);
   sqlite3_free(sql);
   return result;
+}
+
+/// Whether the last attempt has waited in vain for a lock.
+void DefaultsFile::setHeldUp(bool isHeldUp) {
+  if (isHeldUp == isHeldUp_) return;
+  isHeldUp_ = isHeldUp;
+  sqlite3_busy_timeout(database_, isHeldUp_ ? kBriefTimeoutMilliseconds : kBusyTimeoutMilliseconds);
 }
 
 bool DefaultsFile::isStillTheSameFile() const {

@@ -55,6 +55,7 @@ class DefaultsFile {
   Outcome attemptOnce(Creation creation, const std::function<int()>& work);
   Outcome open(Creation creation);
   int prepareSchema();
+  void setHeldUp(bool isHeldUp);
   bool isStillTheSameFile() const;
   void close();
   void setAside();
@@ -73,6 +74,7 @@ class DefaultsFile {
   std::uint64_t device_ = 0;
   std::uint64_t inode_ = 0;
   bool loggedFailure_ = false;
+  bool isHeldUp_ = false;
 };
 
 }  // namespace platform::linux_
