@@ -9,6 +9,7 @@
 #include "Platform/Path.h"
 #include "Worker/Identity.h"
 #include "Worker/cleaning/History.h"
+#include "Worker/cleaning/OwedCleanings.h"
 #include "Worker/formats/ProfilesIni.h"
 #include "Worker/homes/NeverAsked.h"
 #include "Worker/sandbox/Operation.h"
@@ -163,6 +164,12 @@ SettingsStore::Allowed SettingsStore::allowed(const Browser& browser) const {
                                    [&](const std::string& folder) { return isGranted(folder, current); });
   if (count == 0) return Allowed::kNone;
   return static_cast<std::size_t>(count) == needed.size() ? Allowed::kAll : Allowed::kSome;
+}
+
+bool SettingsStore::isOwed(const Browser& browser) const {
+  platform::linux_::SecurityScopes none;
+  const platform::linux_::LinuxSystem system(none);
+  return workers()->read(keyOfOwedCleaning(browser, system.machineIdentifier())).has_value();
 }
 
 std::vector<Report> SettingsStore::history() const {

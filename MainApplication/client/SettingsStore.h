@@ -41,6 +41,9 @@ class SettingsStore {
   /// The folders that a browser's cleaning needs and for which the user has said "Never".
   std::vector<std::string> neverAsked(const Browser& browser) const;
 
+  /// Whether a browser has run on this machine since it was cleaned to the end.
+  bool isOwed(const Browser& browser) const;
+
   /// The reports of the last cleanings, the oldest first.
   std::vector<Report> history() const;
   bool clearHistory();

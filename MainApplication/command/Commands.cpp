@@ -122,6 +122,7 @@ int Commands::status() {
                                  {"folders", folders},
                                  {"neverAsked", settings_.neverAsked(browser)},
                                  {"running", nullptr},
+                                 {"owed", settings_.isOwed(browser)},
                                  {"lastCleaned", nullptr}});
     for (const Report& report : reports) {
       if (report.browser != browser.bundleIdentifier || report.runs.empty()) continue;
@@ -140,9 +141,11 @@ int Commands::status() {
           << "   notifications: " << (state["notifications"] ? "on" : "off")
           << "   overwrite: " << (state["overwrite"] ? "on" : "off")
           << "   site settings: " << (state["keepSiteSettings"] ? "kept" : "removed") << "\n\n";
+  std::size_t width = 15;
+  for (const Browser* browser : settings_.knownBrowsers()) width = std::max(width, browser->name.size() + 1);
   for (const auto& browser : state["browsers"]) {
     std::string name = browser["name"];
-    name.resize(15, ' ');
+    name.resize(width, ' ');
     std::string marks = std::string(word(browser["installed"], "installed")) + std::string(1, ' ');
     marks.resize(11, ' ');
     marks += word(browser["enabled"], "enabled");
@@ -161,7 +164,11 @@ int Commands::status() {
       output_ << indent << "cleaned last " << lastCleanings.at(std::string(browser["identifier"])) << '\n';
     }
     const auto found = running.find(std::string(browser["identifier"]));
-    if (found != running.end()) output_ << indent << runningText(found->second) << '\n';
+    if (found != running.end()) {
+      output_ << indent << runningText(found->second) << '\n';
+    } else if (browser["owed"]) {
+      output_ << indent << "is owed a cleaning" << (isRunning ? "\n" : ", which comes when the worker starts\n");
+    }
   }
   return kDone;
 }

@@ -68,9 +68,11 @@ class Endings(unittest.TestCase):
         browser = self.start_browser()
         self.kill_worker()
         self.desk.quit_browser(browser)
+        self.assertIn("is owed a cleaning, which comes when the worker starts", self.desk.tidewell("status"))
         self.desk.start_worker()
         self.desk.wait(self.is_clean)
         self.desk.wait(lambda: not self.is_owed())
+        self.assertNotIn("is owed", self.desk.tidewell("status"))
 
     def test_of_the_worker_right_after_the_browser_is_made_good_by_the_next_worker(self):
         for _ in range(10):
