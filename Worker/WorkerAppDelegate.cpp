@@ -11,6 +11,7 @@
 #include "Worker/browsers/EnabledBrowsers.h"
 #include "Worker/cleaning/Cleaning.h"
 #include "Worker/cleaning/History.h"
+#include "Worker/cleaning/Notice.h"
 #include "Worker/cleaning/OwedCleanings.h"
 #include "Worker/homes/Home.h"
 #include "Worker/homes/StartedWith.h"
@@ -51,6 +52,17 @@ std::string asText(const std::optional<std::string>& text) {
   return platform::formatted("%@", {text});
 }
 
+platform::UserNotification silentNotification(const std::string& title, const std::string& text) {
+  platform::UserNotification notification;
+  notification.title = asText(title);
+  notification.subtitle = asText(text);
+  notification.hasActionButton = false;
+  notification.soundName = std::nullopt;
+  notification.deliveryDate = std::chrono::system_clock::now();
+  return notification;
+}
+
+/// On a home with a Library.
 void notifyOfRun(const std::string& browserName) {
   const std::string format = Platform::current().mainBundle.localizedString(kRemovedFrom, "");
   WorkerAppDelegate::displayNotificationWithTitle_andText(kDisplayName, platform::formatted(format, {browserName}));
@@ -194,20 +206,25 @@ void WorkerAppDelegate::runsEnded(const Browser& browser, const Report& report, 
   if (!report.runs.empty() && !report.isWorthAnotherTry()) OwedCleanings::settle(browser, report.runs.back().begun);
   if (!report.runs.empty()) History::add(report);
   if (runsHandler_) runsHandler_(browser, report, true);
-  if (notifies && !report.isSpared) notifyOfRun(std::string(browser.name));
+  if (notifies && !report.isSpared) notifyOf(browser, report);
 }
 
 // Completion notifications.
 
+void WorkerAppDelegate::notifyOf(const Browser& browser, const Report& report) {
+  const auto suite = sharedSuite();
+  if (!suite->boolForKey(kDisplayNotificationsKey)) return;
+  std::optional<Notice> notice = noticeOf(report, browser.name);
+  if (!notice && suite->boolForKey(kNotifyAlwaysKey)) notice = noticeOfNothing(browser.name);
+  if (!notice) return;
+  platform::UserNotification notification = silentNotification(kDisplayName, notice->text);
+  notification.informativeText = notice->more;
+  Platform::current().userNotificationCenter.scheduleNotification(std::move(notification));
+}
+
 void WorkerAppDelegate::displayNotificationWithTitle_andText(const std::string& title, const std::string& text) {
   if (!sharedSuite()->boolForKey(kDisplayNotificationsKey)) return;
-  platform::UserNotification notification;
-  notification.title = asText(title);
-  notification.subtitle = asText(text);
-  notification.hasActionButton = false;
-  notification.soundName = std::nullopt;
-  notification.deliveryDate = std::chrono::system_clock::now();
-  Platform::current().userNotificationCenter.scheduleNotification(std::move(notification));
+  Platform::current().userNotificationCenter.scheduleNotification(silentNotification(title, text));
 }
 
 bool WorkerAppDelegate::userNotificationCenter_shouldPresentNotification(const platform::UserNotification&) {

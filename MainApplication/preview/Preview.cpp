@@ -28,6 +28,7 @@ class NoTexts : public platform::Bundle {
   std::string bundleIdentifier() const override { return kBundleIdentifier; }
   std::optional<std::string> objectForInfoDictionaryKey(std::string_view) const override { return std::nullopt; }
   std::string localizedString(const std::string& key, const std::string&) const override { return key; }
+  std::string localizedPlural(const std::string& one, const std::string&, std::uint64_t) const override { return one; }
   std::optional<FileURL> urlForResource(std::string_view, std::string_view) const override { return FileURL("/"); }
 };
 

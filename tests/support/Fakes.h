@@ -23,6 +23,9 @@ class FakeBundle : public platform::Bundle {
   std::string bundleIdentifier() const override { return "com.example.Test"; }
   std::optional<std::string> objectForInfoDictionaryKey(std::string_view key) const override;
   std::string localizedString(const std::string& key, const std::string& value) const override;
+  std::string localizedPlural(const std::string& one, const std::string& many, std::uint64_t count) const override {
+    return localizedString(count == 1 ? one : many, "");
+  }
   std::optional<platform::FileURL> urlForResource(std::string_view name, std::string_view extension) const override;
 };
 

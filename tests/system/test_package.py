@@ -218,7 +218,8 @@ class Package(unittest.TestCase):
         self.assertTrue(firefox["installed"] and firefox["enabled"] and firefox["allowed"], firefox)
         desk.clean()
         self.assertEqual(desk.left(), ["places.sqlite"])
-        self.assertIn("removed from Firefox", desk.notifications.posted[0]["body"])
+        body = desk.notifications.posted[0]["body"]
+        self.assertTrue(session.tells_of_removal(body, "Firefox"), body)
 
     def test_has_one_worker_in_a_session(self):
         desk = self.enabled()
