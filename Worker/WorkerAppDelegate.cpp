@@ -22,6 +22,8 @@ namespace {
 using platform::Platform;
 
 constexpr std::chrono::nanoseconds kSecondRunDelay{8'000'000'000};
+constexpr char kAllowFolders[] = "Allow…";
+constexpr char kBrowserOfNotice[] = "browser";  // in what a notification carries: the identifier
 constexpr char kRemovedFrom[] = "Cookies, Databases, Flash, Silverlight, and Cache removed from %@";
 
 std::unique_ptr<platform::UserDefaults> sharedSuite() {
@@ -219,6 +221,11 @@ void WorkerAppDelegate::notifyOf(const Browser& browser, const Report& report) {
   if (!notice) return;
   platform::UserNotification notification = silentNotification(kDisplayName, notice->text);
   notification.informativeText = notice->more;
+  notification.userInfo = {{kBrowserOfNotice, std::string(browser.bundleIdentifier)}};
+  if (!report.notAllowed().empty() && joinedRuns_->hasFoldersToAskFor(browser)) {
+    notification.hasActionButton = true;
+    notification.actionButtonTitle = Platform::current().mainBundle.localizedString(kAllowFolders, "");
+  }
   Platform::current().userNotificationCenter.scheduleNotification(std::move(notification));
 }
 
@@ -233,6 +240,12 @@ bool WorkerAppDelegate::userNotificationCenter_shouldPresentNotification(const p
 
 void WorkerAppDelegate::userNotificationCenter_didActivateNotification(const platform::UserNotification& notification) {
   Platform::current().userNotificationCenter.removeDeliveredNotification(notification);
+  const auto carried = notification.userInfo.find(kBrowserOfNotice);
+  const Browser* browser = carried != notification.userInfo.end() ? browserWithIdentifier(carried->second) : nullptr;
+  if (browser == nullptr || !joinsRuns()) return;
+  if (notification.activationType == platform::UserNotification::ActivationType::kActionButtonClicked) {
+    joinedRuns_->askAgain(*browser);
+  }
 }
 
 }  // namespace tidewell

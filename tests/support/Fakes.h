@@ -95,7 +95,8 @@ class FakeNotificationCenter : public platform::UserNotificationCenter {
   platform::UserNotificationCenterDelegate* delegate() const { return delegate_; }
   const std::vector<platform::UserNotification>& scheduled() const { return scheduled_; }
   std::vector<std::string> delivered() const;  // identifiers
-  void click(const std::string& identifier);
+  void click(const std::string& identifier, platform::UserNotification::ActivationType activation =
+                                                platform::UserNotification::ActivationType::kContentsClicked);
 
   void setDelegate(platform::UserNotificationCenterDelegate* delegate) override { delegate_ = delegate; }
   void scheduleNotification(platform::UserNotification notification) override;

@@ -32,6 +32,13 @@ class Notices : public LinuxHomeTest {
     return notice ? notice->text : "";
   }
   std::vector<std::string> notified() const { return platform.journal.entriesAfter("notify Tidewell: "); }
+  const platform::UserNotification& notification(std::size_t index) const {
+    return platform.notificationCenter.scheduled().at(index);
+  }
+  void pressTheButton(const std::string& identifier) {
+    platform.notificationCenter.click(identifier, platform::UserNotification::ActivationType::kActionButtonClicked);
+    platform.dispatch.runUntilIdle();
+  }
   void quitChromium() { quit("Chromium"); }
 
   Report report;
@@ -140,6 +147,49 @@ TEST_F(Notices, sayThatFoldersWereNotAllowedAndNotThatTheyWereCleaned) {
   quitChromium();
   EXPECT_THAT(notified(), ElementsAre("Chromium: 2 folders were not allowed, and were not cleaned"));
   EXPECT_TRUE(platform.home.exists(".config/chromium/Default/Cookies"));
+}
+
+TEST_F(Notices, offerToAskForTheFoldersAgain) {
+  platform.home.file(".config/chromium/Default/Cookies");
+  platform.openPanel.willCancel();
+  quitChromium();
+  ASSERT_THAT(notified(), SizeIs(1));
+  EXPECT_TRUE(notification(0).hasActionButton);
+  EXPECT_EQ(notification(0).actionButtonTitle, "Allow…");
+  EXPECT_THAT(panels(), ElementsAre(".config/chromium"));
+  platform.openPanel.agreesToAll = true;
+  pressTheButton("1");
+  EXPECT_THAT(panels(), ElementsAre(".config/chromium", ".config/chromium"));
+  EXPECT_FALSE(platform.home.exists(".config/chromium/Default/Cookies"));
+  EXPECT_THAT(platform.notificationCenter.delivered(), IsEmpty());
+}
+
+TEST_F(Notices, offerOnlyFoldersThatMayBeAskedFor) {
+  platform.home.folder(".cache/chromium/Default/Cache");
+  platform.openPanel.willSayNever();  // to the data
+  quitChromium();
+  EXPECT_THAT(notified(), ElementsAre("Chromium: 1 folder was not allowed, and was not cleaned"));
+  platform.openPanel.willSayNever();  // to the caches
+  pressTheButton("1");
+  EXPECT_THAT(panels(), ElementsAre(".config/chromium", ".cache/chromium", ".cache/chromium"));
+  quitChromium();
+  EXPECT_THAT(notified(), SizeIs(1));
+}
+
+TEST_F(Notices, haveNoButtonWhereAllIsAllowed) {
+  platform.grant(home(".config/chromium"));
+  platform.home.file(".config/chromium/Default/Cookies");
+  quitChromium();
+  ASSERT_THAT(notified(), SizeIs(1));
+  EXPECT_FALSE(notification(0).hasActionButton);
+}
+
+TEST_F(Notices, askForNothingWhenTheBrowserIsNoLongerEnabled) {
+  quitChromium();
+  const std::size_t asked = panels().size();
+  enable({});
+  pressTheButton("1");
+  EXPECT_THAT(panels(), SizeIs(asked));
 }
 
 TEST_F(Notices, areNoneOfABrowserThatIsBack) {
