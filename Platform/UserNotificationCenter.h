@@ -22,6 +22,7 @@ struct UserNotification {
 
   enum class ActivationType { kNone, kContentsClicked, kActionButtonClicked };
   ActivationType activationType = ActivationType::kNone;  // what the person has done; set by the centre
+  std::string activationToken;  // with it a window may come to the front for that; "" for none; set by the centre
 };
 
 /// Called on the main thread.

@@ -6,6 +6,9 @@ namespace tidewell {
 /// Names the service, and the domain of the worker's own settings.
 inline constexpr char kBundleIdentifier[] = "7QX2LM9PDA.com.emberlinestudio.Tidewell.TidewellWorker";
 
+/// The settings window, for desktops and on the bus. It shows a browser that it is given the identifier of.
+inline constexpr char kWindowIdentifier[] = "com.emberlinestudio.Tidewell";
+
 /// The settings that the worker shares with the main application.
 inline constexpr char kSharedSuite[] = "7QX2LM9PDA.com.emberlinestudio.Tidewell";
 

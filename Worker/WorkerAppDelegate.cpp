@@ -244,8 +244,9 @@ void WorkerAppDelegate::userNotificationCenter_didActivateNotification(const pla
   const Browser* browser = carried != notification.userInfo.end() ? browserWithIdentifier(carried->second) : nullptr;
   if (browser == nullptr || !joinsRuns()) return;
   if (notification.activationType == platform::UserNotification::ActivationType::kActionButtonClicked) {
-    joinedRuns_->askAgain(*browser);
+    return joinedRuns_->askAgain(*browser);
   }
+  Platform::current().workspace.openApplication(kWindowIdentifier, carried->second, notification.activationToken);
 }
 
 }  // namespace tidewell

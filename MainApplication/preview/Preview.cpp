@@ -73,6 +73,7 @@ class NoQuits : public platform::Workspace {
   ObserverToken addApplicationRunsObserver(RunsObserver) override { return 0; }
   void removeObserver(ObserverToken) override {}
   bool isRunning(const std::string&) const override { return false; }
+  void openApplication(const std::string&, const std::string&, const std::string&) override {}
 };
 
 /// How many rows each table of a database has.

@@ -138,7 +138,13 @@ class FakeWorkspace : public platform::Workspace {
   }
   bool isRunning(const std::string& bundleIdentifier) const override { return running.contains(bundleIdentifier); }
 
+  void openApplication(const std::string& bundleIdentifier, const std::string& item,
+                       const std::string& activationToken) override {
+    opened.push_back(bundleIdentifier + " " + item + " " + activationToken);
+  }
+
   std::set<std::string> running;
+  std::vector<std::string> opened;  // identifier, item, token
 
  private:
   std::map<ObserverToken, Observer> observers_;

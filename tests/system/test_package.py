@@ -279,6 +279,7 @@ class Package(unittest.TestCase):
                      "etc/xdg/autostart/tidewell-worker.desktop", "usr/lib/systemd/user/tidewell-worker.service",
                      "usr/share/dbus-1/services/" + session.WORKER_NAME + ".service",
                      "usr/share/dbus-1/services/" + session.PANEL + ".service",
+                     "usr/share/dbus-1/services/" + session.WINDOW + ".service",
                      "usr/share/tidewell/clearCookies.sh", "usr/share/bash-completion/completions/tidewell",
                      "usr/share/zsh/vendor-completions/_tidewell", "usr/share/fish/vendor_completions.d/tidewell.fish",
                      "etc/systemd/user/graphical-session.target.wants/tidewell-worker.service"):

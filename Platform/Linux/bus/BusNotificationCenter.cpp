@@ -185,6 +185,17 @@ void BusNotificationCenter::listen() {
     self->bus_.loop().async([self, id, activation] { self->activated(id, activation); });
     return 0;
   };
+  const auto gotToken = [](sd_bus_message* signal, void* data, sd_bus_error*) {
+    auto* self = static_cast<BusNotificationCenter*>(data);
+    std::uint32_t id = 0;
+    const char* token = nullptr;
+    if (sd_bus_message_read(signal, "us", &id, &token) < 0 || std::strlen(token) > kLongestName) return 0;
+    self->bus_.loop().async([self, id, token = std::string(token)] {
+      const auto shown = self->shown_.find(id);
+      if (shown != self->shown_.end()) shown->second.activationToken = token;
+    });
+    return 0;
+  };
   const auto wasClosed = [](sd_bus_message* signal, void* data, sd_bus_error*) {
     auto* self = static_cast<BusNotificationCenter*>(data);
     std::uint32_t id = 0;
@@ -195,6 +206,9 @@ void BusNotificationCenter::listen() {
   sd_bus_slot* slot = nullptr;
   sd_bus_match_signal_async(bus_.get(), &slot, kName, kObject, kName, "ActionInvoked", wasActivated, nullptr, this);
   activatedSlot_.reset(slot);
+  slot = nullptr;
+  sd_bus_match_signal_async(bus_.get(), &slot, kName, kObject, kName, "ActivationToken", gotToken, nullptr, this);
+  tokenSlot_.reset(slot);
   slot = nullptr;
   sd_bus_match_signal_async(bus_.get(), &slot, kName, kObject, kName, "NotificationClosed", wasClosed, nullptr, this);
   closedSlot_.reset(slot);
@@ -216,6 +230,7 @@ void BusNotificationCenter::closed(std::uint32_t id) {
 void BusNotificationCenter::stopListeningWhenIdle() {
   if (!shown_.empty() || !deliveries_.empty()) return;
   activatedSlot_.reset();
+  tokenSlot_.reset();
   closedSlot_.reset();
 }
 

@@ -49,6 +49,7 @@ class BusNotificationCenter : public UserNotificationCenter {
   std::map<Delivery*, std::unique_ptr<Delivery>> deliveries_;  // on their way to the service
   std::map<std::uint32_t, UserNotification> shown_;            // by the service's number
   BusSlot activatedSlot_;
+  BusSlot tokenSlot_;
   BusSlot closedSlot_;
 };
 

@@ -184,6 +184,16 @@ TEST_F(Notices, haveNoButtonWhereAllIsAllowed) {
   EXPECT_FALSE(notification(0).hasActionButton);
 }
 
+TEST_F(Notices, openTheWindowAtTheBrowserWhenTheyAreClicked) {
+  platform.grant(home(".config/chromium"));
+  platform.home.file(".config/chromium/Default/Cookies");
+  quitChromium();
+  platform.notificationCenter.click("1");
+  EXPECT_THAT(platform.workspace.opened, ElementsAre("com.emberlinestudio.Tidewell org.chromium.Chromium "));
+  EXPECT_THAT(platform.notificationCenter.delivered(), IsEmpty());
+  EXPECT_THAT(panels(), IsEmpty());
+}
+
 TEST_F(Notices, askForNothingWhenTheBrowserIsNoLongerEnabled) {
   quitChromium();
   const std::size_t asked = panels().size();

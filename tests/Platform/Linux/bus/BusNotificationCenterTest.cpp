@@ -34,12 +34,14 @@ class Delegate : public platform::UserNotificationCenterDelegate {
     activated.push_back(notification.title);
     activations.push_back(notification.activationType);
     carried = notification.userInfo;
+    token = notification.activationToken;
     center_.removeDeliveredNotification(notification);
   }
   bool presents = true;
   std::vector<std::string> activated;
   std::vector<UserNotification::ActivationType> activations;
   std::map<std::string, std::string> carried;
+  std::string token;
 
  private:
   BusNotificationCenter& center_;
@@ -172,6 +174,16 @@ TEST_F(NotificationsOverTheBus, haveAButtonAndTellWhetherItWasPressed) {
   using Activation = UserNotification::ActivationType;
   EXPECT_THAT(delegate.activations, ElementsAre(Activation::kActionButtonClicked, Activation::kContentsClicked));
   EXPECT_THAT(delegate.carried, ElementsAre(::testing::Pair("which", "one")));
+}
+
+TEST_F(NotificationsOverTheBus, passOnTheDesktopsTokenForAClick) {
+  startService();
+  schedule("first", "");
+  ASSERT_TRUE(waitFor([&] { return posted.size() == 1; }));
+  sd_bus_emit_signal(service->bus(), kObject, kName, "ActivationToken", "us", 1U, "token-1");
+  click(1);
+  ASSERT_TRUE(waitFor([&] { return delegate.activated.size() == 1; }));
+  EXPECT_EQ(delegate.token, "token-1");
 }
 
 TEST_F(NotificationsOverTheBus, haveNoButtonWhereTheServiceShowsNone) {
