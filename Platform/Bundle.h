@@ -1,6 +1,7 @@
 // The program's own identity, texts and resources.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,6 +23,10 @@ class Bundle {
   /// The text of the default localisation table under `key`; without a translation `value`, or `key` where that is
   /// empty.
   virtual std::string localizedString(const std::string& key, const std::string& value) const = 0;
+
+  /// The text for so many of something, as the language has it; without a translation `one` for 1, `many` for any other
+  /// number.
+  virtual std::string localizedPlural(const std::string& one, const std::string& many, std::uint64_t count) const = 0;
 
   /// Where the resource "name.extension" lies; absent when there is none.
   virtual std::optional<FileURL> urlForResource(std::string_view name, std::string_view extension) const = 0;

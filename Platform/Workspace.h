@@ -44,6 +44,11 @@ class Workspace {
   /// Whether the application of that bundle identifier runs at this moment, or did a few milliseconds ago, as far as
   /// its processes can be seen. Cheap enough to be asked before each step of long work. Any thread.
   virtual bool isRunning(const std::string& bundleIdentifier) const = 0;
+
+  /// Opens the application of that bundle identifier, or brings it to the front, and has it show the item of that name.
+  /// `activationToken` is what the desktop gave the person's click for it, if anything. A failure is not reported.
+  virtual void openApplication(const std::string& bundleIdentifier, const std::string& item,
+                               const std::string& activationToken) = 0;
 };
 
 }  // namespace platform

@@ -6,6 +6,9 @@ namespace tidewell {
 /// Names the service, and the domain of the worker's own settings.
 inline constexpr char kBundleIdentifier[] = "7QX2LM9PDA.com.emberlinestudio.Tidewell.TidewellWorker";
 
+/// The settings window, for desktops and on the bus. It shows a browser that it is given the identifier of.
+inline constexpr char kWindowIdentifier[] = "com.emberlinestudio.Tidewell";
+
 /// The settings that the worker shares with the main application.
 inline constexpr char kSharedSuite[] = "7QX2LM9PDA.com.emberlinestudio.Tidewell";
 
@@ -18,11 +21,12 @@ inline constexpr char kDisplayName[] = "Tidewell";
 /// Keys of the shared settings.
 inline constexpr char kEnabledBrowsersKey[] = "enabledBrowsers";            // array of bundle identifiers
 inline constexpr char kDisplayNotificationsKey[] = "displayNotifications";  // boolean, absent: no
-inline constexpr char kUserFolderKey[] = "userFolder";                      // string, the real home folder
-inline constexpr char kSecureDeleteDataKey[] = "secureDeleteData";          // boolean, absent: no
-inline constexpr char kHomeLayoutKey[] = "homeLayout";                      // "Library" or "XDG", absent: detected
-inline constexpr char kCurrentStoresKey[] = "currentStores";                // boolean, absent: by the layout
-inline constexpr char kKeepSiteSettingsKey[] = "keepSiteSettings";          // boolean, absent: no
+inline constexpr char kNotifyAlwaysKey[] = "notifyAlways";          // boolean, absent: no; of nothing removed too
+inline constexpr char kUserFolderKey[] = "userFolder";              // string, the real home folder
+inline constexpr char kSecureDeleteDataKey[] = "secureDeleteData";  // boolean, absent: no
+inline constexpr char kHomeLayoutKey[] = "homeLayout";              // "Library" or "XDG", absent: detected
+inline constexpr char kCurrentStoresKey[] = "currentStores";        // boolean, absent: by the layout
+inline constexpr char kKeepSiteSettingsKey[] = "keepSiteSettings";  // boolean, absent: no
 inline constexpr char kStartedWithKey[] = "startedWith";  // array of [bundle identifier, folder], written by the worker
 
 inline constexpr char kNoHistoryKey[] = "noHistory";  // boolean, absent: no; reports of cleanings are not kept

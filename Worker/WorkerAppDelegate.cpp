@@ -11,6 +11,7 @@
 #include "Worker/browsers/EnabledBrowsers.h"
 #include "Worker/cleaning/Cleaning.h"
 #include "Worker/cleaning/History.h"
+#include "Worker/cleaning/Notice.h"
 #include "Worker/cleaning/OwedCleanings.h"
 #include "Worker/cleaning/ReportLog.h"
 #include "Worker/homes/Home.h"
@@ -22,6 +23,8 @@ namespace {
 using platform::Platform;
 
 constexpr std::chrono::nanoseconds kSecondRunDelay{8'000'000'000};
+constexpr char kAllowFolders[] = "Allow…";
+constexpr char kBrowserOfNotice[] = "browser";  // in what a notification carries: the identifier
 constexpr char kRemovedFrom[] = "Cookies, Databases, Flash, Silverlight, and Cache removed from %@";
 
 std::unique_ptr<platform::UserDefaults> sharedSuite() {
@@ -52,6 +55,17 @@ std::string asText(const std::optional<std::string>& text) {
   return platform::formatted("%@", {text});
 }
 
+platform::UserNotification silentNotification(const std::string& title, const std::string& text) {
+  platform::UserNotification notification;
+  notification.title = asText(title);
+  notification.subtitle = asText(text);
+  notification.hasActionButton = false;
+  notification.soundName = std::nullopt;
+  notification.deliveryDate = std::chrono::system_clock::now();
+  return notification;
+}
+
+/// On a home with a Library.
 void notifyOfRun(const std::string& browserName) {
   const std::string format = Platform::current().mainBundle.localizedString(kRemovedFrom, "");
   WorkerAppDelegate::displayNotificationWithTitle_andText(kDisplayName, platform::formatted(format, {browserName}));
@@ -196,20 +210,30 @@ void WorkerAppDelegate::runsEnded(const Browser& browser, const Report& report, 
   if (!report.runs.empty()) History::add(report);
   recordInLog(report);
   if (runsHandler_) runsHandler_(browser, report, true);
-  if (notifies && !report.isSpared) notifyOfRun(std::string(browser.name));
+  if (notifies && !report.isSpared) notifyOf(browser, report);
 }
 
 // Completion notifications.
 
+void WorkerAppDelegate::notifyOf(const Browser& browser, const Report& report) {
+  const auto suite = sharedSuite();
+  if (!suite->boolForKey(kDisplayNotificationsKey)) return;
+  std::optional<Notice> notice = noticeOf(report, browser.name);
+  if (!notice && suite->boolForKey(kNotifyAlwaysKey)) notice = noticeOfNothing(browser.name);
+  if (!notice) return;
+  platform::UserNotification notification = silentNotification(kDisplayName, notice->text);
+  notification.informativeText = notice->more;
+  notification.userInfo = {{kBrowserOfNotice, std::string(browser.bundleIdentifier)}};
+  if (!report.notAllowed().empty() && joinedRuns_->hasFoldersToAskFor(browser)) {
+    notification.hasActionButton = true;
+    notification.actionButtonTitle = Platform::current().mainBundle.localizedString(kAllowFolders, "");
+  }
+  Platform::current().userNotificationCenter.scheduleNotification(std::move(notification));
+}
+
 void WorkerAppDelegate::displayNotificationWithTitle_andText(const std::string& title, const std::string& text) {
   if (!sharedSuite()->boolForKey(kDisplayNotificationsKey)) return;
-  platform::UserNotification notification;
-  notification.title = asText(title);
-  notification.subtitle = asText(text);
-  notification.hasActionButton = false;
-  notification.soundName = std::nullopt;
-  notification.deliveryDate = std::chrono::system_clock::now();
-  Platform::current().userNotificationCenter.scheduleNotification(std::move(notification));
+  Platform::current().userNotificationCenter.scheduleNotification(silentNotification(title, text));
 }
 
 bool WorkerAppDelegate::userNotificationCenter_shouldPresentNotification(const platform::UserNotification&) {
@@ -218,6 +242,13 @@ bool WorkerAppDelegate::userNotificationCenter_shouldPresentNotification(const p
 
 void WorkerAppDelegate::userNotificationCenter_didActivateNotification(const platform::UserNotification& notification) {
   Platform::current().userNotificationCenter.removeDeliveredNotification(notification);
+  const auto carried = notification.userInfo.find(kBrowserOfNotice);
+  const Browser* browser = carried != notification.userInfo.end() ? browserWithIdentifier(carried->second) : nullptr;
+  if (browser == nullptr || !joinsRuns()) return;
+  if (notification.activationType == platform::UserNotification::ActivationType::kActionButtonClicked) {
+    return joinedRuns_->askAgain(*browser);
+  }
+  Platform::current().workspace.openApplication(kWindowIdentifier, carried->second, notification.activationToken);
 }
 
 }  // namespace tidewell

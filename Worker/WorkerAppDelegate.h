@@ -159,6 +159,7 @@ class WorkerAppDelegate : public Agent,
   Report clean(const std::string& browserName, IfRunning ifRunning);
 
   // On other homes.
+  void notifyOf(const Browser& browser, const Report& report);
   void runsEnded(const Browser& browser, const Report& report, bool notifies);
   static std::vector<const Browser*> enabledOnesThatRun();
   void endSessionWhenDone();

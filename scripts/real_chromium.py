@@ -68,7 +68,7 @@ class Chromium:
         again = self.visit(lambda: say_command(self.desk, "enable", "chromium", answers=True))
         say("Second visit: the page knows its visitor again. Meanwhile Chromium is enabled; then it quits.")
         # A browser that is started before the cleaning has ended is spared.
-        self.desk.wait(lambda: any(body.endswith(" Chromium") for body in self.posted), what="the cleaning's notification")
+        self.desk.wait(lambda: any(body.startswith("Chromium:") for body in self.posted), what="the cleaning's notification")
         last = self.visit()
         say("Third visit: what does the page find?")
         show()

@@ -57,6 +57,7 @@ int main(int argc, char** argv) {
         ->required();
   };
   flag("notifications", tidewell::kDisplayNotificationsKey, {"on", "off"}, "Say when a browser was cleaned");
+  flag("notify-always", tidewell::kNotifyAlwaysKey, {"on", "off"}, "Say so also when there was nothing to remove");
   flag("overwrite", tidewell::kSecureDeleteDataKey, {"on", "off"}, "Overwrite files before they are removed");
   flag("site-settings", tidewell::kKeepSiteSettingsKey, {"keep", "remove"}, "Keep what you have set for single sites");
   flag("keep-history", tidewell::kNoHistoryKey, {"off", "on"}, "Keep a report of each cleaning");

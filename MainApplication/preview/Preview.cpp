@@ -28,6 +28,7 @@ class NoTexts : public platform::Bundle {
   std::string bundleIdentifier() const override { return kBundleIdentifier; }
   std::optional<std::string> objectForInfoDictionaryKey(std::string_view) const override { return std::nullopt; }
   std::string localizedString(const std::string& key, const std::string&) const override { return key; }
+  std::string localizedPlural(const std::string& one, const std::string&, std::uint64_t) const override { return one; }
   std::optional<FileURL> urlForResource(std::string_view, std::string_view) const override { return FileURL("/"); }
 };
 
@@ -73,6 +74,7 @@ class NoQuits : public platform::Workspace {
   ObserverToken addApplicationRunsObserver(RunsObserver) override { return 0; }
   void removeObserver(ObserverToken) override {}
   bool isRunning(const std::string&) const override { return false; }
+  void openApplication(const std::string&, const std::string&, const std::string&) override {}
 };
 
 /// How many rows each table of a database has.

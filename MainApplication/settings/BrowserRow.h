@@ -35,6 +35,9 @@ class BrowserRow : public Gtk::Box {
   /// Shows the state; calls no action.
   void show(const State& state);
 
+  /// Puts the focus on the row's switch, which brings the row into view.
+  void focusSwitch() { enabled_.grab_focus(); }
+
  private:
   Gtk::Image icon_;
   Gtk::Label name_;

@@ -53,6 +53,12 @@ SettingsWindow::SettingsWindow(platform::linux_::SqliteUserDefaults& domains) : 
   worker_ = std::make_unique<WorkerClient>([this](bool isRunning) { workerRuns(isRunning); });
 }
 
+void SettingsWindow::showBrowser(const std::string& bundleIdentifier) {
+  for (std::size_t index = 0; index < rows_.size(); ++index) {
+    if (browsers_[index]->bundleIdentifier == bundleIdentifier) rows_[index]->focusSwitch();
+  }
+}
+
 void SettingsWindow::addMessage() {
   auto* icon = Gtk::make_managed<Gtk::Image>();
   icon->set_from_icon_name("dialog-warning-symbolic");

@@ -21,6 +21,9 @@ class SettingsWindow : public Gtk::ApplicationWindow {
   /// The settings' files must outlive the window.
   explicit SettingsWindow(platform::linux_::SqliteUserDefaults& domains);
 
+  /// Brings the row of that browser into view, with the focus on it. Nothing happens for one that isn't there.
+  void showBrowser(const std::string& bundleIdentifier);
+
  private:
   /// A switch with a text beside it, and a setting behind it.
   struct Option {

@@ -1,4 +1,5 @@
-// The program of the settings window. Starting it again brings the open window to the front.
+// The program of the settings window. Starting it again brings the open window to the front. With a browser's
+// identifier, from the command line or from another program by the action "show", the window is open at that browser.
 
 #include <gtkmm.h>
 #include <libintl.h>
@@ -7,6 +8,7 @@
 #include <memory>
 
 #include "MainApplication/settings/SettingsWindow.h"
+#include "Platform/Linux/bus/BusApplications.h"
 #include "Platform/Linux/host/GettextBundle.h"
 #include "Platform/Linux/host/LineLog.h"
 #include "Platform/Path.h"
@@ -16,10 +18,20 @@ namespace {
 
 namespace linux_ = platform::linux_;
 
+constexpr char kBrowserOption[] = "browser";
+constexpr int kGoOn = -1;  // no exit status yet
+
 class Application : public Gtk::Application {
  public:
   explicit Application(linux_::SqliteUserDefaults& domains)
-      : Gtk::Application("com.emberlinestudio.Tidewell"), domains_(domains) {
+      : Gtk::Application(tidewell::kWindowIdentifier), domains_(domains) {
+    add_main_option_entry(OptionType::STRING, kBrowserOption, '\0', "Open at the browser of this bundle identifier",
+                          "ID");
+    signal_handle_local_options().connect(sigc::mem_fun(*this, &Application::handleLocalOptions), false);
+    add_action_with_parameter(linux_::kShowAction, Glib::VARIANT_TYPE_STRING, [this](const Glib::VariantBase& browser) {
+      activate();
+      window_->showBrowser(Glib::VariantBase::cast_dynamic<Glib::Variant<Glib::ustring>>(browser).get());
+    });
     set_accels_for_action("window.close", {"<Control>w", "<Control>q"});
   }
 
@@ -33,6 +45,15 @@ class Application : public Gtk::Application {
   }
 
  private:
+  /// Tells the program that runs already, or else this one.
+  int handleLocalOptions(const Glib::RefPtr<Glib::VariantDict>& options) {
+    Glib::ustring browser;
+    if (!options->lookup_value(kBrowserOption, browser)) return kGoOn;
+    register_application();
+    activate_action(linux_::kShowAction, Glib::Variant<Glib::ustring>::create(browser));
+    return kGoOn;
+  }
+
   linux_::SqliteUserDefaults& domains_;
   std::unique_ptr<tidewell::SettingsWindow> window_;
 };

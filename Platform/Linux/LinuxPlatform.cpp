@@ -7,6 +7,7 @@
 #include <chrono>
 #include <utility>
 
+#include "Platform/Linux/bus/BusApplications.h"
 #include "Platform/Linux/host/IdleMemory.h"
 
 namespace platform::linux_ {
@@ -41,6 +42,9 @@ LinuxPlatform::LinuxPlatform(RunLoop& loop, SessionBus& bus, BundleInfo info,
   const auto logFailure = [this] { log_.log(kTaskFailed); };
   dispatch_.threadPool().setFailureHandler(logFailure);
   loop_.setFailureHandler(logFailure);
+  workspace_.setOpener([&bus](const std::string& identifier, const std::string& item, const std::string& token) {
+    openApplication(bus, identifier, item, token);
+  });
   Platform::install(&platform_);
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <limits>
 #include <string>
 #include <utility>
 
@@ -72,6 +73,18 @@ void JoinedRuns::requestForRun(const Browser& browser, Occasion quit, const std:
   next.cause.occasion = std::max(next.cause.occasion, quit);
   next.lacking.insert(lacking.begin(), lacking.end());
   askForTurn(browser);
+}
+
+void JoinedRuns::askAgain(const Browser& browser) {
+  if (sessionEnds_) return;
+  const Occasion occasion = questions_.newOccasion();
+  const std::vector<std::string> missing = questions_.missing(*Home::current().layout, browser, {occasion});
+  if (!missing.empty()) requestForRun(browser, occasion, {missing.begin(), missing.end()});
+}
+
+bool JoinedRuns::hasFoldersToAskFor(const Browser& browser) const {
+  const FolderQuestions::Cause anew{.occasion = std::numeric_limits<Occasion>::max()};
+  return !questions_.missing(*Home::current().layout, browser, anew).empty();
 }
 
 void JoinedRuns::askForTurn(const Browser& browser) {

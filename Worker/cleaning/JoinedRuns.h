@@ -50,6 +50,12 @@ class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
   /// Obtains the folders of a browser, and then calls `done` on a background thread.
   void request(const Browser& browser, platform::Task done);
 
+  /// Asks for the folders of a browser once more, but for those that are never asked for. What is allowed is cleaned.
+  void askAgain(const Browser& browser);
+
+  /// Whether that would ask for any. Any thread.
+  bool hasFoldersToAskFor(const Browser& browser) const;
+
   /// The session ends: second runs that are to come are made at once, and nobody is asked any more.
   void sessionEnds();
 

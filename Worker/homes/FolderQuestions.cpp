@@ -31,6 +31,10 @@ FolderQuestions::Occasion FolderQuestions::newOccasion() {
   return ++last_;
 }
 
+bool FolderQuestions::isNeverAsked(const std::string& folder) {
+  return isNeverAskedFor(withoutLinks(folder));
+}
+
 std::vector<std::string> FolderQuestions::missing(const Layout& layout, const Browser& browser,
                                                   const Cause& cause) const {
   std::vector<std::string> folders = layout.foldersNeededBy(browser);

@@ -30,6 +30,9 @@ class FolderQuestions {
 
   Occasion newOccasion();
 
+  /// Whether the person has said "Never" to the folder.
+  static bool isNeverAsked(const std::string& folder);
+
   /// The folders that the browser's cleaning needs, that are not granted, and that may be asked for.
   std::vector<std::string> missing(const Layout& layout, const Browser& browser, const Cause& cause) const;
 

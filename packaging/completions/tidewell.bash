@@ -1,7 +1,7 @@
 # Completion of "tidewell" for bash.
 
 _tidewell() {
-  local commands="status browsers enable disable allow preview grants notifications overwrite site-settings history keep-history quit-of defaults"
+  local commands="status browsers enable disable allow preview grants notifications notify-always overwrite site-settings history keep-history quit-of defaults"
   local browsers
   browsers=$(tidewell browsers --words 2>/dev/null)
   local domains="7QX2LM9PDA.com.emberlinestudio.Tidewell 7QX2LM9PDA.com.emberlinestudio.Tidewell.TidewellWorker"
@@ -22,7 +22,7 @@ _tidewell() {
       ;;
     quit-of) words+=" --force --no-wait --verbose --json $browsers" ;;
     history) words+=" --last --verbose --json --clear $browsers" ;;
-    notifications | overwrite | keep-history) ((COMP_CWORD == 2)) && words+=" on off" ;;
+    notifications | notify-always | overwrite | keep-history) ((COMP_CWORD == 2)) && words+=" on off" ;;
     site-settings) ((COMP_CWORD == 2)) && words+=" keep remove" ;;
     grants)
       if [[ ${COMP_WORDS[2]} == revoke ]] && ((COMP_CWORD == 3)); then
@@ -39,7 +39,7 @@ _tidewell() {
       case $COMP_CWORD in
         2) words="read write delete" ;;
         3) words=$domains ;;
-        4) words="enabledBrowsers displayNotifications secureDeleteData userFolder homeLayout currentStores keepSiteSettings startedWith" ;;
+        4) words="enabledBrowsers displayNotifications notifyAlways secureDeleteData userFolder homeLayout currentStores keepSiteSettings startedWith" ;;
         5) words=$([[ ${COMP_WORDS[2]} == write ]] && echo "-string -bool -int -array") ;;
         6) words=$([[ ${COMP_WORDS[5]} == -bool ]] && echo "YES NO") ;;
         *) words="" ;;

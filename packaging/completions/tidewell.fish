@@ -1,6 +1,6 @@
 # Completion of "tidewell" for fish.
 
-set -l commands status browsers enable disable allow preview grants notifications overwrite site-settings history keep-history quit-of defaults
+set -l commands status browsers enable disable allow preview grants notifications notify-always overwrite site-settings history keep-history quit-of defaults
 set -l domains 7QX2LM9PDA.com.emberlinestudio.Tidewell 7QX2LM9PDA.com.emberlinestudio.Tidewell.TidewellWorker
 
 complete -c tidewell -f
@@ -14,6 +14,7 @@ complete -c tidewell -n $first -a allow -d 'Ask for the folders of these browser
 complete -c tidewell -n $first -a preview -d 'What a run would remove now'
 complete -c tidewell -n $first -a grants -d 'The folders that are allowed'
 complete -c tidewell -n $first -a notifications -d 'Say when a browser was cleaned'
+complete -c tidewell -n $first -a notify-always -d 'Say so also when there was nothing to remove'
 complete -c tidewell -n $first -a overwrite -d 'Overwrite files before they are removed'
 complete -c tidewell -n $first -a history -d 'What the last cleanings have done'
 complete -c tidewell -n $first -a keep-history -d 'Keep a report of each cleaning'
@@ -28,7 +29,7 @@ complete -c tidewell -n '__fish_seen_subcommand_from quit-of' -l force -d 'Also 
 complete -c tidewell -n '__fish_seen_subcommand_from quit-of' -l no-wait -d 'Do not wait for the end'
 complete -c tidewell -n '__fish_seen_subcommand_from status browsers preview grants history quit-of' -l json -d 'For programs'
 complete -c tidewell -n '__fish_seen_subcommand_from browsers' -l words -d 'Only what each may be called'
-complete -c tidewell -n '__fish_seen_subcommand_from notifications overwrite keep-history' -a 'on off'
+complete -c tidewell -n '__fish_seen_subcommand_from notifications notify-always overwrite keep-history' -a 'on off'
 complete -c tidewell -n '__fish_seen_subcommand_from history' -l last -d 'Only the last cleaning'
 complete -c tidewell -n '__fish_seen_subcommand_from history' -s v -l verbose -d 'Every store'
 complete -c tidewell -n '__fish_seen_subcommand_from history' -l clear -d 'Forget them'
@@ -41,5 +42,5 @@ set -l word 'test (count (commandline -opc)) -eq'
 set -l defaults '__fish_seen_subcommand_from defaults; and'
 complete -c tidewell -n "$defaults $word 2" -a 'read write delete'
 complete -c tidewell -n "$defaults $word 3" -a "$domains"
-complete -c tidewell -n "$defaults $word 4" -a 'enabledBrowsers displayNotifications secureDeleteData userFolder homeLayout currentStores keepSiteSettings startedWith'
+complete -c tidewell -n "$defaults $word 4" -a 'enabledBrowsers displayNotifications notifyAlways secureDeleteData userFolder homeLayout currentStores keepSiteSettings startedWith'
 complete -c tidewell -n "$defaults $word 5; and contains -- write (commandline -opc)" -a '-string -bool -int -array'

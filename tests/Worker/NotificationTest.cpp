@@ -57,6 +57,7 @@ TEST_F(Notification, leavesTheCentreWhenItIsClicked) {
   display();
   EXPECT_THAT(platform.notificationCenter.delivered(), ElementsAre("1", "2"));
   platform.notificationCenter.click("1");
+  EXPECT_THAT(platform.workspace.opened, IsEmpty());
   EXPECT_THAT(platform.notificationCenter.delivered(), ElementsAre("2"));
 }
 

@@ -79,8 +79,10 @@ std::vector<std::string> FakeNotificationCenter::delivered() const {
   return identifiers;
 }
 
-void FakeNotificationCenter::click(const std::string& identifier) {
-  const platform::UserNotification notification = delivered_.at(identifier);
+void FakeNotificationCenter::click(const std::string& identifier,
+                                   platform::UserNotification::ActivationType activation) {
+  platform::UserNotification notification = delivered_.at(identifier);
+  notification.activationType = activation;
   if (delegate_ != nullptr) delegate_->userNotificationCenter_didActivateNotification(notification);
 }
 

@@ -23,6 +23,9 @@ class FakeBundle : public platform::Bundle {
   std::string bundleIdentifier() const override { return "com.example.Test"; }
   std::optional<std::string> objectForInfoDictionaryKey(std::string_view key) const override;
   std::string localizedString(const std::string& key, const std::string& value) const override;
+  std::string localizedPlural(const std::string& one, const std::string& many, std::uint64_t count) const override {
+    return localizedString(count == 1 ? one : many, "");
+  }
   std::optional<platform::FileURL> urlForResource(std::string_view name, std::string_view extension) const override;
 };
 
@@ -111,7 +114,8 @@ class FakeNotificationCenter : public platform::UserNotificationCenter {
   platform::UserNotificationCenterDelegate* delegate() const { return delegate_; }
   const std::vector<platform::UserNotification>& scheduled() const { return scheduled_; }
   std::vector<std::string> delivered() const;  // identifiers
-  void click(const std::string& identifier);
+  void click(const std::string& identifier, platform::UserNotification::ActivationType activation =
+                                                platform::UserNotification::ActivationType::kContentsClicked);
 
   void setDelegate(platform::UserNotificationCenterDelegate* delegate) override { delegate_ = delegate; }
   void scheduleNotification(platform::UserNotification notification) override;
@@ -153,7 +157,13 @@ class FakeWorkspace : public platform::Workspace {
   }
   bool isRunning(const std::string& bundleIdentifier) const override { return running.contains(bundleIdentifier); }
 
+  void openApplication(const std::string& bundleIdentifier, const std::string& item,
+                       const std::string& activationToken) override {
+    opened.push_back(bundleIdentifier + " " + item + " " + activationToken);
+  }
+
   std::set<std::string> running;
+  std::vector<std::string> opened;  // identifier, item, token
 
  private:
   std::map<ObserverToken, Observer> observers_;

@@ -30,10 +30,6 @@ class Browser:
         self.contents = []
         self.late = None  # the file that it writes again while it shuts down
 
-    @property
-    def notification(self):
-        return f"Cookies, Databases, Flash, Silverlight, and Cache removed from {self.name}"
-
     def goes(self, what, place, count):
         self.contents.append(Content(what, place, True, count))
 

@@ -4,6 +4,7 @@ home folder, the worker, and programs with the names of browsers."""
 import contextlib
 import os
 import pwd
+import re
 import shutil
 import signal
 import subprocess
@@ -23,6 +24,7 @@ WORKER_OBJECT = "/com/emberlinestudio/Tidewell/TidewellWorker"
 AGENT = "com.emberlinestudio.Tidewell.Agent"
 SHARED = "7QX2LM9PDA.com.emberlinestudio.Tidewell"
 PANEL = "com.emberlinestudio.Tidewell.OpenPanel"
+WINDOW = "com.emberlinestudio.Tidewell"
 PANEL_OBJECT = "/com/emberlinestudio/Tidewell/OpenPanel"
 NOTIFICATIONS = "org.freedesktop.Notifications"
 NOTIFICATIONS_OBJECT = "/org/freedesktop/Notifications"
@@ -36,6 +38,11 @@ BOUND = 60
 FIRST_RUN = 7.5
 
 dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
+
+
+def tells_of_removal(body, name):
+    """Whether a notification's body says that something was removed from that browser, and that nothing was left."""
+    return re.fullmatch(rf"{re.escape(name)}: [1-9]\d* items? removed, \d+(\.\d)? [kMGT]B", body) is not None
 
 
 class NotificationService(dbus.service.Object):
@@ -308,6 +315,7 @@ class Session:
         self.defaults("write", SHARED, "userFolder", "-string", self.home)
         self.defaults("write", SHARED, "enabledBrowsers", "-array", *browsers)
         self.defaults("write", SHARED, "displayNotifications", "-bool", "YES" if notifications else "NO")
+        self.defaults("write", SHARED, "notifyAlways", "-bool", "YES")  # so that each cleaning's end can be seen
         self.defaults("write", SHARED, "secureDeleteData", "-bool", "YES" if overwrite else "NO")
 
     def request(self, identifier, seconds=BOUND):

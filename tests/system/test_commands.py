@@ -124,6 +124,9 @@ class Commands(unittest.TestCase):
                 self.succeed(command, word)
                 self.assertEqual(self.state()[key], word == "on")
             self.assertEqual(self.tidewell(command, "perhaps")[0], 2)
+        for word, value in (("on", "1"), ("off", "0")):
+            self.succeed("notify-always", word)
+            self.assertEqual(self.succeed("defaults", "read", session.SHARED, "notifyAlways").strip(), value)
 
     def test_site_settings(self):
         self.start()

@@ -218,7 +218,8 @@ class Package(unittest.TestCase):
         self.assertTrue(firefox["installed"] and firefox["enabled"] and firefox["allowed"], firefox)
         desk.clean()
         self.assertEqual(desk.left(), ["places.sqlite"])
-        self.assertIn("removed from Firefox", desk.notifications.posted[0]["body"])
+        body = desk.notifications.posted[0]["body"]
+        self.assertTrue(session.tells_of_removal(body, "Firefox"), body)
 
     def test_has_one_worker_in_a_session(self):
         desk = self.enabled()
@@ -278,6 +279,7 @@ class Package(unittest.TestCase):
                      "etc/xdg/autostart/tidewell-worker.desktop", "usr/lib/systemd/user/tidewell-worker.service",
                      "usr/share/dbus-1/services/" + session.WORKER_NAME + ".service",
                      "usr/share/dbus-1/services/" + session.PANEL + ".service",
+                     "usr/share/dbus-1/services/" + session.WINDOW + ".service",
                      "usr/share/tidewell/clearCookies.sh", "usr/share/bash-completion/completions/tidewell",
                      "usr/share/zsh/vendor-completions/_tidewell", "usr/share/fish/vendor_completions.d/tidewell.fish",
                      "etc/systemd/user/graphical-session.target.wants/tidewell-worker.service"):

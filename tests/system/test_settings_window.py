@@ -45,6 +45,9 @@ class SettingsWindow(unittest.TestCase):
     def wait_for_value(self, text):
         self.desk.wait(lambda: any(text in value for value in self.reader.values()), what=f"the text {text}")
 
+    def has_focus(self, name):
+        return any(item[1] == name and item[2] for item in self.reader.items())
+
     def setting(self, key):
         return self.desk.defaults("read", session.SHARED, key, check=False).stdout.strip()
 
@@ -125,6 +128,25 @@ class SettingsWindow(unittest.TestCase):
         self.wait_for_text("It runs since")
         self.assertFalse(self.reader.says("without a window"))  # nobody keeps a list of windows here
         self.wait_for_text("Some of its folders are never asked for")
+
+    def test_a_click_on_a_notification_opens_it_at_the_browser(self):
+        shutil.rmtree(self.desk.home + "/Library")
+        self.desk.configure([CHROMIUM])
+        notifications = session.NotificationService(self.desk.connection)
+        self.desk.let_bus_start(session.WINDOW, "tidewell-settings --gapplication-service")
+        self.desk.start_worker()
+        self.desk.announce_quit("Chromium", CHROMIUM)
+        self.desk.wait(lambda: notifications.posted, what="the notification")
+        notifications.ActionInvoked(1, "default")
+        self.desk.wait(lambda: self.screen.windows(TITLE), what="the window")
+        self.screen.focus(TITLE)
+        self.desk.wait(lambda: self.has_focus("Clean after Chromium"), what="the focus on the browser")
+
+    def test_is_opened_at_a_browser_from_the_command_line(self):
+        self.desk.configure([])
+        self.open()
+        self.screen.start([self.desk.program("tidewell-settings"), "--browser", CHROMIUM])
+        self.desk.wait(lambda: self.has_focus("Clean after Chromium"), what="the focus on the browser")
 
     def test_switches_are_written(self):
         self.desk.configure([CHROMIUM], notifications=False)

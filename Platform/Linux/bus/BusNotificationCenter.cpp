@@ -9,9 +9,12 @@
 namespace platform::linux_ {
 namespace {
 
+using Activation = UserNotification::ActivationType;
+
 constexpr char kName[] = "org.freedesktop.Notifications";
 constexpr char kObject[] = "/org/freedesktop/Notifications";
 constexpr char kDefaultAction[] = "default";  // the click on the notification itself
+constexpr char kButton[] = "button";
 constexpr int kMostCapabilities = 256;        // that are looked at
 constexpr std::int32_t kServiceDecides = -1;  // how long it stays
 
@@ -35,14 +38,21 @@ std::string escapedMarkup(const std::string& text) {
   return escaped;
 }
 
-bool listsMarkup(sd_bus_message* capabilities) {
-  if (sd_bus_message_enter_container(capabilities, SD_BUS_TYPE_ARRAY, "s") < 0) return false;
+BusNotificationCenter::Capabilities capabilitiesIn(sd_bus_message* reply) {
+  BusNotificationCenter::Capabilities found;
+  if (sd_bus_message_enter_container(reply, SD_BUS_TYPE_ARRAY, "s") < 0) return found;
   const char* capability = nullptr;
-  bool found = false;
-  for (int count = 0; count < kMostCapabilities && sd_bus_message_read(capabilities, "s", &capability) > 0; ++count) {
-    found = found || std::strcmp(capability, "body-markup") == 0;
+  for (int count = 0; count < kMostCapabilities && sd_bus_message_read(reply, "s", &capability) > 0; ++count) {
+    found.markup |= std::strcmp(capability, "body-markup") == 0;
+    found.actions |= std::strcmp(capability, "actions") == 0;
   }
   return found;
+}
+
+/// What the person has done by an action of the service; kNone for an unknown one.
+Activation activationBy(const char* action) {
+  if (std::strcmp(action, kDefaultAction) == 0) return Activation::kContentsClicked;
+  return std::strcmp(action, kButton) == 0 ? Activation::kActionButtonClicked : Activation::kNone;
 }
 
 std::string nextIdentifier() {
@@ -84,12 +94,12 @@ void BusNotificationCenter::deliver(UserNotification notification) {
   const auto answered = [](sd_bus_message* reply, void* data, sd_bus_error*) {
     auto* self = static_cast<Delivery*>(data);
     const bool failed = sd_bus_message_is_method_error(reply, nullptr) != 0;
-    const bool rendersMarkup = !failed && listsMarkup(reply);
-    self->center->bus_.loop().async([self, failed, rendersMarkup] {
+    const Capabilities capabilities = failed ? Capabilities() : capabilitiesIn(reply);
+    self->center->bus_.loop().async([self, failed, capabilities] {
       if (failed) {
         self->center->end(*self);
       } else {
-        self->center->post(*self, rendersMarkup);
+        self->center->post(*self, capabilities);
       }
     });
     return 0;
@@ -103,11 +113,11 @@ void BusNotificationCenter::deliver(UserNotification notification) {
   delivery.call.reset(slot);
 }
 
-void BusNotificationCenter::post(Delivery& delivery, bool rendersMarkup) {
+void BusNotificationCenter::post(Delivery& delivery, Capabilities service) {
   const UserNotification& notification = delivery.notification;
   std::string body = notification.subtitle;
   if (notification.informativeText) body += "\n" + *notification.informativeText;
-  if (rendersMarkup) body = escapedMarkup(body);
+  if (service.markup) body = escapedMarkup(body);
   listen();
 
   sd_bus_message* message = nullptr;
@@ -115,7 +125,11 @@ void BusNotificationCenter::post(Delivery& delivery, bool rendersMarkup) {
   const BusMessage call(message);
   sd_bus_message_append(message, "susss", applicationName_.c_str(), 0U, desktopEntry_.c_str(),
                         notification.title.c_str(), body.c_str());
-  sd_bus_message_append(message, "as", 2, kDefaultAction, "");
+  if (service.actions && notification.hasActionButton && !notification.actionButtonTitle.empty()) {
+    sd_bus_message_append(message, "as", 4, kDefaultAction, "", kButton, notification.actionButtonTitle.c_str());
+  } else {
+    sd_bus_message_append(message, "as", 2, kDefaultAction, "");
+  }
   sd_bus_message_open_container(message, SD_BUS_TYPE_ARRAY, "{sv}");
   sd_bus_message_append(message, "{sv}", "desktop-entry", "s", desktopEntry_.c_str());
   if (notification.soundName) {
@@ -165,9 +179,21 @@ void BusNotificationCenter::listen() {
     auto* self = static_cast<BusNotificationCenter*>(data);
     std::uint32_t id = 0;
     const char* action = nullptr;
-    if (sd_bus_message_read(signal, "us", &id, &action) >= 0 && std::strcmp(action, kDefaultAction) == 0) {
-      self->bus_.loop().async([self, id] { self->activated(id); });
-    }
+    if (sd_bus_message_read(signal, "us", &id, &action) < 0) return 0;
+    const Activation activation = activationBy(action);
+    if (activation == Activation::kNone) return 0;
+    self->bus_.loop().async([self, id, activation] { self->activated(id, activation); });
+    return 0;
+  };
+  const auto gotToken = [](sd_bus_message* signal, void* data, sd_bus_error*) {
+    auto* self = static_cast<BusNotificationCenter*>(data);
+    std::uint32_t id = 0;
+    const char* token = nullptr;
+    if (sd_bus_message_read(signal, "us", &id, &token) < 0 || std::strlen(token) > kLongestName) return 0;
+    self->bus_.loop().async([self, id, token = std::string(token)] {
+      const auto shown = self->shown_.find(id);
+      if (shown != self->shown_.end()) shown->second.activationToken = token;
+    });
     return 0;
   };
   const auto wasClosed = [](sd_bus_message* signal, void* data, sd_bus_error*) {
@@ -181,14 +207,18 @@ void BusNotificationCenter::listen() {
   sd_bus_match_signal_async(bus_.get(), &slot, kName, kObject, kName, "ActionInvoked", wasActivated, nullptr, this);
   activatedSlot_.reset(slot);
   slot = nullptr;
+  sd_bus_match_signal_async(bus_.get(), &slot, kName, kObject, kName, "ActivationToken", gotToken, nullptr, this);
+  tokenSlot_.reset(slot);
+  slot = nullptr;
   sd_bus_match_signal_async(bus_.get(), &slot, kName, kObject, kName, "NotificationClosed", wasClosed, nullptr, this);
   closedSlot_.reset(slot);
 }
 
-void BusNotificationCenter::activated(std::uint32_t id) {
+void BusNotificationCenter::activated(std::uint32_t id, Activation activation) {
   const auto found = shown_.find(id);
   if (found == shown_.end() || delegate_ == nullptr) return;
-  const UserNotification notification = found->second;  // the delegate removes the shown one
+  UserNotification notification = found->second;  // the delegate removes the shown one
+  notification.activationType = activation;
   delegate_->userNotificationCenter_didActivateNotification(notification);
 }
 
@@ -200,6 +230,7 @@ void BusNotificationCenter::closed(std::uint32_t id) {
 void BusNotificationCenter::stopListeningWhenIdle() {
   if (!shown_.empty() || !deliveries_.empty()) return;
   activatedSlot_.reset();
+  tokenSlot_.reset();
   closedSlot_.reset();
 }
 

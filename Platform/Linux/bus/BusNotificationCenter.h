@@ -16,6 +16,12 @@ namespace platform::linux_ {
 
 class BusNotificationCenter : public UserNotificationCenter {
  public:
+  /// Of the service that shows them.
+  struct Capabilities {
+    bool markup = false;   // it renders markup in bodies
+    bool actions = false;  // it shows buttons
+  };
+
   /// `applicationName` is given to the service as the sender of notifications. The bus must outlive the object.
   BusNotificationCenter(SessionBus& bus, std::string applicationName, std::string desktopEntry);
   ~BusNotificationCenter() override;
@@ -28,11 +34,11 @@ class BusNotificationCenter : public UserNotificationCenter {
   struct Delivery;
 
   void deliver(UserNotification notification);
-  void post(Delivery& delivery, bool rendersMarkup);
+  void post(Delivery& delivery, Capabilities service);
   void posted(Delivery& delivery, std::uint32_t id);
   void end(Delivery& delivery);
   void listen();
-  void activated(std::uint32_t id);
+  void activated(std::uint32_t id, UserNotification::ActivationType activation);
   void closed(std::uint32_t id);
   void stopListeningWhenIdle();
 
@@ -43,6 +49,7 @@ class BusNotificationCenter : public UserNotificationCenter {
   std::map<Delivery*, std::unique_ptr<Delivery>> deliveries_;  // on their way to the service
   std::map<std::uint32_t, UserNotification> shown_;            // by the service's number
   BusSlot activatedSlot_;
+  BusSlot tokenSlot_;
   BusSlot closedSlot_;
 };
 

@@ -55,6 +55,10 @@ std::string GettextBundle::localizedString(const std::string& key, const std::st
   return translation != key.c_str() ? translation : fallback;
 }
 
+std::string GettextBundle::localizedPlural(const std::string& one, const std::string& many, std::uint64_t count) const {
+  return ::dngettext(kTextDomain, one.c_str(), many.c_str(), count);
+}
+
 std::optional<FileURL> GettextBundle::urlForResource(std::string_view name, std::string_view extension) const {
   std::string file(name);
   if (!extension.empty()) file.append(".").append(extension);

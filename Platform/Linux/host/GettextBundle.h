@@ -30,6 +30,7 @@ class GettextBundle : public Bundle {
   std::string bundleIdentifier() const override { return info_.identifier; }
   std::optional<std::string> objectForInfoDictionaryKey(std::string_view key) const override;
   std::string localizedString(const std::string& key, const std::string& value) const override;
+  std::string localizedPlural(const std::string& one, const std::string& many, std::uint64_t count) const override;
   std::optional<FileURL> urlForResource(std::string_view name, std::string_view extension) const override;
 
  private:

@@ -13,6 +13,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Platform/Linux/processes/ApplicationProcesses.h"
@@ -49,6 +50,12 @@ class LinuxWorkspace : public Workspace {
   /// Finds what runs already, and watches from now on.
   void start(Options options);
 
+  using Opener =
+      std::function<void(const std::string& identifier, const std::string& item, const std::string& activationToken)>;
+
+  /// What opens applications; without it, openApplication() does nothing.
+  void setOpener(Opener opener) { opener_ = std::move(opener); }
+
   /// Tells of a quit that was learned of in another way.
   void announce(const ApplicationNotification& notification);
 
@@ -56,6 +63,10 @@ class LinuxWorkspace : public Workspace {
   ObserverToken addApplicationRunsObserver(RunsObserver observer) override;
   void removeObserver(ObserverToken token) override;
   bool isRunning(const std::string& bundleIdentifier) const override;
+  void openApplication(const std::string& bundleIdentifier, const std::string& item,
+                       const std::string& activationToken) override {
+    if (opener_) opener_(bundleIdentifier, item, activationToken);
+  }
 
  private:
   void scan();
@@ -78,6 +89,7 @@ class LinuxWorkspace : public Workspace {
   mutable ApplicationProcesses::Found seen_;               // the answers of isRunning()
   mutable std::chrono::steady_clock::time_point lookedAt_;
   Options options_;
+  Opener opener_;
   std::vector<std::unique_ptr<RunningApplication>> running_;
   std::vector<FoundExecutables> executables_;
   PathWatch::Interests interests_;  // what is watched

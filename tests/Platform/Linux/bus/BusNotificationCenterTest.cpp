@@ -32,10 +32,16 @@ class Delegate : public platform::UserNotificationCenterDelegate {
   bool userNotificationCenter_shouldPresentNotification(const UserNotification&) override { return presents; }
   void userNotificationCenter_didActivateNotification(const UserNotification& notification) override {
     activated.push_back(notification.title);
+    activations.push_back(notification.activationType);
+    carried = notification.userInfo;
+    token = notification.activationToken;
     center_.removeDeliveredNotification(notification);
   }
   bool presents = true;
   std::vector<std::string> activated;
+  std::vector<UserNotification::ActivationType> activations;
+  std::map<std::string, std::string> carried;
+  std::string token;
 
  private:
   BusNotificationCenter& center_;
@@ -49,7 +55,8 @@ class NotificationsOverTheBus : public ::testing::Test {
     service = std::make_unique<BusProgram>(loop, kName, [this](sd_bus_message* call) {
       const std::string method = sd_bus_message_get_member(call);
       if (method == "GetCapabilities") {
-        sd_bus_reply_method_return(call, "as", rendersMarkup ? 2 : 1, "body", "body-markup");
+        sd_bus_reply_method_return(call, "as", 3, "body", rendersMarkup ? "body-markup" : "persistence",
+                                   showsButtons ? "actions" : "icon-static");
       } else if (method == "Notify") {
         if (refuses) {
           sd_bus_reply_method_errorf(call, "com.example.Error", "no");
@@ -108,6 +115,7 @@ class NotificationsOverTheBus : public ::testing::Test {
   Delegate delegate{center};
   std::unique_ptr<BusProgram> service;
   bool rendersMarkup = false;
+  bool showsButtons = true;
   bool refuses = false;
   int refused = 0;
   std::vector<Posted> posted;
@@ -148,6 +156,55 @@ TEST_F(NotificationsOverTheBus, areTakenAwayWhenClicked) {
   ASSERT_TRUE(waitFor([&] { return !closed.empty(); }));
   EXPECT_THAT(closed, ElementsAre(2U));
   EXPECT_EQ(delegate.activated.size(), 1U);
+}
+
+TEST_F(NotificationsOverTheBus, haveAButtonAndTellWhetherItWasPressed) {
+  startService();
+  UserNotification notification;
+  notification.title = "first";
+  notification.actionButtonTitle = "Allow…";
+  notification.userInfo = {{"which", "one"}};
+  center.scheduleNotification(notification);
+  center.scheduleNotification(notification);
+  ASSERT_TRUE(waitFor([&] { return posted.size() == 2; }));
+  EXPECT_THAT(posted[0].actions, ElementsAre("default", "", "button", "Allow…"));
+  click(1, "button");
+  click(2);
+  ASSERT_TRUE(waitFor([&] { return delegate.activated.size() == 2; }));
+  using Activation = UserNotification::ActivationType;
+  EXPECT_THAT(delegate.activations, ElementsAre(Activation::kActionButtonClicked, Activation::kContentsClicked));
+  EXPECT_THAT(delegate.carried, ElementsAre(::testing::Pair("which", "one")));
+}
+
+TEST_F(NotificationsOverTheBus, passOnTheDesktopsTokenForAClick) {
+  startService();
+  schedule("first", "");
+  ASSERT_TRUE(waitFor([&] { return posted.size() == 1; }));
+  sd_bus_emit_signal(service->bus(), kObject, kName, "ActivationToken", "us", 1U, "token-1");
+  click(1);
+  ASSERT_TRUE(waitFor([&] { return delegate.activated.size() == 1; }));
+  EXPECT_EQ(delegate.token, "token-1");
+}
+
+TEST_F(NotificationsOverTheBus, haveNoButtonWhereTheServiceShowsNone) {
+  showsButtons = false;
+  startService();
+  UserNotification notification;
+  notification.title = "first";
+  notification.actionButtonTitle = "Allow…";
+  center.scheduleNotification(notification);
+  ASSERT_TRUE(waitFor([&] { return posted.size() == 1; }));
+  EXPECT_THAT(posted[0].actions, ElementsAre("default", ""));
+}
+
+TEST_F(NotificationsOverTheBus, haveNoButtonThatIsNotWanted) {
+  startService();
+  UserNotification notification;
+  notification.hasActionButton = false;
+  notification.actionButtonTitle = "Allow…";
+  center.scheduleNotification(notification);
+  ASSERT_TRUE(waitFor([&] { return posted.size() == 1; }));
+  EXPECT_THAT(posted[0].actions, ElementsAre("default", ""));
 }
 
 TEST_F(NotificationsOverTheBus, ignoreClicksOfAnotherProgram) {
