@@ -43,6 +43,9 @@ class GrantedFiles {
 
   // Reading.
 
+  /// Whether there is anything at a path.
+  static bool isThere(const std::string& path);
+
   /// Whether a path is an existing folder and no link to one.
   static bool isDirectory(const std::string& path);
 

@@ -30,6 +30,7 @@ Outcome removeMediaLicences(const std::string& path) {
 }
 
 Outcome cleanPermissions(const std::string& path, const Kept& kept) {
+  if (!kept.sites.isEmpty()) return leftIfThere(path);
   const std::string rules = kept.cookieRules || kept.siteSettings ? "'cookie', 'persist-data-on-shutdown'" : "";
   // What the browser has noted by itself: which sites may see their cookies in which others.
   const std::string notes = "(type GLOB '3rdParty*' OR type GLOB 'storageAccess*' OR type GLOB 'AllowStorageAccess*')";

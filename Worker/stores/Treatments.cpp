@@ -42,6 +42,10 @@ Outcome removeEntriesUnless(const std::string& folder, Predicate isKept) {
 
 }  // namespace
 
+Outcome leftIfThere(const std::string& path) {
+  return GrantedFiles::isThere(path) ? Outcome{Left::kNotReadable} : Outcome();
+}
+
 Outcome removeWhole(const std::string& path) {
   return GrantedFiles::remove(path);
 }
@@ -195,6 +199,7 @@ Outcome cleanWebStorage(const std::string& path) {
 }
 
 Outcome cleanPreferences(const std::string& path, const Kept& kept) {
+  if (!kept.sites.isEmpty()) return leftIfThere(path);
   return GrantedFiles::rewrite(path, [&kept](std::string_view text) { return withoutSites(text, kept); });
 }
 
@@ -208,6 +213,7 @@ Outcome deleteScopes(const std::string& path) {
 }
 
 Outcome cleanContentPreferences(const std::string& path, const Kept& kept) {
+  if (!kept.sites.isEmpty()) return leftIfThere(path);
   if (kept.siteSettings) return {};
   return GrantedFiles::changeDatabase({"DELETE FROM prefs WHERE groupID IS NOT NULL;", "DELETE FROM groups;"}, path);
 }
