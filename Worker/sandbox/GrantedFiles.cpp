@@ -140,10 +140,11 @@ std::optional<Rows> GrantedFiles::rowsOf(const std::string& query, const std::st
       database, std::nullopt, [&](const std::string& fullPath) { return rowsInsideGrant(query, fullPath, left); });
 }
 
-Outcome GrantedFiles::changeDatabase(const std::vector<std::string>& statements, const std::string& database) {
+Outcome GrantedFiles::changeDatabase(const std::vector<std::string>& statements, const std::string& database,
+                                     const SqlPredicates& predicates) {
   const Overwriting overwriting = wantedOverwriting();
   return underGrant<Outcome>(database, kNotAllowed, [&](const std::string& fullPath) {
-    return changeInsideGrant(statements, fullPath, overwriting);
+    return changeInsideGrant(statements, fullPath, overwriting, predicates);
   });
 }
 

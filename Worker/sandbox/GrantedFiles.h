@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "Worker/database/Rows.h"
+#include "Worker/database/SqlPredicate.h"
 #include "Worker/formats/Rewriting.h"
 #include "Worker/formats/leveldb/LevelDatabase.h"
 #include "Worker/sandbox/Outcome.h"
@@ -82,8 +83,9 @@ class GrantedFiles {
   static Outcome rewrite(const std::string& path, const Rewriter& rewriter);
 
   /// Runs statements in order on a database, up to the first that fails; what they leave is all that stays in it and
-  /// beside it, down to its unused pages. A missing database is nothing to do.
-  static Outcome changeDatabase(const std::vector<std::string>& statements, const std::string& database);
+  /// beside it, down to its unused pages. They can call the predicates. A missing database is nothing to do.
+  static Outcome changeDatabase(const std::vector<std::string>& statements, const std::string& database,
+                                const SqlPredicates& predicates = {});
 
   /// LevelDatabase::keepOnly() on the database in a folder; adds to the outcome.
   static LevelDatabase::Outcome keepInLevelDatabase(const std::string& folder, const LevelDatabase::Selection& isKept,

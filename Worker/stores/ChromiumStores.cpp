@@ -1,6 +1,7 @@
 // The stores of Chromium and its relatives. As of Chromium 156, with the stores of earlier versions that profiles may
 // still have.
 
+#include "Worker/stores/SparingTreatments.h"
 #include "Worker/stores/StoreTables.h"
 #include "Worker/stores/Treatments.h"
 
@@ -14,7 +15,7 @@ using enum StoreGroup;
 
 constexpr Store kProfile[] = {
     {kOld, kCookies, "Origin Bound Certs", deleteChannelIDs, "keys by which servers know a browser again"},
-    {kReplaced, kCookies, "Cookies", unlessSitesAreKept<removeWhole>, "cookies"},
+    {kReplaced, kCookies, "Cookies", sparing<removeWhole, removeOtherChromeCookies>, "cookies"},
     {kOld, kSiteStorage, "databases", unlessSitesAreKept<cleanWebDatabases>, "databases of sites, of earlier versions"},
     {kOld, kSiteStorage, "Local Storage", unlessSitesAreKept<removeLocalStorageFiles>,
      "local storage, of earlier versions"},
@@ -23,15 +24,16 @@ constexpr Store kProfile[] = {
     {kReplaced, kCaches, "GPUCache", removeWhole, "programs for the graphics processor"},
     {kOld, kCaches, "TransportSecurity", removeWhole, "sites that demand secure connections"},
 
-    {kCurrent, kCookies, "Cookies", unlessSitesAreKept<removeDatabase>, "cookies"},
-    {kCurrent, kCookies, "Network/Cookies", unlessSitesAreKept<removeDatabase>,
+    {kCurrent, kCookies, "Cookies", sparing<removeDatabase, removeOtherChromeCookies>, "cookies"},
+    {kCurrent, kCookies, "Network/Cookies", sparing<removeDatabase, removeOtherChromeCookies>,
      "cookies, where newer versions keep them"},
     {kCurrent, kCookies, "Safe Browsing Cookies", removeDatabase,
      "cookies of the service that warns of dangerous sites"},
     {kCurrent, kCookies, "Trust Tokens", removeDatabase, "tokens by which sites vouch for a visitor to each other"},
     {kCurrent, kCookies, "MediaDeviceSalts", removeDatabase,
      "what makes the names of cameras and microphones a site's own"},
-    {kCurrent, kCookies, "DIPS", unlessSitesAreKept<removeDatabase>, "sites that a visit was led through"},
+    {kCurrent, kCookies, "DIPS", sparing<removeDatabase, removeOtherChromeBounces>,
+     "sites that a visit was led through"},
     {kCurrent, kCookies, "Preferences", cleanPreferences, "permissions, client hints and zoom by site"},
 
     {kCurrent, kCookies, "Device Bound Sessions", removeDatabase, "keys by which servers know this machine again"},

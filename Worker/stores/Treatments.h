@@ -88,7 +88,7 @@ Outcome removeMediaLicences(const std::string& path);
 Outcome deletePushSubscriptions(const std::string& path);
 
 /// Firefox's session file, or all such files in a folder: removes cookies and storage, keeps the tabs.
-Outcome cleanSessionStore(const std::string& path);
-Outcome cleanSessionStores(const std::string& path);
+Outcome cleanSessionStore(const std::string& path, const Kept& kept);
+Outcome cleanSessionStores(const std::string& path, const Kept& kept);
 
 }  // namespace tidewell::treatments
