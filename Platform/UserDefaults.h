@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "Platform/Result.h"
 #include "Platform/Value.h"
 
 namespace platform {
@@ -18,6 +19,11 @@ class UserDefaults {
   virtual ~UserDefaults() = default;
 
   virtual std::optional<Value> objectForKey(const std::string& key) const = 0;
+
+  /// The same, for callers to whom a value that can't be read is not like none: an error then, also for an absent key
+  /// when what the settings held has been lost meanwhile.
+  virtual Result<std::optional<Value>> checkedObjectForKey(const std::string& key) const = 0;
+
   virtual void setObject(const Value& value, const std::string& key) = 0;
   virtual void removeObjectForKey(const std::string& key) = 0;
 

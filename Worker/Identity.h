@@ -27,6 +27,7 @@ inline constexpr char kSecureDeleteDataKey[] = "secureDeleteData";  // boolean, 
 inline constexpr char kHomeLayoutKey[] = "homeLayout";              // "Library" or "XDG", absent: detected
 inline constexpr char kCurrentStoresKey[] = "currentStores";        // boolean, absent: by the layout
 inline constexpr char kKeepSiteSettingsKey[] = "keepSiteSettings";  // boolean, absent: no
+inline constexpr char kKeptSitesKey[] = "keptSites";                // array of sites, absent: none
 inline constexpr char kStartedWithKey[] = "startedWith";  // array of [bundle identifier, folder], written by the worker
 
 inline constexpr char kNoHistoryKey[] = "noHistory";  // boolean, absent: no; reports of cleanings are not kept

@@ -66,6 +66,25 @@ bool SettingsStore::setFlag(const std::string& key, bool on) {
   return shared()->write(key, on) && shared()->checkpoint();
 }
 
+std::optional<std::vector<std::string>> SettingsStore::keptSites() const {
+  const auto setting = shared()->readChecked(kKeptSitesKey);
+  if (!setting) return std::nullopt;
+  if (!*setting) return std::vector<std::string>();
+  const auto* array = (*setting)->as<Value::Array>();
+  if (array == nullptr) return std::nullopt;
+  std::vector<std::string> entries;
+  for (const Value& element : *array) {
+    const auto* entry = element.as<std::string>();
+    if (entry == nullptr) return std::nullopt;
+    entries.push_back(*entry);
+  }
+  return entries;
+}
+
+bool SettingsStore::setKeptSites(const std::vector<std::string>& entries) {
+  return shared()->write(kKeptSitesKey, Value::Array(entries.begin(), entries.end())) && shared()->checkpoint();
+}
+
 Home SettingsStore::home() const {
   platform::linux_::SecurityScopes none;
   const platform::linux_::LinuxSystem system(none);

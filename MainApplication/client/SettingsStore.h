@@ -3,6 +3,7 @@
 // Every call reads the files again. A write that fails returns false; DefaultsFile has logged the reason.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,10 @@ class SettingsStore {
 
   bool flag(const std::string& key) const;
   bool setFlag(const std::string& key, bool on);
+
+  /// The entries of the list of kept sites as they stand there; absent when it can't be read.
+  std::optional<std::vector<std::string>> keptSites() const;
+  bool setKeptSites(const std::vector<std::string>& entries);
 
   /// The user's home, as the worker sees it; taken from the password database before the worker has ever run.
   Home home() const;

@@ -97,7 +97,10 @@ int Commands::status() {
                                   {"notifications", settings_.flag(kDisplayNotificationsKey)},
                                   {"overwrite", settings_.flag(kSecureDeleteDataKey)},
                                   {"keepSiteSettings", home.kept.siteSettings},
+                                  {"keptSites", nullptr},
                                   {"browsers", nlohmann::ordered_json::array()}};
+  const auto keptSites = settings_.keptSites();
+  if (keptSites && !home.kept.sites.isUnknown()) state["keptSites"] = keptSites->size();
   const auto running = runningBrowsers();
   const std::vector<Report> reports = settings_.history();
   std::map<std::string, std::string> lastCleanings;  // local times, by the browser's identifier
@@ -140,7 +143,13 @@ int Commands::status() {
   output_ << "worker: " << (isRunning ? "running" : "not running")
           << "   notifications: " << (state["notifications"] ? "on" : "off")
           << "   overwrite: " << (state["overwrite"] ? "on" : "off")
-          << "   site settings: " << (state["keepSiteSettings"] ? "kept" : "removed") << "\n\n";
+          << "   site settings: " << (state["keepSiteSettings"] ? "kept" : "removed");
+  if (state["keptSites"].is_null()) {
+    output_ << "   kept sites: the list can't be read";
+  } else if (state["keptSites"] != 0) {
+    output_ << "   kept sites: " << state["keptSites"];
+  }
+  output_ << "\n\n";
   std::size_t width = 15;
   for (const Browser* browser : settings_.knownBrowsers()) width = std::max(width, browser->name.size() + 1);
   for (const auto& browser : state["browsers"]) {

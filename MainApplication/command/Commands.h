@@ -22,15 +22,18 @@ struct FlagWords {
 class Commands {
  public:
   struct Options {
-    bool json = false;        // print states for programs
-    bool answerYes = false;   // agree to every folder that is asked for
-    bool onlyWords = false;   // print one word for each browser
-    bool force = false;       // clean a browser that runs without asking
-    bool last = false;        // only the last cleaning
-    bool verbose = false;     // every store
-    bool clear = false;       // forget the cleanings so far
-    bool waits = true;        // for the end of a cleaning
-    bool isTerminal = false;  // a person reads the output
+    bool json = false;            // print states for programs
+    bool answerYes = false;       // agree to every folder that is asked for
+    bool onlyWords = false;       // print one word for each browser
+    bool force = false;           // clean a browser that runs without asking
+    bool last = false;            // only the last cleaning
+    bool verbose = false;         // every store
+    bool clear = false;           // forget the cleanings so far
+    bool waits = true;            // for the end of a cleaning
+    bool isTerminal = false;      // a person reads the output
+    bool list = false;            // print the sites that are kept
+    bool remove = false;          // take sites off the list
+    std::string importFrom = {};  // a file with sites
   };
 
   Commands(platform::linux_::SqliteUserDefaults& domains, Options options, std::ostream& output, std::ostream& errors)
@@ -51,6 +54,8 @@ class Commands {
   int quitOf(const std::string& browser);
   /// Prints the last cleanings, of these browsers or of all, or forgets them.
   int history(const std::vector<std::string>& browsers);
+  /// Keeps these sites, or with `remove` no longer; those in a file with `importFrom`; else prints which are kept.
+  int keep(const std::vector<std::string>& sites);
   /// Prints what a run would remove now.
   int preview(const std::string& browser);
 
@@ -58,6 +63,9 @@ class Commands {
   /// The browsers with these names; empty, with a line on `errors_`, when one is unknown.
   std::vector<const Browser*> browsersFor(const std::vector<std::string>& texts);
   int fail(const std::string& why);
+  int listKept(const std::vector<std::string>& list);
+  int removeKept(const std::vector<std::string>& sites, std::vector<std::string> list);
+  int importKept(std::vector<std::string> list);
   int allowed(const Browser& browser);
   int announceQuit(WorkerConnection& connection, const Browser& browser, bool isRunning);
   bool isAgreedThoughRunning(const Browser& browser);

@@ -26,6 +26,8 @@ const char* textFor(Left left) {
       return "could not be overwritten";
     case Left::kNotReadable:
       return "could not be read";
+    case Left::kListNotReadable:
+      return "the list of kept sites could not be read";
     case Left::kFailed:
       return "could not be removed";
   }

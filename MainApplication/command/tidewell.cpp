@@ -60,6 +60,12 @@ int main(int argc, char** argv) {
   flag("notify-always", tidewell::kNotifyAlwaysKey, {"on", "off"}, "Say so also when there was nothing to remove");
   flag("overwrite", tidewell::kSecureDeleteDataKey, {"on", "off"}, "Overwrite files before they are removed");
   flag("site-settings", tidewell::kKeepSiteSettingsKey, {"keep", "remove"}, "Keep what you have set for single sites");
+  CLI::App* keep = add(app, "keep", "Keep what these sites have stored", [&](Commands& c) { return c.keep(names); });
+  keep->add_option("SITE", names, "Such as a.example, with all below it; =a.example is that host alone");
+  keep->add_flag("--list", options.list, "Only print the sites that are kept");
+  keep->add_flag("--json", options.json, "For programs");
+  keep->add_flag("--remove", options.remove, "Keep these sites no longer");
+  keep->add_option("--import", options.importFrom, "Keep the sites in this file")->option_text("FILE");
   flag("keep-history", tidewell::kNoHistoryKey, {"off", "on"}, "Keep a report of each cleaning");
   CLI::App* quitOf =
       add(app, "quit-of", "Clean after a browser now, as if it had quit", [&](Commands& c) { return c.quitOf(word); });

@@ -16,6 +16,10 @@ class PreviewSettings::Domain : public platform::UserDefaults {
     if (const auto changed = changes_.find(key); changed != changes_.end()) return changed->second;
     return real_ ? real_->objectForKey(key) : std::nullopt;
   }
+  platform::Result<std::optional<Value>> checkedObjectForKey(const std::string& key) const override {
+    if (hidden_.contains(key) || changes_.contains(key) || !real_) return objectForKey(key);
+    return real_->checkedObjectForKey(key);
+  }
   void setObject(const Value& value, const std::string& key) override { changes_.insert_or_assign(key, value); }
   void removeObjectForKey(const std::string& key) override { changes_.insert_or_assign(key, std::nullopt); }
   Value::Dictionary dictionaryRepresentation() const override {

@@ -18,6 +18,7 @@ constexpr char kNotCleaned[] = "%@ of %@ could not be cleaned";
 constexpr char kOnOtherMount[] = "%@ of %@ was left in part: something else is mounted there";
 constexpr char kInUse[] = "%@ of %@ was left: another program uses it";
 constexpr char kNotOverwritten[] = "%@ of %@ was left in part: it could not be overwritten";
+constexpr char kListNotReadable[] = "%@ of %@ was left: the list of kept sites can't be read";
 constexpr char kNotReadable[] = "%@ of %@ was left: it can't be read";
 
 /// What is logged; null for nothing. A folder that is not allowed was logged when it was asked for.
@@ -34,6 +35,8 @@ const char* messageOn(Left left) {
       return kNotOverwritten;
     case Left::kNotReadable:
       return kNotReadable;
+    case Left::kListNotReadable:
+      return kListNotReadable;
     case Left::kFailed:
       return kNotCleaned;
   }

@@ -58,6 +58,7 @@ std::vector<std::string> linesOnLeft(const Report& report) {
         break;
       case Left::kOnOtherMount:
       case Left::kNotReadable:
+      case Left::kListNotReadable:
       case Left::kFailed:
         ++others;
         break;

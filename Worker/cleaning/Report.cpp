@@ -25,10 +25,14 @@ constexpr Word<Cause> kCauses[] = {{Cause::kQuit, "quit"},
                                    {Cause::kPermission, "permission"}};
 constexpr Word<StoreGroup> kGroups[] = {
     {StoreGroup::kCookies, "cookies"}, {StoreGroup::kSiteStorage, "site-data"}, {StoreGroup::kCaches, "caches"}};
-constexpr Word<Left> kReasons[] = {
-    {Left::kNothing, ""},     {Left::kNotAllowed, "not-allowed"},         {Left::kOnOtherMount, "on-other-mount"},
-    {Left::kInUse, "in-use"}, {Left::kNotOverwritten, "not-overwritten"}, {Left::kNotReadable, "not-readable"},
-    {Left::kFailed, "failed"}};
+constexpr Word<Left> kReasons[] = {{Left::kNothing, ""},
+                                   {Left::kNotAllowed, "not-allowed"},
+                                   {Left::kOnOtherMount, "on-other-mount"},
+                                   {Left::kInUse, "in-use"},
+                                   {Left::kNotOverwritten, "not-overwritten"},
+                                   {Left::kNotReadable, "not-readable"},
+                                   {Left::kListNotReadable, "list-not-readable"},
+                                   {Left::kFailed, "failed"}};
 
 template <typename T, std::size_t count>
 std::string_view wordIn(const Word<T> (&words)[count], T meaning) {

@@ -83,10 +83,11 @@ bool runAll(Sqlite& database, const std::vector<std::string>& statements) {
   return true;
 }
 
-DatabaseImage changed(Sqlite& source, const std::vector<std::string>& statements) {
+DatabaseImage changed(Sqlite& source, const std::vector<std::string>& statements, const SqlPredicates& predicates) {
   Sqlite memory(":memory:");
   const StatementLimits limits(memory);
-  bool isChanged = run(memory, "PRAGMA temp_store = MEMORY;") && copyInto(memory, source) && runAll(memory, statements);
+  bool isChanged = run(memory, "PRAGMA temp_store = MEMORY;") && define(memory, predicates) &&
+                   copyInto(memory, source) && runAll(memory, statements);
   const bool hasOtherRows = sqlite3_total_changes(memory._db()) > 0;
   isChanged = isChanged && run(memory, "VACUUM;");
   const std::string before = serialized(source);
@@ -116,7 +117,8 @@ void holdAlone(Sqlite& connection) {
   connection.executeQuery("PRAGMA locking_mode = EXCLUSIVE;");
 }
 
-DatabaseImage DatabaseImage::after(Sqlite& source, const std::vector<std::string>& statements) {
+DatabaseImage DatabaseImage::after(Sqlite& source, const std::vector<std::string>& statements,
+                                   const SqlPredicates& predicates) {
   const StatementLimits limits(source);
   holdAlone(source);
   const auto pages = numberFrom(source, "PRAGMA page_count;");  // rolls back what a crash has left half done
@@ -128,7 +130,8 @@ DatabaseImage DatabaseImage::after(Sqlite& source, const std::vector<std::string
   if (condition != Condition::kSound) return {.condition = condition};
   if (*pages > static_cast<std::int64_t>(kLargest) / *pageSize) return {.condition = Condition::kTooLarge};
   condition = writeLogBack(source);
-  return condition == Condition::kSound ? changed(source, statements) : DatabaseImage{.condition = condition};
+  return condition == Condition::kSound ? changed(source, statements, predicates)
+                                        : DatabaseImage{.condition = condition};
 }
 
 }  // namespace tidewell

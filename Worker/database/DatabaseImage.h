@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "Worker/database/SqlPredicate.h"
 #include "Worker/database/Sqlite.h"
 
 namespace tidewell {
@@ -30,7 +31,8 @@ struct DatabaseImage {
   /// Locks the database of the connection, which stays locked until it is closed, writes its log back into its file,
   /// and runs the statements on a copy in memory, under StatementLimits. Nothing is flushed or removed when the
   /// connection is closed afterwards, so that its journals can be overwritten.
-  static DatabaseImage after(Sqlite& source, const std::vector<std::string>& statements);
+  static DatabaseImage after(Sqlite& source, const std::vector<std::string>& statements,
+                             const SqlPredicates& predicates = {});
 };
 
 /// Whether the last statement on a connection has failed.

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "Worker/formats/JsonParts.h"
+#include "Worker/keeping/Host.h"
 
 namespace tidewell {
 namespace {
@@ -167,6 +168,45 @@ bool isInsideEntry(const std::vector<std::string>& path, std::size_t depth) {
   return std::any_of(path.begin() + static_cast<std::ptrdiff_t>(depth), path.end() - 1, isPatternPair);
 }
 
+/// The host of a pattern: "a.test" of "https://a.test:443" and "[*.]a.test".
+std::string_view hostOfPattern(std::string_view pattern) {
+  constexpr std::string_view kAllBelow = "[*.]";
+  if (const auto scheme = pattern.find("://"); scheme != std::string_view::npos) pattern.remove_prefix(scheme + 3);
+  if (pattern.starts_with(kAllBelow)) pattern.remove_prefix(kAllBelow.size());
+  if (pattern.starts_with('[')) return pattern.substr(0, pattern.find(']') + 1);
+  return pattern.substr(0, pattern.find_first_of(":/"));
+}
+
+/// Whether a pair of patterns is about a kept site, everywhere or in kept ones, or a single pattern about a kept site.
+bool patternsNameKeptSite(std::string_view name, const KeptSites& sites) {
+  const auto comma = name.rfind(',');
+  if (!sites.keepsHost(hostOfPattern(name.substr(0, comma)))) return false;
+  const std::string_view around = comma == std::string_view::npos ? "*" : name.substr(comma + 1);
+  return around == "*" || sites.keepsSite(hostOfPattern(around));
+}
+
+/// Whether there are addresses in a text, and all of them are of kept sites.
+bool addressesAreKept(std::string_view text, const KeptSites& sites) {
+  bool hasAny = false;
+  for (std::size_t at = text.find("http"); at != std::string_view::npos; at = text.find("http", at + 1)) {
+    const std::string_view address = text.substr(at, text.find_first_of("\"\\, ", at) - at);
+    if (!address.starts_with("http://") && !address.starts_with("https://")) continue;
+    const auto host = hostOfAddress(address);
+    if (!host || !sites.keepsHost(*host)) return false;
+    hasAny = true;
+  }
+  return hasAny;
+}
+
+/// Whether an entry in a place is about a kept site, which stays with all that was set for it.
+bool isOfKeptSite(const Place& place, const JsonPart& part, const KeptSites& sites) {
+  if (!place.isSetting || sites.isEmpty()) return false;
+  const std::string& name = part.path.back();
+  if (place.naming == Naming::kPatterns) return patternsNameKeptSite(name, sites);
+  if (place.naming == Naming::kHosts) return sites.keepsHost(name);
+  return addressesAreKept(name.empty() ? part.before : name, sites);
+}
+
 /// Whether an entry in a place is one that stays: `path` leads to it, and `depth` is the number of the place's names.
 bool isKept(const Place& place, const std::vector<std::string>& path, std::size_t depth, const Kept& kept) {
   if (!place.isSetting) return false;
@@ -185,7 +225,7 @@ bool goes(const JsonPart& part, const Kept& kept) {
     const std::size_t depth = depthBelow(place.path, part.path);
     if (depth == 0) continue;
     const std::string& name = part.path.back();
-    if (isKept(place, part.path, depth, kept)) return false;
+    if (isKept(place, part.path, depth, kept) || isOfKeptSite(place, part, kept.sites)) return false;
     if (place.naming == Naming::kPatterns) return patternsNameSite(name) && !isInsideEntry(part.path, depth);
     if (part.path.size() != depth + 1) return false;
     if (place.naming == Naming::kHosts) return hostIsSite(name);

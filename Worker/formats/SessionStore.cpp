@@ -6,9 +6,11 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <utility>
 
 #include "Worker/formats/ByteReader.h"
 #include "Worker/formats/JsonParts.h"
+#include "Worker/keeping/OriginAttributes.h"
 
 namespace tidewell {
 namespace {
@@ -37,13 +39,16 @@ bool isNoSite(std::string_view address) {
 /// groups and, where a session is offered for restoring, in a form of the page that offers it.
 class SiteData {
  public:
+  explicit SiteData(const KeptSites& sites) : sites_(sites) {}
+
   bool operator()(const JsonPart& part) {
     const std::vector<std::string>& path = part.path;
     const std::string& name = path.back();
     if (startsWith(part.before, "\"http") || startsWith(name, "http")) lastAddress_ = part.before.data();
     const std::string_view parent = path.size() < 2 ? std::string_view() : path[path.size() - 2];
     if (isNameOfSomeonesChoice(path)) return false;
-    if (parent == "cookies" && name.empty()) return true;
+    readCookie(part);
+    if (parent == "cookies" && name.empty()) return !std::exchange(cookie_, {}).isKept(sites_);
     if (parent == "storage") return !isNoSite(name);  // by origin
     if (name == "storage") return part.after == "{}";
     if (std::find(kOfEntries.begin(), kOfEntries.end(), name) != kOfEntries.end()) return true;
@@ -66,6 +71,40 @@ class SiteData {
     return part.path.back() == "children" && std::greater_equal<>()(lastAddress_, part.before.data());
   }
 
+  /// A cookie as far as its parts have been read.
+  struct Cookie {
+    std::string host = {};
+    std::string topLevelSite = {};
+    bool isPrivate = false;
+
+    bool isKept(const KeptSites& sites) const {
+      if (sites.isEmpty() || isPrivate) return false;
+      const auto attributes = originAttributes(topLevelSite.empty() ? "" : "partitionKey=" + topLevelSite);
+      return attributes && sites.keepsCookie(host, attributes->topLevelSite);
+    }
+  };
+
+  void readCookie(const JsonPart& part) {
+    if (sites_.isEmpty()) return;
+    const std::vector<std::string>& path = part.path;
+    const std::string& name = path.back();
+    const auto isIn = [&path](std::size_t level) {
+      return path.size() > level + 1 && path[path.size() - level - 1].empty() &&
+             path[path.size() - level - 2] == "cookies";
+    };
+    if (isIn(1) && name == "host") cookie_.host = plainText(part.before);
+    if (!isIn(2) || path[path.size() - 2] != "originAttributes") return;
+    if (name == "privateBrowsingId") cookie_.isPrivate = part.before != "0";
+    const bool isSite = name == "partitionKey" || name == "firstPartyDomain";
+    if (isSite && part.before != "\"\"") cookie_.topLevelSite += plainText(part.before);
+  }
+
+  /// A text without its quotes. One with escapes is no host's, and stays one that is none.
+  static std::string plainText(std::string_view json) {
+    const bool isText = json.size() >= 2 && json.front() == '"' && json.find('\\') == std::string_view::npos;
+    return isText ? std::string(json.substr(1, json.size() - 2)) : " ";
+  }
+
   bool isSitesForm(std::size_t depth) {
     bool isSites = true;
     for (; !otherForms_.empty() && otherForms_.back() >= depth; otherForms_.pop_back()) {
@@ -74,6 +113,8 @@ class SiteData {
     return isSites;
   }
 
+  const KeptSites& sites_;
+  Cookie cookie_;
   std::vector<std::size_t> otherForms_;  // the depths of those that are being read
   const char* lastAddress_ = nullptr;    // where the last value is that is a site's address, or has one as its name
 };
@@ -104,11 +145,12 @@ std::string packed(std::string_view text) {
 
 }  // namespace
 
-Rewriting withoutSiteData(std::string_view jsonlz4) {
+Rewriting withoutSiteData(std::string_view jsonlz4, const KeptSites& sites) {
+  const auto unread = [&sites] { return sites.isEmpty() ? Rewriting::remove() : Rewriting::leaveUnread(); };
   auto text = unpacked(jsonlz4);
-  if (!text) return Rewriting::remove();
-  const auto rest = withoutParts(*text, SiteData());
-  if (!rest) return Rewriting::remove();
+  if (!text) return unread();
+  const auto rest = withoutParts(*text, SiteData(sites));
+  if (!rest) return unread();
   if (rest->size() == text->size()) return Rewriting::leave();
   text.reset();  // up to 256 MB, as what is to be made now
   return Rewriting::replaceBy(packed(*rest));

@@ -6,11 +6,13 @@
 #pragma once
 
 #include "Worker/formats/Rewriting.h"
+#include "Worker/keeping/KeptSites.h"
 
 namespace tidewell {
 
 /// The same session without sites' data; all else stays byte for byte. A file that can't be read is removed: it could
-/// hold anything, and the browser starts without it. Any thread.
-Rewriting withoutSiteData(std::string_view jsonlz4);
+/// hold anything, and the browser starts without it. While sites are kept, so is such a file; of a session the cookies
+/// of those sites stay. Any thread.
+Rewriting withoutSiteData(std::string_view jsonlz4, const KeptSites& sites = {});
 
 }  // namespace tidewell

@@ -56,6 +56,12 @@ bool keepsSiteSettings(const platform::UserDefaults& shared) {
   return isSet == nullptr || *isSet;
 }
 
+KeptSites keptSites(const platform::UserDefaults& shared) {
+  const auto setting = shared.checkedObjectForKey(kKeptSitesKey);
+  if (!setting) return KeptSites::unknown();
+  return *setting ? KeptSites::from(**setting) : KeptSites();
+}
+
 std::vector<std::string> personalFolders(const HomeFolder& home, const platform::System& system) {
   std::vector<std::string> folders = system.userDirectories(home.path);
   for (const char* name : {"/.config", "/.cache", "/.local/share", "/.local/state"}) {
@@ -96,7 +102,7 @@ Home Home::of(const platform::UserDefaults& shared, const platform::System& syst
   if (isLibrary) {
     home.layout = std::make_unique<LibraryLayout>(home.folder);
   } else {
-    home.kept = {.cookieRules = true, .siteSettings = keepsSiteSettings(shared)};
+    home.kept = {.cookieRules = true, .siteSettings = keepsSiteSettings(shared), .sites = keptSites(shared)};
     home.folder.configurationFolder = system.configurationFolder();
     home.folder.cachesFolder = system.cachesFolder();
     home.folder.personalFolders = personalFolders(home.folder, system);

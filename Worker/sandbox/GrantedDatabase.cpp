@@ -43,9 +43,10 @@ Outcome withDatabase(const std::string& path, const Use& use) {
 }
 
 /// For a database that is too large to be held in memory. What goes is overwritten with zeros once.
-Outcome changeInPlace(Sqlite& database, const std::vector<std::string>& statements, Overwriting overwriting) {
+Outcome changeInPlace(Sqlite& database, const std::vector<std::string>& statements, const SqlPredicates& predicates,
+                      Overwriting overwriting) {
   const StatementLimits limits(database);
-  bool isFine = database.executeQuery("PRAGMA secure_delete = ON;").has_value();
+  bool isFine = define(database, predicates) && database.executeQuery("PRAGMA secure_delete = ON;").has_value();
   for (const std::string& sql : statements) isFine = isFine && database.executeNonQuery(sql);
   isFine = isFine && database.executeQuery("PRAGMA wal_checkpoint(TRUNCATE);");
   if (!isFine) return {Left::kNotReadable};
@@ -60,8 +61,8 @@ Outcome removeCompanions(const std::string& path, Overwriting overwriting) {
 }
 
 Outcome change(Sqlite& database, const std::string& path, const platform::ReadableFile& file,
-               const std::vector<std::string>& statements, Overwriting overwriting) {
-  const DatabaseImage image = DatabaseImage::after(database, statements);
+               const std::vector<std::string>& statements, const SqlPredicates& predicates, Overwriting overwriting) {
+  const DatabaseImage image = DatabaseImage::after(database, statements, predicates);
   Outcome outcome;
   switch (image.condition) {
     case DatabaseImage::Condition::kInUse:
@@ -69,7 +70,7 @@ Outcome change(Sqlite& database, const std::string& path, const platform::Readab
     case DatabaseImage::Condition::kUnreadable:
       return {Left::kNotReadable};
     case DatabaseImage::Condition::kTooLarge:
-      outcome = changeInPlace(database, statements, overwriting);
+      outcome = changeInPlace(database, statements, predicates, overwriting);
       return outcome += removeCompanions(path, overwriting);
     case DatabaseImage::Condition::kSound:
       break;
@@ -100,13 +101,13 @@ std::optional<Rows> rowsInsideGrant(const std::string& query, const std::string&
   return left == Left::kNothing ? std::move(rows) : std::nullopt;
 }
 
-Outcome changeInsideGrant(const std::vector<std::string>& statements, const std::string& path,
-                          Overwriting overwriting) {
+Outcome changeInsideGrant(const std::vector<std::string>& statements, const std::string& path, Overwriting overwriting,
+                          const SqlPredicates& predicates) {
   Outcome outcome = eraseInsideGrant(path + kAsideSuffix, overwriting);  // left by a worker that was killed
   outcome.removed = outcome.bytes = 0;                                   // nothing of the browser's
   Outcome changed;
   const Outcome opened = withDatabase(path, [&](Sqlite& database, const platform::ReadableFile& file) {
-    changed = change(database, path, file, statements, overwriting);
+    changed = change(database, path, file, statements, predicates, overwriting);
   });
   outcome += changed;
   return outcome += opened;

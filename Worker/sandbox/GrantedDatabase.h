@@ -11,6 +11,7 @@
 
 #include "Platform/FileManager.h"
 #include "Worker/database/Rows.h"
+#include "Worker/database/SqlPredicate.h"
 #include "Worker/sandbox/Outcome.h"
 
 namespace tidewell {
@@ -25,6 +26,6 @@ std::optional<Rows> rowsInsideGrant(const std::string& query, const std::string&
 /// The new file is completely on the disk before it takes the place of the old one, which is then removed. A database
 /// above DatabaseImage::kLargest is changed in place, which counts as not overwritten where it should be.
 Outcome changeInsideGrant(const std::vector<std::string>& statements, const std::string& path,
-                          platform::Overwriting overwriting);
+                          platform::Overwriting overwriting, const SqlPredicates& predicates = {});
 
 }  // namespace tidewell

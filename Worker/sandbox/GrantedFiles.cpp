@@ -72,6 +72,13 @@ bool GrantedFiles::isDirectory(const std::string& path) {
       path, false, [](const std::string& fullPath) { return isFileOfType(fullPath, platform::kFileTypeDirectory); });
 }
 
+bool GrantedFiles::isThere(const std::string& path) {
+  return underGrant<bool>(path, false, [](const std::string& fullPath) {
+    const std::error_code error = grantedItems().attributesOfItem(fullPath).error();
+    return error != std::errc::no_such_file_or_directory && error != std::errc::not_a_directory;
+  });
+}
+
 std::vector<std::string> GrantedFiles::entriesOf(const std::string& folder) {
   using Names = std::vector<std::string>;
   return underGrantOf<Names>(folder, Operation::onFolder(folder), {}, [](const std::string& fullPath) {
@@ -133,10 +140,11 @@ std::optional<Rows> GrantedFiles::rowsOf(const std::string& query, const std::st
       database, std::nullopt, [&](const std::string& fullPath) { return rowsInsideGrant(query, fullPath, left); });
 }
 
-Outcome GrantedFiles::changeDatabase(const std::vector<std::string>& statements, const std::string& database) {
+Outcome GrantedFiles::changeDatabase(const std::vector<std::string>& statements, const std::string& database,
+                                     const SqlPredicates& predicates) {
   const Overwriting overwriting = wantedOverwriting();
   return underGrant<Outcome>(database, kNotAllowed, [&](const std::string& fullPath) {
-    return changeInsideGrant(statements, fullPath, overwriting);
+    return changeInsideGrant(statements, fullPath, overwriting, predicates);
   });
 }
 

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "Worker/database/Rows.h"
+#include "Worker/database/SqlPredicate.h"
 #include "Worker/formats/Rewriting.h"
 #include "Worker/formats/leveldb/LevelDatabase.h"
 #include "Worker/sandbox/Outcome.h"
@@ -42,6 +43,9 @@ class GrantedFiles {
   static bool isGranted(const std::string& path);
 
   // Reading.
+
+  /// Whether there is anything at a path.
+  static bool isThere(const std::string& path);
 
   /// Whether a path is an existing folder and no link to one.
   static bool isDirectory(const std::string& path);
@@ -79,8 +83,9 @@ class GrantedFiles {
   static Outcome rewrite(const std::string& path, const Rewriter& rewriter);
 
   /// Runs statements in order on a database, up to the first that fails; what they leave is all that stays in it and
-  /// beside it, down to its unused pages. A missing database is nothing to do.
-  static Outcome changeDatabase(const std::vector<std::string>& statements, const std::string& database);
+  /// beside it, down to its unused pages. They can call the predicates. A missing database is nothing to do.
+  static Outcome changeDatabase(const std::vector<std::string>& statements, const std::string& database,
+                                const SqlPredicates& predicates = {});
 
   /// LevelDatabase::keepOnly() on the database in a folder; adds to the outcome.
   static LevelDatabase::Outcome keepInLevelDatabase(const std::string& folder, const LevelDatabase::Selection& isKept,

@@ -8,13 +8,14 @@ namespace tidewell {
 
 /// Why something stays that should have gone, by rising weight.
 enum class Left {
-  kNothing,         // all is gone that should be
-  kNotAllowed,      // no grant covers it
-  kOnOtherMount,    // it lies on another mount than the grant
-  kInUse,           // another program holds it, or has changed it meanwhile
-  kNotOverwritten,  // it is to be overwritten before it goes, and could not be
-  kNotReadable,     // what it holds can't be told
-  kFailed,          // the system refused
+  kNothing,          // all is gone that should be
+  kNotAllowed,       // no grant covers it
+  kOnOtherMount,     // it lies on another mount than the grant
+  kInUse,            // another program holds it, or has changed it meanwhile
+  kNotOverwritten,   // it is to be overwritten before it goes, and could not be
+  kNotReadable,      // what it holds can't be told
+  kListNotReadable,  // what is to be kept of it can't be told
+  kFailed,           // the system refused
 };
 
 struct Outcome {

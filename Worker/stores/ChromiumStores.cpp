@@ -1,6 +1,7 @@
 // The stores of Chromium and its relatives. As of Chromium 156, with the stores of earlier versions that profiles may
 // still have.
 
+#include "Worker/stores/SparingTreatments.h"
 #include "Worker/stores/StoreTables.h"
 #include "Worker/stores/Treatments.h"
 
@@ -14,22 +15,25 @@ using enum StoreGroup;
 
 constexpr Store kProfile[] = {
     {kOld, kCookies, "Origin Bound Certs", deleteChannelIDs, "keys by which servers know a browser again"},
-    {kReplaced, kCookies, "Cookies", removeWhole, "cookies"},
-    {kOld, kSiteStorage, "databases", cleanWebDatabases, "databases of sites, of earlier versions"},
-    {kOld, kSiteStorage, "Local Storage", removeLocalStorageFiles, "local storage, of earlier versions"},
-    {kReplaced, kSiteStorage, "IndexedDB", removeWhole, "databases of sites"},
+    {kReplaced, kCookies, "Cookies", sparing<removeWhole, removeOtherChromeCookies>, "cookies"},
+    {kOld, kSiteStorage, "databases", unlessSitesAreKept<cleanWebDatabases>, "databases of sites, of earlier versions"},
+    {kOld, kSiteStorage, "Local Storage", unlessSitesAreKept<removeLocalStorageFiles>,
+     "local storage, of earlier versions"},
+    {kReplaced, kSiteStorage, "IndexedDB", unlessSitesAreKept<removeWhole>, "databases of sites"},
     {kOld, kCaches, "Application Cache", removeWhole, "pages that sites wanted to be kept"},
     {kReplaced, kCaches, "GPUCache", removeWhole, "programs for the graphics processor"},
     {kOld, kCaches, "TransportSecurity", removeWhole, "sites that demand secure connections"},
 
-    {kCurrent, kCookies, "Cookies", removeDatabase, "cookies"},
-    {kCurrent, kCookies, "Network/Cookies", removeDatabase, "cookies, where newer versions keep them"},
+    {kCurrent, kCookies, "Cookies", sparing<removeDatabase, removeOtherChromeCookies>, "cookies"},
+    {kCurrent, kCookies, "Network/Cookies", sparing<removeDatabase, removeOtherChromeCookies>,
+     "cookies, where newer versions keep them"},
     {kCurrent, kCookies, "Safe Browsing Cookies", removeDatabase,
      "cookies of the service that warns of dangerous sites"},
     {kCurrent, kCookies, "Trust Tokens", removeDatabase, "tokens by which sites vouch for a visitor to each other"},
     {kCurrent, kCookies, "MediaDeviceSalts", removeDatabase,
      "what makes the names of cameras and microphones a site's own"},
-    {kCurrent, kCookies, "DIPS", removeDatabase, "sites that a visit was led through"},
+    {kCurrent, kCookies, "DIPS", sparing<removeDatabase, removeOtherChromeBounces>,
+     "sites that a visit was led through"},
     {kCurrent, kCookies, "Preferences", cleanPreferences, "permissions, client hints and zoom by site"},
 
     {kCurrent, kCookies, "Device Bound Sessions", removeDatabase, "keys by which servers know this machine again"},
@@ -40,14 +44,16 @@ constexpr Store kProfile[] = {
     {kCurrent, kCookies, "Current Tabs", cleanClosedTabs, "the same, of tabs that were closed"},
     {kCurrent, kCookies, "Last Tabs", cleanClosedTabs, "the same"},
 
-    {kCurrent, kSiteStorage, "Local Storage/leveldb", cleanLocalStorage, "local storage"},
+    {kCurrent, kSiteStorage, "Local Storage/leveldb", unlessSitesAreKept<cleanLocalStorage>, "local storage"},
     {kCurrent, kSiteStorage, "Session Storage", removeWhole, "storage of single tabs"},
-    {kCurrent, kSiteStorage, "IndexedDB", removeChromeSites, "databases of sites"},
+    {kCurrent, kSiteStorage, "IndexedDB", unlessSitesAreKept<removeChromeSites>, "databases of sites"},
     {kCurrent, kSiteStorage, "Service Worker/Database", removeWhole, "which sites have service workers"},
     {kCurrent, kSiteStorage, "Service Worker/ScriptCache", removeWhole, "the scripts of service workers"},
-    {kCurrent, kSiteStorage, "Service Worker/CacheStorage", cleanCacheStorage, "caches that scripts of sites fill"},
-    {kCurrent, kSiteStorage, "File System", cleanFileSystem, "files in the sites' own file systems"},
-    {kCurrent, kSiteStorage, "WebStorage", cleanWebStorage, "storage buckets, and whose they are"},
+    {kCurrent, kSiteStorage, "Service Worker/CacheStorage", unlessSitesAreKept<cleanCacheStorage>,
+     "caches that scripts of sites fill"},
+    {kCurrent, kSiteStorage, "File System", unlessSitesAreKept<cleanFileSystem>,
+     "files in the sites' own file systems"},
+    {kCurrent, kSiteStorage, "WebStorage", unlessSitesAreKept<cleanWebStorage>, "storage buckets, and whose they are"},
     {kCurrent, kSiteStorage, "SharedStorage", removeDatabase, "storage that sites share between them"},
     {kCurrent, kSiteStorage, "InterestGroups", removeDatabase, "interests that advertisers have noted"},
     {kCurrent, kSiteStorage, "PrivateAggregation", removeDatabase, "reports to advertisers that wait to be sent"},

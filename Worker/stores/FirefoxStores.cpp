@@ -1,5 +1,6 @@
 // The stores of Firefox and its relatives. As of Firefox ESR 153.
 
+#include "Worker/stores/SparingTreatments.h"
 #include "Worker/stores/StoreTables.h"
 #include "Worker/stores/Treatments.h"
 
@@ -12,30 +13,38 @@ using enum StoreAge;
 using enum StoreGroup;
 
 constexpr Store kProfile[] = {
-    {kReplaced, kCookies, "cookies.sqlite", removeWhole, "cookies"},
+    {kReplaced, kCookies, "cookies.sqlite", sparing<removeWhole, removeOtherFirefoxCookies>, "cookies"},
     {kOld, kCookies, "permissions.sqlite", cleanPermissions, "what sites were allowed"},
-    {kOld, kSiteStorage, "webappsstore.sqlite", deleteScopes, "local storage, of earlier versions"},
-    {kReplaced, kSiteStorage, "storage/default", removeWhole, "databases, caches and local storage of sites"},
-    {kReplaced, kSiteStorage, "storage/temporary", removeWhole, "what sites asked to be kept only for a while"},
+    {kOld, kSiteStorage, "webappsstore.sqlite", sparing<deleteScopes, deleteOtherScopes>,
+     "local storage, of earlier versions"},
+    {kReplaced, kSiteStorage, "storage/default", sparing<removeWhole, removeOtherFirefoxSites>,
+     "databases, caches and local storage of sites"},
+    {kReplaced, kSiteStorage, "storage/temporary", sparing<removeWhole, removeOtherFirefoxSites>,
+     "what sites asked to be kept only for a while"},
     {kOld, kCaches, "SiteSecurityServiceState.txt", removeWhole, "sites that demand secure connections"},
 
-    {kCurrent, kCookies, "cookies.sqlite", removeDatabase, "cookies"},
+    {kCurrent, kCookies, "cookies.sqlite", sparing<removeDatabase, removeOtherFirefoxCookies>, "cookies"},
     {kCurrent, kCookies, "cookies.sqlite.bak", removeWhole, "the same, from before a repair"},
     {kCurrent, kCookies, "cookies.sqlite.bak-rebuild", removeWhole, "the same, during a repair"},
     {kCurrent, kCookies, "credentialstate.sqlite", removeDatabase, "with which accounts sites know the person"},
     {kCurrent, kCookies, "sessionstore.jsonlz4", cleanSessionStore, "cookies and storage of the open tabs"},
     {kCurrent, kCookies, "sessionstore-backups", cleanSessionStores, "the same, as it was a while ago"},
-    {kCurrent, kCookies, "bounce-tracking-protection.sqlite", removeDatabase, "sites that a visit was led through"},
+    {kCurrent, kCookies, "bounce-tracking-protection.sqlite", sparing<removeDatabase, removeOtherFirefoxBounces>,
+     "sites that a visit was led through"},
     {kCurrent, kCookies, "content-prefs.sqlite", cleanContentPreferences, "zoom and other preferences by site"},
     {kCurrent, kCookies, "enumerate_devices.txt", removeWhole,
      "what makes the names of cameras and microphones a site's own"},
 
-    {kCurrent, kSiteStorage, "storage/default", removeFirefoxSites, "databases, caches and local storage of sites"},
-    {kCurrent, kSiteStorage, "storage/temporary", removeFirefoxSites, "what sites asked to be kept only for a while"},
+    {kCurrent, kSiteStorage, "storage/default", sparing<removeFirefoxSites, removeOtherFirefoxSites>,
+     "databases, caches and local storage of sites"},
+    {kCurrent, kSiteStorage, "storage/temporary", sparing<removeFirefoxSites, removeOtherFirefoxSites>,
+     "what sites asked to be kept only for a while"},
     {kCurrent, kSiteStorage, "storage/to-be-removed", removeEntries, "what the browser was about to remove"},
     {kCurrent, kSiteStorage, "storage/private", removeEntries, "storage of private windows"},
-    {kCurrent, kSiteStorage, "storage.sqlite", cleanStorageIndex, "which sites have storage"},
-    {kCurrent, kSiteStorage, "storage/ls-archive.sqlite", deleteScopes, "local storage as earlier versions kept it"},
+    {kCurrent, kSiteStorage, "storage.sqlite", sparing<cleanStorageIndex, removeFromStorageIndex>,
+     "which sites have storage"},
+    {kCurrent, kSiteStorage, "storage/ls-archive.sqlite", sparing<deleteScopes, deleteOtherScopes>,
+     "local storage as earlier versions kept it"},
     {kCurrent, kSiteStorage, "serviceworker.txt", removeWhole, "which sites have service workers"},
     {kCurrent, kSiteStorage, "storage/permanent/chrome/idb/2918063365piupsah.sqlite", deletePushSubscriptions,
      "subscriptions to push messages"},

@@ -6,12 +6,36 @@
 
 #include "Platform/Path.h"
 #include "Worker/Identity.h"
+#include "Worker/keeping/OriginAttributes.h"
 #include "Worker/sandbox/GrantedFiles.h"
 #include "Worker/stores/Treatments.h"
 
 namespace tidewell::treatments {
 
 using platform::appendingPathComponent;
+
+namespace {
+
+using Values = std::span<const std::string_view>;
+
+/// The kind of a permission can name a second site, which it is about: "3rdPartyStorage^https://b.test".
+bool isKeptInside(std::string_view kind, const KeptSites& sites) {
+  const std::size_t mark = kind.find('^');
+  if (mark == std::string_view::npos) return true;
+  const auto owner = ownerByOrigin(kind.substr(mark + 1));
+  return owner && sites.keepsSite(owner->host);
+}
+
+SqlPredicates predicatesOnPermissions(const KeptSites& sites) {
+  const auto originIsKept = [&sites](Values values) {
+    const auto owner = ownerByOrigin(values[0]);
+    return owner && sites.keeps(*owner) && (values.size() == 1 || isKeptInside(values[1], sites));
+  };
+  return {{"origin_is_kept", originIsKept},
+          {"host_is_kept", [&sites](Values values) { return sites.keepsHost(values[0]); }}};
+}
+
+}  // namespace
 
 Outcome removeMediaLicences(const std::string& path) {
   // "gmp/Linux_x86_64-gcc3/gmp-widevinecdm/id/…": platform, plug-in, then a folder for each site in these two.
@@ -35,8 +59,15 @@ Outcome cleanPermissions(const std::string& path, const Kept& kept) {
   const std::string notes = "(type GLOB '3rdParty*' OR type GLOB 'storageAccess*' OR type GLOB 'AllowStorageAccess*')";
   const std::string isSites = "substr(origin, 1, 16) <> 'moz-extension://'";
   const std::string goes = "type NOT IN (" + rules + ")" + (kept.siteSettings ? " AND " + notes : "");
-  const std::map<std::string, std::string, std::less<>> conditions = {
+  std::map<std::string, std::string, std::less<>> conditions = {
       {"moz_perms", isSites + " AND " + goes}, {"moz_origin_interactions", isSites}, {"moz_hosts", goes}};
+  SqlPredicates predicates;
+  if (!kept.sites.isEmpty()) {
+    predicates = predicatesOnPermissions(kept.sites);
+    conditions["moz_perms"] += " AND NOT origin_is_kept(origin, type)";
+    conditions["moz_origin_interactions"] += " AND NOT origin_is_kept(origin)";
+    conditions["moz_hosts"] += " AND NOT host_is_kept(host)";
+  }
   // Not every version has all of these tables.
   Left left = Left::kNothing;
   const auto tables = GrantedFiles::rowsOf("SELECT name FROM sqlite_master WHERE type = 'table';", path, left);
@@ -47,7 +78,7 @@ Outcome cleanPermissions(const std::string& path, const Kept& kept) {
     if (condition == conditions.end()) continue;
     statements.push_back("DELETE FROM " + condition->first + " WHERE " + condition->second + ";");
   }
-  return GrantedFiles::changeDatabase(statements, path);
+  return GrantedFiles::changeDatabase(statements, path, predicates);
 }
 
 Outcome deletePushSubscriptions(const std::string& path) {

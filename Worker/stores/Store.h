@@ -30,9 +30,8 @@ class Treatment {
   constexpr Treatment(OfEverything action) : ofEverything_(action) {}  // NOLINT: the tables name functions
   constexpr Treatment(OfUnkept action) : ofUnkept_(action) {}          // NOLINT
 
-  Outcome operator()(const std::string& path, const Kept& kept) const {
-    return ofUnkept_ != nullptr ? ofUnkept_(path, kept) : ofEverything_(path);
-  }
+  /// A store that may hold something of a kept site is left while it is not known which these are.
+  Outcome operator()(const std::string& path, const Kept& kept) const;
 
  private:
   OfEverything ofEverything_ = nullptr;

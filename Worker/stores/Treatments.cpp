@@ -10,6 +10,8 @@
 #include "Worker/formats/Preferences.h"
 #include "Worker/formats/SessionStore.h"
 #include "Worker/sandbox/GrantedFiles.h"
+#include "Worker/stores/FolderEntries.h"
+#include "Worker/stores/SparingTreatments.h"
 
 namespace tidewell::treatments {
 namespace {
@@ -18,29 +20,17 @@ using platform::appendingPathComponent;
 
 constexpr const char* kDatabaseCompanions[] = {"", "-journal", "-wal", "-shm"};
 
-// How the stores name an extension: in origins, in names of items, and in any text at all.
-constexpr std::string_view kExtensionOrigin = "chrome-extension://";
-constexpr std::string_view kChromeExtension = "chrome-extension_";
-constexpr std::string_view kFirefoxExtension = "moz-extension+++";
-constexpr std::string_view kAnyExtension = "chrome-extension";
-
 constexpr std::size_t kLargestOrigin = std::size_t{64} << 10;  // bytes
 
 bool mentionsExtension(std::string_view bytes) {
   return bytes.find(kAnyExtension) != std::string_view::npos;
 }
 
-template <typename Predicate>
-Outcome removeEntriesUnless(const std::string& folder, Predicate isKept) {
-  Outcome outcome;
-  if (!GrantedFiles::isDirectory(folder)) return outcome;
-  for (const std::string& name : GrantedFiles::entriesOf(folder)) {
-    if (!isKept(name)) outcome += GrantedFiles::remove(appendingPathComponent(folder, name));
-  }
-  return outcome;
-}
-
 }  // namespace
+
+Outcome leftIfThere(const std::string& path) {
+  return GrantedFiles::isThere(path) ? Outcome{Left::kNotReadable} : Outcome();
+}
 
 Outcome removeWhole(const std::string& path) {
   return GrantedFiles::remove(path);
@@ -209,18 +199,19 @@ Outcome deleteScopes(const std::string& path) {
 
 Outcome cleanContentPreferences(const std::string& path, const Kept& kept) {
   if (kept.siteSettings) return {};
+  if (!kept.sites.isEmpty()) return removeOtherContentPreferences(path, kept.sites);
   return GrantedFiles::changeDatabase({"DELETE FROM prefs WHERE groupID IS NOT NULL;", "DELETE FROM groups;"}, path);
 }
 
-Outcome cleanSessionStore(const std::string& path) {
-  return GrantedFiles::rewrite(path, withoutSiteData);
+Outcome cleanSessionStore(const std::string& path, const Kept& kept) {
+  return GrantedFiles::rewrite(path, [&kept](std::string_view file) { return withoutSiteData(file, kept.sites); });
 }
 
-Outcome cleanSessionStores(const std::string& path) {
+Outcome cleanSessionStores(const std::string& path, const Kept& kept) {
   Outcome outcome;
   if (!GrantedFiles::isDirectory(path)) return outcome;
   for (const std::string& name : GrantedFiles::entriesOf(path)) {
-    outcome += cleanSessionStore(appendingPathComponent(path, name));
+    outcome += cleanSessionStore(appendingPathComponent(path, name), kept);
   }
   return outcome;
 }

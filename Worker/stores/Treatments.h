@@ -9,8 +9,17 @@
 
 namespace tidewell::treatments {
 
+/// Removes nothing: what the store holds can't be told.
+Outcome leftIfThere(const std::string& path);
+
 /// Removes the file, or the folder with all its contents.
 Outcome removeWhole(const std::string& path);
+
+/// Another treatment, for a store in which kept sites can't be told from others: it is left while any are kept.
+template <Outcome (*treatment)(const std::string& path)>
+Outcome unlessSitesAreKept(const std::string& path, const Kept& kept) {
+  return kept.sites.isEmpty() ? treatment(path) : leftIfThere(path);
+}
 
 /// The same for settings of sites, which the person may keep.
 Outcome removeUnlessKept(const std::string& path, const Kept& kept);
@@ -79,7 +88,7 @@ Outcome removeMediaLicences(const std::string& path);
 Outcome deletePushSubscriptions(const std::string& path);
 
 /// Firefox's session file, or all such files in a folder: removes cookies and storage, keeps the tabs.
-Outcome cleanSessionStore(const std::string& path);
-Outcome cleanSessionStores(const std::string& path);
+Outcome cleanSessionStore(const std::string& path, const Kept& kept);
+Outcome cleanSessionStores(const std::string& path, const Kept& kept);
 
 }  // namespace tidewell::treatments

@@ -1,6 +1,6 @@
 # Completion of "tidewell" for fish.
 
-set -l commands status browsers enable disable allow preview grants notifications notify-always overwrite site-settings history keep-history quit-of defaults
+set -l commands status browsers enable disable allow preview grants notifications notify-always overwrite keep site-settings history keep-history quit-of defaults
 set -l domains 7QX2LM9PDA.com.emberlinestudio.Tidewell 7QX2LM9PDA.com.emberlinestudio.Tidewell.TidewellWorker
 
 complete -c tidewell -f
@@ -18,6 +18,7 @@ complete -c tidewell -n $first -a notify-always -d 'Say so also when there was n
 complete -c tidewell -n $first -a overwrite -d 'Overwrite files before they are removed'
 complete -c tidewell -n $first -a history -d 'What the last cleanings have done'
 complete -c tidewell -n $first -a keep-history -d 'Keep a report of each cleaning'
+complete -c tidewell -n $first -a keep -d 'Keep what these sites have stored'
 complete -c tidewell -n $first -a site-settings -d 'Keep what you have set for single sites'
 complete -c tidewell -n $first -a quit-of -d 'Clean after a browser now, as if it had quit'
 complete -c tidewell -n $first -a defaults -d 'Read and write settings'
@@ -27,7 +28,12 @@ complete -c tidewell -n '__fish_seen_subcommand_from enable disable allow previe
 complete -c tidewell -n '__fish_seen_subcommand_from enable allow' -l yes -d 'Agree to every folder'
 complete -c tidewell -n '__fish_seen_subcommand_from quit-of' -l force -d 'Also while it runs, without asking'
 complete -c tidewell -n '__fish_seen_subcommand_from quit-of' -l no-wait -d 'Do not wait for the end'
-complete -c tidewell -n '__fish_seen_subcommand_from status browsers preview grants history quit-of' -l json -d 'For programs'
+complete -c tidewell -n '__fish_seen_subcommand_from keep' -l list -d 'Only print the sites that are kept'
+complete -c tidewell -n '__fish_seen_subcommand_from keep' -l remove -d 'Keep these sites no longer'
+complete -c tidewell -n '__fish_seen_subcommand_from keep' -l import -rF -d 'Keep the sites in this file'
+complete -c tidewell -n '__fish_seen_subcommand_from keep; and contains -- --remove (commandline -opc)' \
+    -a '(tidewell keep --list 2>/dev/null)'
+complete -c tidewell -n '__fish_seen_subcommand_from status browsers preview grants history quit-of keep' -l json -d 'For programs'
 complete -c tidewell -n '__fish_seen_subcommand_from browsers' -l words -d 'Only what each may be called'
 complete -c tidewell -n '__fish_seen_subcommand_from notifications notify-always overwrite keep-history' -a 'on off'
 complete -c tidewell -n '__fish_seen_subcommand_from history' -l last -d 'Only the last cleaning'
@@ -42,5 +48,5 @@ set -l word 'test (count (commandline -opc)) -eq'
 set -l defaults '__fish_seen_subcommand_from defaults; and'
 complete -c tidewell -n "$defaults $word 2" -a 'read write delete'
 complete -c tidewell -n "$defaults $word 3" -a "$domains"
-complete -c tidewell -n "$defaults $word 4" -a 'enabledBrowsers displayNotifications notifyAlways secureDeleteData userFolder homeLayout currentStores keepSiteSettings startedWith'
+complete -c tidewell -n "$defaults $word 4" -a 'enabledBrowsers displayNotifications notifyAlways secureDeleteData userFolder homeLayout currentStores keepSiteSettings keptSites startedWith'
 complete -c tidewell -n "$defaults $word 5; and contains -- write (commandline -opc)" -a '-string -bool -int -array'

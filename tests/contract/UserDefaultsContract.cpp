@@ -44,6 +44,14 @@ TYPED_TEST(UserDefaultsContract, absentKeysHaveNoValue) {
   EXPECT_TRUE(suite->dictionaryRepresentation().empty());
 }
 
+TYPED_TEST(UserDefaultsContract, aCheckedReadTellsAnAbsentKeyFromAFailure) {
+  const auto suite = this->domains.suite("shared");
+  ASSERT_TRUE(suite->checkedObjectForKey("missing"));
+  EXPECT_FALSE(*suite->checkedObjectForKey("missing"));
+  suite->setObject(3, "key");
+  EXPECT_EQ(*suite->checkedObjectForKey("key"), Value(3));
+}
+
 TYPED_TEST(UserDefaultsContract, valuesOfEveryTypeComeBackAsTheyWere) {
   const auto suite = this->domains.suite("shared");
   const Value::Array array{Value(true), Value("text"), Value(Value::Array{Value(1)})};

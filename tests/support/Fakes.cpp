@@ -134,11 +134,16 @@ void FakeWorkspace::settingsChanged() {
 
 class MemoryUserDefaults::Domain : public platform::UserDefaults {
  public:
-  Domain(Journal& journal, Value::Dictionary& values) : journal_(journal), values_(values) {}
+  Domain(Journal& journal, Value::Dictionary& values, const std::set<std::string>& unreadable)
+      : journal_(journal), values_(values), unreadable_(unreadable) {}
 
   std::optional<Value> objectForKey(const std::string& key) const override {
     const auto found = values_.find(key);
     return found != values_.end() ? std::optional(found->second) : std::nullopt;
+  }
+  platform::Result<std::optional<Value>> checkedObjectForKey(const std::string& key) const override {
+    if (unreadable_.contains(key)) return std::errc::io_error;
+    return objectForKey(key);
   }
   void setObject(const Value& value, const std::string& key) override {
     journal_.add("set " + key);
@@ -154,6 +159,7 @@ class MemoryUserDefaults::Domain : public platform::UserDefaults {
  private:
   Journal& journal_;
   Value::Dictionary& values_;
+  const std::set<std::string>& unreadable_;
 };
 
 std::vector<std::string> MemoryUserDefaults::keys(const std::string& name) {
@@ -164,11 +170,11 @@ std::vector<std::string> MemoryUserDefaults::keys(const std::string& name) {
 
 std::unique_ptr<platform::UserDefaults> MemoryUserDefaults::suite(const std::string& name) {
   journal_.add("suite " + name);
-  return std::make_unique<Domain>(journal_, domains_[name]);
+  return std::make_unique<Domain>(journal_, domains_[name], unreadable);
 }
 
 std::unique_ptr<platform::UserDefaults> MemoryUserDefaults::standardUserDefaults() {
-  return std::make_unique<Domain>(journal_, domains_[""]);
+  return std::make_unique<Domain>(journal_, domains_[""], unreadable);
 }
 
 }  // namespace testing_support

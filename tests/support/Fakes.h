@@ -180,6 +180,8 @@ class MemoryUserDefaults : public platform::UserDefaultsDomains {
   platform::Value::Dictionary& domain(const std::string& name) { return domains_[name]; }
   std::vector<std::string> keys(const std::string& name);
 
+  std::set<std::string> unreadable;  // keys, in all domains, that can't be read
+
   std::unique_ptr<platform::UserDefaults> suite(const std::string& name) override;
   std::unique_ptr<platform::UserDefaults> standardUserDefaults() override;
 

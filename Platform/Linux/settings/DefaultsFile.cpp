@@ -120,17 +120,24 @@ bool DefaultsFile::exists() const {
 }
 
 std::optional<Value> DefaultsFile::read(const std::string& key) {
+  return readChecked(key).value().value_or(std::nullopt);
+}
+
+Result<std::optional<Value>> DefaultsFile::readChecked(const std::string& key) {
   const std::lock_guard lock(mutex_);
   std::optional<Value> value;
-  attempt(Creation::existing, [&] {
+  bool isThere = false;
+  const Outcome outcome = attempt(Creation::existing, [&] {
     sqlite3_stmt* select = statement(select_, kSelect);
     if (select == nullptr) return sqlite3_errcode(database_);
     bindText(select, 1, key);
     const int result = sqlite3_step(select);
-    if (result == SQLITE_ROW) value = decodedValue(columnBytes(select, 0));
+    isThere = result == SQLITE_ROW;
+    value = isThere ? decodedValue(columnBytes(select, 0)) : std::nullopt;
     sqlite3_reset(select);
     return result;
   });
+  if (!value && (outcome == Outcome::failed || isThere || wasDamaged_)) return std::errc::io_error;
   return value;
 }
 
@@ -211,6 +218,7 @@ bool DefaultsFile::eraseAll() {
 DefaultsFile::Outcome DefaultsFile::attempt(Creation creation, const std::function<int()>& work) {
   Outcome outcome = attemptOnce(creation, work);
   if (outcome == Outcome::damaged) {
+    wasDamaged_ = true;
     setAside();
     outcome = attemptOnce(creation, work);
   }

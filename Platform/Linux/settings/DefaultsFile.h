@@ -19,6 +19,7 @@
 #include <string>
 
 #include "Platform/Log.h"
+#include "Platform/Result.h"
 #include "Platform/Value.h"
 
 namespace platform::linux_ {
@@ -37,6 +38,9 @@ class DefaultsFile {
   // None of these creates the file except write().
 
   std::optional<Value> read(const std::string& key);
+  /// The same, but an error when a value can't be read, or when there is none in a file that has taken the place of a
+  /// damaged one while this object lived.
+  Result<std::optional<Value>> readChecked(const std::string& key);
   Value::Dictionary readAll();
   bool write(const std::string& key, const Value& value);
   bool erase(const std::string& key);
@@ -75,6 +79,7 @@ class DefaultsFile {
   std::uint64_t inode_ = 0;
   bool loggedFailure_ = false;
   bool isHeldUp_ = false;
+  bool wasDamaged_ = false;
 };
 
 }  // namespace platform::linux_

@@ -18,6 +18,10 @@ class Domain : public UserDefaults {
   std::optional<Value> objectForKey(const std::string& key) const override {
     return file_ ? file_->read(key) : std::nullopt;
   }
+  Result<std::optional<Value>> checkedObjectForKey(const std::string& key) const override {
+    if (!file_) return std::errc::invalid_argument;
+    return file_->readChecked(key);
+  }
   // A write that fails is logged by the file; callers go on.
   void setObject(const Value& value, const std::string& key) override {
     if (file_) file_->write(key, value);

@@ -276,4 +276,33 @@ TEST(Preferences, keepSettingsOfSitesAndNotWhatTheBrowserHasNotedWhereThatIsWant
       << "no setting";
 }
 
+TEST(Preferences, keepWhatWasSetForKeptSites) {
+  const tidewell::Kept kept{.sites = tidewell::KeptSites::of({"kept.test", "=alone.test", "::1"})};
+  const auto settings = [](const std::string& entries) {
+    return R"({"profile":{"content_settings":{"exceptions":{"geolocation":{)" + entries + "}}}}}";
+  };
+  const std::string entries =
+      R"("https://kept.test:443,*":{"setting":1},"[*.]www.kept.test,*":{},"kept.test,https://alone.test":{},)"
+      R"("http://[::1]:80,*":{},"https://alone.test,*":{"setting":{"https://other.test,*":1}})";
+  EXPECT_EQ(withoutSites(settings(entries), kept).action, Action::kLeave);
+  EXPECT_EQ(withoutSites(settings(entries + R"(,"other.test,*":{},"[*.]alone2.test,*":{},"other.test,kept.test":{},)"
+                                            R"("kept.test,https://other.test":{},"notkept.test,*":{})"),
+                         kept)
+                .contents,
+            settings(entries));
+  const std::string others =
+      R"({"partition":{"per_host_zoom_levels":{"x":{"kept.test":{}}}},"custom_handlers":{"registered_protocol_handlers":)"
+      R"([{"url":"https://www.kept.test/%s"}]},"protocol_handler":{"allowed_origin_protocol_pairs":{"https://kept.test":{}}})";
+  EXPECT_EQ(withoutSites(others + "}", kept).action, Action::kLeave);
+  EXPECT_EQ(withoutSites(R"({"partition":{"per_host_zoom_levels":{"x":{"other.test":{}}}},"custom_handlers":)"
+                         R"({"registered_protocol_handlers":[{"url":"https://kept.test/","icon":"https://other.test"},)"
+                         R"({"url":"http://other.test/https://kept.test"}]}})",
+                         kept)
+                .contents,
+            R"({"partition":{"per_host_zoom_levels":{"x":{}}},"custom_handlers":{"registered_protocol_handlers":[]}})");
+  EXPECT_EQ(withoutSites(R"({"zerosuggest":{"cachedresults_with_url":{"https://kept.test":1}}})", kept).contents,
+            R"({"zerosuggest":{"cachedresults_with_url":{}}})")
+      << "no setting";
+}
+
 }  // namespace

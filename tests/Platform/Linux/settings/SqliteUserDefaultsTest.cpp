@@ -181,6 +181,33 @@ TEST_F(SettingsFile, thatIsNoDatabaseIsSetAsideWithALine) {
   EXPECT_THAT(log.lines()[0], ::testing::HasSubstr("is damaged"));
 }
 
+TEST_F(SettingsFile, thatWasDamagedIsNotLikeOneWithoutTheKeyForACheckedRead) {
+  folder.file(kFile, "this is no database, and it is long enough to be looked at as one. " + std::string(500, '.'));
+  EXPECT_FALSE(settings.suite("suite")->checkedObjectForKey("key"));
+  EXPECT_FALSE(settings.suite("suite")->checkedObjectForKey("key")) << "what it held is lost";
+  settings.suite("suite")->setObject(1, "key");
+  EXPECT_EQ(*settings.suite("suite")->checkedObjectForKey("key"), Value(1));
+}
+
+TEST_F(SettingsFile, thatCanNotBeOpenedIsNotLikeAMissingOneForACheckedRead) {
+  EXPECT_TRUE(settings.suite("suite")->checkedObjectForKey("key"));
+  folder.file("elsewhere", "keep");
+  folder.link(kFile, folder.path("elsewhere"));
+  EXPECT_FALSE(settings.suite("suite")->checkedObjectForKey("key"));
+  EXPECT_FALSE(settings.suite("..")->checkedObjectForKey("key")) << "no name of a file";
+}
+
+TEST_F(SettingsFile, withAValueThatIsNoneIsNotLikeOneWithoutTheKeyForACheckedRead) {
+  settings.suite("suite")->setObject(1, "key");
+  settings.suite("suite")->synchronize();
+  sqlite3* database = nullptr;
+  ASSERT_EQ(sqlite3_open(folder.path(kFile).c_str(), &database), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(database, "UPDATE defaults SET value = x'ff'", nullptr, nullptr, nullptr), SQLITE_OK);
+  sqlite3_close(database);
+  EXPECT_FALSE(settings.suite("suite")->objectForKey("key"));
+  EXPECT_FALSE(settings.suite("suite")->checkedObjectForKey("key"));
+}
+
 TEST_F(SettingsFile, whosePagesAreDamagedIsSetAsideAndNothingOfItIsLost) {
   for (int key = 0; key < 2000; ++key) settings.suite("suite")->setObject(std::string(100, 'v'), std::to_string(key));
   settings.suite("suite")->synchronize();

@@ -1,0 +1,28 @@
+// Folders of which some entries stay, by their names. Internal to the treatments.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "Platform/Path.h"
+#include "Worker/sandbox/GrantedFiles.h"
+
+namespace tidewell::treatments {
+
+// How the stores name an extension: in origins, in names of items, and in any text at all.
+inline constexpr std::string_view kExtensionOrigin = "chrome-extension://";
+inline constexpr std::string_view kChromeExtension = "chrome-extension_";
+inline constexpr std::string_view kFirefoxExtension = "moz-extension+++";
+inline constexpr std::string_view kAnyExtension = "chrome-extension";
+
+template <typename Predicate>
+Outcome removeEntriesUnless(const std::string& folder, Predicate isKept) {
+  Outcome outcome;
+  if (!GrantedFiles::isDirectory(folder)) return outcome;
+  for (const std::string& name : GrantedFiles::entriesOf(folder)) {
+    if (!isKept(name)) outcome += GrantedFiles::remove(platform::appendingPathComponent(folder, name));
+  }
+  return outcome;
+}
+
+}  // namespace tidewell::treatments
