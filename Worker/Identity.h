@@ -36,5 +36,6 @@ inline constexpr char kNoHistoryKey[] = "noHistory";  // boolean, absent: no; re
 inline constexpr char kNeverAskedKey[] = "neverAsked";      // array of folders, which are asked for by hand only
 inline constexpr char kHistoryKey[] = "history";            // array of reports, the newest last
 inline constexpr char kOwedCleaningKey[] = "owedCleaning";  // begins the key of each note
+inline constexpr char kRunUnderWayKey[] = "runUnderWay";    // begins the key of each; its value is when it began
 
 }  // namespace tidewell

@@ -206,8 +206,10 @@ Report WorkerAppDelegate::clean(const std::string& browserName, IfRunning ifRunn
 }
 
 void WorkerAppDelegate::runsEnded(const Browser& browser, const Report& report, bool notifies) {
-  if (!report.runs.empty() && !report.isWorthAnotherTry()) OwedCleanings::settle(browser, report.runs.back().begun);
+  // In this order: whenever the worker is killed, the cleaning is reported, and done, at least once.
   if (!report.runs.empty()) History::add(report);
+  OwedCleanings::runEnded(browser);
+  if (!report.runs.empty() && !report.isWorthAnotherTry()) OwedCleanings::settle(browser, report.runs.back().begun);
   recordInLog(report);
   if (runsHandler_) runsHandler_(browser, report, true);
   if (notifies && !report.isSpared) notifyOf(browser, report);

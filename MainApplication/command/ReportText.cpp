@@ -76,7 +76,8 @@ ordered_json stateOf(const Report& report) {
                         {"runs", ordered_json::array()},  {"removed", ordered_json::object()},
                         {"stores", ordered_json::array()}};
   for (const Report::Run& run : report.runs) {
-    state["runs"].push_back({{"begun", timeForPrograms(run.begun)}, {"ended", timeForPrograms(run.ended)}});
+    state["runs"].push_back({{"begun", timeForPrograms(run.begun)}, {"ended", nullptr}});
+    if (run.ended != Report::Run::kCutOff) state["runs"].back()["ended"] = timeForPrograms(run.ended);
   }
   for (const StoreGroup group : {StoreGroup::kCookies, StoreGroup::kSiteStorage, StoreGroup::kCaches}) {
     state["removed"][std::string(wordFor(group))] = stateOf(report.sum(group));
@@ -95,6 +96,10 @@ void print(const Report& report, bool isVerbose, std::ostream& output) {
   constexpr char kIndent[] = "                  ";
   output << (report.runs.empty() ? "" : localTime(report.runs.front().begun)) << "  " << printable(nameOf(report))
          << ": " << figuresOf(report.sum()) << textFor(report.cause) << '\n';
+  for (const Report::Run& run : report.runs) {
+    if (run.ended != Report::Run::kCutOff) continue;
+    output << kIndent << "a run of " << localTime(run.begun) << " was cut off: it took one more\n";
+  }
   if (report.isSpared) output << kIndent << "the browser was back: the rest is left until it quits\n";
   for (const StoreReport& store : report.stores) {
     if (!isVerbose && store.outcome.left == Left::kNothing) continue;

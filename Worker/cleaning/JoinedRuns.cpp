@@ -8,6 +8,7 @@
 
 #include "Platform/Platform.h"
 #include "Worker/browsers/EnabledBrowsers.h"
+#include "Worker/cleaning/OwedCleanings.h"
 #include "Worker/homes/Home.h"
 #include "Worker/sandbox/GrantedFiles.h"
 
@@ -134,10 +135,20 @@ void JoinedRuns::run(const Browser& browser, const NextRun& wanted) {
 }
 
 Report JoinedRuns::cleaned(const Browser& browser, const NextRun& wanted) {
-  Report report{.browser = nameOf(browser), .isSpared = true};
-  if (wanted.ifRunning == IfRunning::kIsCleaned || !isSparedNow(browser)) report = clean_(browser, wanted.ifRunning);
+  if (wanted.ifRunning == IfRunning::kIsSpared && isSparedNow(browser)) {
+    return {.browser = nameOf(browser), .cause = wanted.cause, .isSpared = true};
+  }
+  const auto cutOff = isFirstOfQuit(browser) ? OwedCleanings::runBegins(browser) : std::nullopt;
+  Report report = clean_(browser, wanted.ifRunning);
   report.cause = wanted.cause;
+  if (cutOff) report.runs.insert(report.runs.begin(), {.begun = *cutOff, .ended = Report::Run::kCutOff});
   return report;
+}
+
+/// Whether no run came before this one for the same quit, or the same other reason.
+bool JoinedRuns::isFirstOfQuit(const Browser& browser) {
+  const std::lock_guard lock(mutex_);
+  return !reports_.contains(browser.bundleIdentifier);
 }
 
 /// What the runs for one quit have done so far.

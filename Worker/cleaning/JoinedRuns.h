@@ -99,6 +99,7 @@ class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
   platform::BlockOperation beginRequest(const Browser& browser);
   void run(const Browser& browser, const NextRun& wanted);
   Report cleaned(const Browser& browser, const NextRun& wanted);
+  bool isFirstOfQuit(const Browser& browser);
   Report joinedWithEarlier(const Browser& browser, Report report, bool isLast);
   void obtain(const Browser& browser, const FolderQuestions::Cause& cause, const std::set<std::string>& lacking);
 

@@ -18,6 +18,12 @@ std::unique_ptr<platform::UserDefaults> ownSettings() {
   return Platform::current().userDefaults.standardUserDefaults();
 }
 
+/// Of the note that a run is under way, with the next one for the same quit.
+std::string keyOfRun(const Browser& browser) {
+  return std::string(kRunUnderWayKey) + " " + std::string(browser.bundleIdentifier) + " " +
+         Platform::current().system.machineIdentifier();
+}
+
 std::string keyOf(const Browser& browser) {
   return keyOfOwedCleaning(browser, Platform::current().system.machineIdentifier());
 }
@@ -54,6 +60,19 @@ void OwedCleanings::settle(const Browser& browser, Date runBegan) {
   const auto noted = ownSettings()->objectForKey(keyOf(browser));
   const Date* date = noted ? noted->as<Date>() : nullptr;
   if (noted && (date == nullptr || *date <= runBegan)) ownSettings()->removeObjectForKey(keyOf(browser));
+}
+
+std::optional<Date> OwedCleanings::runBegins(const Browser& browser) {
+  const auto settings = ownSettings();
+  const std::string key = keyOfRun(browser);
+  const auto noted = settings->objectForKey(key);
+  settings->setObject(std::chrono::system_clock::now(), key);
+  const Date* begun = noted ? noted->as<Date>() : nullptr;
+  return begun != nullptr ? std::optional(*begun) : std::nullopt;
+}
+
+void OwedCleanings::runEnded(const Browser& browser) {
+  ownSettings()->removeObjectForKey(keyOfRun(browser));
 }
 
 std::vector<const Browser*> OwedCleanings::owed() {

@@ -5,6 +5,7 @@
 // the browser ran, since homes can be shared, and while the browser is enabled. Any thread.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "Platform/Value.h"
@@ -24,6 +25,11 @@ class OwedCleanings {
 
   /// The browser was cleaned to the end by a run that began then. Later notes stay.
   static void settle(const Browser& browser, platform::Date runBegan);
+
+  /// The runs for a quit begin, and have come to their end, whatever they could do. Of earlier ones that did not come
+  /// to their end (the worker was killed, or the power failed) the former returns when these had begun.
+  static std::optional<platform::Date> runBegins(const Browser& browser);
+  static void runEnded(const Browser& browser);
 
   /// The browsers with a note of this machine.
   static std::vector<const Browser*> owed();

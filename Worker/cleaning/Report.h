@@ -38,6 +38,8 @@ struct StoreReport {
 
 struct Report {
   struct Run {
+    static constexpr platform::Date kCutOff{};  // the end of a run that came to none; a later one did the rest
+
     platform::Date begun;
     platform::Date ended;
     bool operator==(const Run&) const = default;

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 
@@ -20,6 +21,10 @@ struct Armed {
 
 thread_local Armed armed;
 thread_local bool isArmed = false;
+
+/// For programs that are killed whole: counts the calls of all threads but the first. 0 for none.
+std::atomic<std::uint64_t> lastOfProgram = 0;
+std::atomic<std::uint64_t> callsOfProgram = 0;
 
 /// What can happen to a call.
 struct Call {
@@ -37,6 +42,7 @@ enum class Turn { kReal, kShort, kFailed };
 
 /// What becomes of the call; sets errno for kFailed.
 Turn turnOf(const Call& call) {
+  if (lastOfProgram != 0 && ::gettid() != ::getpid() && ++callsOfProgram == lastOfProgram) ::kill(::getpid(), SIGKILL);
   if (!isArmed || !canHappen(call) || ++armed.count != armed.number) return Turn::kReal;
   switch (armed.fault) {
     case Fault::kFails:
@@ -80,6 +86,10 @@ FaultPoints::~FaultPoints() {
 
 std::uint64_t FaultPoints::count() const {
   return armed.count;
+}
+
+void killProgramAt(std::uint64_t number) {
+  lastOfProgram = number;
 }
 
 }  // namespace testing_support

@@ -28,4 +28,7 @@ class FaultPoints {
   std::uint64_t count() const;
 };
 
+/// From now on the program is killed at that call of all threads but its first, counted from 1.
+void killProgramAt(std::uint64_t number);
+
 }  // namespace testing_support

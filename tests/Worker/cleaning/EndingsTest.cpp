@@ -3,6 +3,8 @@
 
 #include <sqlite3.h>
 
+#include "Worker/cleaning/History.h"
+#include "Worker/cleaning/OwedCleanings.h"
 #include "tests/support/LinuxHomeTest.h"
 
 namespace {
@@ -242,6 +244,36 @@ TEST_F(Endings, onAHomeWithALibraryAreNotNoted) {
   sessionEnds();
   EXPECT_TRUE(hasEnded);
   EXPECT_FALSE(isOwed());
+}
+
+TEST_F(Endings, thatTookTwoGoesAreReportedSo) {
+  starts();
+  platform.workspace.running.clear();
+  const auto begun = std::chrono::system_clock::now();
+  tidewell::OwedCleanings::runBegins(browser("Chromium"));  // and the worker is killed
+  workerStartsAgain();
+  EXPECT_TRUE(isClean());
+  const auto reports = tidewell::History::reportsIn(platform.own().at("history"));
+  ASSERT_EQ(reports.size(), 1U);
+  ASSERT_EQ(reports[0].runs.size(), 2U);
+  EXPECT_GE(reports[0].runs[0].begun, begun);
+  EXPECT_EQ(reports[0].runs[0].ended, tidewell::Report::Run::kCutOff);
+  EXPECT_GE(reports[0].runs[1].ended, reports[0].runs[1].begun);
+  EXPECT_TRUE(reports[0].isDone());
+}
+
+TEST_F(Endings, thatTookOneGoAreReportedSo) {
+  for (int time = 0; time < 2; ++time) {
+    starts();
+    quits();
+    platform.dispatch.advance(60s);
+  }
+  const auto reports = tidewell::History::reportsIn(platform.own().at("history"));
+  ASSERT_EQ(reports.size(), 2U);
+  for (const auto& report : reports) {
+    ASSERT_EQ(report.runs.size(), 2U);
+    for (const auto& run : report.runs) EXPECT_NE(run.ended, tidewell::Report::Run::kCutOff);
+  }
 }
 
 }  // namespace
