@@ -169,14 +169,15 @@ class FileManager {
   // Removing.
 
   /// Removes a file, a symbolic link (never what it leads to) or a folder with all of its contents. In a folder it
-  /// continues past what it can't remove, and returns the first error.
-  virtual std::error_code removeItem(const std::string& path) = 0;
+  /// continues past what it can't remove. The error is that of the first item that stays, or
+  /// std::errc::no_such_file_or_directory when there is none.
+  virtual Erasure removeItem(const std::string& path) = 0;
 
   /// As removeItem(), for an item whose contents were overwritten just now: the data of a regular file is flushed to
   /// the disk once before the file is removed, since the file system may otherwise drop the overwritten pages together
   /// with the file, and the old bytes stay readable on the disk. A folder is not flushed. Returns the error of the
   /// flush when the file stays because of it.
-  virtual std::error_code removeOverwrittenItem(const std::string& path, UnflushedFile unflushed) = 0;
+  virtual Erasure removeOverwrittenItem(const std::string& path, UnflushedFile unflushed) = 0;
 
   /// Erases a file, a symbolic link (never what it leads to) or a folder with all of its contents, going on past what
   /// has to stay. A missing item is no error.

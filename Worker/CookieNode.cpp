@@ -6,6 +6,7 @@
 #include "Platform/Platform.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/browsers/Browsers.h"
+#include "Worker/sandbox/OutcomeRecorder.h"
 #include "Worker/sandbox/Sandbox.h"
 
 namespace tidewell {
@@ -27,8 +28,12 @@ constexpr char kDeleteChannelIDs[] = "DELETE FROM origin_bound_certs;";
 void WorkerAppDelegate::removeCookies(const std::string& browserName) {
   if (browserName == kSafari) {
     platform::Dispatch& dispatch = platform::Platform::current().dispatch;
-    dispatch.after(kSafariDelay, dispatch.mainQueue(), [self = shared_from_this()] {
-      Sandbox::remove(kSafariCookies);
+    dispatch.after(kSafariDelay, dispatch.mainQueue(), [self = shared_from_this(), later = OutcomeRecorder::Later()] {
+      {
+        const OutcomeRecorder::Later::Doing doing(later);
+        const OutcomeRecorder::Scope scope(later.recorder());
+        Sandbox::remove(kSafariCookies);
+      }
       self->executeScript();
     });
   } else if (browserName == kFirefox) {

@@ -135,19 +135,21 @@ void WorkerAppDelegate::appTerminated(const platform::ApplicationNotification& n
   const Home home = Home::current();
   rememberFolders(home.folder, *home.layout, *browser, notification.processes);
   const IfRunning ifRunning = notification.evenIfRunning ? IfRunning::kIsCleaned : IfRunning::kIsSpared;
+  const Cause cause = sessionEnded_                    ? Cause::kLogOut
+                      : notification.processes.empty() ? Cause::kAnnounced
+                                                       : Cause::kQuit;
   if (joinsRuns()) {
     OwedCleanings::noteUnlessNoted(*browser);
-    const Cause cause = sessionEnded_                    ? Cause::kLogOut
-                        : notification.processes.empty() ? Cause::kAnnounced
-                                                         : Cause::kQuit;
     return joinedRuns_->quit(*browser, cause, ifRunning);
   }
   // Both runs do the full work: the second removes what the browser wrote while it was quitting.
-  clearData_andNotify(browserName, false, ifRunning);
+  const auto report = LibraryReport::create(std::string(browser->bundleIdentifier), cause);
+  clearData_andNotify(browserName, false, ifRunning, report);
   platform::Dispatch& dispatch = Platform::current().dispatch;
-  dispatch.after(
-      kSecondRunDelay, dispatch.globalHighPriorityQueue(),
-      [self = shared_from_this(), browserName, ifRunning] { self->clearData_andNotify(browserName, true, ifRunning); });
+  dispatch.after(kSecondRunDelay, dispatch.globalHighPriorityQueue(),
+                 [self = shared_from_this(), browserName, ifRunning, report] {
+                   self->clearData_andNotify(browserName, true, ifRunning, report);
+                 });
 }
 
 std::optional<WorkerAppDelegate::Refusal> WorkerAppDelegate::cleanNow(const std::string& bundleIdentifier,
@@ -169,15 +171,28 @@ bool WorkerAppDelegate::checkIfBrowserEnabled(const std::string& browserName) {
   return browser != nullptr && isEnabled(*browser);
 }
 
-void WorkerAppDelegate::clearData_andNotify(const std::string& browserName, bool notify, IfRunning ifRunning) {
-  Platform::current().dispatch.mainQueue().async([self = shared_from_this(), browserName, notify, ifRunning] {
+void WorkerAppDelegate::clearData_andNotify(const std::string& browserName, bool notify, IfRunning ifRunning,
+                                            std::shared_ptr<LibraryReport> report) {
+  Platform::current().dispatch.mainQueue().async([self = shared_from_this(), browserName, notify, ifRunning, report] {
     platform::BlockOperation run;
-    run.block = [self, browserName, ifRunning] { self->clean(browserName, ifRunning); };
+    run.block = [self, browserName, ifRunning, report] {
+      if (report) return self->cleanWithReport(browserName, ifRunning, *report);
+      self->clean(browserName, ifRunning);
+    };
     if (notify) {
       run.completion = [self, browserName] { notifyOfRun(browserName); };
     }
     Platform::current().dispatch.makeOperationQueue()->addOperation(std::move(run));
   });
+}
+
+void WorkerAppDelegate::cleanWithReport(const std::string& browserName, IfRunning ifRunning, LibraryReport& report) {
+  const auto run = report.beginRun();
+  {
+    const OutcomeRecorder::Scope scope(run);
+    run->note(clean(browserName, ifRunning));
+  }
+  run->done();
 }
 
 bool WorkerAppDelegate::joinsRuns() {

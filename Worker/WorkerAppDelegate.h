@@ -22,6 +22,7 @@
 #include "Platform/UserUnixTask.h"
 #include "Platform/Workspace.h"
 #include "Worker/Agent.h"
+#include "Worker/LibraryReport.h"
 #include "Worker/browsers/Browser.h"
 #include "Worker/cleaning/Cleaning.h"
 #include "Worker/cleaning/JoinedRuns.h"
@@ -61,8 +62,9 @@ class WorkerAppDelegate : public Agent,
 
   static bool checkIfBrowserEnabled(const std::string& browserName);
 
-  /// Cleans the browser's data, in the background; returns at once.
-  void clearData_andNotify(const std::string& browserName, bool notify, IfRunning ifRunning = IfRunning::kIsSpared);
+  /// Cleans the browser's data, in the background; returns at once. `report` is told of it.
+  void clearData_andNotify(const std::string& browserName, bool notify, IfRunning ifRunning = IfRunning::kIsSpared,
+                           std::shared_ptr<LibraryReport> report = nullptr);
 
   /// Who hears of runs that have ended, on a home without a Library. `isLast`: no other follows for the same quit.
   using RunsHandler = std::function<void(const Browser& browser, const Report& report, bool isLast)>;
@@ -165,6 +167,7 @@ class WorkerAppDelegate : public Agent,
   void endSessionWhenDone();
 
   // On a home with a Library.
+  void cleanWithReport(const std::string& browserName, IfRunning ifRunning, LibraryReport& report);
   static void obtainGrantsInLibrary(const Browser& browser);
   static bool isOfChromeFamily(const std::string& browserName);
   std::vector<std::string> profilesOf(const std::string& browserName);

@@ -66,13 +66,13 @@ platform::Result<bool> PreviewFiles::moveUnlessChanged(const std::string& path, 
   return true;
 }
 
-std::error_code PreviewFiles::removeItem(const std::string& path) {
+platform::Erasure PreviewFiles::removeItem(const std::string& path) {
   if (isMade(path)) return {};  // after the exchange it holds the old content, which is counted as replaced
   if (removed_.insert(path).second) removals_.push_back(path);
   return {};
 }
 
-std::error_code PreviewFiles::removeOverwrittenItem(const std::string& path, platform::UnflushedFile) {
+platform::Erasure PreviewFiles::removeOverwrittenItem(const std::string& path, platform::UnflushedFile) {
   return removeItem(path);
 }
 

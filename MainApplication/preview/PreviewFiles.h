@@ -43,8 +43,8 @@ class PreviewFiles : public platform::linux_::LinuxFileManager {
                                                const platform::FileVersion& read) override;
   platform::Result<bool> moveUnlessChanged(const std::string& path, const std::string& other,
                                            const platform::FileVersion& read) override;
-  std::error_code removeItem(const std::string& path) override;
-  std::error_code removeOverwrittenItem(const std::string& path, platform::UnflushedFile unflushed) override;
+  platform::Erasure removeItem(const std::string& path) override;
+  platform::Erasure removeOverwrittenItem(const std::string& path, platform::UnflushedFile unflushed) override;
   platform::Erasure eraseItem(const std::string& path, platform::Overwriting overwriting) override;
   std::error_code copyItem(const platform::FileURL& source, const platform::FileURL& destination) override;
   platform::Result<std::unique_ptr<platform::PinnedRegularFile>> pinnedFile(const std::string& path) const override;

@@ -100,22 +100,24 @@ Value::Array valueOfStores(std::vector<StoreReport> stores) {
 
 }  // namespace
 
+void Report::note(const StoreReport& added) {
+  const auto known = std::find_if(stores.begin(), stores.end(), [&added](const StoreReport& store) {
+    return store.folder == added.folder && store.store == added.store;
+  });
+  if (known == stores.end()) {
+    stores.push_back(added);
+  } else {
+    known->outcome += added.outcome;
+  }
+}
+
 void Report::add(const Report& later) {
   runs.insert(runs.end(), later.runs.begin(), later.runs.end());
   isSpared = later.isSpared;
   if (!later.isSpared) {
     for (StoreReport& store : stores) store.outcome.left = Left::kNothing, store.outcome.error = 0;
   }
-  for (const StoreReport& added : later.stores) {
-    const auto known = std::find_if(stores.begin(), stores.end(), [&added](const StoreReport& store) {
-      return store.folder == added.folder && store.store == added.store;
-    });
-    if (known == stores.end()) {
-      stores.push_back(added);
-    } else {
-      known->outcome += added.outcome;
-    }
-  }
+  for (const StoreReport& added : later.stores) note(added);
   std::erase_if(stores, [](const StoreReport& store) {
     return store.outcome.left == Left::kNothing && store.outcome.removed == 0;
   });

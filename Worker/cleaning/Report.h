@@ -51,6 +51,9 @@ struct Report {
   bool isSpared = false;                 // the browser ran again before the last run's end: the rest is left
   std::vector<StoreReport> stores = {};  // those of which something went, or stays that should not
 
+  /// Takes in what became of a store, also of one of which something is known already.
+  void note(const StoreReport& store);
+
   /// Takes in what a later run for the same quit has done. What that one found in order is no longer left.
   void add(const Report& later);
 

@@ -110,6 +110,10 @@ bool isInUse(const Sqlite& connection) {
   return code == SQLITE_BUSY || code == SQLITE_LOCKED;
 }
 
+bool hasChangedRows(const Sqlite& connection) {
+  return ::sqlite3_total_changes(connection._db()) > 0;
+}
+
 void holdAlone(Sqlite& connection) {
   int isOn = 1;
   sqlite3_db_config(connection._db(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);

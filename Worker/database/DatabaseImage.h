@@ -41,6 +41,9 @@ bool hasFailed(const Sqlite& connection);
 /// Whether it has failed because another connection has locked the database.
 bool isInUse(const Sqlite& connection);
 
+/// Whether any row was changed through the connection.
+bool hasChangedRows(const Sqlite& connection);
+
 /// Locks the database of a connection from its first statement on, and keeps closing it from writing or removing
 /// anything. No shared-memory file is used.
 void holdAlone(Sqlite& connection);

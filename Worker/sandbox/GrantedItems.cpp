@@ -27,19 +27,6 @@ std::optional<T> attributeOf(const std::string& path, const char* key) {
   return attributes ? valueOf<T>(*attributes, key) : std::nullopt;
 }
 
-Outcome whatBecame(const platform::Erasure& erasure) {
-  Outcome outcome;
-  if (erasure.failed > 0) {
-    outcome = outcomeOf(erasure.error);
-  } else if (!erasure.leftNothing()) {
-    outcome.left = erasure.notOverwritten > 0 ? Left::kNotOverwritten : Left::kOnOtherMount;
-    outcome.error = erasure.error.value();
-  }
-  outcome.removed = erasure.removed;
-  outcome.bytes = erasure.removedBytes;
-  return outcome;
-}
-
 /// Removes what an exchange or a move has taken from a file's place to `aside`, or has not: then it is a file of ours.
 Outcome eraseWhenTaken(const std::string& aside, const platform::Result<bool>& isTaken, Overwriting overwriting) {
   // After other failures something may be there that the browser has just saved.
@@ -54,12 +41,6 @@ Outcome eraseWhenTaken(const std::string& aside, const platform::Result<bool>& i
 
 platform::FileManager& grantedItems() {
   return platform::Platform::current().fileManagerOnOneMount;
-}
-
-Outcome outcomeOf(std::error_code error) {
-  if (!error || error == std::errc::no_such_file_or_directory) return {};
-  if (error == std::errc::operation_not_permitted) return {Left::kNotAllowed};
-  return {error == std::errc::cross_device_link ? Left::kOnOtherMount : Left::kFailed, 0, 0, error.value()};
 }
 
 bool isFileOfType(const std::string& path, const char* type) {
@@ -83,7 +64,7 @@ ReadInsideGrant::ReadInsideGrant(const std::string& path, std::uint64_t largest,
 }
 
 Outcome eraseInsideGrant(const std::string& path, Overwriting overwriting) {
-  return whatBecame(grantedItems().eraseItem(path, overwriting));
+  return outcomeOf(grantedItems().eraseItem(path, overwriting));
 }
 
 Outcome eraseUnchangedInsideGrant(const std::string& path, const platform::FileVersion& read, Overwriting overwriting) {

@@ -16,10 +16,6 @@ namespace tidewell {
 /// The platform's files for all that is no operation of Sandbox.
 platform::FileManager& grantedItems();
 
-/// What became of an item that stays, or can't be used, for which the platform has returned an error; kNothing when it
-/// is missing.
-Outcome outcomeOf(std::error_code error);
-
 bool isFileOfType(const std::string& path, const char* type);
 
 /// The bytes of a regular file, and the version that they are of. The file stays open as long as this lives.

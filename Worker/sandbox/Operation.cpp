@@ -7,6 +7,7 @@
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"
+#include "Worker/database/DatabaseImage.h"
 #include "Worker/database/OpenedFile.h"
 #include "Worker/database/Sqlite.h"
 #include "Worker/sandbox/SecureDelete.h"
@@ -50,7 +51,10 @@ bool isTooWideFor(const std::string& home, const std::string& folder,
 }
 
 Operation::Operation(const std::string& path, const std::optional<std::string>& grantFolder)
-    : fileAccess_(AppSandboxFileAccess::fileAccess()), fullPath_(fullPathOf(path)), grantFolder_(grantFolder) {
+    : fileAccess_(AppSandboxFileAccess::fileAccess()),
+      fullPath_(fullPathOf(path)),
+      grantFolder_(grantFolder),
+      recorder_(OutcomeRecorder::current()) {
   fileAccess_->persistPermissionPath(fullPath_);
 }
 
@@ -72,6 +76,7 @@ bool Operation::run(const platform::Task& action) const {
   const std::string folder = grantFolder_.value_or(platform::deletingLastPathComponent(fullPath_));
   if (fileAccess_->accessFilePath_persistPermission_withBlock(folder, true, action)) return true;
   Platform::current().log.log(platform::formatted(kDenied, {fullPath_}));
+  if (recorder_) recorder_->noteNotAllowed(folder);
   return false;
 }
 
@@ -83,29 +88,34 @@ bool overwritesFirst() {
   return Platform::current().userDefaults.suite(kSharedSuite)->boolForKey(kSecureDeleteDataKey);
 }
 
-void removeInsideGrant(const std::string& path, bool overwrites, platform::UnflushedFile unflushed) {
+Outcome removeInsideGrant(const std::string& path, bool overwrites, platform::UnflushedFile unflushed) {
   platform::FileManager& fileManager = Platform::current().fileManager;
-  if (!overwrites) {
-    fileManager.removeItem(path);  // a missing item or any failure is ignored
-  } else if (SecureDelete::wipe(path)) {
-    fileManager.removeOverwrittenItem(path, unflushed);  // likewise
-  }
+  if (!overwrites) return outcomeOf(fileManager.removeItem(path));
+  if (!SecureDelete::wipe(path)) return {Left::kNotOverwritten};
+  return outcomeOf(fileManager.removeOverwrittenItem(path, unflushed));
 }
 
-Rows executeInsideGrant(const std::vector<std::string>& statements, const std::string& path) {
+Rows executeInsideGrant(const std::vector<std::string>& statements, const std::string& path, Outcome& outcome) {
   platform::FileManager& fileManager = Platform::current().fileManager;
   if (!fileManager.fileExists(path)) return {};  // opening it would make one
   const auto file = fileManager.pinnedFile(path);
-  if (!file) return {};
+  if (!file) {
+    outcome += outcomeOf(file.error());
+    return {};
+  }
   const std::lock_guard turn(turnOf((*file)->path()));  // a busy database is not retried
   Sqlite database;
   // Checked again with the database open: the opened file must be the one that was pinned.
-  if (!database.open((*file)->path()) || !(*file)->isInPlace() || hasMoved(database) || !(*file)->isInPlace())
+  if (!database.open((*file)->path()) || !(*file)->isInPlace() || hasMoved(database) || !(*file)->isInPlace()) {
+    outcome += Outcome{Left::kFailed};
     return {};
+  }
   std::optional<Rows> rows = Rows();
   for (const std::string& sql : statements) {
     if (rows) rows = database.executeQuery(sql);
   }
+  if (hasFailed(database)) outcome += Outcome{isInUse(database) ? Left::kInUse : Left::kNotReadable};
+  if (hasChangedRows(database)) ++outcome.removed;
   return std::move(rows).value_or(Rows());
 }
 

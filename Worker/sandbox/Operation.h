@@ -12,6 +12,7 @@
 #include "Platform/FileManager.h"
 #include "Worker/database/Rows.h"
 #include "Worker/sandbox/AppSandboxFileAccess.h"
+#include "Worker/sandbox/OutcomeRecorder.h"
 
 namespace tidewell {
 
@@ -47,6 +48,11 @@ class Operation {
   /// Lets the person answer "Never" as well, if asked: then `never` is called on the main thread.
   void offerNever(platform::Task never) { fileAccess_->offerNever(std::move(never)); }
 
+  /// Tells the run that the operation belongs to what became of the item.
+  void tell(const Outcome& outcome) const {
+    if (recorder_) recorder_->note(fullPath_, outcome);
+  }
+
   /// Runs the action under the grant, or logs one line when access is refused. Returns whether the action ran.
   bool run(const platform::Task& action) const;
 
@@ -56,6 +62,7 @@ class Operation {
   std::unique_ptr<AppSandboxFileAccess> fileAccess_;
   std::string fullPath_;
   std::optional<std::string> grantFolder_;  // where it is not the parent folder
+  std::shared_ptr<OutcomeRecorder> recorder_;
 };
 
 /// A queue for one call.
@@ -80,11 +87,12 @@ T read(const std::optional<std::string>& path, T empty, const std::function<T(co
 bool overwritesFirst();
 
 /// Removes an item inside a held grant, as described at Sandbox::remove(). `unflushed` is for an overwritten file.
-void removeInsideGrant(const std::string& path, bool overwrites, platform::UnflushedFile unflushed);
+Outcome removeInsideGrant(const std::string& path, bool overwrites, platform::UnflushedFile unflushed);
 
 /// Runs the statements in order up to the first that fails, and returns the rows of the last one. Returns none after a
-/// failure, or when the database is missing, can't be opened or lies outside the grant.
-Rows executeInsideGrant(const std::vector<std::string>& statements, const std::string& path);
+/// failure, or when the database is missing, can't be opened or lies outside the grant. Adds to `outcome` what became
+/// of the database.
+Rows executeInsideGrant(const std::vector<std::string>& statements, const std::string& path, Outcome& outcome);
 
 /// The lock for work on a file; files may share one. Without it, an operation that finds a database busy would be lost.
 std::mutex& turnOf(const std::string& path);

@@ -3,6 +3,11 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <system_error>
+
+namespace platform {
+struct Erasure;
+}
 
 namespace tidewell {
 
@@ -36,5 +41,12 @@ struct Outcome {
 
   bool operator==(const Outcome&) const = default;
 };
+
+/// What became of an item that stays, or can't be used, for which the platform has returned an error; kNothing when it
+/// is missing.
+Outcome outcomeOf(std::error_code error);
+
+/// What became of an item that was to be removed.
+Outcome outcomeOf(const platform::Erasure& erasure);
 
 }  // namespace tidewell

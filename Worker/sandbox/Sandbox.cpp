@@ -13,6 +13,13 @@ namespace {
 using platform::Platform;
 using platform::Value;
 
+Rows execute(const Operation& operation, const std::string& sql) {
+  Outcome outcome;
+  Rows rows = executeInsideGrant({sql}, operation.fullPath(), outcome);
+  operation.tell(outcome);
+  return rows;
+}
+
 }  // namespace
 
 bool isDirectory(const std::string& path) {
@@ -37,8 +44,9 @@ void Sandbox::remove(const Path& path) {
   const auto operation = std::make_shared<const Operation>(*path);
   // An overwritten file is removed even when its new bytes could not be flushed to the disk.
   constexpr auto kUnflushed = platform::UnflushedFile::isRemoved;
-  makeTaskQueue()->async([operation, overwrites] {
-    operation->run([&] { removeInsideGrant(operation->fullPath(), overwrites, kUnflushed); });
+  makeTaskQueue()->async([operation, overwrites, later = OutcomeRecorder::Later()] {
+    const OutcomeRecorder::Later::Doing doing(later);
+    operation->run([&] { operation->tell(removeInsideGrant(operation->fullPath(), overwrites, kUnflushed)); });
   });
 }
 
@@ -80,13 +88,16 @@ Value::Dictionary Sandbox::fileAttributes(const Path& path) {
 void Sandbox::runSql_onfile(const std::string& sql, const Path& path) {
   if (!path) return;
   const auto operation = std::make_shared<const Operation>(*path);
-  makeTaskQueue()->async(
-      [operation, sql] { operation->run([&] { executeInsideGrant({sql}, operation->fullPath()); }); });
+  makeTaskQueue()->async([operation, sql, later = OutcomeRecorder::Later()] {
+    const OutcomeRecorder::Later::Doing doing(later);
+    operation->run([&] { execute(*operation, sql); });
+  });
 }
 
 std::optional<Rows> Sandbox::returnArrayFromSql_onfile(const std::string& sql, const Path& path) {
   if (!path) return std::nullopt;
-  return read<Rows>(path, {}, [&sql](const std::string& fullPath) { return executeInsideGrant({sql}, fullPath); });
+  const Operation operation(*path);
+  return perform<Rows>(operation, {}, [&](const std::string&) { return execute(operation, sql); });
 }
 
 void Sandbox::checkForScriptInFolder() {

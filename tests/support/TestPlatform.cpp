@@ -20,13 +20,13 @@ platform::Result<std::vector<std::string>> JournalingFileManager::contentsOfDire
   return LinuxFileManager::contentsOfDirectory(path);
 }
 
-std::error_code JournalingFileManager::removeItem(const std::string& path) {
+platform::Erasure JournalingFileManager::removeItem(const std::string& path) {
   journal_.add("remove " + path);
   return LinuxFileManager::removeItem(path);
 }
 
-std::error_code JournalingFileManager::removeOverwrittenItem(const std::string& path,
-                                                             platform::UnflushedFile unflushed) {
+platform::Erasure JournalingFileManager::removeOverwrittenItem(const std::string& path,
+                                                               platform::UnflushedFile unflushed) {
   journal_.add((unflushed == platform::UnflushedFile::stays ? "remove flushed " : "remove overwritten ") + path);
   return LinuxFileManager::removeOverwrittenItem(path, unflushed);
 }

@@ -34,8 +34,8 @@ class JournalingFileManager : public platform::linux_::LinuxFileManager {
   platform::Result<std::string> stringWithContentsOfFile(const std::string& path) const override;
   platform::Result<std::vector<std::string>> contentsOfDirectory(const std::string& path) const override;
   platform::Result<std::unique_ptr<platform::ReadableFile>> readableFile(const std::string& path) const override;
-  std::error_code removeItem(const std::string& path) override;
-  std::error_code removeOverwrittenItem(const std::string& path, platform::UnflushedFile unflushed) override;
+  platform::Erasure removeItem(const std::string& path) override;
+  platform::Erasure removeOverwrittenItem(const std::string& path, platform::UnflushedFile unflushed) override;
   platform::Erasure eraseItem(const std::string& path, platform::Overwriting overwriting) override;
   std::error_code createFolder(const std::string& path) override;
   std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override;

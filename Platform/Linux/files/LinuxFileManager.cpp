@@ -135,15 +135,6 @@ class Pinned : public PinnedRegularFile {
   const std::shared_ptr<const PinnedFile> file_;
 };
 
-std::error_code removeAt(const ItemLocation& item) {
-  if (::unlinkat(item.folder.get(), item.name.c_str(), 0) == 0) return {};
-  if (errno != EISDIR) return lastError();
-  FileErasure files(Overwriting::kNone);
-  Erasure erasure;
-  removeTree(item.folder.get(), item.name, files, erasure);
-  return erasure.error;
-}
-
 }  // namespace
 
 LinuxFileManager::LinuxFileManager(SecurityScopes& scopes, std::string scriptsFolder, Mounts mounts)
@@ -256,22 +247,22 @@ std::unique_ptr<DirectoryEnumerator> LinuxFileManager::enumeratorAtURL(const Fil
       folder, scopes_.open(folder.path(), kReadFlags | O_DIRECTORY, mounts_), std::move(errorHandler));
 }
 
-std::error_code LinuxFileManager::removeItem(const std::string& path) {
+Erasure LinuxFileManager::removeItem(const std::string& path) {
   const Result<ItemLocation> item = scopes_.locate(path, mounts_);
-  return item ? removeAt(*item) : item.error();
+  return item ? removeAt(item->folder.get(), item->name) : notErased(item.error());
 }
 
-std::error_code LinuxFileManager::removeOverwrittenItem(const std::string& path, UnflushedFile unflushed) {
+Erasure LinuxFileManager::removeOverwrittenItem(const std::string& path, UnflushedFile unflushed) {
   const Result<ItemLocation> item = scopes_.locate(path, mounts_);
-  if (!item) return item.error();
+  if (!item) return notErased(item.error());
   const FileDescriptor file(::openat(item->folder.get(), item->name.c_str(), kReadFlags | O_NOFOLLOW | O_CLOEXEC));
   struct stat status {};
   // A link or a socket can't be opened this way, and has no data of its own to flush.
   if (file && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) && ::fdatasync(file.get()) != 0 &&
       unflushed == UnflushedFile::stays) {
-    return lastError();
+    return notErased(lastError());
   }
-  return removeAt(*item);
+  return removeAt(item->folder.get(), item->name);
 }
 
 Erasure LinuxFileManager::eraseItem(const std::string& path, Overwriting overwriting) {

@@ -37,8 +37,8 @@ class LinuxFileManager : public FileManager {
   std::unique_ptr<DirectoryEnumerator> enumeratorAtURL(const FileURL& folder,
                                                        EnumerationErrorHandler errorHandler) const override;
 
-  std::error_code removeItem(const std::string& path) override;
-  std::error_code removeOverwrittenItem(const std::string& path, UnflushedFile unflushed) override;
+  Erasure removeItem(const std::string& path) override;
+  Erasure removeOverwrittenItem(const std::string& path, UnflushedFile unflushed) override;
 
   Erasure eraseItem(const std::string& path, Overwriting overwriting) override;
 

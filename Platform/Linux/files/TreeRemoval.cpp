@@ -196,4 +196,30 @@ void removeItem(int parent, const std::string& name, FileErasure& files, Erasure
   }
 }
 
+Erasure notErased(std::error_code error) {
+  Erasure erasure;
+  erasure.failed = 1;
+  erasure.error = error;
+  return erasure;
+}
+
+Erasure removeAt(int parent, const std::string& name) {
+  FileErasure files(Overwriting::kNone);
+  Erasure erasure;
+  switch (files.erase(parent, name)) {
+    case FileErasure::Outcome::kRemoved:
+      erasure.removed = 1;
+      break;
+    case FileErasure::Outcome::kIsFolder:
+      removeTree(parent, name, files, erasure);
+      break;
+    case FileErasure::Outcome::kGone:
+      return notErased(std::make_error_code(std::errc::no_such_file_or_directory));
+    default:
+      return notErased(files.error());
+  }
+  erasure.removedBytes = files.freedBytes();
+  return erasure;
+}
+
 }  // namespace platform::linux_

@@ -18,4 +18,10 @@ void removeTree(int parent, const std::string& name, FileErasure& files, Erasure
 /// Removes the item `name` of the open folder `parent`: a folder as above, anything else by `files`.
 void removeItem(int parent, const std::string& name, FileErasure& files, Erasure& erasure);
 
+/// The same without overwriting; that the item is missing is an error.
+Erasure removeAt(int parent, const std::string& name);
+
+/// What is told of an item that stays for that reason.
+Erasure notErased(std::error_code error);
+
 }  // namespace platform::linux_

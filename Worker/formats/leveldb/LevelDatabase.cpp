@@ -166,7 +166,7 @@ Outcome rewriteInPlace(const Held& held, LevelSource& source, const Survey& surv
   LevelWriter writer(folder.path, folder.freeNumber());
   const auto oldCurrent = folder.current ? folder.current->read(0, kLongestCurrent).value() : std::nullopt;
   const bool isWritten = writeKept(source, survey, writer) && (!folder.current || oldCurrent) && !isOpenedSince(held);
-  if (!isWritten || (folder.current && files.removeItem(folder.current->path))) {
+  if (!isWritten || (folder.current && files.removeItem(folder.current->path).error)) {
     writer.takeBack();
     return Outcome::kLeft;
   }

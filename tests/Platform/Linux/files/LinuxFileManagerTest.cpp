@@ -78,9 +78,9 @@ TEST_F(Files, outsideEveryGrantCanBeAskedForButNotTouched) {
   EXPECT_EQ(files.stringWithContentsOfFile(path + "/a").error(), std::errc::operation_not_permitted);
   EXPECT_EQ(files.contentsOfDirectory(path).error(), std::errc::operation_not_permitted);
   EXPECT_EQ(files.attributesOfItem(path + "/a").error(), std::errc::operation_not_permitted);
-  EXPECT_EQ(files.removeItem(path), std::errc::operation_not_permitted);
-  EXPECT_EQ(files.removeItem(path + "/a"), std::errc::operation_not_permitted);
-  EXPECT_EQ(files.removeOverwrittenItem(path + "/a", UnflushedFile::stays), std::errc::operation_not_permitted);
+  EXPECT_EQ(files.removeItem(path).error, std::errc::operation_not_permitted);
+  EXPECT_EQ(files.removeItem(path + "/a").error, std::errc::operation_not_permitted);
+  EXPECT_EQ(files.removeOverwrittenItem(path + "/a", UnflushedFile::stays).error, std::errc::operation_not_permitted);
   EXPECT_FALSE(files.enumeratorAtURL(FileURL(path, true), nullptr)->nextObject());
   EXPECT_TRUE(elsewhere.exists("folder/a"));
 }
@@ -89,7 +89,7 @@ TEST_F(Files, withANulByteInTheirNameDoNotExist) {
   granted.file("a");
   const std::string path = granted.path(std::string("a\0b", 3));
   EXPECT_FALSE(files.fileExists(path));
-  EXPECT_EQ(files.removeItem(path), std::errc::invalid_argument);
+  EXPECT_EQ(files.removeItem(path).error, std::errc::invalid_argument);
   EXPECT_TRUE(granted.exists("a"));
 }
 
@@ -158,7 +158,7 @@ TEST_F(Files, walkedMayLieThousandsOfFoldersDeep) {
     }
   }
   EXPECT_EQ(count, 3000);
-  EXPECT_FALSE(files.removeItem(granted.path(name)));
+  EXPECT_FALSE(files.removeItem(granted.path(name)).error);
 }
 
 TEST_F(Files, walkedStopAtAnErrorWhenTheHandlerSaysSo) {
@@ -222,11 +222,11 @@ TEST_F(Files, removedAfterOverwritingAreFlushedUnlessTheyAreFolders) {
   testing_support::SystemCalls calls;
   bool wasThere = false;
   calls.beforeFlush = [&] { wasThere = granted.exists("a"); };
-  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("a"), UnflushedFile::stays));
+  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("a"), UnflushedFile::stays).error);
   EXPECT_TRUE(wasThere);
-  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("folder/b"), UnflushedFile::stays));
-  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("link"), UnflushedFile::stays));
-  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("folder"), UnflushedFile::stays));
+  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("folder/b"), UnflushedFile::stays).error);
+  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("link"), UnflushedFile::stays).error);
+  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("folder"), UnflushedFile::stays).error);
   EXPECT_TRUE(granted.tree().empty());
   EXPECT_EQ(calls.flushed, (std::vector<ino_t>{first, second}));
 }
@@ -235,7 +235,7 @@ TEST_F(Files, removedAfterOverwritingStayWhenTheyCanNotBeFlushed) {
   granted.file("a", "overwritten");
   testing_support::SystemCalls calls;
   calls.failingFlush = 1;
-  EXPECT_EQ(files.removeOverwrittenItem(granted.path("a"), UnflushedFile::stays), std::errc::io_error);
+  EXPECT_EQ(files.removeOverwrittenItem(granted.path("a"), UnflushedFile::stays).error, std::errc::io_error);
   EXPECT_EQ(granted.content("a"), "overwritten");
 }
 
@@ -244,7 +244,7 @@ TEST_F(Files, removedAfterOverwritingGoUnflushedWhereThatIsWanted) {
   const ino_t number = inode("a");
   testing_support::SystemCalls calls;
   calls.failingFlush = 1;
-  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("a"), UnflushedFile::isRemoved));
+  EXPECT_FALSE(files.removeOverwrittenItem(granted.path("a"), UnflushedFile::isRemoved).error);
   EXPECT_EQ(calls.flushed, std::vector<ino_t>{number});
   EXPECT_FALSE(granted.exists("a"));
 }
@@ -252,13 +252,13 @@ TEST_F(Files, removedAfterOverwritingGoUnflushedWhereThatIsWanted) {
 TEST_F(Files, removedWithoutHavingBeenOverwrittenAreNotFlushed) {
   granted.file("a");
   testing_support::SystemCalls calls;
-  EXPECT_FALSE(files.removeItem(granted.path("a")));
+  EXPECT_FALSE(files.removeItem(granted.path("a")).error);
   EXPECT_TRUE(calls.flushed.empty());
 }
 
 TEST_F(Files, removedAndMissingIsTold) {
-  EXPECT_EQ(files.removeItem(granted.path("missing")), std::errc::no_such_file_or_directory);
-  EXPECT_EQ(files.removeItem(granted.path("missing/deeper")), std::errc::no_such_file_or_directory);
+  EXPECT_EQ(files.removeItem(granted.path("missing")).error, std::errc::no_such_file_or_directory);
+  EXPECT_EQ(files.removeItem(granted.path("missing/deeper")).error, std::errc::no_such_file_or_directory);
 }
 
 TEST_F(Files, copiedKeepTheirPermissionsAndAreWholeAtOnce) {

@@ -24,7 +24,7 @@ using testing_support::ScratchFolder;
 class TreeRemoval : public ::testing::Test {
  protected:
   TreeRemoval() { scopes.openForProcess(FileURL(granted.path(), true)); }
-  std::error_code remove(const std::string& below) { return files.removeItem(granted.path(below)); }
+  std::error_code remove(const std::string& below) { return files.removeItem(granted.path(below)).error; }
 
   ScratchFolder granted;
   ScratchFolder elsewhere;

@@ -56,8 +56,11 @@ class FailingFileManager : public platform::linux_::LinuxFileManager {
     if (fails("lock")) return std::errc::io_error;
     return LinuxFileManager::lockFile(path);
   }
-  std::error_code removeItem(const std::string& path) override {
-    return fails("remove") ? failure() : LinuxFileManager::removeItem(path);
+  platform::Erasure removeItem(const std::string& path) override {
+    if (!fails("remove")) return LinuxFileManager::removeItem(path);
+    platform::Erasure erasure;
+    erasure.error = failure();
+    return erasure;
   }
 
  private:
