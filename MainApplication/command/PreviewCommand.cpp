@@ -13,6 +13,38 @@ namespace {
 
 using platform::printable;
 
+nlohmann::ordered_json stateOf(const Preview::Kept& kept) {
+  nlohmann::ordered_json state = {{"items", nlohmann::ordered_json::array()},
+                                  {"rows", nlohmann::ordered_json::array()},
+                                  {"rewritten", nlohmann::ordered_json::array()},
+                                  {"listIsReadable", !kept.listIsUnknown}};
+  for (const PreviewedItem& item : kept.items) {
+    state["items"].push_back({{"path", item.path}, {"files", item.files}, {"bytes", item.bytes}});
+  }
+  for (const PreviewedRows& table : kept.rows) {
+    state["rows"].push_back({{"database", table.database}, {"table", table.table}, {"rows", table.rows}});
+  }
+  for (const PreviewedRewriting& rewriting : kept.rewritings) {
+    state["rewritten"].push_back({{"path", rewriting.path}, {"bytes", rewriting.bytes}});
+  }
+  return state;
+}
+
+void print(const Preview::Kept& kept, std::ostream& output) {
+  for (const PreviewedItem& item : kept.items) {
+    output << printable(item.path) << ": " << counted(item.files, "file", "files") << ", " << readable(item.bytes)
+           << ", of kept sites: stays\n";
+  }
+  for (const PreviewedRows& table : kept.rows) {
+    output << printable(table.database) << ": " << counted(table.rows, "row", "rows") << " of "
+           << printable(table.table) << ", of kept sites: stays\n";
+  }
+  for (const PreviewedRewriting& rewriting : kept.rewritings) {
+    output << printable(rewriting.path) << ": " << readable(rewriting.bytes) << ", of kept sites: stays\n";
+  }
+  if (kept.listIsUnknown) output << "The list of kept sites can't be read: all stays that may be theirs.\n";
+}
+
 }  // namespace
 
 int Commands::preview(const std::string& name) {
@@ -45,6 +77,7 @@ int Commands::preview(const std::string& name) {
         {{"path", rewriting.path}, {"bytes", rewriting.bytes}, {"allowed", settings_.isGranted(rewriting.path)}});
   }
   state["total"] = {{"files", files}, {"bytes", bytes}, {"rows", rows}};
+  state["kept"] = stateOf(preview.kept);
   if (options_.json) {
     output_ << state.dump(2, ' ', true, nlohmann::ordered_json::error_handler_t::replace) << '\n';
     return kDone;
@@ -61,6 +94,7 @@ int Commands::preview(const std::string& name) {
     output_ << printable(rewriting.path) << ": " << readable(rewriting.bytes) << " of what sites have left in it"
             << (settings_.isGranted(rewriting.path) ? "" : " (not allowed yet)") << '\n';
   }
+  print(preview.kept, output_);
   output_ << "A cleaning of " << found[0]->name << " would remove " << counted(files, "file", "files") << " ("
           << readable(bytes) << ") and " << counted(rows, "row", "rows") << ".\n";
   return kDone;

@@ -77,6 +77,9 @@ class NoQuits : public platform::Workspace {
   void openApplication(const std::string&, const std::string&, const std::string&) override {}
 };
 
+/// The rows that stay in each table of the databases that were opened, by their paths.
+using RowsLeft = std::map<std::string, std::map<std::string, std::uint64_t>>;
+
 /// How many rows each table of a database has.
 std::map<std::string, std::uint64_t> rowCounts(const std::string& path) {
   std::map<std::string, std::uint64_t> counts;
@@ -97,18 +100,20 @@ std::map<std::string, std::uint64_t> rowCounts(const std::string& path) {
   return counts;
 }
 
+/// Whether a path lies in one of the items.
+bool isInside(std::string path, const std::set<std::string>& items) {
+  while (path.size() > 1) {
+    path = platform::deletingLastPathComponent(path);
+    if (items.contains(path)) return true;
+  }
+  return false;
+}
+
 void appendItems(const PreviewFiles& files, Preview& preview) {
   const std::vector<std::string>& removals = files.removals();
   const std::set<std::string> all(removals.begin(), removals.end());
-  const auto isInsideAnother = [&all](std::string path) {
-    while (path.size() > 1) {
-      path = platform::deletingLastPathComponent(path);
-      if (all.contains(path)) return true;
-    }
-    return false;
-  };
   for (const std::string& path : removals) {
-    if (isInsideAnother(path)) continue;  // counted with that one
+    if (isInside(path, all)) continue;  // counted with that one
     if (const auto size = sizeOfTree(path)) preview.items.push_back({path, size->files, size->bytes});
   }
 }
@@ -120,23 +125,24 @@ void appendRewritings(const PreviewFiles& files, Preview& preview) {
   }
 }
 
-void appendRows(const PreviewFiles& files, Preview& preview) {
+void appendRows(const PreviewFiles& files, Preview& preview, RowsLeft& left) {
   for (const auto& [original, copy] : files.copies()) {
     const auto after = rowCounts(copy);
+    left.emplace(original, after);
     // The original is read through a copy too: opening a database can create files beside it.
     const std::string untouched = copy + ".before";
     if (!PreviewFiles::copy(original, untouched)) continue;
     for (const auto& [table, count] : rowCounts(untouched)) {
-      const auto left = after.find(table);
-      const std::uint64_t rest = left != after.end() ? left->second : 0;
+      const auto found = after.find(table);
+      const std::uint64_t rest = found != after.end() ? found->second : 0;
       if (rest < count) preview.rows.push_back({original, table, count - rest});
     }
   }
 }
 
-}  // namespace
-
-Preview Preview::of(const Browser& browser, platform::UserDefaultsDomains& settings) {
+/// A run that changes nothing. The hidden settings look absent to it.
+Preview previewed(const Browser& browser, platform::UserDefaultsDomains& settings, const std::set<std::string>& hidden,
+                  RowsLeft& left) {
   NoTexts texts;
   NoLog log;
   QueuedDispatch dispatch;
@@ -145,7 +151,7 @@ Preview Preview::of(const Browser& browser, platform::UserDefaultsDomains& setti
   PreviewFiles files(scopes, platform::linux_::LinuxFileManager::scriptsFolderFromEnvironment(kBundleIdentifier));
   LookingSystem system(scopes);
   AgreeingPanel panel;
-  PreviewSettings previewSettings(settings, {kSecureDeleteDataKey, kDisplayNotificationsKey});
+  PreviewSettings previewSettings(settings, hidden);
   NoNotifications notifications;
   NoScripts scripts;
   NoQuits quits;
@@ -153,18 +159,100 @@ Preview Preview::of(const Browser& browser, platform::UserDefaultsDomains& setti
                               scopes, system,   previewSettings, notifications, scripts, quits};
   platform::Platform* const before = platform::Platform::install(&platform);
 
+  Preview preview;
   FolderQuestions questions;
-  questions.ask(*Home::current().layout, browser, {questions.newOccasion(), true});
+  const Home home = Home::current();
+  preview.kept.listIsUnknown = home.kept.sites.isUnknown();
+  questions.ask(*home.layout, browser, {questions.newOccasion(), true});
   auto worker = WorkerAppDelegate::create();
   worker->clearData_andNotify(std::string(browser.name), false);
   dispatch.runUntilIdle();
   worker.reset();
   platform::Platform::install(before);
 
-  Preview preview;
   appendItems(files, preview);
-  appendRows(files, preview);
+  appendRows(files, preview, left);
   appendRewritings(files, preview);
+  return preview;
+}
+
+/// What the run of `all` removes beyond that of `preview`.
+class Difference {
+ public:
+  Difference(const Preview& preview, const RowsLeft& left, const Preview& all)
+      : preview_(preview), left_(left), all_(all) {
+    for (const PreviewedItem& item : preview.items) removed_.insert(item.path);
+  }
+
+  Preview::Kept kept() const {
+    Preview::Kept kept;
+    kept.listIsUnknown = preview_.kept.listIsUnknown;
+    for (const PreviewedItem& item : all_.items) {
+      if (!removed_.contains(item.path) && !isInside(item.path, removed_)) addItem(item, kept);
+    }
+    for (const PreviewedRows& rows : all_.rows) {
+      const std::uint64_t count = rows.rows - std::min(rows.rows, rowsRemoved(rows.database, rows.table));
+      if (count != 0) kept.rows.push_back({rows.database, rows.table, count});
+    }
+    for (const PreviewedRewriting& rewriting : all_.rewritings) {
+      const std::uint64_t bytes = rewriting.bytes - std::min(rewriting.bytes, bytesRemoved(rewriting.path).value_or(0));
+      if (bytes != 0) kept.rewritings.push_back({rewriting.path, bytes});
+    }
+    return kept;
+  }
+
+ private:
+  /// An item that goes as a whole when nothing is kept.
+  void addItem(PreviewedItem item, Preview::Kept& kept) const {
+    static const std::set<std::string> kOwnAffairs{"meta", "config", "sqlite_sequence"};
+    if (const auto database = left_.find(item.path); database != left_.end() && !preview_.kept.listIsUnknown) {
+      for (const auto& [table, rows] : database->second) {
+        if (rows != 0 && !kOwnAffairs.contains(table)) kept.rows.push_back({item.path, table, rows});
+      }
+      return;
+    }
+    if (const auto bytes = bytesRemoved(item.path)) {
+      kept.rewritings.push_back({item.path, item.bytes - std::min(item.bytes, *bytes)});
+      return;
+    }
+    for (const PreviewedItem& part : preview_.items) {
+      if (!platform::isPathInside(part.path, item.path)) continue;
+      item.files -= std::min(item.files, part.files);
+      item.bytes -= std::min(item.bytes, part.bytes);
+    }
+    if (item.files != 0) kept.items.push_back(item);
+  }
+
+  std::uint64_t rowsRemoved(const std::string& database, const std::string& table) const {
+    const auto found = std::find_if(preview_.rows.begin(), preview_.rows.end(), [&](const PreviewedRows& rows) {
+      return rows.database == database && rows.table == table;
+    });
+    return found != preview_.rows.end() ? found->rows : 0;
+  }
+
+  std::optional<std::uint64_t> bytesRemoved(const std::string& path) const {
+    const auto found = std::find_if(preview_.rewritings.begin(), preview_.rewritings.end(),
+                                    [&path](const PreviewedRewriting& rewriting) { return rewriting.path == path; });
+    return found != preview_.rewritings.end() ? std::optional(found->bytes) : std::nullopt;
+  }
+
+  const Preview& preview_;
+  const RowsLeft& left_;
+  const Preview& all_;
+  std::set<std::string> removed_;
+};
+
+}  // namespace
+
+Preview Preview::of(const Browser& browser, platform::UserDefaultsDomains& settings) {
+  std::set<std::string> hidden{kSecureDeleteDataKey, kDisplayNotificationsKey};
+  RowsLeft left;
+  Preview preview = previewed(browser, settings, hidden, left);
+  const auto list = settings.suite(kSharedSuite)->checkedObjectForKey(kKeptSitesKey);
+  if (list && !*list) return preview;
+  hidden.insert(kKeptSitesKey);
+  RowsLeft unused;
+  preview.kept = Difference(preview, left, previewed(browser, settings, hidden, unused)).kept();
   return preview;
 }
 

@@ -32,9 +32,18 @@ struct PreviewedRewriting {
 };
 
 struct Preview {
-  std::vector<PreviewedItem> items;  // those that exist, in the order of the run
-  std::vector<PreviewedRows> rows;
-  std::vector<PreviewedRewriting> rewritings;
+  std::vector<PreviewedItem> items = {};  // those that exist, in the order of the run
+  std::vector<PreviewedRows> rows = {};
+  std::vector<PreviewedRewriting> rewritings = {};
+
+  /// What stays because the person keeps its site: what else would be among the above.
+  struct Kept {
+    std::vector<PreviewedItem> items = {};
+    std::vector<PreviewedRows> rows = {};
+    std::vector<PreviewedRewriting> rewritings = {};  // bytes that stay
+    bool listIsUnknown = false;                       // so that all stays that may be a kept site's
+  };
+  Kept kept = {};
 
   /// Installs a platform of its own while it works. The settings are only read.
   static Preview of(const Browser& browser, platform::UserDefaultsDomains& settings);

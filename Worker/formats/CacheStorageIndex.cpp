@@ -39,12 +39,14 @@ bool belongsTo(std::string_view storageKey, std::string_view origin) {
   return storageKey.substr(0, storageKey.find('^')) == origin;
 }
 
-}  // namespace
-
-std::optional<std::string> originOfCacheStorage(std::string_view indexTxt) {
-  ByteReader reader(indexTxt);
+struct OwnerFields {
   std::optional<std::string_view> origin;
   std::optional<std::string_view> storageKey;
+};
+
+std::optional<OwnerFields> ownerIn(std::string_view indexTxt) {
+  ByteReader reader(indexTxt);
+  OwnerFields owner;
   while (!reader.atEnd()) {
     const auto tag = reader.number();
     if (!tag) return std::nullopt;
@@ -52,13 +54,26 @@ std::optional<std::string> originOfCacheStorage(std::string_view indexTxt) {
     const std::uint64_t type = *tag & 7;
     const auto value = nextValue(reader, type);
     if (!value || field == 0) return std::nullopt;
-    auto* const known = field == kOrigin ? &origin : field == kStorageKey ? &storageKey : nullptr;
+    auto* const known = field == kOrigin ? &owner.origin : field == kStorageKey ? &owner.storageKey : nullptr;
     if (known == nullptr) continue;
     if (type != kBytes || *known) return std::nullopt;  // no text, or given twice
     *known = value;
   }
+  const auto& [origin, storageKey] = owner;
   if (!origin || origin->empty() || (storageKey && !belongsTo(*storageKey, *origin))) return std::nullopt;
-  return std::string(*origin);
+  return owner;
+}
+
+}  // namespace
+
+std::optional<std::string> originOfCacheStorage(std::string_view indexTxt) {
+  const auto owner = ownerIn(indexTxt);
+  return owner ? std::optional<std::string>(*owner->origin) : std::nullopt;
+}
+
+std::optional<std::string> storageKeyOfCacheStorage(std::string_view indexTxt) {
+  const auto owner = ownerIn(indexTxt);
+  return owner ? std::optional<std::string>(owner->storageKey.value_or(*owner->origin)) : std::nullopt;
 }
 
 }  // namespace tidewell

@@ -19,4 +19,7 @@ inline constexpr std::size_t kLargestCacheStorageIndex = std::size_t{16} << 20;
 /// origin. Any thread.
 std::optional<std::string> originOfCacheStorage(std::string_view indexTxt);
 
+/// The same with what the storage is partitioned by ("https://a.test/^0https://b.test"): a storage key.
+std::optional<std::string> storageKeyOfCacheStorage(std::string_view indexTxt);
+
 }  // namespace tidewell

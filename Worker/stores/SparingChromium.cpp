@@ -1,14 +1,63 @@
 // The treatments of Chromium's stores while sites are kept.
 
+#include <algorithm>
+#include <functional>
+#include <set>
+
+#include "Platform/Path.h"
+#include "Worker/formats/CacheStorageIndex.h"
+#include "Worker/formats/Pickle.h"
 #include "Worker/keeping/Host.h"
 #include "Worker/keeping/StorageKey.h"
+#include "Worker/sandbox/GrantedFiles.h"
+#include "Worker/stores/FolderEntries.h"
 #include "Worker/stores/SparedRows.h"
 #include "Worker/stores/SparingTreatments.h"
 
 namespace tidewell::treatments {
 namespace {
 
+using platform::appendingPathComponent;
 using Values = std::span<const std::string_view>;
+
+constexpr std::size_t kLargestOrigin = std::size_t{64} << 10;  // bytes
+
+bool keepsIdentifier(const KeptSites& sites, std::string_view identifier) {
+  if (identifier.starts_with(kChromeExtension)) return true;
+  const auto owner = ownerByIdentifier(identifier);
+  return owner && sites.keeps(*owner);
+}
+
+bool keepsStorageKey(const KeptSites& sites, std::string_view key) {
+  if (key.starts_with(kExtensionOrigin)) return true;
+  const auto owner = ownerByStorageKey(key);
+  return owner && sites.keeps(*owner);
+}
+
+/// What can't be told from a kept site's must stay.
+bool mayBeKept(std::string_view) {
+  return true;
+}
+
+bool hasOnly(const std::string& folder, const std::set<std::string_view>& names) {
+  const std::vector<std::string> entries = GrantedFiles::entriesOf(folder);
+  return std::all_of(entries.begin(), entries.end(), [&names](const auto& name) { return names.contains(name); });
+}
+
+/// What a test says of a file's bytes. Absent when they can't be read, or are too many; false for a missing file.
+std::optional<bool> holds(const std::string& path, const std::function<std::optional<bool>(std::string_view)>& test,
+                          std::size_t largest) {
+  if (!GrantedFiles::isThere(path)) return false;
+  std::optional<bool> answer;
+  const auto read = GrantedFiles::holds(
+      path,
+      [&](std::string_view bytes) {
+        answer = test(bytes);
+        return true;
+      },
+      largest);
+  return read ? answer : std::nullopt;
+}
 
 }  // namespace
 
@@ -26,6 +75,127 @@ Outcome removeOtherChromeBounces(const std::string& path, const KeptSites& sites
                              {"popups", {"opener_site", "popup_site"}, [&sites](Values values) {
                                 return sites.keepsSite(values[0]) && sites.keepsSite(values[1]);
                               }}});
+}
+
+Outcome removeOtherChromeSites(const std::string& path, const KeptSites& sites) {
+  return removeEntriesUnless(path, [&sites](const std::string& name) {
+    return keepsIdentifier(sites, std::string_view(name).substr(0, name.rfind(".indexeddb.")));
+  });
+}
+
+Outcome removeOtherWebDatabases(const std::string& path, const KeptSites& sites) {
+  static constexpr std::string_view kIndex = "Databases.db";
+  static constexpr std::string_view kOtherExtension = "safari-extension_";
+  const auto isKept = [&sites](std::string_view origin) {
+    return origin.starts_with(kOtherExtension) || keepsIdentifier(sites, origin);
+  };
+  Outcome outcome =
+      removeEntriesUnless(path, [&](const std::string& name) { return name.starts_with(kIndex) || isKept(name); });
+  return outcome += GrantedFiles::changeDatabase({"DELETE FROM Databases WHERE NOT is_kept(origin);"},
+                                                 appendingPathComponent(path, std::string(kIndex)),
+                                                 {{"is_kept", [&](Values values) { return isKept(values[0]); }}});
+}
+
+Outcome removeOtherLocalStorageFiles(const std::string& path, const KeptSites& sites) {
+  static constexpr std::string_view kFile = ".localstorage";
+  static constexpr std::string_view kJournal = "-journal";
+  return removeEntriesUnless(path, [&sites](const std::string& name) {
+    std::string_view rest = name;
+    if (rest.ends_with(kJournal)) rest.remove_suffix(kJournal.size());
+    if (!rest.ends_with(kFile)) return true;
+    rest.remove_suffix(kFile.size());
+    return keepsIdentifier(sites, rest);
+  });
+}
+
+Outcome cleanOtherLocalStorage(const std::string& path, const KeptSites& sites) {
+  // "_" and the storage key, then NUL and the name of the item; the others are what is noted about a storage key.
+  static constexpr std::string_view kOfOrigins[] = {"_", "META:", "METAACCESS:"};
+  std::string lastKey;
+  bool lastIsKept = false;
+  const auto isKept = [&](std::string_view key, std::string_view) {
+    for (const std::string_view prefix : kOfOrigins) {
+      if (!key.starts_with(prefix)) continue;
+      key.remove_prefix(prefix.size());
+      key = key.substr(0, key.find('\0'));
+      if (key.empty() || key != lastKey) {  // the keys of a site follow one another
+        lastKey = key;
+        lastIsKept = keepsStorageKey(sites, key);
+      }
+      return lastIsKept;
+    }
+    return true;
+  };
+  Outcome outcome;
+  GrantedFiles::keepInLevelDatabase(path, isKept, mayBeKept, outcome);
+  return outcome;
+}
+
+Outcome cleanOtherCacheStorage(const std::string& path, const KeptSites& sites) {
+  const auto isKept = [&sites](std::string_view index) -> std::optional<bool> {
+    const auto key = storageKeyOfCacheStorage(index);
+    return key ? std::optional(keepsStorageKey(sites, *key)) : std::nullopt;
+  };
+  Outcome unread;
+  Outcome outcome = removeEntriesUnless(path, [&](const std::string& name) {
+    const std::string index = appendingPathComponent(appendingPathComponent(path, name), "index.txt");
+    const auto stays = holds(index, isKept, kLargestCacheStorageIndex);
+    if (!stays) unread = {Left::kNotReadable};
+    return stays.value_or(true);
+  });
+  return outcome += unread;
+}
+
+Outcome cleanOtherFileSystem(const std::string& path, const KeptSites& sites) {
+  static constexpr std::string_view kOrigin = "ORIGIN:";
+  static constexpr std::string_view kOrigins = "Origins";
+  Outcome outcome;
+  if (!GrantedFiles::isDirectory(path)) return outcome;
+  const std::string origins = appendingPathComponent(path, kOrigins);
+  std::set<std::string, std::less<>> kept;
+  const auto isKept = [&](std::string_view key, std::string_view folder) {
+    if (!key.starts_with(kOrigin)) return true;
+    const bool stays = keepsIdentifier(sites, key.substr(kOrigin.size()));
+    if (stays) kept.emplace(folder);
+    return stays;
+  };
+  const auto database = GrantedFiles::keepInLevelDatabase(origins, isKept, mayBeKept, outcome);
+  if (database == LevelDatabase::Outcome::kLeft) return outcome;  // the owners of the folders are unknown
+  const bool isFirstOnly = database != LevelDatabase::Outcome::kAbsent || hasOnly(path, {"primary", "primary.origin"});
+  if (!isFirstOnly) return outcome += Outcome{Left::kNotReadable};
+
+  // The first origin of all is recorded outside the database, and has a folder of its own.
+  const auto isKeptFirst = [&sites](std::string_view bytes) -> std::optional<bool> {
+    const auto identifier = PickleReader(bytes).text();
+    return identifier ? std::optional(keepsIdentifier(sites, *identifier)) : std::nullopt;
+  };
+  const auto first = holds(appendingPathComponent(path, "primary.origin"), isKeptFirst, kLargestOrigin);
+  if (!first) outcome += Outcome{Left::kNotReadable};
+  if (first.value_or(true)) kept.insert({"primary", "primary.origin"});
+  if (kept.empty()) return outcome += GrantedFiles::remove(path);
+  kept.emplace(kOrigins);
+  return outcome += removeEntriesUnless(path, [&kept](const std::string& name) { return kept.contains(name); });
+}
+
+Outcome cleanOtherWebStorage(const std::string& path, const KeptSites& sites) {
+  static constexpr char kIndex[] = "QuotaManager";
+  if (!GrantedFiles::isDirectory(path)) return {};
+  const std::string index = appendingPathComponent(path, kIndex);
+  if (!GrantedFiles::isThere(index)) return hasOnly(path, {}) ? Outcome() : Outcome{Left::kNotReadable};
+  Left left = Left::kNothing;
+  const auto buckets = GrantedFiles::rowsOf("SELECT id, storage_key FROM buckets;", index, left);
+  if (!buckets) return {left};
+  std::set<std::string, std::less<>> kept;
+  for (const Row bucket : *buckets) {
+    const auto id = bucket.stringForKey("id");
+    if (id && keepsStorageKey(sites, bucket.stringForKey("storage_key").value_or(""))) kept.emplace(*id);
+  }
+  if (kept.empty()) return GrantedFiles::remove(path);
+  Outcome outcome = removeEntriesUnless(
+      path, [&kept](const std::string& name) { return name.starts_with(kIndex) || kept.contains(name); });
+  const auto isKept = [&sites](Values values) { return keepsStorageKey(sites, values[0]); };
+  return outcome += GrantedFiles::changeDatabase({"DELETE FROM buckets WHERE NOT is_kept(storage_key);"}, index,
+                                                 {{"is_kept", isKept}});
 }
 
 }  // namespace tidewell::treatments

@@ -22,6 +22,17 @@ Outcome sparing(const std::string& path, const Kept& kept) {
 Outcome removeOtherChromeCookies(const std::string& path, const KeptSites& sites);
 Outcome removeOtherChromeBounces(const std::string& path, const KeptSites& sites);
 
+/// Chromium's folders with an item for each site, also those of earlier versions.
+Outcome removeOtherChromeSites(const std::string& path, const KeptSites& sites);
+Outcome removeOtherWebDatabases(const std::string& path, const KeptSites& sites);
+Outcome removeOtherLocalStorageFiles(const std::string& path, const KeptSites& sites);
+
+/// Chromium's storage with a database or an index that names the owners.
+Outcome cleanOtherLocalStorage(const std::string& path, const KeptSites& sites);
+Outcome cleanOtherCacheStorage(const std::string& path, const KeptSites& sites);
+Outcome cleanOtherFileSystem(const std::string& path, const KeptSites& sites);
+Outcome cleanOtherWebStorage(const std::string& path, const KeptSites& sites);
+
 /// The same of Firefox.
 Outcome removeOtherFirefoxCookies(const std::string& path, const KeptSites& sites);
 Outcome removeOtherFirefoxBounces(const std::string& path, const KeptSites& sites);

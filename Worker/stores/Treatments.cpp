@@ -28,10 +28,6 @@ bool mentionsExtension(std::string_view bytes) {
 
 }  // namespace
 
-Outcome leftIfThere(const std::string& path) {
-  return GrantedFiles::isThere(path) ? Outcome{Left::kNotReadable} : Outcome();
-}
-
 Outcome removeWhole(const std::string& path) {
   return GrantedFiles::remove(path);
 }

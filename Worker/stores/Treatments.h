@@ -9,17 +9,8 @@
 
 namespace tidewell::treatments {
 
-/// Removes nothing: what the store holds can't be told.
-Outcome leftIfThere(const std::string& path);
-
 /// Removes the file, or the folder with all its contents.
 Outcome removeWhole(const std::string& path);
-
-/// Another treatment, for a store in which kept sites can't be told from others: it is left while any are kept.
-template <Outcome (*treatment)(const std::string& path)>
-Outcome unlessSitesAreKept(const std::string& path, const Kept& kept) {
-  return kept.sites.isEmpty() ? treatment(path) : leftIfThere(path);
-}
 
 /// The same for settings of sites, which the person may keep.
 Outcome removeUnlessKept(const std::string& path, const Kept& kept);

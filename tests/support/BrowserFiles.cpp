@@ -162,10 +162,11 @@ std::string unpackedSession(const std::string& file) {
   return unpacked == static_cast<int>(size) ? text : std::string();
 }
 
-std::string cacheStorageIndexOf(const std::string& origin) {
+std::string cacheStorageIndexOf(const std::string& origin, const std::string& storageKey) {
+  const std::string& key = storageKey.empty() ? origin : storageKey;
   const std::string name = "chrome-extension";  // a site may choose this name for its cache
   const std::string cache = field(1, name) + name;
-  return field(1, cache) + cache + field(2, origin) + origin + field(3, origin) + origin + "\x20\x01\x28\x01";
+  return field(1, cache) + cache + field(2, origin) + origin + field(3, key) + key + "\x20\x01\x28\x01";
 }
 
 }  // namespace testing_support

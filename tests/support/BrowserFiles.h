@@ -19,7 +19,7 @@ std::optional<LevelEntries> levelEntriesOf(const std::string& folder);
 std::string packedSession(const std::string& text);
 std::string unpackedSession(const std::string& file);
 
-/// The index of one origin's caches in a Chromium.
-std::string cacheStorageIndexOf(const std::string& origin);
+/// The index of one origin's caches in a Chromium; the storage key is the origin unless another is given.
+std::string cacheStorageIndexOf(const std::string& origin, const std::string& storageKey = "");
 
 }  // namespace testing_support
