@@ -17,7 +17,7 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import session  # noqa: E402
 
 PROGRAMS = os.environ["TIDEWELL_PROGRAMS"]
-STRIDE = int(os.environ.get("TIDEWELL_FAULT_STRIDE", "61"))
+STRIDE = int(os.environ.get("TIDEWELL_FAULT_STRIDE", "211"))
 DATA = ".config/chromium/"
 PROFILE = DATA + "Default/"
 CACHE = ".cache/chromium/"
