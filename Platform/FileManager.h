@@ -220,6 +220,10 @@ class FileManager {
   /// This process must not open the file in another way meanwhile: closing it again would end the lock.
   virtual Result<std::unique_ptr<FileLock>> lockFile(const std::string& path) = 0;
 
+  /// The process that holds a lock on a regular file, of any part of it; absent when none does, when it can't be told,
+  /// and while this process has the file locked.
+  virtual std::optional<int> lockHolder(const std::string& path) const = 0;
+
   // Copying.
 
   /// Copies a file of the program's own, with its permissions, to a place inside an open scope. std::errc::file_exists

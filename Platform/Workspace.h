@@ -2,9 +2,12 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "Platform/Dispatch.h"
 
 namespace platform {
 
@@ -19,6 +22,12 @@ struct ApplicationNotification {
   std::vector<Arguments> processes = {};
   /// Whether the announcer means it although the application may run.
   bool evenIfRunning = false;
+};
+
+/// Waits for the end of a process as long as it lives.
+class ProcessWatch {
+ public:
+  virtual ~ProcessWatch() = default;
 };
 
 /// On the main thread, where nothing else is said.
@@ -44,6 +53,10 @@ class Workspace {
   /// Whether the application of that bundle identifier runs at this moment, or did a few milliseconds ago, as far as
   /// its processes can be seen. Cheap enough to be asked before each step of long work. Any thread.
   virtual bool isRunning(const std::string& bundleIdentifier) const = 0;
+
+  /// Calls `ended` once on the main thread when the process of that number has ended; soon, when it has ended already.
+  /// Not while this runs, and not after the returned object has gone. Null when processes can't be watched now.
+  virtual std::unique_ptr<ProcessWatch> watchProcess(int process, Task ended) = 0;
 
   /// Opens the application of that bundle identifier, or brings it to the front, and has it show the item of that name.
   /// `activationToken` is what the desktop gave the person's click for it, if anything. A failure is not reported.

@@ -41,6 +41,11 @@ void WorkerAppDelegate::cleanWhatIsOwed() {
   }
 }
 
+/// What held a store of the browser has ended.
+void WorkerAppDelegate::tryAgain(const Browser& browser) {
+  if (!sessionEnded_ && joinsRuns() && checkIfBrowserEnabled(std::string(browser.name))) joinedRuns_->catchUp(browser);
+}
+
 std::vector<const Browser*> WorkerAppDelegate::enabledOnesThatRun() {
   std::vector<const Browser*> running;
   for (const Browser& browser : browsers()) {

@@ -225,9 +225,17 @@ void WorkerAppDelegate::runsEnded(const Browser& browser, const Report& report, 
   if (!report.runs.empty()) History::add(report);
   OwedCleanings::runEnded(browser);
   if (!report.runs.empty() && !report.isWorthAnotherTry()) OwedCleanings::settle(browser, report.runs.back().begun);
+  tryAgainWhenFree(browser, report);
   recordInLog(report);
   if (runsHandler_) runsHandler_(browser, report, true);
   if (notifies && !report.isSpared) notifyOf(browser, report);
+}
+
+void WorkerAppDelegate::tryAgainWhenFree(const Browser& browser, const Report& report) {
+  Platform::current().dispatch.mainQueue().async(
+      [weak = weak_from_this(), &browser, cause = report.cause, holders = HeldStores::holdersOf(report)] {
+        if (const auto self = weak.lock()) self->heldStores_.cleaned(browser, cause, holders);
+      });
 }
 
 // Completion notifications.

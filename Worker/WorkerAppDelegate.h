@@ -25,6 +25,7 @@
 #include "Worker/LibraryReport.h"
 #include "Worker/browsers/Browser.h"
 #include "Worker/cleaning/Cleaning.h"
+#include "Worker/cleaning/HeldStores.h"
 #include "Worker/cleaning/JoinedRuns.h"
 #include "Worker/formats/LocalState.h"
 
@@ -162,6 +163,8 @@ class WorkerAppDelegate : public Agent,
 
   // On other homes.
   void notifyOf(const Browser& browser, const Report& report);
+  void tryAgainWhenFree(const Browser& browser, const Report& report);
+  void tryAgain(const Browser& browser);
   void runsEnded(const Browser& browser, const Report& report, bool notifies);
   static std::vector<const Browser*> enabledOnesThatRun();
   void endSessionWhenDone();
@@ -181,6 +184,7 @@ class WorkerAppDelegate : public Agent,
   bool waitsForBrowsers_ = true;
   RunsHandler runsHandler_;
   std::shared_ptr<JoinedRuns> joinedRuns_;  // on homes without a Library
+  HeldStores heldStores_{[this](const Browser& browser) { tryAgain(browser); }};
 };
 
 }  // namespace tidewell

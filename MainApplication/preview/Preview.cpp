@@ -74,6 +74,7 @@ class NoQuits : public platform::Workspace {
   ObserverToken addApplicationRunsObserver(RunsObserver) override { return 0; }
   void removeObserver(ObserverToken) override {}
   bool isRunning(const std::string&) const override { return false; }
+  std::unique_ptr<platform::ProcessWatch> watchProcess(int, platform::Task) override { return nullptr; }
   void openApplication(const std::string&, const std::string&, const std::string&) override {}
 };
 

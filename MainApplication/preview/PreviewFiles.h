@@ -32,6 +32,7 @@ class PreviewFiles : public platform::linux_::LinuxFileManager {
   const std::map<std::string, std::uint64_t>& replacements() const { return replacements_; }
 
   /// Always succeeds: the preview is of a run after the browser has quit, even if it runs now.
+  std::optional<int> lockHolder(const std::string&) const override { return std::nullopt; }
   platform::Result<std::unique_ptr<platform::FileLock>> lockFile(const std::string&) override {
     return std::make_unique<platform::FileLock>();
   }

@@ -9,6 +9,7 @@
 #include "Platform/Platform.h"
 #include "Worker/cleaning/ReportLog.h"
 #include "Worker/sandbox/GrantedFiles.h"
+#include "Worker/sandbox/HeldFiles.h"
 
 namespace tidewell {
 namespace {
@@ -53,6 +54,7 @@ bool Cleaning::isSpared() const {
 Report Cleaning::run() {
   report_ = {.browser = std::string(browser_.bundleIdentifier)};
   report_.runs.push_back({.begun = std::chrono::system_clock::now(), .ended = {}});
+  const HeldFiles held;
   if (layout_.mayHave(browser_)) {
     for (const std::string& folder : layout_.foldersToAllow(browser_)) {
       if (!GrantedFiles::isGranted(folder)) noteNotAllowed(folder);
@@ -62,6 +64,7 @@ Report Cleaning::run() {
     if (!browser_.hasFlashOfItsOwn) cleanAll(pluginDataStores(), plugins);
     cleanAll(pluginCacheStores(), plugins);
   }
+  report_.held = held.paths();
   report_.runs.back().ended = std::chrono::system_clock::now();
   return std::move(report_);
 }

@@ -114,6 +114,7 @@ void Report::note(const StoreReport& added) {
 void Report::add(const Report& later) {
   runs.insert(runs.end(), later.runs.begin(), later.runs.end());
   isSpared = later.isSpared;
+  held = later.held;
   if (!later.isSpared) {
     for (StoreReport& store : stores) store.outcome.left = Left::kNothing, store.outcome.error = 0;
   }

@@ -51,6 +51,8 @@ struct Report {
   bool isSpared = false;                 // the browser ran again before the last run's end: the rest is left
   std::vector<StoreReport> stores = {};  // those of which something went, or stays that should not
 
+  std::vector<std::string> held = {};  // files that other programs held at last; known to this worker alone
+
   /// Takes in what became of a store, also of one of which something is known already.
   void note(const StoreReport& store);
 

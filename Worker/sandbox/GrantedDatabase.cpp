@@ -36,7 +36,7 @@ Outcome withDatabase(const std::string& path, const Use& use) {
   Sqlite database;
   // Checked again with the database open: the opened file must be the one that was pinned.
   if (!database.open((*file)->path()) || !(*file)->isInPlace() || hasMoved(database) || !(*file)->isInPlace()) {
-    return {Left::kFailed};
+    return {isInUse(database) ? Left::kInUse : Left::kFailed};  // opening it has read it
   }
   use(database, **opened);
   return {};

@@ -10,6 +10,7 @@
 #include "Worker/sandbox/AppSandboxFileAccessPersist.h"
 #include "Worker/sandbox/GrantedDatabase.h"
 #include "Worker/sandbox/GrantedItems.h"
+#include "Worker/sandbox/HeldFiles.h"
 #include "Worker/sandbox/Operation.h"
 
 namespace tidewell {
@@ -24,6 +25,8 @@ constexpr Outcome kNotAllowed{Left::kNotAllowed};
 Overwriting wantedOverwriting() {
   return overwritesFirst() ? Overwriting::kThreePasses : Overwriting::kNone;
 }
+
+constexpr char kLockOfLevelDB[] = "LOCK";
 
 /// Performs an action under the grant of a folder. Returns its outcome, or `empty` when there is no grant.
 template <typename T>
@@ -43,7 +46,7 @@ T underGrant(const std::string& path, T empty, const std::function<T(const std::
 
 /// Why a LevelDB database was left: another process holds its lock, or anything else.
 Left reasonForLeaving(const std::string& folder) {
-  const auto lock = grantedItems().lockFile(platform::appendingPathComponent(folder, "LOCK"));
+  const auto lock = grantedItems().lockFile(platform::appendingPathComponent(folder, kLockOfLevelDB));
   const bool isHeld = !lock && lock.error() == std::errc::resource_unavailable_try_again;
   return isHeld ? Left::kInUse : Left::kFailed;
 }
@@ -136,16 +139,27 @@ std::optional<bool> GrantedFiles::holds(const std::string& path,
 
 std::optional<Rows> GrantedFiles::rowsOf(const std::string& query, const std::string& database, Left& left) {
   left = Left::kNotAllowed;
-  return underGrant<std::optional<Rows>>(
+  auto rows = underGrant<std::optional<Rows>>(
       database, std::nullopt, [&](const std::string& fullPath) { return rowsInsideGrant(query, fullPath, left); });
+  if (left == Left::kInUse) HeldFiles::note(database);
+  return rows;
+}
+
+std::optional<int> GrantedFiles::lockHolder(const std::string& path) {
+  return underGrant<std::optional<int>>(path, std::nullopt, [](const std::string& fullPath) {
+    const std::lock_guard turn(turnOf(fullPath));
+    return grantedItems().lockHolder(fullPath);
+  });
 }
 
 Outcome GrantedFiles::changeDatabase(const std::vector<std::string>& statements, const std::string& database,
                                      const SqlPredicates& predicates) {
   const Overwriting overwriting = wantedOverwriting();
-  return underGrant<Outcome>(database, kNotAllowed, [&](const std::string& fullPath) {
+  const Outcome outcome = underGrant<Outcome>(database, kNotAllowed, [&](const std::string& fullPath) {
     return changeInsideGrant(statements, fullPath, overwriting, predicates);
   });
+  if (outcome.left == Left::kInUse) HeldFiles::note(database);
+  return outcome;
 }
 
 LevelDatabase::Outcome GrantedFiles::keepInLevelDatabase(const std::string& folder,
@@ -162,6 +176,7 @@ LevelDatabase::Outcome GrantedFiles::keepInLevelDatabase(const std::string& fold
         return database;
       });
   if (!kept) outcome += kNotAllowed;
+  if (outcome.left == Left::kInUse) HeldFiles::note(platform::appendingPathComponent(folder, kLockOfLevelDB));
   return kept.value_or(LevelDatabase::Outcome::kLeft);
 }
 

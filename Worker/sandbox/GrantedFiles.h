@@ -65,6 +65,9 @@ class GrantedFiles {
   /// so.
   static std::optional<Rows> rowsOf(const std::string& query, const std::string& database, Left& left);
 
+  /// The process that holds a lock on a file, where that can be told.
+  static std::optional<int> lockHolder(const std::string& path);
+
   // Removing. If the person has chosen so, every file is overwritten first; a file that could not be overwritten stays,
   // and so do the folders above it, and all that is mounted below the grant. Nothing that is missing counts.
 

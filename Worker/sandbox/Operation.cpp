@@ -107,7 +107,7 @@ Rows executeInsideGrant(const std::vector<std::string>& statements, const std::s
   Sqlite database;
   // Checked again with the database open: the opened file must be the one that was pinned.
   if (!database.open((*file)->path()) || !(*file)->isInPlace() || hasMoved(database) || !(*file)->isInPlace()) {
-    outcome += Outcome{Left::kFailed};
+    outcome += Outcome{isInUse(database) ? Left::kInUse : Left::kFailed};
     return {};
   }
   std::optional<Rows> rows = Rows();

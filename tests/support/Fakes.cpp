@@ -125,6 +125,33 @@ void FakeWorkspace::start(const std::string& identifier) {
   for (const auto& [token, observer] : observers) observer(identifier, true);
 }
 
+std::unique_ptr<platform::ProcessWatch> FakeWorkspace::watchProcess(int process, platform::Task ended) {
+  class Watch : public platform::ProcessWatch {
+   public:
+    explicit Watch(Watches& all) : all_(all) {}
+    ~Watch() override { all_.erase(this); }
+
+   private:
+    Watches& all_;
+  };
+  auto watch = std::make_unique<Watch>(watches_);
+  watches_.emplace(watch.get(), std::pair(process, std::move(ended)));
+  return watch;
+}
+
+void FakeWorkspace::end(int process) {
+  const auto watches = watches_;
+  for (const auto& [key, watch] : watches) {
+    if (watch.first == process && watches_.contains(key)) watch.second();
+  }
+}
+
+std::vector<int> FakeWorkspace::watched() const {
+  std::vector<int> processes;
+  for (const auto& [key, watch] : watches_) processes.push_back(watch.first);
+  return processes;
+}
+
 void FakeWorkspace::settingsChanged() {
   const auto observers = runsObservers_;
   for (const std::string& identifier : running) {

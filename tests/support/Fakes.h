@@ -157,6 +157,10 @@ class FakeWorkspace : public platform::Workspace {
   }
   bool isRunning(const std::string& bundleIdentifier) const override { return running.contains(bundleIdentifier); }
 
+  std::unique_ptr<platform::ProcessWatch> watchProcess(int process, platform::Task ended) override;
+  /// Tells all who watch the process that it has ended.
+  void end(int process);
+  std::vector<int> watched() const;
   void openApplication(const std::string& bundleIdentifier, const std::string& item,
                        const std::string& activationToken) override {
     opened.push_back(bundleIdentifier + " " + item + " " + activationToken);
@@ -166,9 +170,12 @@ class FakeWorkspace : public platform::Workspace {
   std::vector<std::string> opened;  // identifier, item, token
 
  private:
+  using Watches = std::map<const void*, std::pair<int, platform::Task>>;
+
   std::map<ObserverToken, Observer> observers_;
   std::map<ObserverToken, RunsObserver> runsObservers_;
   ObserverToken last_ = 0;
+  Watches watches_;
 };
 
 /// Journal: "suite NAME", "set KEY", "synchronize".

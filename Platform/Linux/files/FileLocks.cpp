@@ -93,4 +93,19 @@ Result<std::unique_ptr<FileLock>> lockFile(const SecurityScopes& scopes, const s
   return std::unique_ptr<FileLock>(std::move(lock));
 }
 
+std::optional<int> lockHolder(const SecurityScopes& scopes, const std::string& path, Mounts mounts) {
+  const Result<FilePin> pin = FilePin::at(scopes, path, mounts);
+  if (!pin) return std::nullopt;
+  // Closing the descriptor would end a lock of this process.
+  const auto reservation = Reservation::of({pin->status.st_dev, pin->status.st_ino});
+  if (!reservation) return std::nullopt;
+  const Result<FileDescriptor> file = pin->open(O_RDONLY | O_NONBLOCK);
+  struct flock whole {};
+  whole.l_type = F_WRLCK;  // both kinds of locks are in its way
+  whole.l_whence = SEEK_SET;
+  if (!file || ::fcntl(file->get(), F_GETLK, &whole) != 0 || whole.l_type == F_UNLCK) return std::nullopt;
+  // A lock that belongs to no process, or to one that can't be seen from here, has none.
+  return whole.l_pid > 0 ? std::optional<int>(whole.l_pid) : std::nullopt;
+}
+
 }  // namespace platform::linux_

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "Platform/FileManager.h"
@@ -16,5 +17,8 @@ namespace platform::linux_ {
 /// As FileManager::lockFile(). Within this process, too, a file is locked once:
 /// resource_unavailable_try_again while another lock on it lives, under whatever name.
 Result<std::unique_ptr<FileLock>> lockFile(const SecurityScopes& scopes, const std::string& path, Mounts mounts);
+
+/// As FileManager::lockHolder().
+std::optional<int> lockHolder(const SecurityScopes& scopes, const std::string& path, Mounts mounts);
 
 }  // namespace platform::linux_

@@ -319,6 +319,10 @@ Result<std::unique_ptr<FileLock>> LinuxFileManager::lockFile(const std::string& 
   return linux_::lockFile(scopes_, path, mounts_);
 }
 
+std::optional<int> LinuxFileManager::lockHolder(const std::string& path) const {
+  return linux_::lockHolder(scopes_, path, mounts_);
+}
+
 std::error_code LinuxFileManager::copyItem(const FileURL& source, const FileURL& destination) {
   const FileDescriptor from(::open(source.path().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};

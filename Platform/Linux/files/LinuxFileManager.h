@@ -49,6 +49,7 @@ class LinuxFileManager : public FileManager {
                                      const FileVersion& read) override;
   Result<bool> moveUnlessChanged(const std::string& path, const std::string& other, const FileVersion& read) override;
   Result<std::unique_ptr<FileLock>> lockFile(const std::string& path) override;
+  std::optional<int> lockHolder(const std::string& path) const override;
 
   std::error_code copyItem(const FileURL& source, const FileURL& destination) override;
   Result<std::unique_ptr<PinnedRegularFile>> pinnedFile(const std::string& path) const override;

@@ -235,4 +235,8 @@ void LinuxWorkspace::removeObserver(ObserverToken token) {
   runsObservers_.erase(token);
 }
 
+std::unique_ptr<ProcessWatch> LinuxWorkspace::watchProcess(int process, Task ended) {
+  return HeldProcess::watch(loop_, process, std::move(ended));
+}
+
 }  // namespace platform::linux_

@@ -63,6 +63,7 @@ class LinuxWorkspace : public Workspace {
   ObserverToken addApplicationRunsObserver(RunsObserver observer) override;
   void removeObserver(ObserverToken token) override;
   bool isRunning(const std::string& bundleIdentifier) const override;
+  std::unique_ptr<ProcessWatch> watchProcess(int process, Task ended) override;
   void openApplication(const std::string& bundleIdentifier, const std::string& item,
                        const std::string& activationToken) override {
     if (opener_) opener_(bundleIdentifier, item, activationToken);

@@ -27,4 +27,25 @@ ProcessExit::ProcessExit(RunLoop& loop, pid_t pid, Task ended)
   source_.reset(source);
 }
 
+namespace {
+
+Task whileThere(const std::shared_ptr<Task>& task) {
+  return [weak = std::weak_ptr<Task>(task)] {
+    if (const auto held = weak.lock()) (*held)();  // which may let the watch go
+  };
+}
+
+}  // namespace
+
+HeldProcess::HeldProcess(RunLoop& loop, pid_t pid, Task ended)
+    : ended_(std::make_shared<Task>(std::move(ended))), exit_(loop, pid, whileThere(ended_)) {
+  if (exit_.hasEnded()) loop.async(whileThere(ended_));
+}
+
+std::unique_ptr<ProcessWatch> HeldProcess::watch(RunLoop& loop, pid_t pid, Task ended) {
+  auto held = std::make_unique<HeldProcess>(loop, pid, std::move(ended));
+  if (!held->exit_.isValid() && !held->exit_.hasEnded()) return nullptr;
+  return held;
+}
+
 }  // namespace platform::linux_

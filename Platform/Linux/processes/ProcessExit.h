@@ -3,9 +3,12 @@
 
 #include <sys/types.h>
 
+#include <memory>
+
 #include "Platform/Linux/host/FileDescriptor.h"
 #include "Platform/Linux/threads/EventSource.h"
 #include "Platform/Linux/threads/RunLoop.h"
+#include "Platform/Workspace.h"
 
 namespace platform::linux_ {
 
@@ -28,6 +31,18 @@ class ProcessExit {
   FileDescriptor descriptor_;
   EventSource source_;
   bool hasEnded_ = false;
+};
+
+/// The same for whoever wants to know: see Workspace::watchProcess().
+class HeldProcess : public ProcessWatch {
+ public:
+  static std::unique_ptr<ProcessWatch> watch(RunLoop& loop, pid_t pid, Task ended);
+
+  HeldProcess(RunLoop& loop, pid_t pid, Task ended);
+
+ private:
+  const std::shared_ptr<Task> ended_;  // weakly held by what is to come
+  ProcessExit exit_;
 };
 
 }  // namespace platform::linux_

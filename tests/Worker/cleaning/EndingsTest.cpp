@@ -1,7 +1,13 @@
 // Every ending is cleaned: what was seen to run is owed a cleaning until it has had one, whatever happens to the
 // worker.
 
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <utility>
 
 #include "Worker/cleaning/History.h"
 #include "Worker/cleaning/OwedCleanings.h"
@@ -12,6 +18,7 @@ namespace {
 using namespace std::chrono_literals;
 using ::testing::Contains;
 using ::testing::Each;
+using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Key;
 using ::testing::Not;
@@ -21,6 +28,49 @@ using testing_support::runStatements;
 
 constexpr char kCookies[] = ".config/chromium/Default/Cookies";
 constexpr char kChromium[] = "org.chromium.Chromium";
+
+/// Another program that holds a database of SQLite until it lets it go.
+class OtherProgram {
+ public:
+  explicit OtherProgram(const std::string& database) {
+    std::array<int, 2> told{};
+    std::array<int, 2> end{};
+    EXPECT_EQ(::pipe2(told.data(), O_CLOEXEC) + ::pipe2(end.data(), O_CLOEXEC), 0);
+    process_ = ::fork();
+    if (process_ == 0) {
+      ::close(end[1]);
+      struct flock lock {};
+      lock.l_type = F_WRLCK;
+      lock.l_whence = SEEK_SET;
+      const int file = ::open(database.c_str(), O_RDWR | O_CLOEXEC);
+      char has = ::fcntl(file, F_SETLK, &lock) == 0 ? 1 : 0;
+      if (::write(told[1], &has, 1) == 1) [[maybe_unused]]
+        const ssize_t ended = ::read(end[0], &has, 1);
+      ::_exit(0);
+    }
+    ::close(told[1]);
+    ::close(end[0]);
+    end_ = end[1];
+    char has = 0;
+    EXPECT_EQ(::read(told[0], &has, 1), 1);
+    EXPECT_EQ(has, 1);
+    ::close(told[0]);
+  }
+  ~OtherProgram() { letsGo(); }
+  OtherProgram(const OtherProgram&) = delete;
+  OtherProgram& operator=(const OtherProgram&) = delete;
+
+  int process() const { return process_; }
+  void letsGo() const {
+    if (end_ < 0) return;
+    ::close(std::exchange(end_, -1));
+    ::waitpid(process_, nullptr, 0);
+  }
+
+ private:
+  pid_t process_ = 0;
+  mutable int end_ = -1;
+};
 
 class Endings : public LinuxHomeTest {
  protected:
@@ -32,6 +82,16 @@ class Endings : public LinuxHomeTest {
     platform.grant(home(".config/chromium"));
     platform.home.folder(".cache/chromium");
     platform.grant(home(".cache/chromium"));
+  }
+
+  /// An index of sites' storage: its path.
+  std::string fillIndex() {
+    const std::string index = home(".config/chromium/Default/WebStorage/QuotaManager");
+    std::filesystem::create_directories(std::filesystem::path(index).parent_path());
+    runStatements(index,
+                  "CREATE TABLE buckets (id INTEGER, storage_key TEXT);"
+                  "INSERT INTO buckets VALUES (1, 'chrome-extension://a/'), (2, 'https://visited.example/');");
+    return index;
   }
 
   bool isOwed() {
@@ -180,6 +240,48 @@ TEST_F(Endings, stayOwedWhenAStoreWasInUseInBothRuns) {
   sqlite3_close(holder);
   workerStartsAgain();
   EXPECT_FALSE(isOwed());
+}
+
+TEST_F(Endings, areMadeGoodWhenWhoHeldAStoreEnds) {
+  const OtherProgram other(fillIndex());
+  starts();
+  quits();
+  platform.dispatch.advance(60s);
+  EXPECT_TRUE(isOwed());
+  EXPECT_THAT(platform.workspace.watched(), ElementsAre(other.process()));
+  other.letsGo();
+  EXPECT_TRUE(isOwed());
+  platform.workspace.end(other.process());
+  platform.dispatch.runUntilIdle();
+  EXPECT_FALSE(isOwed());
+  EXPECT_THAT(platform.workspace.watched(), IsEmpty());
+}
+
+TEST_F(Endings, areTriedAgainABoundedNumberOfTimes) {
+  const OtherProgram other(fillIndex());
+  quits();
+  platform.dispatch.advance(60s);
+  int tries = 0;
+  for (; tries < 100 && !platform.workspace.watched().empty(); ++tries) {
+    platform.workspace.end(other.process());
+    platform.dispatch.runUntilIdle();
+  }
+  EXPECT_EQ(tries, 10);
+  EXPECT_TRUE(isOwed());
+  quits();
+  platform.dispatch.advance(60s);
+  EXPECT_THAT(platform.workspace.watched(), ElementsAre(other.process()));
+}
+
+TEST_F(Endings, areNotTriedAgainForABrowserThatIsNoLongerEnabled) {
+  const OtherProgram other(fillIndex());
+  quits();
+  platform.dispatch.advance(60s);
+  other.letsGo();
+  enable({});
+  platform.workspace.end(other.process());
+  platform.dispatch.runUntilIdle();
+  EXPECT_TRUE(isOwed());
 }
 
 TEST_F(Endings, ofTheSessionWaitForTheBrowserAndCleanItOnce) {

@@ -65,6 +65,7 @@ class OtherProcess {
   OtherProcess& operator=(const OtherProcess&) = delete;
 
   bool hasLock() const { return hasLock_; }
+  pid_t process() const { return process_; }
 
  private:
   pid_t process_ = 0;
@@ -96,6 +97,26 @@ class FileLocks : public ::testing::Test {
   LinuxFileManager files{scopes, granted.path("scripts")};
   SystemCalls calls;
 };
+
+TEST_F(FileLocks, ofOtherProcessesNameTheirHolder) {
+  const std::string path = granted.file("database");
+  EXPECT_EQ(files.lockHolder(path), std::nullopt);
+  for (const short type : {short{F_WRLCK}, short{F_RDLCK}}) {
+    const OtherProcess other(path, type);
+    EXPECT_EQ(files.lockHolder(path), other.process());
+  }
+  EXPECT_EQ(files.lockHolder(path), std::nullopt);
+  EXPECT_EQ(files.lockHolder(granted.path("missing")), std::nullopt);
+  EXPECT_EQ(files.lockHolder(elsewhere.file("database")), std::nullopt);
+}
+
+TEST_F(FileLocks, ofThisProcessOutliveTheQuestionWhoHoldsThem) {
+  const std::string path = granted.file("database");
+  const auto held = lock("database");
+  ASSERT_TRUE(held);
+  EXPECT_EQ(files.lockHolder(path), std::nullopt);
+  EXPECT_FALSE(anotherProcessCanLock(path));
+}
 
 TEST_F(FileLocks, keepOtherProcessesOutAsLongAsTheyLive) {
   granted.file("a", "content");

@@ -309,6 +309,34 @@ TEST_F(QuittingApplications, areNotMissedWhileTheirProgramIsOpenedAgainAndAgain)
   EXPECT_THAT(quits, Each("Opera"));
 }
 
+// Processes of any program.
+
+TEST_F(QuittingApplications, areNotTheOnlyProcessesWhoseEndCanBeWaitedFor) {
+  installStandIn(bin("other"));
+  TestProcess process = run("other");
+  TestProcess forgotten = run("other");
+  int ended = 0;
+  std::unique_ptr<platform::ProcessWatch> watch;
+  const pid_t pid = process.pid();
+  watch = workspace.watchProcess(pid, [&] {
+    ++ended;
+    watch.reset();
+  });
+  workspace.watchProcess(forgotten.pid(), [&] { ended += 100; });
+  ASSERT_NE(watch, nullptr);
+  settle();
+  EXPECT_EQ(ended, 0);
+  forgotten.end();
+  process.end();
+  EXPECT_TRUE(testing_support::runUntil(loop, [&] { return ended > 0; }));
+  const auto late = workspace.watchProcess(pid, [&] { ++ended; });
+  EXPECT_NE(late, nullptr);
+  EXPECT_TRUE(testing_support::runUntil(loop, [&] { return ended > 1; }));
+  settle();
+  EXPECT_EQ(ended, 2);
+  EXPECT_THAT(quits, IsEmpty());
+}
+
 // Reporting.
 
 TEST_F(QuittingApplications, mayBeAnnounced) {
