@@ -195,6 +195,31 @@ class LinuxHome(unittest.TestCase):
         self.browser.end("quitting by the menu or its key")
         table.write()
 
+    def test_kept_sites(self):
+        """A site is kept alone, then with one that it frames: exactly theirs is found again, in every kind."""
+        self.take_over((".", "."))
+        self.desk.enable(self.browser)
+        visit = self.use(self.browser)
+        kept = []
+        for count, (place, entry) in enumerate((("first", "=" + local_site.HOSTS["first"]),
+                                                ("third", local_site.HOSTS["third"])), 1):
+            self.desk.tidewell("keep", entry)
+            kept.append(place)
+            # Registrations of service workers go; the zoom is that of the page around all of them.
+            wanted = {line for line in self.written(visit) if line.split(":")[0] in kept and "serviceWorker" not in line}
+            self.browser.wait_until_filled()
+            self.browser.end("quitting by the menu or its key")
+            self.wait_for_cleaning(count)
+            visit = self.use(self.browser)
+            found = {line for line in visit.found() if not line.endswith("zoom")}
+            self.assertEqual(wanted - found, set(), "not found again, but kept")
+            self.assertEqual({line for line in found if line.split(":")[0] not in kept}, set())
+            self.assertTrue({"first: httpOnlyCookie", "first: partitionedHttpOnlyCookie"} <= found, found)
+            self.check_works(visit)
+            self.check_extension(visit)
+            self.assertEqual(self.browser.complaints(), [])
+            self.assertEqual(self.desk.worker.log, [])
+
     def test_started_again_at_once(self):
         """The second run comes when the browser is in use again: it takes nothing from under it."""
         self.take_over((".", "."))
