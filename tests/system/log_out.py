@@ -48,7 +48,6 @@ class Managed(linux_home.Desk):
         os.makedirs(units)
         with open(os.path.join(PACKAGING, "tidewell-worker.service.in")) as unit:
             text = CONFINEMENT.sub("", unit.read()).replace("@CMAKE_INSTALL_FULL_BINDIR@", self.programs)
-            text = text.replace("Type=dbus", "Type=simple")  # the bus is the test's, and not the manager's
         with open(os.path.join(units, "tidewell-worker.service"), "w") as unit:
             unit.write(text)
         for name in ("app-.scope.d", "app-.service.d"):
@@ -70,6 +69,13 @@ class Managed(linux_home.Desk):
              "/lib/systemd/systemd", "--user"], env=self.environment, preexec_fn=enter, stdin=subprocess.DEVNULL,
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         self.wait(lambda: self.systemctl("is-system-running").strip() in ("running", "degraded"), what="the manager")
+        # The bus of the session is the manager's.
+        self.address = f"unix:path={runtime}/bus"
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = self.address
+        self.connection.close()
+        self.connection = self.connect()
+        self.panel = session.OpenPanel(self.connection)
+        self.notifications = session.NotificationService(self.connection)
 
     def systemctl(self, *words):
         return subprocess.run(["systemctl", "--user", *words], env=self.environment, text=True, capture_output=True,
@@ -118,7 +124,12 @@ class LogOut:
         self.browser = self.browser_class(self.desk, self.desk.screen, self.site)
         self.take_over((".config", ".config"), (".cache", ".cache"), (".mozilla", ".mozilla"), (".pki", ".pki"))
         self.desk.enable(self.browser)
-        visit = self.use(self.browser)
+        try:
+            visit = self.use(self.browser)
+        except AssertionError:
+            with open(self.browser.output) as output:
+                print(output.read(), file=sys.stderr)
+            raise
         self.browser.wait_until_filled()
         written = self.written(visit)
         self.assertTrue(self.browser.must_go(self.traces()))
@@ -153,7 +164,7 @@ def case(browser):
         test_with_the_browser_open = LogOut.test_with_the_browser_open
         # Of the others none.
         test_every_way_to_end = test_started_again_at_once = test_two_profiles_killed = None
-        test_where_other_installations_keep_their_data = None
+        test_where_other_installations_keep_their_data = test_kept_sites = None
 
         def take_over(self, *folders):
             super().take_over(*((folder, place) for folder, place in folders
