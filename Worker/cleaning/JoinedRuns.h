@@ -32,7 +32,7 @@ class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
   using Clean = std::function<Report(const Browser& browser, IfRunning ifRunning)>;
 
   /// Called when no further run is to come for what a browser was cleaned for: the second run after a quit, or the only
-  /// one, is over. `notifies`: after a quit.
+  /// one, is over. `notifies`: after a quit, and when something has gone of what was allowed later.
   using Ended = std::function<void(const Browser& browser, const Report& report, bool notifies)>;
 
   /// Called with the report of what was asked for.

@@ -1,8 +1,11 @@
 """However a session ends, and whatever happens to the worker: what was enabled and has run is cleaned."""
 
+import contextlib
 import os
 import random
 import signal
+import sqlite3
+import subprocess
 import sys
 import time
 import unittest
@@ -63,6 +66,34 @@ class Endings(unittest.TestCase):
         process = self.desk.worker.process
         self.desk.wait(lambda: process.poll() is not None, what="the worker's end")
         return process.returncode
+
+    def hold(self, database):
+        """Starts a program that has the database locked until its input ends."""
+        script = ("import sqlite3, sys; connection = sqlite3.connect(sys.argv[1], isolation_level=None);"
+                  "connection.execute('BEGIN EXCLUSIVE'); print('held', flush=True); sys.stdin.read()")
+        holder = subprocess.Popen([sys.executable, "-c", script, database], stdin=subprocess.PIPE,
+                                  stdout=subprocess.PIPE, text=True)
+        self.addCleanup(holder.stdout.close)
+        self.addCleanup(holder.wait)
+        self.addCleanup(holder.stdin.close)
+        self.assertEqual(holder.stdout.readline(), "held\n")
+        return holder
+
+    def test_with_a_store_that_another_program_holds_is_made_good_when_that_ends(self):
+        browser = self.start_browser()
+        index = self.desk.file(DATA + "Default/WebStorage/QuotaManager", "")
+        with contextlib.closing(sqlite3.connect(index)) as database, database:
+            database.execute("CREATE TABLE buckets (id INTEGER, storage_key TEXT)")
+            database.execute("INSERT INTO buckets VALUES (1, 'chrome-extension://a/'), (2, 'https://visited.example/')")
+        holder = self.hold(index)
+        self.desk.quit_browser(browser)
+        self.desk.wait(lambda: "WebStorage in" in self.desk.tidewell("history", "--last"), what="the report")
+        self.assertIn("in use", self.desk.tidewell("history", "--last"))
+        self.assertTrue(self.is_owed())
+        holder.stdin.close()
+        self.desk.wait(lambda: not self.is_owed(), what="the cleaning")
+        with contextlib.closing(sqlite3.connect(index)) as database:
+            self.assertEqual(database.execute("SELECT id FROM buckets").fetchall(), [(1,)])
 
     def test_of_the_worker_before_the_browser_is_made_good_by_the_next_worker(self):
         browser = self.start_browser()

@@ -161,7 +161,8 @@ TEST_F(Notices, offerToAskForTheFoldersAgain) {
   pressTheButton("1");
   EXPECT_THAT(panels(), ElementsAre(".config/chromium", ".config/chromium"));
   EXPECT_FALSE(platform.home.exists(".config/chromium/Default/Cookies"));
-  EXPECT_THAT(platform.notificationCenter.delivered(), IsEmpty());
+  EXPECT_THAT(platform.notificationCenter.delivered(), ElementsAre("2"));
+  EXPECT_EQ(notified().back(), "Chromium: 1 item removed, 0 kB");
 }
 
 TEST_F(Notices, offerOnlyFoldersThatMayBeAskedFor) {
