@@ -201,6 +201,7 @@ bool WorkerAppDelegate::joinsRuns() {
 
 Report WorkerAppDelegate::clean(const std::string& browserName, IfRunning ifRunning) {
   const Home home = Home::current();
+  const Kept kept = home.keptWithSites(*Platform::current().userDefaults.suite(kSharedSuite));
   const Browser* browser = browserNamed(browserName);
   if (home.layout->hasOperations()) {
     removeCookies(browserName);
@@ -209,13 +210,13 @@ Report WorkerAppDelegate::clean(const std::string& browserName, IfRunning ifRunn
     removeSilverlight();
     removeBrowserCache(browserName);
     if (browser != nullptr && home.cleansCurrentStores) {
-      return Cleaning(*home.layout, *browser, {StoreAge::kCurrent}, home.kept, ifRunning).run();
+      return Cleaning(*home.layout, *browser, {StoreAge::kCurrent}, kept, ifRunning).run();
     }
   } else if (browser != nullptr) {
     using Ages = std::set<StoreAge>;
     const Ages ages =
         home.cleansCurrentStores ? Ages{StoreAge::kCurrent, StoreAge::kOld} : Ages{StoreAge::kOld, StoreAge::kReplaced};
-    return Cleaning(*home.layout, *browser, ages, home.kept, ifRunning).run();
+    return Cleaning(*home.layout, *browser, ages, kept, ifRunning).run();
   }
   return {};
 }

@@ -100,7 +100,7 @@ int Commands::status() {
                                   {"keptSites", nullptr},
                                   {"browsers", nlohmann::ordered_json::array()}};
   const auto keptSites = settings_.keptSites();
-  if (keptSites && !home.kept.sites.isUnknown()) state["keptSites"] = keptSites->size();
+  if (keptSites && !KeptSites::of(*keptSites).isUnknown()) state["keptSites"] = keptSites->size();
   const auto running = runningBrowsers();
   const std::vector<Report> reports = settings_.history();
   std::map<std::string, std::string> lastCleanings;  // local times, by the browser's identifier

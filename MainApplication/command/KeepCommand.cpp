@@ -45,7 +45,7 @@ int Commands::keep(const Texts& sites) {
   }
   std::optional<Texts> list = settings_.keptSites();
   if (!list) return fail(kNoList);
-  if (!settings_.home().kept.cookieRules) errors_ << "tidewell: nothing is kept on a home with a folder \"Library\"\n";
+  if (!settings_.home().keepsSites) errors_ << "tidewell: nothing is kept on a home with a folder \"Library\"\n";
   if (!isChange) return listKept(*list);
   if (options_.remove) return removeKept(sites, *list);
   if (!options_.importFrom.empty()) return importKept(*list);

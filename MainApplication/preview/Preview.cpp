@@ -163,7 +163,7 @@ Preview previewed(const Browser& browser, platform::UserDefaultsDomains& setting
   Preview preview;
   FolderQuestions questions;
   const Home home = Home::current();
-  preview.kept.listIsUnknown = home.kept.sites.isUnknown();
+  preview.kept.listIsUnknown = home.keptWithSites(*previewSettings.suite(kSharedSuite)).sites.isUnknown();
   questions.ask(*home.layout, browser, {questions.newOccasion(), true});
   auto worker = WorkerAppDelegate::create();
   worker->clearData_andNotify(std::string(browser.name), false);

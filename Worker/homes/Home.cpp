@@ -90,6 +90,12 @@ Home Home::current() {
   return of(*Platform::current().userDefaults.suite(kSharedSuite), Platform::current().system, std::move(eyes));
 }
 
+Kept Home::keptWithSites(const platform::UserDefaults& shared) const {
+  Kept all = kept;
+  if (keepsSites) all.sites = keptSites(shared);
+  return all;
+}
+
 Home Home::of(const platform::UserDefaults& shared, const platform::System& system, HomeEyes eyes) {
   Home home;
   home.folder.eyes = std::move(eyes);
@@ -102,7 +108,8 @@ Home Home::of(const platform::UserDefaults& shared, const platform::System& syst
   if (isLibrary) {
     home.layout = std::make_unique<LibraryLayout>(home.folder);
   } else {
-    home.kept = {.cookieRules = true, .siteSettings = keepsSiteSettings(shared), .sites = keptSites(shared)};
+    home.kept = {.cookieRules = true, .siteSettings = keepsSiteSettings(shared)};
+    home.keepsSites = true;
     home.folder.configurationFolder = system.configurationFolder();
     home.folder.cachesFolder = system.cachesFolder();
     home.folder.personalFolders = personalFolders(home.folder, system);

@@ -14,11 +14,15 @@ namespace tidewell {
 struct Home {
   HomeFolder folder;
   bool cleansCurrentStores = false;  // those of today's browsers, besides older ones
-  Kept kept;                         // nothing on a home with a Library
+  Kept kept;                         // without sites; nothing on a home with a Library
+  bool keepsSites = false;           // not on a home with a Library
   std::unique_ptr<const Layout> layout;
 
   /// The home as it is now, by the settings and files of the installed platform. Any thread.
   static Home current();
+
+  /// What is kept, with the sites that these settings name. To be read once for each run.
+  Kept keptWithSites(const platform::UserDefaults& shared) const;
 
   /// The home of the person with these settings, seen through `eyes`.
   static Home of(const platform::UserDefaults& shared, const platform::System& system, HomeEyes eyes);

@@ -79,7 +79,10 @@ std::optional<std::string> canonicalHost(std::string_view text) {
   std::transform(name.begin(), name.end(), name.begin(),
                  [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
   if (name.ends_with('.')) name.pop_back();
-  if (auto found = address<AF_INET, 4, INET_ADDRSTRLEN>(name)) return found;
+  const bool endsInDigit = !name.empty() && name.back() >= '0' && name.back() <= '9';
+  if (endsInDigit) {
+    if (auto found = address<AF_INET, 4, INET_ADDRSTRLEN>(name)) return found;
+  }
   return isName(name) ? std::optional(std::move(name)) : std::nullopt;
 }
 
