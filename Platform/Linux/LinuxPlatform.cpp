@@ -13,7 +13,7 @@
 namespace platform::linux_ {
 namespace {
 
-constexpr char kDesktopEntry[] = "tidewell-settings";  // whose icon notifications show
+constexpr char kDesktopEntry[] = "com.emberlinestudio.Tidewell";  // whose icon notifications show
 constexpr char kTaskFailed[] = "a task could not be completed";
 constexpr std::chrono::seconds kStartTime{2};  // after which the start is over
 

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""The person logs out while the browser runs: a real service manager of the person's ends, with the browser in a scope of
-its own and the worker as its service. By hand, as root: tests/system/log_out.py PROGRAMS
+"""The person logs out while the browser runs: a real service manager of the person's ends, with the browser and
+the worker as its services. By hand, as root: tests/system/log_out.py PROGRAMS
 
 It takes mounts, processes and control groups of its own, in which the service manager finds what it needs. The worker's
 unit goes without its lines of confinement: namespaces in namespaces are refused there."""
@@ -17,7 +17,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, HERE)
 if __name__ == "__main__" and not os.environ.get("TIDEWELL_PROGRAMS"):
     os.environ["TIDEWELL_PROGRAMS"] = os.path.abspath(sys.argv[1])
-    os.execvp("unshare", ["unshare", "-m", "-C", "-p", "-f", "--mount-proc", sys.executable, "-B",
+    os.execvp("unshare", ["unshare", "-m", "-C", "-p", "-f", "--kill-child", "--mount-proc", sys.executable, "-B",
                           os.path.abspath(__file__), *sys.argv[2:]])
 
 import linux_home  # noqa: E402
@@ -55,7 +55,8 @@ class Managed(linux_home.Desk):
         for folder in (self.home, runtime):
             self.give(folder)
         os.chmod(runtime, 0o700)
-        self.environment.update(XDG_RUNTIME_DIR=runtime)
+        self.address = f"unix:path={runtime}/bus"  # the bus of the session is the manager's
+        self.environment.update(XDG_RUNTIME_DIR=runtime, DBUS_SESSION_BUS_ADDRESS=self.address)
         group = f"/sys/fs/cgroup/session-{os.path.basename(self.root)}"
         os.makedirs(group)
         subprocess.run(["chown", "-R", str(self.account.pw_uid), group], check=True)
@@ -69,9 +70,6 @@ class Managed(linux_home.Desk):
              "/lib/systemd/systemd", "--user"], env=self.environment, preexec_fn=enter, stdin=subprocess.DEVNULL,
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         self.wait(lambda: self.systemctl("is-system-running").strip() in ("running", "degraded"), what="the manager")
-        # The bus of the session is the manager's.
-        self.address = f"unix:path={runtime}/bus"
-        self.environment["DBUS_SESSION_BUS_ADDRESS"] = self.address
         self.connection.close()
         self.connection = self.connect()
         self.panel = session.OpenPanel(self.connection)
@@ -98,21 +96,24 @@ class Managed(linux_home.Desk):
         super().close()
 
 
-class InAScope:
-    """A browser that the desktop starts, each time in a scope."""
+class AsAService:
+    """A browser that the service manager starts, as desktops let it start programs. (A scope would need a manager that
+    may move processes into it.)"""
 
-    scopes = 0
+    services = 0
 
     def run(self, *arguments):
         if not isinstance(self.desk, Managed):
             return super().run(*arguments)
-        InAScope.scopes += 1
+        AsAService.services += 1
+        variables = [f"--setenv={name}={value}" for name, value in self.desk.environment.items() if name != "PATH"]
         with open(self.output, "a") as output:
+            os.chmod(self.output, 0o666)
             process = subprocess.Popen(
-                ["systemd-run", "--user", "--scope", "-q", f"--unit=app-{self.command}-{InAScope.scopes}.scope",
-                 "/usr/bin/" + self.command, *self.arguments, *arguments], cwd=self.desk.home,
-                env=dict(self.desk.environment, PATH="/usr/bin:/bin"), stdin=subprocess.DEVNULL, stdout=output,
-                stderr=subprocess.STDOUT, **self.desk.identity)
+                ["systemd-run", "--user", "--wait", "-q", f"--unit=app-{self.command}-{AsAService.services}.service",
+                 *variables, f"--property=StandardError=append:{self.output}", "--working-directory=" + self.desk.home,
+                 "/usr/bin/" + self.command, *self.arguments, *arguments], env=self.desk.environment,
+                stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT, **self.desk.identity)
         self.desk.browsers.append(process)
         return process
 
@@ -134,8 +135,7 @@ class LogOut:
         written = self.written(visit)
         self.assertTrue(self.browser.must_go(self.traces()))
         owned = self.browser.owned()
-        scopes = self.desk.systemctl("list-units", "app-*", "--no-legend")
-        self.assertIn(self.browser.command, scopes)
+        self.assertIn(self.browser.command, self.desk.systemctl("list-units", "app-*", "--no-legend"))
         took = self.desk.log_out()
         left = self.traces()
         print(f"{self.browser.name}: {len(written)} kinds written; the end of the session took {took:.2f} s; "
@@ -156,11 +156,11 @@ class LogOut:
 
 
 def case(browser):
-    class InScopes(InAScope, browser):
+    class AsServices(AsAService, browser):
         pass
 
     class Tests(linux_home.LinuxHome):
-        browser_class = InScopes
+        browser_class = AsServices
         test_with_the_browser_open = LogOut.test_with_the_browser_open
         # Of the others none.
         test_every_way_to_end = test_started_again_at_once = test_two_profiles_killed = None

@@ -3,6 +3,8 @@
 #include <sqlite3.h>
 
 #include <cerrno>
+#include <cstdlib>
+#include <iostream>
 
 #include "Worker/Identity.h"
 #include "Worker/cleaning/History.h"
@@ -211,6 +213,25 @@ TEST_F(Reports, haveTheReasonInTheFieldsOfWhatIsLogged) {
   afterAQuit();
   EXPECT_THAT(platform.log.fields(),
               ::testing::IsSupersetOf({"TIDEWELL_STORE=WebStorage", "TIDEWELL_LEFT=not-readable"}));
+}
+
+// TIDEWELL_RUNS: how many there were.
+TEST_F(Reports, haveABoundHoweverManyThereWere) {
+  const char* wanted = std::getenv("TIDEWELL_RUNS");
+  const int runs = wanted != nullptr ? std::atoi(wanted) : 115;
+  Report report{.browser = kChromium, .runs = {{.begun = {}, .ended = platform::Date(1s)}}};
+  for (int number = 0; number < 30; ++number) {
+    const Left left = number % 5 == 0 ? Left::kInUse : Left::kNothing;
+    report.stores.push_back(store("Store " + std::to_string(number), {left, 1, 1000, EBUSY}));
+  }
+  std::size_t size = 0;
+  for (int run = 1; run <= runs; ++run) {
+    tidewell::History::add(report);
+    if (run == 110) size = platform.own().at(tidewell::kHistoryKey).description().size();
+  }
+  EXPECT_EQ(platform.own().at(tidewell::kHistoryKey).description().size(), size);
+  EXPECT_LT(size, 200'000U);
+  std::cout << size << " bytes as text after " << runs << " runs\n";
 }
 
 }  // namespace
