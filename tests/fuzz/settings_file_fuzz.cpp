@@ -10,9 +10,11 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   const std::string content(reinterpret_cast<const char*>(bytes), size);
-  // As the value of a key…
+  // As the value of a key… Compared as bytes, since a real that is no number equals nothing, itself included.
   if (const auto value = platform::linux_::decodedValue(content)) {
-    if (platform::linux_::decodedValue(platform::linux_::encodedValue(*value)) != value) std::abort();
+    const std::string encoded = platform::linux_::encodedValue(*value);
+    const auto again = platform::linux_::decodedValue(encoded);
+    if (!again || platform::linux_::encodedValue(*again) != encoded) std::abort();
   }
   // …and as the whole file.
   const testing_support::ScratchFolder folder;
