@@ -37,6 +37,11 @@ TabFileName parsed(const std::string& name) {
   return result;
 }
 
+/// Whether nothing is in the file: the power may fail after the browser has made it.
+bool isEmpty(const std::string& file) {
+  return GrantedFiles::bytesOf(file, 0) == std::string();
+}
+
 /// Removes all rows from those of the tables that the database has, which `tables` chooses by their names. A database
 /// without such rows is not written: it holds what people have typed as well.
 Outcome emptyTables(const std::string& path, const std::string& tables) {
@@ -69,6 +74,7 @@ Outcome cleanTabFiles(const std::string& path) {
   if (!GrantedFiles::isDirectory(path)) return outcome;
   for (const std::string& name : GrantedFiles::entriesOf(path)) {
     const std::string file = appendingPathComponent(path, name);
+    if (isEmpty(file)) continue;
     const bool isOfOpenTabs = std::any_of(std::begin(kOfOpenTabs), std::end(kOfOpenTabs),
                                           [&name](std::string_view beginning) { return name.starts_with(beginning); });
     if (isOfOpenTabs) outcome += cleanOpenTabs(file);
@@ -89,6 +95,7 @@ Outcome removeEncryptedTabFiles(const std::string& path) {
     if (isReadable.value_or(false)) others.push_back(parsed(name));
   }
   for (const std::string& name : GrantedFiles::entriesOf(path)) {
+    if (isEmpty(appendingPathComponent(path, name))) continue;
     const TabFileName file = parsed(name);
     const bool hasOther = std::any_of(others.begin(), others.end(), [&file](const TabFileName& other) {
       return other.kind == file.kind && other.begun + kSameTime >= file.begun;

@@ -57,6 +57,15 @@ TEST_F(TabFiles, thatStayHaveALineInTheLog) {
   EXPECT_THAT(platform.log.lines()[0], HasSubstr("Sessions_Encrypted of Chromium was left: it can't be read"));
 }
 
+TEST_F(TabFiles, inWhichNothingIsNeedNoReading) {
+  for (const char* file : {"Sessions/Session_2", "Sessions/Tabs_2", "Sessions_Encrypted/Session_2"}) {
+    platform.home.file(std::string(kProfile) + file, "");
+  }
+  quit("Chromium");
+  EXPECT_THAT(platform.log.lines(), IsEmpty());
+  EXPECT_TRUE(platform.home.exists(std::string(kProfile) + "Sessions/Session_2"));
+}
+
 TEST_F(TabFiles, ofLaterVersionsStayAsTheyAre) {
   const std::string path = std::string(kProfile) + "Sessions/Session_13439804643337056";
   platform.home.file(path, kEncrypted);
