@@ -63,6 +63,7 @@ class WorkerOnTheBus : public testing_support::LinuxHomeTest {
                                       /*isCleaned=*/false);
     platform.grant(home(".mozilla/firefox"));
     platform.shared().insert_or_assign(tidewell::kDisplayNotificationsKey, true);
+    platform.shared().insert_or_assign(tidewell::kNotifyAlwaysKey, true);  // the second cleaning finds nothing
     desktop.folder = home(".cache/mozilla/firefox");
     const platform::Platform& p = platform::Platform::current();
     onTheBus_ = std::make_unique<platform::Platform>(
