@@ -48,9 +48,9 @@ class RealChromium(unittest.TestCase):
         self.assertEqual(self.notifications.posted, [])
         chromium.send_signal(number)
         self.desk.wait(lambda: chromium.poll() is not None, what="Chromium's end")
-        self.desk.wait(lambda: not self.desk.exists(PROFILE + "Default/Pepper Data"), session.FIRST_RUN,
-                       "the first run")
-        self.assertFalse(self.desk.exists(SILVERLIGHT))
+        # One after the other, in the same run.
+        self.desk.wait(lambda: not self.desk.exists(PROFILE + "Default/Pepper Data") and
+                       not self.desk.exists(SILVERLIGHT), session.FIRST_RUN, "the first run")
         self.desk.wait(lambda: self.notifications.posted, what="the notification")
         self.assertEqual(self.notifications.posted[0]["body"],
                          "Cookies, Databases, Flash, Silverlight, and Cache removed from Chromium")
