@@ -7,6 +7,7 @@
 #include "Platform/Platform.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/browsers/Browsers.h"
+#include "Worker/browsers/EnabledBrowsers.h"
 #include "Worker/cleaning/OwedCleanings.h"
 
 namespace tidewell {
@@ -21,7 +22,7 @@ constexpr std::chrono::seconds kLongestWaitForBrowsers{20};
 void WorkerAppDelegate::applicationRuns(const std::string& bundleIdentifier, bool isNews) {
   const Browser* browser = browserWithIdentifier(bundleIdentifier);
   if (browser == nullptr || !joinsRuns()) return;
-  if (!checkIfBrowserEnabled(std::string(browser->name))) {
+  if (isDisabled(*browser)) {
     OwedCleanings::forget(*browser);
   } else if (isNews) {
     OwedCleanings::note(*browser);
@@ -33,9 +34,10 @@ void WorkerAppDelegate::applicationRuns(const std::string& bundleIdentifier, boo
 void WorkerAppDelegate::cleanWhatIsOwed() {
   if (!joinsRuns()) return;
   for (const Browser* browser : OwedCleanings::owed()) {
-    if (!checkIfBrowserEnabled(std::string(browser->name))) {
+    if (isDisabled(*browser)) {
       OwedCleanings::forget(*browser);
-    } else if (!Platform::current().workspace.isRunning(std::string(browser->bundleIdentifier))) {
+    } else if (isEnabled(*browser) &&
+               !Platform::current().workspace.isRunning(std::string(browser->bundleIdentifier))) {
       joinedRuns_->catchUp(*browser);
     }
   }
