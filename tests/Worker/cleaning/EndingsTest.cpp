@@ -1,6 +1,8 @@
 // Every ending is cleaned: what was seen to run is owed a cleaning until it has had one, whatever happens to the
 // worker.
 
+#include "tests/support/EndingsTest.h"
+
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/wait.h>
@@ -11,7 +13,6 @@
 
 #include "Worker/cleaning/History.h"
 #include "Worker/cleaning/OwedCleanings.h"
-#include "tests/support/LinuxHomeTest.h"
 
 namespace {
 
@@ -23,11 +24,7 @@ using ::testing::IsEmpty;
 using ::testing::Key;
 using ::testing::Not;
 using ::testing::StartsWith;
-using testing_support::LinuxHomeTest;
 using testing_support::runStatements;
-
-constexpr char kCookies[] = ".config/chromium/Default/Cookies";
-constexpr char kChromium[] = "org.chromium.Chromium";
 
 /// Another program that holds a database of SQLite until it lets it go.
 class OtherProgram {
@@ -72,54 +69,7 @@ class OtherProgram {
   mutable int end_ = -1;
 };
 
-class Endings : public LinuxHomeTest {
- protected:
-  Endings() {
-    enable({kChromium});
-    platform.home.file(".config/chromium/Local State", "{}");
-    platform.home.file(".config/chromium/Default/Preferences", "{}");
-    platform.home.file(kCookies);
-    platform.grant(home(".config/chromium"));
-    platform.home.folder(".cache/chromium");
-    platform.grant(home(".cache/chromium"));
-  }
-
-  /// An index of sites' storage: its path.
-  std::string fillIndex() {
-    const std::string index = home(".config/chromium/Default/WebStorage/QuotaManager");
-    std::filesystem::create_directories(std::filesystem::path(index).parent_path());
-    runStatements(index,
-                  "CREATE TABLE buckets (id INTEGER, storage_key TEXT);"
-                  "INSERT INTO buckets VALUES (1, 'chrome-extension://a/'), (2, 'https://visited.example/');");
-    return index;
-  }
-
-  bool isOwed() {
-    return std::any_of(platform.own().begin(), platform.own().end(),
-                       [](const auto& entry) { return entry.first.starts_with("owedCleaning "); });
-  }
-  bool isClean() const { return !platform.home.exists(kCookies); }
-  void starts() { platform.workspace.start(kChromium); }
-  void quits() {
-    platform.workspace.running.clear();
-    platform.workspace.quit("Chromium", kChromium, {{"chromium"}});
-  }
-  /// The worker is killed, and another is started.
-  void workerStartsAgain() {
-    worker = nullptr;
-    worker = makeWorker();
-    worker->cleanWhatIsOwed();
-    platform.dispatch.runUntilIdle();
-  }
-  /// Whether the session has ended.
-  void sessionEnds() {
-    worker->sessionEnds([this] { hasEnded = true; });
-    platform.dispatch.runUntilIdle();
-  }
-
-  bool hasEnded = false;
-  std::shared_ptr<tidewell::WorkerAppDelegate> worker = makeWorker();
-};
+class Endings : public testing_support::EndingsTest {};
 
 TEST_F(Endings, areOwedACleaningFromTheBrowsersStartOnWhichIsOnTheDisk) {
   EXPECT_FALSE(isOwed());
@@ -284,62 +234,6 @@ TEST_F(Endings, areNotTriedAgainForABrowserThatIsNoLongerEnabled) {
   EXPECT_TRUE(isOwed());
 }
 
-TEST_F(Endings, ofTheSessionWaitForTheBrowserAndCleanItOnce) {
-  starts();
-  sessionEnds();
-  EXPECT_FALSE(hasEnded);
-  platform.dispatch.advance(19s);
-  EXPECT_FALSE(hasEnded);
-  quits();
-  platform.dispatch.runUntilIdle();
-  EXPECT_TRUE(hasEnded);
-  EXPECT_TRUE(isClean());
-  EXPECT_FALSE(isOwed());
-}
-
-TEST_F(Endings, ofTheSessionDoNotWaitForAnotherSecondRun) {
-  starts();
-  quits();
-  platform.dispatch.runUntilIdle();
-  platform.home.file(kCookies);
-  sessionEnds();
-  EXPECT_TRUE(hasEnded);
-  EXPECT_TRUE(isClean());
-  EXPECT_FALSE(isOwed());
-}
-
-TEST_F(Endings, ofTheSessionCleanABrowserThatHasEndedAndIsNotKnownToHaveQuit) {
-  starts();
-  platform.workspace.running.clear();
-  sessionEnds();
-  EXPECT_TRUE(hasEnded);
-  EXPECT_TRUE(isClean());
-}
-
-TEST_F(Endings, ofTheSessionWaitTwentySecondsForABrowserAndOweItItsCleaning) {
-  starts();
-  sessionEnds();
-  platform.dispatch.advance(20s);
-  EXPECT_TRUE(hasEnded);
-  EXPECT_FALSE(isClean());
-  EXPECT_TRUE(isOwed());
-}
-
-TEST_F(Endings, ofTheSessionWaitForNothingElse) {
-  sessionEnds();
-  EXPECT_TRUE(hasEnded);
-}
-
-TEST_F(Endings, ofTheSessionAskNobody) {
-  platform.own().clear();  // the grants
-  starts();
-  sessionEnds();
-  quits();
-  platform.dispatch.runUntilIdle();
-  EXPECT_TRUE(hasEnded);
-  EXPECT_THAT(panels(), IsEmpty());
-}
-
 TEST_F(Endings, onAHomeWithALibraryAreNotNoted) {
   platform.home.folder("Library/Preferences");
   starts();
@@ -376,6 +270,35 @@ TEST_F(Endings, thatTookOneGoAreReportedSo) {
     ASSERT_EQ(report.runs.size(), 2U);
     for (const auto& run : report.runs) EXPECT_NE(run.ended, tidewell::Report::Run::kCutOff);
   }
+}
+
+TEST_F(Endings, stayOwedWhileItCanNotBeReadWhichBrowsersAreEnabled) {
+  platform.userDefaults.unreadable.insert("enabledBrowsers");
+  starts();
+  EXPECT_TRUE(isOwed());
+  platform.workspace.running.clear();
+  workerStartsAgain();
+  EXPECT_TRUE(isOwed());
+  EXPECT_FALSE(isClean());
+  platform.userDefaults.unreadable.clear();
+  workerStartsAgain();
+  EXPECT_TRUE(isClean());
+  EXPECT_FALSE(isOwed());
+}
+
+TEST_F(Endings, stayOwedWhenTheBrowserWasNotedAfterTheRunHadBegun) {
+  starts();
+  tidewell::OwedCleanings::settle(browser("Chromium"), std::chrono::system_clock::now() - 1h);
+  EXPECT_TRUE(isOwed());
+  tidewell::OwedCleanings::settle(browser("Chromium"), std::chrono::system_clock::now() + 1h);
+  EXPECT_FALSE(isOwed());
+}
+
+TEST_F(Endings, ofABrowserThatStillRunsBeginNoRun) {
+  starts();
+  workerStartsAgain();
+  platform.dispatch.advance(60s);
+  EXPECT_THAT(platform.log.records(), IsEmpty());
 }
 
 }  // namespace

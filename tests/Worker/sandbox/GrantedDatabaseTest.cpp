@@ -278,4 +278,15 @@ TEST_P(GrantedDatabase, isReadWithoutBeingChanged) {
   EXPECT_FALSE(platform.home.exists("data/db-shm"));
 }
 
+TEST_P(GrantedDatabase, isOneItemWithItsCompanions) {
+  OtherProgram browser(path());
+  browser.run(std::string("PRAGMA journal_mode = WAL;") + kSchema + kRows);
+  browser.end();
+  ASSERT_TRUE(platform.home.exists("data/db-wal"));
+  const Outcome outcome = GrantedFiles::changeDatabase({"DELETE FROM t WHERE a <> 'kept';"}, path());
+  EXPECT_FALSE(platform.home.exists("data/db-wal"));
+  EXPECT_EQ(outcome.left, Left::kNothing);
+  EXPECT_EQ(outcome.removed, 1U);
+}
+
 }  // namespace
