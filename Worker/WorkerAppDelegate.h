@@ -71,6 +71,11 @@ class WorkerAppDelegate : public Agent,
   using RunsHandler = std::function<void(const Browser& browser, const Report& report, bool isLast)>;
   void setRunsHandler(RunsHandler handler) { runsHandler_ = std::move(handler); }
 
+  /// Told when runs begin, and when none is under way any more, on a home without a Library. On the main thread.
+  void setUnderWayHandler(std::function<void(bool isUnderWay)> handler) {
+    joinedRuns_->setUnderWayHandler(std::move(handler));
+  }
+
   enum class Refusal { kUnknownBrowser, kNotEnabled, kIsRunning, kNoReports };
   /// Cleans a browser as if it had quit, if it runs only with IfRunning::kIsCleaned; `done` is called on a background
   /// thread when the last run is over. Returns why it does not: kNoReports on a home with a Library, whose runs end

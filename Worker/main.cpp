@@ -7,6 +7,7 @@
 #include "Platform/Linux/bus/BusListener.h"
 #include "Platform/Linux/bus/BusService.h"
 #include "Platform/Linux/bus/SessionEnd.h"
+#include "Platform/Linux/bus/ShutdownDelay.h"
 #include "Worker/Cleanings.h"
 #include "Worker/Identity.h"
 #include "Worker/WorkerAppDelegate.h"
@@ -40,6 +41,8 @@ int main() {
   auto delegate = tidewell::WorkerAppDelegate::create();
   linux_::BusService cleanings(**bus, names.object, tidewell::cleaningsInterface(*delegate));
   tidewell::announceRuns(*delegate, cleanings);
+  linux_::ShutdownDelay delay(loop, tidewell::kDisplayName, "Cleaning a browser that has quit");
+  delegate->setUnderWayHandler([&](bool isUnderWay) { isUnderWay ? delay.begin() : delay.end(); });
   const linux_::SessionEnd end(**bus, [&](platform::Task done) { delegate->sessionEnds(std::move(done)); });
   listener.setDelegate(delegate.get());
   listener.resume();

@@ -59,6 +59,7 @@ void JoinedRuns::catchUp(const Browser& browser) {
 
 void JoinedRuns::sessionEnds() {
   sessionEnds_ = true;
+  questions_.stop();
   secondRuns_->comeNow();
 }
 

@@ -70,6 +70,9 @@ class JoinedRuns : public std::enable_shared_from_this<JoinedRuns> {
   /// Called on the main thread each time that a run has ended.
   void setRunEndHandler(platform::Task handler) { runs_->setEndHandler(std::move(handler)); }
 
+  /// Called on the main thread with true before a first run begins, and with false when none is under way any more.
+  void setUnderWayHandler(std::function<void(bool)> handler) { runs_->setUnderWayHandler(std::move(handler)); }
+
  private:
   using Occasion = FolderQuestions::Occasion;
 

@@ -39,6 +39,7 @@ void Turns::beginSoon(const std::string& name) {
 void Turns::begin(const std::string& name) {
   Turn& turn = turns_[name];
   turn.isUnderWay = true;
+  if (underWay_++ == 0 && underWayHandler_) underWayHandler_(true);
   platform::BlockOperation operation = std::exchange(turn.next, nullptr)();
   const platform::Task end = [self = shared_from_this(), name] {
     dispatch().mainQueue().async([self, name] { self->ended(name); });
@@ -53,6 +54,7 @@ void Turns::begin(const std::string& name) {
 void Turns::ended(const std::string& name) {
   Turn& turn = turns_[name];
   turn.isUnderWay = false;
+  if (--underWay_ == 0 && underWayHandler_) underWayHandler_(false);
   if (turn.next) {
     beginSoon(name);
   } else {

@@ -33,6 +33,9 @@ class Turns : public std::enable_shared_from_this<Turns> {
   /// Called on the main thread each time that a turn has ended.
   void setEndHandler(platform::Task handler) { endHandler_ = std::move(handler); }
 
+  /// Called on the main thread with true before the first turn is under way, and with false when none is any more.
+  void setUnderWayHandler(std::function<void(bool isUnderWay)> handler) { underWayHandler_ = std::move(handler); }
+
  private:
   struct Turn {
     bool isUnderWay = false;
@@ -46,7 +49,9 @@ class Turns : public std::enable_shared_from_this<Turns> {
   void ended(const std::string& name);
 
   std::map<std::string, Turn> turns_;  // those under way or waiting
+  unsigned underWay_ = 0;
   platform::Task endHandler_;
+  std::function<void(bool)> underWayHandler_;
 };
 
 }  // namespace tidewell

@@ -58,10 +58,16 @@ void FolderQuestions::ask(const Layout& layout, const Browser& browser, const Ca
   }
 }
 
+void FolderQuestions::stop() {
+  const std::lock_guard lock(mutex_);
+  isStopped_ = true;
+}
+
 bool FolderQuestions::isToBeAskedFor(const std::string& folder, const Browser& browser, const Cause& cause) const {
   if (GrantedFiles::isGranted(folder)) return false;
   if (!cause.isByHand && (!isEnabled(browser) || isNeverAskedFor(folder))) return false;
   const std::lock_guard lock(mutex_);
+  if (isStopped_) return false;
   const auto refusal = refusals_.find(folder);
   return refusal == refusals_.end() || refusal->second < cause.occasion;
 }

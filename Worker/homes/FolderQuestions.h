@@ -39,11 +39,15 @@ class FolderQuestions {
   /// Asks once for each of these. Returns when the person has answered.
   void ask(const Layout& layout, const Browser& browser, const Cause& cause);
 
+  /// No further question is shown. One that is shown stays.
+  void stop();
+
  private:
   bool isToBeAskedFor(const std::string& folder, const Browser& browser, const Cause& cause) const;
   void askFor(const std::string& folder);
 
   mutable std::mutex mutex_;  // guards the rest
+  bool isStopped_ = false;
   Occasion last_ = 0;
   std::map<std::string, Occasion> refusals_;  // by the folder without links: the last occasion that it holds for
 };

@@ -3,6 +3,7 @@
 import contextlib
 import os
 import random
+import select
 import signal
 import sqlite3
 import subprocess
@@ -34,6 +35,28 @@ class ServiceManager(dbus.service.Object):
     def Get(self, interface, name):
         assert (interface, name) == ("org.freedesktop.systemd1.Manager", "SystemState")
         return dbus.String(self.state, variant_level=1)
+
+
+class LoginManager(dbus.service.Object):
+    """The machine's login manager, as far as the worker asks it anything; on the session's bus."""
+
+    def __init__(self, connection):
+        self.asked = []
+        self.held = []  # the other end of each delay
+        self.name = dbus.service.BusName("org.freedesktop.login1", connection)
+        super().__init__(connection, "/org/freedesktop/login1")
+
+    @dbus.service.method("org.freedesktop.login1.Manager", in_signature="ssss", out_signature="h")
+    def Inhibit(self, what, who, why, mode):
+        self.asked.append(tuple(str(word) for word in (what, who, why, mode)))
+        ours, theirs = os.pipe()
+        self.held.append(ours)
+        answer = dbus.types.UnixFd(theirs)
+        os.close(theirs)
+        return answer
+
+    def all_ended(self):
+        return all(select.select([end], [], [], 0)[0] for end in self.held)
 
 
 class Endings(unittest.TestCase):
@@ -136,6 +159,22 @@ class Endings(unittest.TestCase):
         self.assertEqual(self.ends(), 0)
         self.assertTrue(self.is_clean())
         self.assertFalse(self.is_owed())
+        manager.remove_from_connection()
+
+    def test_of_the_machine_is_held_up_only_while_a_run_is_under_way(self):
+        manager = LoginManager(self.desk.connection)
+        self.assertEqual(self.desk.worker.stop(), 0)
+        self.desk.environment["DBUS_SYSTEM_BUS_ADDRESS"] = self.desk.address
+        self.desk.start_worker()
+        browser = self.start_browser()
+        for number in range(20_000):  # so that the run is not over before the manager has answered
+            self.desk.file(f"{DATA}Default/Cache/Cache_Data/{number}")
+        self.assertEqual(manager.asked, [])
+        self.desk.quit_browser(browser)
+        self.desk.wait(lambda: manager.held, what="the delay")
+        self.assertEqual(manager.asked[0], ("shutdown", "Tidewell", "Cleaning a browser that has quit", "delay"))
+        self.desk.wait(self.is_clean)
+        self.desk.wait(manager.all_ended, what="the end of the delay")
         manager.remove_from_connection()
 
     def test_of_the_session_between_the_runs_makes_the_second_one_at_once(self):

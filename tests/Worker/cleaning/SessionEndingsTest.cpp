@@ -74,6 +74,26 @@ TEST_F(SessionEndings, ofTheSessionAskForNoFolder) {
   EXPECT_THAT(panels(), IsEmpty());
 }
 
+TEST_F(SessionEndings, ofTheSessionShowNoFurtherQuestion) {
+  std::erase_if(platform.own(), [](const auto& entry) { return entry.first.starts_with("bd_"); });
+  platform.openPanel.whileShown = [this] { worker->sessionEnds([this] { hasEnded = true; }); };
+  starts();
+  quits();
+  platform.dispatch.runUntilIdle();
+  EXPECT_TRUE(hasEnded);
+  EXPECT_THAT(panels(), ::testing::SizeIs(1));
+}
+
+TEST_F(SessionEndings, ofTheSessionShowNoQuestionOfARequestThatWaited) {
+  std::erase_if(platform.own(), [](const auto& entry) { return entry.first.starts_with("bd_"); });
+  bool isAnswered = false;
+  worker->answerFrom_reply(kChromium, [&](const std::string&) { isAnswered = true; });
+  sessionEnds();
+  EXPECT_TRUE(hasEnded);
+  EXPECT_TRUE(isAnswered);
+  EXPECT_THAT(panels(), IsEmpty());
+}
+
 TEST_F(SessionEndings, ofTheSessionMakeTheSecondRunOnceThoughAnotherBrowserIsWaitedFor) {
   enable({kChromium, "org.mozilla.firefox"});
   starts();

@@ -54,6 +54,22 @@ TEST_F(TurnsOfWork, joinTheOneThatHasNotBegun) {
   EXPECT_THAT(done, ElementsAre("a1"));
 }
 
+TEST_F(TurnsOfWork, areSaidToBeUnderWayFromTheFirstToTheLast) {
+  std::vector<bool> said;
+  turns->setUnderWayHandler([&](bool isUnderWay) { said.push_back(isUnderWay); });
+  ask("a");
+  EXPECT_THAT(said, IsEmpty());
+  runMain();
+  ask("b");
+  runMain();
+  EXPECT_THAT(said, ElementsAre(true));
+  platform.dispatch.runUntilIdle();
+  EXPECT_THAT(said, ElementsAre(true, false));
+  ask("a");
+  platform.dispatch.runUntilIdle();
+  EXPECT_THAT(said, ElementsAre(true, false, true, false));
+}
+
 TEST_F(TurnsOfWork, followOnceHoweverOftenTheyAreAskedForWhileOneIsUnderWay) {
   ask("a", "1");
   runMain();
