@@ -1,7 +1,10 @@
 #include "tests/faults/BusFaultPoints.h"
 
 #include <dlfcn.h>
+#include <sys/socket.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdarg>
 
@@ -14,18 +17,44 @@ struct Armed {
   std::uint64_t count = 0;
   bool isOn = false;
   int pauses = 0;
+  BusFault fault = BusFault::kFails;
 };
 
 thread_local Armed armed;
 
 bool fails(sd_bus* bus) {
-  const bool isMeant = armed.isOn && armed.pauses == 0 && (armed.bus == nullptr || armed.bus == bus);
+  const bool isMeant =
+      armed.isOn && armed.fault == BusFault::kFails && armed.pauses == 0 && (armed.bus == nullptr || armed.bus == bus);
   return isMeant && ++armed.count == armed.number;
 }
 
 bool fails(sd_bus_message* message) {
   return armed.isOn && message != nullptr && fails(sd_bus_message_get_bus(message));
 }
+
+/// Whether the fault happens to a system call for messages of that socket.
+bool happensTo(int socket) {
+  if (!armed.isOn || armed.fault == BusFault::kFails || armed.pauses != 0) return false;
+  const bool isMeant = armed.bus == nullptr || sd_bus_get_fd(armed.bus) == socket;
+  return isMeant && ++armed.count == armed.number;
+}
+
+/// The beginning of what is sent or received.
+class Part {
+ public:
+  explicit Part(const msghdr& whole) : message_(whole) {
+    if (whole.msg_iovlen == 0) return;
+    first_ = whole.msg_iov[0];
+    first_.iov_len = std::max<std::size_t>(1, first_.iov_len / 2);
+    message_.msg_iov = &first_;
+    message_.msg_iovlen = 1;
+  }
+  msghdr* message() { return &message_; }
+
+ private:
+  msghdr message_;
+  iovec first_{};
+};
 
 template <typename Function>
 Function* next(const char* name) {
@@ -34,8 +63,8 @@ Function* next(const char* name) {
 
 }  // namespace
 
-BusFaultPoints::BusFaultPoints(sd_bus* bus, std::uint64_t number) {
-  armed = {bus, number, 0, true, 0};
+BusFaultPoints::BusFaultPoints(sd_bus* bus, std::uint64_t number, BusFault fault) {
+  armed = {bus, number, 0, true, 0, fault};
 }
 
 BusFaultPoints::~BusFaultPoints() {
@@ -58,8 +87,12 @@ BusFaultPoints::Pause::~Pause() {
 
 namespace {
 
+using testing_support::armed;
+using testing_support::BusFault;
 using testing_support::fails;
+using testing_support::happensTo;
 using testing_support::next;
+using testing_support::Part;
 
 }  // namespace
 
@@ -116,3 +149,49 @@ TIDEWELL_BUS_LIST(sd_bus_call_method_async,
                   (sd_bus*, sd_bus_slot**, const char*, const char*, const char*, const char*, sd_bus_message_handler_t,
                    void*, const char*, va_list),
                   (bus, slot, destination, path, interface, member, handler, data, types, rest), types, bus)
+
+TIDEWELL_BUS_CALL(sd_bus_add_object_vtable,
+                  (sd_bus * bus, sd_bus_slot** slot, const char* path, const char* interface,
+                   const sd_bus_vtable* table, void* data),
+                  (bus, slot, path, interface, table, data), bus)
+TIDEWELL_BUS_CALL(sd_bus_message_has_signature, (sd_bus_message * message, const char* types), (message, types),
+                  message)
+TIDEWELL_BUS_CALL(sd_bus_message_new_method_return, (sd_bus_message * call, sd_bus_message** message), (call, message),
+                  call)
+TIDEWELL_BUS_CALL(sd_bus_message_new_signal,
+                  (sd_bus * bus, sd_bus_message** message, const char* path, const char* interface, const char* member),
+                  (bus, message, path, interface, member), bus)
+TIDEWELL_BUS_CALL(sd_bus_call,
+                  (sd_bus * bus, sd_bus_message* message, uint64_t patience, sd_bus_error* error,
+                   sd_bus_message** answer),
+                  (bus, message, patience, error, answer), bus)
+TIDEWELL_BUS_CALL(sd_bus_send, (sd_bus * bus, sd_bus_message* message, uint64_t* cookie), (bus, message, cookie),
+                  bus != nullptr ? bus : sd_bus_message_get_bus(message))
+TIDEWELL_BUS_LIST(sd_bus_reply_method_return, (sd_bus_message * call, const char* types, ...),
+                  "sd_bus_reply_method_returnv", (sd_bus_message*, const char*, va_list), (call, types, rest), types,
+                  call)
+TIDEWELL_BUS_LIST(sd_bus_reply_method_errorf, (sd_bus_message * call, const char* name, const char* format, ...),
+                  "sd_bus_reply_method_errorfv", (sd_bus_message*, const char*, const char*, va_list),
+                  (call, name, format, rest), format, call)
+
+extern "C" ssize_t sendmsg(int socket, const msghdr* message, int flags) {
+  static const auto real = next<ssize_t(int, const msghdr*, int)>("sendmsg");
+  if (!happensTo(socket)) return real(socket, message, flags);
+  if (armed.fault == BusFault::kIsShort) return real(socket, Part(*message).message(), flags);
+  errno = EINTR;
+  return -1;
+}
+
+extern "C" ssize_t recvmsg(int socket, msghdr* message, int flags) {
+  static const auto real = next<ssize_t(int, msghdr*, int)>("recvmsg");
+  if (!happensTo(socket)) return real(socket, message, flags);
+  if (armed.fault == BusFault::kIsInterrupted) {
+    errno = EINTR;
+    return -1;
+  }
+  Part part(*message);
+  const ssize_t received = real(socket, part.message(), flags);
+  message->msg_controllen = part.message()->msg_controllen;
+  message->msg_flags = part.message()->msg_flags;
+  return received;
+}

@@ -5,6 +5,7 @@ import json
 import os
 import pathlib
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -18,6 +19,8 @@ NEXT_PACKAGE = os.environ["TIDEWELL_NEXT_PACKAGE"]
 DEBIAN = os.environ["TIDEWELL_DEBIAN"]
 
 PROFILE = "Library/Application Support/Firefox/Profiles/ann.default/"
+LINUX_PROFILE = ".mozilla/firefox/ann.default/"
+LINUX_CACHE = ".cache/mozilla/firefox/ann.default/cache2/entries/"
 SETTINGS = ".config/tidewell"
 # Paths that change when any package is installed or removed.
 BOOKKEEPING = ("var/log/", "var/cache/", "var/lib/dpkg/", "var/lib/apt/", "etc/ld.so.cache", "tmp/", "run/", "root/",
@@ -152,6 +155,33 @@ class Desk(session.Session):
             for name in folders + files:
                 os.chown(os.path.join(folder, name), self.user, self.user)
 
+    def fill_without_library(self, caches=3):
+        self.file(".mozilla/firefox/profiles.ini", "[Profile0]\nName=ann\nIsRelative=1\nPath=ann.default\n")
+        for name in ("prefs.js", "times.json"):
+            self.file(LINUX_PROFILE + name, "")
+        self.fill_again(caches)
+
+    def fill_again(self, caches=3):
+        """What a visit leaves."""
+        for name in ("cookies.sqlite", "places.sqlite"):
+            self.file(LINUX_PROFILE + name)
+        for number in range(caches):
+            self.file(f"{LINUX_CACHE}{number:08X}")
+        subprocess.run(["chown", "-R", f"{self.user}:{self.user}", self.home], check=True)
+
+    def is_clean(self):
+        return not self.exists(LINUX_PROFILE + "cookies.sqlite") and not self.exists(LINUX_CACHE)
+
+    def upgrade(self):
+        """The next version, and the worker's end and start, as the person's service manager restarts it."""
+        self.machine.install(NEXT_PACKAGE)
+        for worker in self.machine.running():
+            os.kill(worker, signal.SIGTERM)
+        self.wait(lambda: not self.machine.running(), what="the old worker's end")
+        worker = self.popen("tidewell-worker", stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.wait(lambda: self.connection.name_has_owner(session.WORKER_NAME), what="the new worker")
+        return worker
+
     def left(self):
         return sorted(os.listdir(os.path.join(self.home, PROFILE)))
 
@@ -246,6 +276,69 @@ class Package(unittest.TestCase):
         worker.terminate()
         self.assertEqual(worker.wait(20), 0)
         self.assertEqual(desk.tidewell("grants"), before[1])
+
+    def linux_desk(self, caches=3):
+        """A desk on a home without a Library, with Firefox enabled and its folders allowed."""
+        desk = Desk(self.machine, "ann")
+        self.addCleanup(desk.close)
+        desk.fill_without_library(caches)
+        desk.install_browser()
+        desk.panel = session.OpenPanel(desk.connection)
+        desk.tidewell("notifications", "on")
+        desk.tidewell("enable", "firefox", "--yes")
+        desk.fill_again(caches)
+        return desk
+
+    def test_upgrade_while_the_browser_runs_loses_nothing_and_asks_for_nothing(self):
+        desk = self.linux_desk()
+        browser = desk.start_browser()
+        worker = desk.upgrade()
+        self.assertFalse(desk.is_clean())
+        desk.quit_browser(browser)
+        desk.wait(lambda: desk.notifications.posted, what="the notification")
+        self.assertTrue(desk.is_clean())
+        self.assertNotIn("owed", desk.tidewell("status"))
+        self.assertEqual((desk.panel.asked, len(desk.notifications.posted)), ([], 1))
+        worker.terminate()
+        self.assertEqual(worker.wait(20), 0)
+
+    def test_upgrade_while_a_run_is_under_way_is_made_good(self):
+        many = 20_000
+        desk = self.linux_desk(many)
+        desk.tidewell("overwrite", "on")
+        entries = os.path.join(desk.home, LINUX_CACHE)
+        browser = desk.start_browser()
+        desk.quit_browser(browser)
+        desk.wait(lambda: not os.path.exists(entries) or len(os.listdir(entries)) < many, what="the run")
+        worker, = self.machine.running()
+        os.kill(worker, signal.SIGSTOP)  # the run stays where it is while the package is exchanged
+        self.machine.install(NEXT_PACKAGE)
+        self.assertFalse(desk.is_clean())
+        os.kill(worker, signal.SIGTERM)
+        os.kill(worker, signal.SIGCONT)
+        desk.wait(lambda: not self.machine.running(), what="the old worker's end")
+        new = desk.popen("tidewell-worker", stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        desk.wait(lambda: desk.is_clean() and "owed" not in desk.tidewell("status"), what="the cleaning")
+        self.assertEqual(desk.panel.asked, [])
+        new.terminate()
+        self.assertEqual(new.wait(20), 0)
+
+    def test_upgrade_while_a_panel_is_open_asks_again_only_with_the_next_quit(self):
+        desk = self.linux_desk()
+        caches = "/home/ann/.cache/mozilla/firefox"
+        desk.tidewell("grants", "revoke", caches)
+        desk.panel.answer = lambda panel: None  # it stays open
+        desk.quit_browser(desk.start_browser())
+        desk.wait(lambda: desk.panel.asked, what="the panel")
+        worker = desk.upgrade()
+        desk.settle(2)
+        self.assertEqual(desk.panel.asked, [caches])
+        desk.panel.answer = lambda panel: (1, panel["enabled"][0])
+        desk.quit_browser(desk.start_browser())
+        desk.wait(desk.is_clean, what="the cleaning")
+        self.assertEqual(desk.panel.asked, [caches] * 2)
+        worker.terminate()
+        self.assertEqual(worker.wait(20), 0)
 
     def test_removal_leaves_nothing_running(self):
         ann = self.enabled()

@@ -75,7 +75,7 @@ void BusListener::deliver(sd_bus_message* message) {
     return;
   }
   const char* argument = nullptr;
-  if (sd_bus_message_read(message, "s", &argument) < 0) return;
+  if (sd_bus_message_read(message, "s", &argument) < 0) return replyThatNoneCanBeGiven(message);
   if (std::strlen(argument) > kLongestName) return bus_.logRefusal("A request with an argument that is too long");
   if (*pending_ >= kMostPending) {
     bus_.logRefusal("A request beyond those that wait already");
@@ -85,7 +85,9 @@ void BusListener::deliver(sd_bus_message* message) {
   const auto pending = std::make_shared<PendingCall>(bus_.loop(), message, pending_);
   connection.exported().call(argument, [pending](const std::string& text) {
     // A caller that has disconnected meanwhile is no error.
-    pending->answer([text](sd_bus_message* call) { sd_bus_reply_method_return(call, "s", text.c_str()); });
+    pending->answer([text](sd_bus_message* call) {
+      if (sd_bus_reply_method_return(call, "s", text.c_str()) < 0) replyThatNoneCanBeGiven(call);
+    });
   });
 }
 

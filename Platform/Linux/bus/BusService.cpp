@@ -51,10 +51,10 @@ void reply(sd_bus_message* call, const RemoteAnswer& answer) {
     return;
   }
   sd_bus_message* made = nullptr;
-  if (sd_bus_message_new_method_return(call, &made) < 0) return;
+  if (sd_bus_message_new_method_return(call, &made) < 0) return replyThatNoneCanBeGiven(call);
   const BusMessage message(made);
   // A caller that has disconnected meanwhile is no error.
-  if (appendDictionary(made, answer.value)) sd_bus_send(nullptr, made, nullptr);
+  if (!appendDictionary(made, answer.value) || sd_bus_send(nullptr, made, nullptr) < 0) replyThatNoneCanBeGiven(call);
 }
 
 }  // namespace

@@ -13,6 +13,11 @@
 
 namespace platform::linux_ {
 
+/// The error for a caller who would wait in vain, since an answer could not be made.
+inline void replyThatNoneCanBeGiven(sd_bus_message* call) {
+  sd_bus_reply_method_errorf(call, SD_BUS_ERROR_FAILED, "the answer could not be given");
+}
+
 using SharedBusMessage = std::shared_ptr<sd_bus_message>;
 
 class PendingCall : public std::enable_shared_from_this<PendingCall> {
