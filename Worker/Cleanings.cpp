@@ -23,8 +23,6 @@ RemoteAnswer answerTo(WorkerAppDelegate::Refusal refusal) {
       return {{}, kNotEnabledError, "the browser is not enabled"};
     case WorkerAppDelegate::Refusal::kIsRunning:
       return {{}, kIsRunningError, "the browser is running"};
-    case WorkerAppDelegate::Refusal::kNoReports:
-      return {{}, kNoReportsError, "cleanings of this home are not reported"};
   }
   return {};
 }

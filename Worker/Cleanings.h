@@ -18,7 +18,6 @@ inline constexpr char kCleanedSignal[] = "Cleaned";        // (s browser, report
 inline constexpr char kUnknownBrowserError[] = "com.emberlinestudio.Tidewell.Error.UnknownBrowser";
 inline constexpr char kNotEnabledError[] = "com.emberlinestudio.Tidewell.Error.NotEnabled";
 inline constexpr char kIsRunningError[] = "com.emberlinestudio.Tidewell.Error.IsRunning";
-inline constexpr char kNoReportsError[] = "com.emberlinestudio.Tidewell.Error.NoReports";  // a home with a Library
 
 /// A report as other programs get it: as it is stored, with its sums: "done" (a boolean), "items" and "bytes".
 platform::Value::Dictionary publicFormOf(const Report& report);

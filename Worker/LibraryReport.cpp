@@ -47,8 +47,8 @@ StoreReport storeOfOperations(const std::string& path) {
   return {std::move(folder), std::move(name), group, {}};
 }
 
-std::shared_ptr<LibraryReport> LibraryReport::create(const std::string& browser, Cause cause) {
-  return std::shared_ptr<LibraryReport>(new LibraryReport(browser, cause));
+std::shared_ptr<LibraryReport> LibraryReport::create(const std::string& browser, Cause cause, RunEnded runEnded) {
+  return std::shared_ptr<LibraryReport>(new LibraryReport(browser, cause, std::move(runEnded)));
 }
 
 std::shared_ptr<LibraryReport::Run> LibraryReport::beginRun() {
@@ -57,13 +57,17 @@ std::shared_ptr<LibraryReport::Run> LibraryReport::beginRun() {
 }
 
 void LibraryReport::ended(std::size_t number, Report report) {
-  const std::lock_guard lock(mutex_);
   report.browser = browser_;
   report.cause = cause_;
-  ended_.at(number) = std::move(report);
-  if (++endedCount_ < kRuns) return;
-  ended_.front().add(ended_.back());
-  History::add(ended_.front());
+  const std::lock_guard lock(mutex_);
+  const bool isLast = ++endedCount_ == kRuns;
+  ended_.at(number) = report;
+  if (isLast) {
+    report = ended_.front();
+    report.add(ended_.back());
+    History::add(report);
+  }
+  if (runEnded_) runEnded_(report, isLast);
 }
 
 LibraryReport::Run::Run(std::shared_ptr<LibraryReport> whole, std::size_t number)

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -19,7 +20,10 @@ class LibraryReport : public std::enable_shared_from_this<LibraryReport> {
  public:
   class Run;
 
-  static std::shared_ptr<LibraryReport> create(const std::string& browser, Cause cause);
+  /// Called when all of a run has been done, with what was done so far, and whether it was the last.
+  using RunEnded = std::function<void(const Report& report, bool isLast)>;
+
+  static std::shared_ptr<LibraryReport> create(const std::string& browser, Cause cause, RunEnded runEnded = nullptr);
 
   /// The recorder of the next run, of which something is under way until done() is called.
   std::shared_ptr<Run> beginRun();
@@ -27,11 +31,13 @@ class LibraryReport : public std::enable_shared_from_this<LibraryReport> {
  private:
   static constexpr std::size_t kRuns = 2;
 
-  LibraryReport(std::string browser, Cause cause) : browser_(std::move(browser)), cause_(cause) {}
+  LibraryReport(std::string browser, Cause cause, RunEnded runEnded)
+      : browser_(std::move(browser)), cause_(cause), runEnded_(std::move(runEnded)) {}
   void ended(std::size_t number, Report report);
 
   const std::string browser_;
   const Cause cause_;
+  const RunEnded runEnded_;
   std::mutex mutex_;  // guards the rest
   std::size_t begun_ = 0;
   std::vector<Report> ended_ = std::vector<Report>(kRuns);

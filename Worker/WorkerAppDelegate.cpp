@@ -142,8 +142,18 @@ void WorkerAppDelegate::appTerminated(const platform::ApplicationNotification& n
     OwedCleanings::noteUnlessNoted(*browser);
     return joinedRuns_->quit(*browser, cause, ifRunning);
   }
-  // Both runs do the full work: the second removes what the browser wrote while it was quitting.
-  const auto report = LibraryReport::create(std::string(browser->bundleIdentifier), cause);
+  cleanTwice(*browser, cause, ifRunning);
+}
+
+/// Both runs do the full work: the second removes what the browser wrote while it was quitting.
+void WorkerAppDelegate::cleanTwice(const Browser& browser, Cause cause, IfRunning ifRunning, JoinedRuns::Done done) {
+  const std::string browserName(browser.name);
+  const auto runEnded = [self = shared_from_this(), &browser, done = std::move(done)](const Report& soFar,
+                                                                                      bool isLast) {
+    if (self->runsHandler_) self->runsHandler_(browser, soFar, isLast);
+    if (isLast && done) done(soFar);
+  };
+  const auto report = LibraryReport::create(std::string(browser.bundleIdentifier), cause, runEnded);
   clearData_andNotify(browserName, false, ifRunning, report);
   platform::Dispatch& dispatch = Platform::current().dispatch;
   dispatch.after(kSecondRunDelay, dispatch.globalHighPriorityQueue(),
@@ -154,15 +164,18 @@ void WorkerAppDelegate::appTerminated(const platform::ApplicationNotification& n
 
 std::optional<WorkerAppDelegate::Refusal> WorkerAppDelegate::cleanNow(const std::string& bundleIdentifier,
                                                                       IfRunning ifRunning, JoinedRuns::Done done) {
-  if (!joinsRuns()) return Refusal::kNoReports;
   const Browser* browser = browserWithIdentifier(bundleIdentifier);
   if (browser == nullptr || !Home::current().layout->knows(*browser)) return Refusal::kUnknownBrowser;
   if (!isEnabled(*browser)) return Refusal::kNotEnabled;
   if (ifRunning == IfRunning::kIsSpared && Platform::current().workspace.isRunning(bundleIdentifier)) {
     return Refusal::kIsRunning;
   }
-  OwedCleanings::noteUnlessNoted(*browser);
-  joinedRuns_->quit(*browser, Cause::kAnnounced, ifRunning, std::move(done));
+  if (joinsRuns()) {
+    OwedCleanings::noteUnlessNoted(*browser);
+    joinedRuns_->quit(*browser, Cause::kAnnounced, ifRunning, std::move(done));
+  } else {
+    cleanTwice(*browser, Cause::kAnnounced, ifRunning, std::move(done));
+  }
   return std::nullopt;
 }
 

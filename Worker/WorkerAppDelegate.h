@@ -67,7 +67,7 @@ class WorkerAppDelegate : public Agent,
   void clearData_andNotify(const std::string& browserName, bool notify, IfRunning ifRunning = IfRunning::kIsSpared,
                            std::shared_ptr<LibraryReport> report = nullptr);
 
-  /// Who hears of runs that have ended, on a home without a Library. `isLast`: no other follows for the same quit.
+  /// Who hears of runs that have ended. `isLast`: no other follows for the same quit.
   using RunsHandler = std::function<void(const Browser& browser, const Report& report, bool isLast)>;
   void setRunsHandler(RunsHandler handler) { runsHandler_ = std::move(handler); }
 
@@ -76,10 +76,9 @@ class WorkerAppDelegate : public Agent,
     joinedRuns_->setUnderWayHandler(std::move(handler));
   }
 
-  enum class Refusal { kUnknownBrowser, kNotEnabled, kIsRunning, kNoReports };
+  enum class Refusal { kUnknownBrowser, kNotEnabled, kIsRunning };
   /// Cleans a browser as if it had quit, if it runs only with IfRunning::kIsCleaned; `done` is called on a background
-  /// thread when the last run is over. Returns why it does not: kNoReports on a home with a Library, whose runs end
-  /// without telling.
+  /// thread when the last run is over. Returns why it does not.
   std::optional<Refusal> cleanNow(const std::string& bundleIdentifier, IfRunning ifRunning, JoinedRuns::Done done);
 
   // Endings, on a home without a Library. What is enabled and was seen to run is owed a cleaning until that has been
@@ -175,6 +174,7 @@ class WorkerAppDelegate : public Agent,
   void endSessionWhenDone();
 
   // On a home with a Library.
+  void cleanTwice(const Browser& browser, Cause cause, IfRunning ifRunning, JoinedRuns::Done done = nullptr);
   void cleanWithReport(const std::string& browserName, IfRunning ifRunning, LibraryReport& report);
   static void obtainGrantsInLibrary(const Browser& browser);
   static bool isOfChromeFamily(const std::string& browserName);

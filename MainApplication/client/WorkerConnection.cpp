@@ -194,8 +194,8 @@ WorkerConnection::Cleaned WorkerConnection::clean(const std::string& bundleIdent
   const BusMessage reply = replyTo(call, [] { return false; });
   if (!reply) return {};
   if (const sd_bus_error* error = sd_bus_message_get_error(reply.get())) {
-    const bool isUnknown = sd_bus_error_has_names(error, SD_BUS_ERROR_UNKNOWN_METHOD, SD_BUS_ERROR_UNKNOWN_INTERFACE,
-                                                  kNoReportsError) != 0;
+    const bool isUnknown =
+        sd_bus_error_has_names(error, SD_BUS_ERROR_UNKNOWN_METHOD, SD_BUS_ERROR_UNKNOWN_INTERFACE) != 0;
     return {std::nullopt, error->name, isUnknown};
   }
   const auto form = platform::linux_::readDictionary(reply.get());

@@ -115,12 +115,23 @@ TEST_F(Cleanings, areRefusedForBrowsersThatAreUnknownOrNotEnabledOrRun) {
   EXPECT_FALSE(platform.home.exists(kCookies));
 }
 
-TEST_F(Cleanings, areRefusedOnAHomeWithALibrary) {
-  platform.home.folder("Library/Application Support");
+TEST_F(Cleanings, onAHomeWithALibraryAreAnsweredAndAnnouncedToo) {
+  const std::string data = "Library/Application Support/Chromium/";
+  platform.home.file(data + "Local State", R"({"profile": {"info_cache": {"Default": {"name": "Ann"}}}})");
+  platform.home.file(data + "Default/Cookies");
+  platform.grant(platform.home.path("Library/Application Support"));
+  platform.grant(platform.home.path("Library/Caches"));
+  platform.openPanel.agreesToAll = true;
   clean(kChromium);
+  EXPECT_FALSE(platform.home.exists(data + "Default/Cookies"));
+  EXPECT_THAT(answers, IsEmpty());
+  platform.dispatch.advance(60s);
   ASSERT_THAT(answers, SizeIs(1));
-  EXPECT_EQ(answers[0].errorName, tidewell::kNoReportsError);
-  EXPECT_TRUE(platform.home.exists(kCookies));
+  EXPECT_EQ(answers[0].errorName, "");
+  EXPECT_EQ(entry("cause"), "announced");
+  const Value runs = entry("runs");
+  EXPECT_THAT(*runs.as<Value::Array>(), SizeIs(2));
+  EXPECT_THAT(signals.names, ElementsAre("RunEnded", "Cleaned"));
 }
 
 TEST_F(Cleanings, areAnnouncedAfterEachRun) {

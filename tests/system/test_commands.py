@@ -62,8 +62,8 @@ class Commands(unittest.TestCase):
         self.assertEqual(firefox["data"], self.desk.home + "/" + SUPPORT + "Firefox/Profiles/")
         self.assertTrue(self.state()["workerRunning"])
         self.desk.file(FLASH + "/a")
-        self.succeed("quit-of", "Firefox")
-        self.desk.wait(lambda: not self.desk.exists(FLASH), session.FIRST_RUN)
+        self.assertIn("on demand", self.succeed("quit-of", "Firefox"))
+        self.assertFalse(self.desk.exists(FLASH))
         self.succeed("disable", "org.mozilla.firefox")
         self.assertFalse(self.browser("Firefox")["enabled"])
         self.assertEqual(self.tidewell("quit-of", "firefox")[0], 1)
@@ -78,13 +78,13 @@ class Commands(unittest.TestCase):
         self.assertIn("Firefox is running", errors)
         self.assertIn("Firefox is running", self.answered(["n"], "quit-of", "firefox"))
         self.assertTrue(self.desk.exists(FLASH))
-        self.answered(["y"], "quit-of", "firefox")
+        self.answered(["y"], "quit-of", "--no-wait", "firefox")
         self.desk.wait(lambda: not self.desk.exists(FLASH), session.FIRST_RUN)
         self.desk.file(FLASH + "/a")
-        self.succeed("quit-of", "--force", "firefox")
+        self.succeed("quit-of", "--no-wait", "--force", "firefox")
         self.desk.wait(lambda: not self.desk.exists(FLASH), session.FIRST_RUN)
         self.desk.quit_browser(browser)
-        self.succeed("quit-of", "firefox")
+        self.succeed("quit-of", "--no-wait", "firefox")
 
     def answered(self, answers, *words, typed_ahead=""):
         """Runs the command in a terminal, and gives the answers to its questions, the last to all that follow; returns
