@@ -38,8 +38,9 @@ constexpr Store kProfile[] = {
      "sites that a visit was led through"},
     {kCurrent, kCookies, "Preferences", cleanPreferences, "permissions, client hints and zoom by site"},
 
-    {kCurrent, kCookies, "Device Bound Sessions", removeDatabase, "keys by which servers know this machine again"},
-    {kCurrent, kCookies, "Network/Device Bound Sessions", removeDatabase,
+    {kCurrent, kCookies, "Device Bound Sessions", sparing<removeDatabase, removeOtherBoundSessions>,
+     "keys by which servers know this machine again"},
+    {kCurrent, kCookies, "Network/Device Bound Sessions", sparing<removeDatabase, removeOtherBoundSessions>,
      "the same keys, where newer versions keep them"},
     {kCurrent, kCookies, "Sessions", cleanTabFiles, "what pages have stored with the open tabs"},
     {kCurrent, kCookies, "Sessions_Encrypted", removeEncryptedTabFiles, "the same, encrypted"},
