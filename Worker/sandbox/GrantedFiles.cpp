@@ -165,13 +165,14 @@ Outcome GrantedFiles::changeDatabase(const std::vector<std::string>& statements,
 LevelDatabase::Outcome GrantedFiles::keepInLevelDatabase(const std::string& folder,
                                                          const LevelDatabase::Selection& isKept,
                                                          const std::function<bool(std::string_view bytes)>& isPrecious,
-                                                         Outcome& outcome) {
+                                                         Outcome& outcome,
+                                                         const std::vector<std::string>& othersFolders) {
   const Overwriting overwriting = wantedOverwriting();
   const auto remove = [&](const std::string& item) { outcome += eraseInsideGrant(item, overwriting); };
   const auto kept = underGrant<std::optional<LevelDatabase::Outcome>>(
       folder, std::nullopt, [&](const std::string& fullPath) -> std::optional<LevelDatabase::Outcome> {
         const std::lock_guard turn(turnOf(fullPath));
-        const auto database = LevelDatabase::keepOnly(fullPath, isKept, isPrecious, remove);
+        const auto database = LevelDatabase::keepOnly(fullPath, isKept, isPrecious, remove, othersFolders);
         if (database == LevelDatabase::Outcome::kLeft) outcome += {reasonForLeaving(fullPath)};
         return database;
       });

@@ -93,7 +93,8 @@ class GrantedFiles {
   /// LevelDatabase::keepOnly() on the database in a folder; adds to the outcome.
   static LevelDatabase::Outcome keepInLevelDatabase(const std::string& folder, const LevelDatabase::Selection& isKept,
                                                     const std::function<bool(std::string_view bytes)>& isPrecious,
-                                                    Outcome& outcome);
+                                                    Outcome& outcome,
+                                                    const std::vector<std::string>& othersFolders = {});
 };
 
 }  // namespace tidewell

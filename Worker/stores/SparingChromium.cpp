@@ -70,6 +70,15 @@ Outcome removeOtherChromeCookies(const std::string& path, const KeptSites& sites
   return keepOnlyRows(path, {{"cookies", {"host_key", "top_frame_site_key"}, isKept}});
 }
 
+Outcome removeOtherBoundSessions(const std::string& path, const KeptSites& sites) {
+  // Without its keys a site would end the session of cookies that stay. The key of a row is a site: "https://a.test".
+  const auto isKept = [&sites](Values values) {
+    const auto host = hostOfAddress(values[0]);
+    return host && sites.keepsSite(*host);
+  };
+  return keepOnlyRows(path, {{"dbsc_session_tbl", {"key"}, isKept}});
+}
+
 Outcome removeOtherChromeBounces(const std::string& path, const KeptSites& sites) {
   return keepOnlyRows(path, {{"bounces", {"site"}, [&sites](Values values) { return sites.keepsSite(values[0]); }},
                              {"popups", {"opener_site", "popup_site"}, [&sites](Values values) {

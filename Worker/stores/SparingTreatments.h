@@ -18,8 +18,10 @@ Outcome sparing(const std::string& path, const Kept& kept) {
   return kept.sites.isEmpty() ? ofAll(path) : ofOthers(path, kept.sites);
 }
 
-/// Chromium's databases of cookies, and of the sites that a visit was led through.
+/// Chromium's databases of cookies, of the keys that cookies are bound to, and of the sites that a visit was led
+/// through.
 Outcome removeOtherChromeCookies(const std::string& path, const KeptSites& sites);
+Outcome removeOtherBoundSessions(const std::string& path, const KeptSites& sites);
 Outcome removeOtherChromeBounces(const std::string& path, const KeptSites& sites);
 
 /// Chromium's folders with an item for each site, also those of earlier versions.

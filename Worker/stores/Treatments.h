@@ -60,6 +60,11 @@ Outcome cleanClosedTabs(const std::string& path);
 /// readable form as well.
 Outcome removeEncryptedTabFiles(const std::string& path);
 
+/// Removes what sites have registered for push messages, and the keys of these messages. Those of extensions and of the
+/// browser itself stay.
+Outcome cleanPushRegistrations(const std::string& path);
+Outcome cleanPushKeys(const std::string& path);
+
 /// Chromium's databases in which some tables are emptied.
 Outcome cleanPredictions(const std::string& path);
 Outcome cleanPaymentManifests(const std::string& path);

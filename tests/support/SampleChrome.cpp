@@ -50,10 +50,13 @@ void writeCookies(const SampleWriter& writer, const std::string& profile) {
   writer.files(kSiteInCurrentStore, profile,
                withCompanions({"Trust Tokens", "MediaDeviceSalts", "DIPS", "SharedStorage", "InterestGroups",
                                "PrivateAggregation", "Conversions", "Reporting and NEL", "AggregationService",
-                               "Device Bound Sessions", "CdmStorage.db", "declarative_performance_observer.db",
+                               "Device Bound Sessions", "Network/Trust Tokens", "Network/Reporting and NEL",
+                               "Network/Device Bound Sessions", "CdmStorage.db", "declarative_performance_observer.db",
                                "heavy_ad_intervention_opt_out.db"}));
   writer.files(kSiteInCurrentStore, profile,
-               {"SCT Auditing Pending Reports", "WebRTC Logs/1.gz", "webrtc_event_logs/1.log",
+               {"Network/Network Persistent State", "Network/TransportSecurity", "Network/SCT Auditing Pending Reports",
+                "chrome_cart_db/CURRENT", "discounts_db/CURRENT", "discount_infos_db/CURRENT", "coupon_db/CURRENT",
+                "SCT Auditing Pending Reports", "WebRTC Logs/1.gz", "webrtc_event_logs/1.log",
                 "optimization_guide_hint_cache_store/CURRENT"});
   writer.file(
       kPerson, profile + "Preferences",
@@ -176,6 +179,28 @@ void writeTablesOfSites(const SampleWriter& writer, const std::string& profile) 
                                                  "');"));
 }
 
+void writePush(const SampleWriter& writer, const std::string& profile) {
+  const std::string kOfSite = "wp:" + kSiteOrigin + "/#0A3F0C4E-2B6D-4C7A-8E1F-7B9A5D3C1E2F";
+  const std::string kOfBrowser = "com.google.chrome.fcm.invalidations";
+  LevelEntries entries = {{"device_aid_key", "5071"},
+                          {"last_checkin_time", "133"},
+                          {"reg1-" + std::string(kSampleExtension), "abc:APA91bwp:x"},
+                          {"reg1-iid-" + kOfBrowser + ",8181,GCM", "def:APA91b"},
+                          {"iid1-" + std::string(kSampleExtension), "cde,133"},
+                          {"incoming1-0:133%a", "0:133%a|134"}};
+  LevelEntries keys = {{kSampleExtension, "key"}};
+  if (writer.has(kSiteInCurrentStore)) {
+    entries.insert({{"reg1-" + kOfSite, "abc:APA91b"},
+                    {"reg1-iid-" + kOfSite + "-V2,8181,GCM", "abc:APA91b"},
+                    {"iid1-" + kOfSite + "-V2", "fgh,133"},
+                    {"incoming1-0:133%b", kOfSite},
+                    {"outgoing1-" + kOfSite, "message"}});
+    keys.insert({{kOfSite, "key of " + kSiteOrigin}, {kOfSite + "-V2,8181", "another"}});
+  }
+  writer.level(kPerson, profile + "GCM Store", entries);
+  writer.level(kPerson, profile + "GCM Store/Encryption", keys);
+}
+
 void writeCaches(const SampleWriter& writer, const std::string& profile, const std::string& caches) {
   writer.files(caches == profile ? kSiteInCurrentStore : kSite, caches,
                {"Cache/Cache_Data/data_0", "Code Cache/js/index", "Media Cache/index"});
@@ -190,8 +215,11 @@ void writePersonsFiles(const SampleWriter& writer, const std::string& profile) {
                {"Bookmarks", "Bookmarks.bak", "Login Data", "Login Data For Account", "Favicons", "Favicons-journal",
                 "Top Sites", "Shortcuts", "Visited Links", "Secure Preferences", "README",
                 "Extensions/" + std::string(kSampleExtension) + "/1.0/manifest.json", "Cookies.txt"});
+  writer.files(kPerson, profile, withCompanions({"Extension Cookies"}));
+  writer.level(kPerson, profile + "Sync Data/LevelDB", {{"sessions-dt-1", "what is synchronized"}});
   writer.databaseWithLog(kPerson, profile + "History");
-  for (const char* store : {"Local Extension Settings", "Sync Extension Settings", "Managed Extension Settings"}) {
+  for (const char* store : {"Local Extension Settings", "Sync Extension Settings", "Managed Extension Settings",
+                            "Local App Settings", "Sync App Settings"}) {
     writer.level(kPerson, profile + store + "/" + kSampleExtension, {{"k", "an extension's"}});
   }
   for (const char* store : {"Extension State", "Extension Rules", "Extension Scripts"}) {
@@ -209,6 +237,7 @@ void writeChromeProfile(const SampleWriter& writer, const std::string& profile, 
   writeSiteStorage(writer, profile);
   writeTabs(writer, profile);
   writeTablesOfSites(writer, profile);
+  writePush(writer, profile);
   writeCaches(writer, profile, caches);
   writePersonsFiles(writer, profile);
 }

@@ -60,7 +60,7 @@ struct Held {
   LevelFolder files;
 };
 
-LevelFolder::State hold(const std::string& folder, Held& held) {
+LevelFolder::State hold(const std::string& folder, Held& held, const std::vector<std::string>& othersFolders = {}) {
   std::optional<std::string> lockPath;
   const LevelFolder::State state = LevelFolder::findLock(folder, lockPath);
   if (state != LevelFolder::State::kDatabase) return state;
@@ -69,7 +69,7 @@ LevelFolder::State hold(const std::string& folder, Held& held) {
     if (!lock) return LevelFolder::State::kStrange;
     held.lock = std::move(*lock);
   }
-  return LevelFolder::lookAt(folder, held.files);
+  return LevelFolder::lookAt(folder, held.files, othersFolders);
 }
 
 /// Whether a database that had no lock file has been opened since it was examined: that makes one.
@@ -157,9 +157,9 @@ bool writeKept(LevelSource& source, const Survey& survey, LevelWriter& writer) {
   return isFine && condition == LevelCondition::kSound && index == survey.isKept.size() && !writer.finish();
 }
 
-/// For file systems that can't exchange two folders: writes the fresh files beside the old ones, under other numbers.
-/// If the system stops while neither is the database, the next call finds the entries of both, which agree, and
-/// completes the work.
+/// For file systems that can't exchange two folders, and for a folder that holds others: writes the fresh files beside
+/// the old ones, under other numbers. If the system stops while neither is the database, the next call finds the
+/// entries of both, which agree, and completes the work.
 Outcome rewriteInPlace(const Held& held, LevelSource& source, const Survey& survey, const Removal& remove) {
   platform::FileManager& files = Platform::current().fileManagerOnOneMount;
   const LevelFolder& folder = held.files;
@@ -183,6 +183,7 @@ Outcome rewriteInPlace(const Held& held, LevelSource& source, const Survey& surv
 }
 
 Outcome rewrite(Held held, LevelSource& source, const Survey& survey, const Removal& remove) {
+  if (held.files.hasOthersFolders) return rewriteInPlace(held, source, survey, remove);
   platform::FileManager& files = Platform::current().fileManagerOnOneMount;
   const std::string aside = held.files.path + kAsideSuffix;
   if (files.createFolder(aside)) return Outcome::kLeft;
@@ -201,21 +202,28 @@ Outcome rewrite(Held held, LevelSource& source, const Survey& survey, const Remo
 
 Outcome removeDatabase(Held held, const Removal& remove) {
   if (isOpenedSince(held)) return Outcome::kLeft;
-  removeAll(held.files.path, remove, std::move(held.lock));
+  if (!held.files.hasOthersFolders) {
+    removeAll(held.files.path, remove, std::move(held.lock));
+    return Outcome::kRemoved;
+  }
+  for (const LevelFile& file : held.files.files()) remove(file.path);
+  if (held.files.lost) remove(*held.files.lost);
+  held.lock.reset();
+  if (held.files.lock) remove(*held.files.lock);
   return Outcome::kRemoved;
 }
 
 }  // namespace
 
 Outcome LevelDatabase::keepOnly(const std::string& path, const Selection& isKept, const Search& isPrecious,
-                                const Removal& remove) {
+                                const Removal& remove, const std::vector<std::string>& othersFolders) {
   const std::string folder = withoutSlash(path);
   const Claim claim(folder);
   if (!claim.isHeld()) return Outcome::kLeft;
   removeLeftover(folder + kAsideSuffix, remove);
 
   Held held;
-  const LevelFolder::State state = hold(folder, held);
+  const LevelFolder::State state = hold(folder, held, othersFolders);
   if (state == LevelFolder::State::kStrange) return Outcome::kLeft;
   if (state == LevelFolder::State::kAbsent) return Outcome::kAbsent;
 
@@ -230,7 +238,7 @@ Outcome LevelDatabase::keepOnly(const std::string& path, const Selection& isKept
   if (isTooLarge || everything.hasLoss()) {
     return levelFolderHolds(files, isPrecious) ? Outcome::kLeft : removeDatabase(std::move(held), remove);
   }
-  if (!survey.keepsAny) return removeDatabase(std::move(held), remove);
+  if (!survey.keepsAny && !files.hasOthersFolders) return removeDatabase(std::move(held), remove);
   if (survey.keepsAll && !isDamaged && source.isTidy()) return Outcome::kRewritten;
   return rewrite(std::move(held), isDamaged ? everything : source, survey, remove);
 }

@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tidewell {
 
@@ -49,8 +50,12 @@ class LevelDatabase {
   /// A damaged database is repaired first: all tables and logs in the folder count, whatever the manifest says. If a
   /// part can't be read, or if memory would not do, the database is removed whole, but left when `isPrecious` returns
   /// true for anything in it that can still be read (LevelSearch.h).
+  ///
+  /// Folders in `folder` named in `othersFolders` are not the database's, and are not touched. While there is one, the
+  /// fresh files are written beside the old ones, as where folders can't be exchanged, and the folder itself stays.
   static Outcome keepOnly(const std::string& folder, const Selection& isKept,
-                          const std::function<bool(std::string_view bytes)>& isPrecious, const Removal& remove);
+                          const std::function<bool(std::string_view bytes)>& isPrecious, const Removal& remove,
+                          const std::vector<std::string>& othersFolders = {});
 
   /// All entries, read without changing anything. Absent when there is no database, when it is locked by another
   /// process and when it can't be read.

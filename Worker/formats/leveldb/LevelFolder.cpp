@@ -120,13 +120,21 @@ State LevelFolder::findLock(const std::string& path, std::optional<std::string>&
   return State::kDatabase;
 }
 
-State LevelFolder::lookAt(const std::string& path, LevelFolder& folder) {
+State LevelFolder::lookAt(const std::string& path, LevelFolder& folder, const std::vector<std::string>& othersFolders) {
   const auto names = Platform::current().fileManagerOnOneMount.contentsOfDirectory(path);
   if (!names) return isAbsence(names.error()) ? State::kAbsent : State::kStrange;
   folder = {};
   folder.path = path;
   bool isStrange = false;
-  for (const std::string& name : *names) isStrange = !sortInItem(folder, name) || isStrange;
+  for (const std::string& name : *names) {
+    const bool mayBeOthers = std::find(othersFolders.begin(), othersFolders.end(), name) != othersFolders.end();
+    const auto item = mayBeOthers ? itemAt(platform::appendingPathComponent(path, name)) : Item();
+    if (item && item->type == platform::kFileTypeDirectory) {
+      folder.hasOthersFolders = true;
+    } else {
+      isStrange = !sortInItem(folder, name) || isStrange;
+    }
+  }
   if (isStrange) return State::kStrange;
   const bool isDatabase = folder.current || !folder.manifests.empty() || !folder.logs.empty() || !folder.tables.empty();
   return isDatabase ? State::kDatabase : State::kAbsent;

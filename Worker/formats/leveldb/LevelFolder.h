@@ -35,10 +35,12 @@ struct LevelFolder {
   std::map<std::uint64_t, LevelFile> manifests, logs, tables;  // by their numbers
   std::vector<LevelFile> others;    // messages, temporary files; what a repair by LevelDB has set aside, in `lost`
   std::optional<std::string> lost;  // the path of that folder
+  bool hasOthersFolders = false;    // there are folders that are not the database's, of the names that are allowed
   std::optional<std::string> lock;  // the path of the file that a process locks while it has the database open
 
-  /// Examines `path`. `folder` is valid only when this returns kDatabase.
-  static State lookAt(const std::string& path, LevelFolder& folder);
+  /// Examines `path`. `folder` is valid only when this returns kDatabase. Folders named in `othersFolders` may be in
+  /// it.
+  static State lookAt(const std::string& path, LevelFolder& folder, const std::vector<std::string>& othersFolders = {});
 
   /// Finds the lock file, if there is one. To be called first: the files are examined while its lock is held.
   static State findLock(const std::string& path, std::optional<std::string>& lock);

@@ -7,6 +7,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using ::testing::UnorderedElementsAre;
 using testing_support::packedSession;
 using testing_support::runStatements;
@@ -113,6 +114,36 @@ TEST_F(KeptCookies, thatAreGoneLeaveNoJournal) {
   platform.home.file(chrome("Cookies-journal"), "other.test");
   clean();
   EXPECT_FALSE(platform.home.exists(chrome("Cookies-journal")));
+}
+
+TEST_F(KeptCookies, keepTheKeysThatTheyAreBoundTo) {
+  for (const char* path : {"Device Bound Sessions", "Network/Device Bound Sessions"}) {
+    runStatements(
+        platform.home.file(chrome(path), ""),
+        "CREATE TABLE dbsc_session_tbl (key TEXT PRIMARY KEY, proto BLOB); CREATE TABLE meta (key TEXT);"
+        "INSERT INTO meta VALUES ('version');"
+        "INSERT INTO dbsc_session_tbl VALUES ('https://kept.test', x'0a'), ('https://below.test', x'0b'),"
+        "  ('https://alone.test:8443', x'0c'), ('https://other.test', x'0d'), ('https://notkept.test', x'0e'),"
+        "  ('null', x'0f');");
+  }
+  clean();
+  for (const char* path : {"Device Bound Sessions", "Network/Device Bound Sessions"}) {
+    EXPECT_THAT(valuesOf(home(chrome(path)), "SELECT key FROM dbsc_session_tbl"),
+                UnorderedElementsAre("https://kept.test", "https://below.test", "https://alone.test:8443"));
+    EXPECT_THAT(valuesOf(home(chrome(path)), "SELECT key FROM meta"), ElementsAre("version"));
+    EXPECT_THAT(platform.home.content(chrome(path)), Not(HasSubstr("other.test")));
+  }
+  EXPECT_THAT(complaints(), IsEmpty());
+}
+
+TEST_F(KeptCookies, areLeftWithTheirKeysWhereTheseCanNotBeTold) {
+  runStatements(
+      platform.home.file(chrome("Device Bound Sessions"), ""),
+      "CREATE TABLE sessions_of_next_year (key TEXT); INSERT INTO sessions_of_next_year VALUES ('kept.test');");
+  clean();
+  EXPECT_THAT(valuesOf(home(chrome("Device Bound Sessions")), "SELECT key FROM sessions_of_next_year"),
+              ElementsAre("kept.test"));
+  EXPECT_THAT(complaints(), Not(IsEmpty()));
 }
 
 TEST_F(KeptCookies, keepWhatTheBrowserNotesOnVisitsLedThroughASite) {

@@ -29,7 +29,7 @@ bool mayBeRewritten(const std::string& path) {
   static const Texts kParts = {
       "/Preferences", "/Local Storage/leveldb/", "/File System/Origins/", "/WebStorage/QuotaManager",
       "/databases/Databases.db", "/Origin Bound Certs", "/Sessions/", "/Current Session", "/Last Session",
-      "/Current Tabs", "/Last Tabs", "/Web Data", "/Network Action Predictor",
+      "/Current Tabs", "/Last Tabs", "/Web Data", "/Network Action Predictor", "/GCM Store/",
       // Firefox's
       "/sessionstore.jsonlz4", "/sessionstore-backups/", "/webappsstore.sqlite", "/storage.sqlite",
       "/ls-archive.sqlite", "/content-prefs.sqlite", "/2918063365piupsah.sqlite", "/permissions.sqlite"};
