@@ -1,0 +1,128 @@
+#include "Platform/Linux/cells/CellDoor.h"
+
+#include <seccomp.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+
+namespace platform::linux_ {
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define TIDEWELL_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define TIDEWELL_SANITIZED 1
+#endif
+#endif
+#ifdef TIDEWELL_SANITIZED
+constexpr bool kIsSanitized = true;
+#else
+constexpr bool kIsSanitized = false;
+#endif
+
+// The largest documents, of 256 MB, take up to five times as much while parts are taken out of them.
+constexpr rlim_t kMostMemory = rlim_t{2} << 30;  // bytes
+constexpr rlim_t kMostSeconds = 30;              // of a processor
+
+void limit(__rlimit_resource resource, rlim_t most) {
+  const rlimit bounds{most, most};
+  ::setrlimit(resource, &bounds);  // lowering is always allowed
+}
+
+void limitAll() {
+  limit(RLIMIT_CORE, 0);
+  limit(RLIMIT_FSIZE, 0);
+  limit(RLIMIT_NOFILE, kCellDescriptor + 1);
+  limit(RLIMIT_NPROC, 0);
+  if (kIsSanitized) return;  // their shadow memory exceeds any limit, and they take their time
+  limit(RLIMIT_AS, kMostMemory);
+  limit(RLIMIT_CPU, kMostSeconds);
+}
+
+/// All rights that a version of Landlock knows, in the form in which the kernel takes them. The system's header may be
+/// older than the kernel.
+struct LandlockRights {
+  std::uint64_t files = 0;
+  std::uint64_t network = 0;
+  std::uint64_t scopes = 0;
+
+  static LandlockRights ofVersion(long version) {
+    constexpr std::array<unsigned, 5> kFileRights{13, 14, 15, 15, 16};  // of the versions 1 to 5
+    const auto known = static_cast<std::size_t>(version) - 1;
+    LandlockRights rights;
+    rights.files = (std::uint64_t{1} << kFileRights[known < kFileRights.size() ? known : kFileRights.size() - 1]) - 1;
+    if (version >= 4) rights.network = 3;  // binding and connecting
+    if (version >= 6) rights.scopes = 3;   // abstract sockets and signals
+    return rights;
+  }
+
+  /// The kernel takes the part that it knows.
+  std::size_t size(long version) const {
+    if (version >= 6) return sizeof *this;
+    return version >= 4 ? offsetof(LandlockRights, scopes) : offsetof(LandlockRights, network);
+  }
+};
+
+bool landlock() {
+  constexpr unsigned kAskVersion = 1;
+  const long version = ::syscall(SYS_landlock_create_ruleset, nullptr, 0, kAskVersion);
+  if (version < 1) return false;
+  const LandlockRights rights = LandlockRights::ofVersion(version);
+  const long rules = ::syscall(SYS_landlock_create_ruleset, &rights, rights.size(version), 0);
+  if (rules < 0) return false;
+  const bool isDone = ::syscall(SYS_landlock_restrict_self, rules, 0) == 0;
+  ::close(static_cast<int>(rules));
+  return isDone;
+}
+
+struct Release {
+  void operator()(scmp_filter_ctx filter) const { ::seccomp_release(filter); }
+};
+
+/// The list. Files can't be opened, descriptors can't be made, and no memory can be made executable. A call that is not
+/// in the list ends the process.
+bool filter() {
+  const std::unique_ptr<void, Release> rules(::seccomp_init(SCMP_ACT_KILL_PROCESS));
+  if (!rules) return false;
+  bool isFine = ::seccomp_attr_set(rules.get(), SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_KILL_PROCESS) == 0;
+  const auto allow = [&](int call, std::initializer_list<scmp_arg_cmp> conditions) {
+    isFine = isFine && ::seccomp_rule_add_array(rules.get(), SCMP_ACT_ALLOW, call,
+                                                static_cast<unsigned>(conditions.size()), conditions.begin()) == 0;
+  };
+  allow(SCMP_SYS(read), {SCMP_A0_32(SCMP_CMP_EQ, kCellDescriptor)});
+  allow(SCMP_SYS(write), {SCMP_A0_32(SCMP_CMP_EQ, kCellDescriptor)});
+  // A sanitizer tells on standard error what it has found.
+  if (kIsSanitized) allow(SCMP_SYS(write), {SCMP_A0_32(SCMP_CMP_EQ, STDERR_FILENO)});
+  allow(SCMP_SYS(mmap),
+        {SCMP_A2_32(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0), SCMP_A3_32(SCMP_CMP_MASKED_EQ, MAP_ANONYMOUS, MAP_ANONYMOUS)});
+  allow(SCMP_SYS(mprotect), {SCMP_A2_32(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)});
+  for (const int call : {SCMP_SYS(munmap), SCMP_SYS(mremap), SCMP_SYS(madvise), SCMP_SYS(brk), SCMP_SYS(futex),
+                         SCMP_SYS(rt_sigreturn), SCMP_SYS(exit), SCMP_SYS(exit_group)}) {
+    allow(call, {});
+  }
+  return isFine && ::seccomp_load(rules.get()) == 0;
+}
+
+}  // namespace
+
+CellDoor CellDoor::close() {
+  ::close_range(kIsSanitized ? STDERR_FILENO + 1 : kCellDescriptor + 1, ~0U, 0);
+  ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
+  ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+  CellDoor door;
+  door.isLandlocked = landlock();
+  limitAll();
+  door.isFiltered = filter();  // the last: it takes the means for all of the above
+  return door;
+}
+
+}  // namespace platform::linux_
