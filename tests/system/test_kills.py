@@ -1,5 +1,5 @@
-"""The worker killed at each of its system calls for files, by number, and started again: clean, and the report tells that
-it took two goes.
+"""The worker killed at each of its system calls for files, and at each for messages of the bus, by number, and started
+again: clean, and the report tells that it took two goes.
 
 With TIDEWELL_FAULT_STRIDE set, every so-manieth call is tried; 1 for all."""
 
@@ -107,11 +107,11 @@ class Kills(unittest.TestCase):
                     os.unlink(path)
             shutil.copytree(os.path.join(self.sample, top), folder, symlinks=True, dirs_exist_ok=True)
 
-    def run_worker(self, kill_at=None):
+    def run_worker(self, kill_at=None, what="TIDEWELL_KILL_AT"):
         """Lets a worker clean what is owed; returns whether it was killed."""
         environment = dict(self.desk.environment)
         if kill_at is not None:
-            environment.update(LD_PRELOAD=os.path.join(PROGRAMS, "libkill_at.so"), TIDEWELL_KILL_AT=str(kill_at))
+            environment.update({"LD_PRELOAD": os.path.join(PROGRAMS, "libkill_at.so"), what: str(kill_at)})
         worker = session.Worker(self.desk.program("tidewell-worker"), environment)
         try:
             self.desk.wait(lambda: worker.process.poll() is not None or not self.is_owed(),
@@ -153,6 +153,27 @@ class Kills(unittest.TestCase):
             number += STRIDE
         print(f"{kills} kills of about {number} calls, {in_two_goes} in two goes", file=sys.stderr)
         self.assertGreater(in_two_goes, kills / 2)
+
+    def test_at_each_message_are_made_good_by_the_next_worker(self):
+        self.desk.defaults("write", session.SHARED, "displayNotifications", "-bool", "YES")
+        notifications = session.NotificationService(self.desk.connection)
+        shutil.rmtree(os.path.join(self.sample, SETTINGS))
+        shutil.copytree(os.path.join(self.desk.home, SETTINGS), os.path.join(self.sample, SETTINGS))
+        self.run_worker()
+        cleaned = self.contents(self.desk.home)
+        kills = 0
+        while True:
+            self.restore()
+            if not self.run_worker(kill_at=kills + 1, what="TIDEWELL_KILL_AT_MESSAGE"):
+                break
+            kills += 1
+            if self.is_owed():
+                self.run_worker()
+            self.assertEqual(self.contents(self.desk.home), cleaned, kills)
+            self.assertTrue(self.reports()[-1]["done"], kills)
+        print(f"{kills} kills at messages", file=sys.stderr)
+        self.assertGreater(kills, 10)
+        notifications.remove_from_connection()
 
     def names(self):
         return set(self.contents(self.desk.home))
