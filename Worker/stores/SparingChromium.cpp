@@ -1,6 +1,5 @@
 // The treatments of Chromium's stores while sites are kept.
 
-#include <algorithm>
 #include <functional>
 #include <set>
 
@@ -11,6 +10,7 @@
 #include "Worker/keeping/StorageKey.h"
 #include "Worker/sandbox/GrantedFiles.h"
 #include "Worker/stores/FolderEntries.h"
+#include "Worker/stores/IndexedStorage.h"
 #include "Worker/stores/SparedRows.h"
 #include "Worker/stores/SparingTreatments.h"
 
@@ -19,8 +19,6 @@ namespace {
 
 using platform::appendingPathComponent;
 using Values = std::span<const std::string_view>;
-
-constexpr std::size_t kLargestOrigin = std::size_t{64} << 10;  // bytes
 
 bool keepsIdentifier(const KeptSites& sites, std::string_view identifier) {
   if (identifier.starts_with(kChromeExtension)) return true;
@@ -37,11 +35,6 @@ bool keepsStorageKey(const KeptSites& sites, std::string_view key) {
 /// What can't be told from a kept site's must stay.
 bool mayBeKept(std::string_view) {
   return true;
-}
-
-bool hasOnly(const std::string& folder, const std::set<std::string_view>& names) {
-  const std::vector<std::string> entries = GrantedFiles::entriesOf(folder);
-  return std::all_of(entries.begin(), entries.end(), [&names](const auto& name) { return names.contains(name); });
 }
 
 /// What a test says of a file's bytes. Absent when they can't be read, or are too many; false for a missing file.
@@ -145,52 +138,26 @@ Outcome cleanOtherCacheStorage(const std::string& path, const KeptSites& sites) 
     const auto key = storageKeyOfCacheStorage(index);
     return key ? std::optional(keepsStorageKey(sites, *key)) : std::nullopt;
   };
-  Outcome unread;
-  Outcome outcome = removeEntriesUnless(path, [&](const std::string& name) {
-    const std::string index = appendingPathComponent(appendingPathComponent(path, name), "index.txt");
-    const auto stays = holds(index, isKept, kLargestCacheStorageIndex);
-    if (!stays) unread = {Left::kNotReadable};
-    return stays.value_or(true);
-  });
-  return outcome += unread;
+  return removeCachesUnless(
+      path, [&isKept](const std::string& index) { return holds(index, isKept, kLargestCacheStorageIndex); });
 }
 
 Outcome cleanOtherFileSystem(const std::string& path, const KeptSites& sites) {
-  static constexpr std::string_view kOrigin = "ORIGIN:";
-  static constexpr std::string_view kOrigins = "Origins";
-  Outcome outcome;
-  if (!GrantedFiles::isDirectory(path)) return outcome;
-  const std::string origins = appendingPathComponent(path, kOrigins);
-  std::set<std::string, std::less<>> kept;
-  const auto isKept = [&](std::string_view key, std::string_view folder) {
-    if (!key.starts_with(kOrigin)) return true;
-    const bool stays = keepsIdentifier(sites, key.substr(kOrigin.size()));
-    if (stays) kept.emplace(folder);
-    return stays;
-  };
-  const auto database = GrantedFiles::keepInLevelDatabase(origins, isKept, mayBeKept, outcome);
-  if (database == LevelDatabase::Outcome::kLeft) return outcome;  // the owners of the folders are unknown
-  const bool isFirstOnly = database != LevelDatabase::Outcome::kAbsent || hasOnly(path, {"primary", "primary.origin"});
-  if (!isFirstOnly) return outcome += Outcome{Left::kNotReadable};
-
-  // The first origin of all is recorded outside the database, and has a folder of its own.
+  const auto isKept = [&sites](std::string_view identifier) { return keepsIdentifier(sites, identifier); };
   const auto isKeptFirst = [&sites](std::string_view bytes) -> std::optional<bool> {
     const auto identifier = PickleReader(bytes).text();
     return identifier ? std::optional(keepsIdentifier(sites, *identifier)) : std::nullopt;
   };
-  const auto first = holds(appendingPathComponent(path, "primary.origin"), isKeptFirst, kLargestOrigin);
-  if (!first) outcome += Outcome{Left::kNotReadable};
-  if (first.value_or(true)) kept.insert({"primary", "primary.origin"});
-  if (kept.empty()) return outcome += GrantedFiles::remove(path);
-  kept.emplace(kOrigins);
-  return outcome += removeEntriesUnless(path, [&kept](const std::string& name) { return kept.contains(name); });
+  const auto firstIsKept = [&](const std::string& file) { return holds(file, isKeptFirst, kLargestOrigin); };
+  return removeFileSystemsUnless(path, {isKept, mayBeKept, firstIsKept, true});
 }
 
 Outcome cleanOtherWebStorage(const std::string& path, const KeptSites& sites) {
   static constexpr char kIndex[] = "QuotaManager";
   if (!GrantedFiles::isDirectory(path)) return {};
   const std::string index = appendingPathComponent(path, kIndex);
-  if (!GrantedFiles::isThere(index)) return hasOnly(path, {}) ? Outcome() : Outcome{Left::kNotReadable};
+  if (!GrantedFiles::isThere(index))
+    return GrantedFiles::entriesOf(path).empty() ? Outcome() : Outcome{Left::kNotReadable};
   Left left = Left::kNothing;
   const auto buckets = GrantedFiles::rowsOf("SELECT id, storage_key FROM buckets;", index, left);
   if (!buckets) return {left};

@@ -1,7 +1,6 @@
 #include "Worker/stores/Treatments.h"
 
 #include <algorithm>
-#include <set>
 #include <string_view>
 #include <vector>
 
@@ -11,6 +10,7 @@
 #include "Worker/formats/SessionStore.h"
 #include "Worker/sandbox/GrantedFiles.h"
 #include "Worker/stores/FolderEntries.h"
+#include "Worker/stores/IndexedStorage.h"
 #include "Worker/stores/SparingTreatments.h"
 
 namespace tidewell::treatments {
@@ -19,8 +19,6 @@ namespace {
 using platform::appendingPathComponent;
 
 constexpr const char* kDatabaseCompanions[] = {"", "-journal", "-wal", "-shm"};
-
-constexpr std::size_t kLargestOrigin = std::size_t{64} << 10;  // bytes
 
 bool mentionsExtension(std::string_view bytes) {
   return bytes.find(kAnyExtension) != std::string_view::npos;
@@ -119,40 +117,17 @@ Outcome cleanCacheStorage(const std::string& path) {
     const auto origin = originOfCacheStorage(index);
     return origin ? origin->starts_with(kExtensionOrigin) : mentionsExtension(index);
   };
-  Outcome unread;
-  Outcome outcome = removeEntriesUnless(path, [&](const std::string& name) {
-    const std::string index = appendingPathComponent(appendingPathComponent(path, name), "index.txt");
-    const auto isKept = GrantedFiles::holds(index, isOfExtension, kLargestCacheStorageIndex);
-    if (!isKept) unread = {Left::kNotReadable};
-    return isKept.value_or(true);
+  return removeCachesUnless(path, [&](const std::string& index) {
+    return GrantedFiles::holds(index, isOfExtension, kLargestCacheStorageIndex);
   });
-  return outcome += unread;
 }
 
 Outcome cleanFileSystem(const std::string& path) {
-  static constexpr std::string_view kOrigin = "ORIGIN:";
-  static constexpr std::string_view kOrigins = "Origins";
-  Outcome outcome;
-  if (!GrantedFiles::isDirectory(path)) return outcome;
-  const std::string origins = appendingPathComponent(path, kOrigins);
-  std::set<std::string, std::less<>> kept;
-  const auto isKept = [&kept](std::string_view key, std::string_view folder) {
-    if (!key.starts_with(kOrigin)) return true;
-    const bool isOfExtension = key.substr(kOrigin.size()).starts_with(kChromeExtension);
-    if (isOfExtension) kept.emplace(folder);
-    return isOfExtension;
+  const auto isOfExtension = [](std::string_view identifier) { return identifier.starts_with(kChromeExtension); };
+  const auto firstIsOfExtension = [](const std::string& file) {
+    return GrantedFiles::holds(file, mentionsExtension, kLargestOrigin).value_or(true);
   };
-  const auto database = GrantedFiles::keepInLevelDatabase(origins, isKept, mentionsExtension, outcome);
-  if (database == LevelDatabase::Outcome::kLeft) return outcome;  // the owners of the folders are unknown
-
-  // The first origin of all is recorded outside the database, and has a folder of its own.
-  const std::string primary = appendingPathComponent(path, "primary.origin");
-  if (GrantedFiles::holds(primary, mentionsExtension, kLargestOrigin).value_or(true)) {
-    kept.insert({"primary", "primary.origin"});
-  }
-  if (kept.empty()) return outcome += GrantedFiles::remove(path);
-  kept.emplace(kOrigins);
-  return outcome += removeEntriesUnless(path, [&kept](const std::string& name) { return kept.contains(name); });
+  return removeFileSystemsUnless(path, {isOfExtension, mentionsExtension, firstIsOfExtension});
 }
 
 Outcome cleanWebStorage(const std::string& path) {

@@ -34,10 +34,21 @@ constexpr mode_t kFileMode = 0600;
 // A small cache: the store is read key by key, and an idle process should hold next to nothing.
 constexpr char kSettings[] =
     "PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL; PRAGMA cache_size = -256; PRAGMA temp_store = MEMORY;";
+// Keys are in an index of their own: beside the values, the search for a key would read all of a large value on its
+// way.
 constexpr char kSchema[] =
     "BEGIN IMMEDIATE;"
-    "CREATE TABLE IF NOT EXISTS defaults (key TEXT NOT NULL PRIMARY KEY, value BLOB NOT NULL) WITHOUT ROWID;"
+    "CREATE TABLE IF NOT EXISTS defaults (key TEXT NOT NULL PRIMARY KEY, value BLOB NOT NULL);"
     "PRAGMA application_id = %d; PRAGMA user_version = %d;"
+    "COMMIT;";
+// Files of version 0.1.0 have no such index.
+constexpr char kHasIndex[] = "SELECT count(*) FROM sqlite_master WHERE type = 'index'";
+constexpr char kMakeIndex[] =
+    "BEGIN IMMEDIATE;"
+    "ALTER TABLE defaults RENAME TO earlier;"
+    "CREATE TABLE defaults (key TEXT NOT NULL PRIMARY KEY, value BLOB NOT NULL);"
+    "INSERT INTO defaults SELECT key, value FROM earlier;"
+    "DROP TABLE earlier;"
     "COMMIT;";
 constexpr char kSelect[] = "SELECT value FROM defaults WHERE key = ?1";
 constexpr char kSelectAll[] = "SELECT key, value FROM defaults";
@@ -274,7 +285,9 @@ int DefaultsFile::prepareSchema() {
   if (*version == kSchemaVersion) {
     const std::optional<int> id = queriedInteger(database_, "PRAGMA application_id", result);
     if (!id) return result;
-    return *id == kApplicationId ? SQLITE_OK : SQLITE_NOTADB;
+    if (*id != kApplicationId) return SQLITE_NOTADB;
+    makeIndex();
+    return SQLITE_OK;
   }
   // An empty file is a new one; any other content is not a settings file of ours.
   const std::optional<int> tables = queriedInteger(database_, "SELECT count(*) FROM sqlite_master", result);
@@ -286,6 +299,17 @@ int DefaultsFile::prepareSchema() {
   result = sqlite3_exec(database_, sql, nullptr, nullptr, nullptr);
   sqlite3_free(sql);
   return result;
+}
+
+/// Brings a file of an earlier version into today's form. Where that fails it serves as it is.
+void DefaultsFile::makeIndex() {
+  int result = SQLITE_OK;
+  if (queriedInteger(database_, kHasIndex, result).value_or(1) != 0) return;
+  sqlite3_busy_timeout(database_, kBriefTimeoutMilliseconds);
+  if (sqlite3_exec(database_, kMakeIndex, nullptr, nullptr, nullptr) != SQLITE_OK) {
+    sqlite3_exec(database_, "ROLLBACK", nullptr, nullptr, nullptr);  // does nothing when nothing has begun
+  }
+  sqlite3_busy_timeout(database_, isHeldUp_ ? kBriefTimeoutMilliseconds : kBusyTimeoutMilliseconds);
 }
 
 /// Whether the last attempt has waited in vain for a lock.

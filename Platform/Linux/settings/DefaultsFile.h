@@ -59,6 +59,7 @@ class DefaultsFile {
   Outcome attemptOnce(Creation creation, const std::function<int()>& work);
   Outcome open(Creation creation);
   int prepareSchema();
+  void makeIndex();
   void setHeldUp(bool isHeldUp);
   bool isStillTheSameFile() const;
   void close();

@@ -233,6 +233,71 @@ TEST_F(SettingsFile, damagedAgainIsSetAsideUnderAnotherName) {
   EXPECT_THAT(setAside(), SizeIs(3));
 }
 
+class SettingsFileOfAnEarlierVersion : public SettingsFile {
+ protected:
+  SettingsFileOfAnEarlierVersion() {
+    settings.suite("suite")->setObject("text", "kept");
+    settings.suite("suite")->setObject(Value::Array(10'000, Value("of many")), "large");
+    settings.suite("suite")->synchronize();
+    run("CREATE TABLE other (key TEXT NOT NULL PRIMARY KEY, value BLOB NOT NULL) WITHOUT ROWID;"
+        "INSERT INTO other SELECT key, value FROM defaults; DROP TABLE defaults;"
+        "ALTER TABLE other RENAME TO defaults;");
+  }
+
+  void run(const std::string& sql) const {
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(folder.path(kFile).c_str(), &database), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(database);
+  }
+  int indexes() const {
+    sqlite3* database = nullptr;
+    sqlite3_stmt* statement = nullptr;
+    sqlite3_open(folder.path(kFile).c_str(), &database);
+    sqlite3_prepare_v2(database, "SELECT count(*) FROM sqlite_master WHERE type = 'index'", -1, &statement, nullptr);
+    const int count = sqlite3_step(statement) == SQLITE_ROW ? sqlite3_column_int(statement, 0) : -1;
+    sqlite3_finalize(statement);
+    sqlite3_close(database);
+    return count;
+  }
+  void expectAllThere(SqliteUserDefaults& defaults) {
+    EXPECT_EQ(defaults.suite("suite")->objectForKey("kept"), Value("text"));
+    EXPECT_EQ(defaults.suite("suite")->objectForKey("large"), Value(Value::Array(10'000, Value("of many"))));
+    EXPECT_THAT(setAside(), IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
+  }
+
+  SqliteUserDefaults fresh{folder.path("tidewell"), "own", log};
+};
+
+TEST_F(SettingsFileOfAnEarlierVersion, getsAnIndexOfItsKeysWhenItIsOpened) {
+  ASSERT_EQ(indexes(), 0);
+  expectAllThere(fresh);
+  EXPECT_EQ(indexes(), 1);
+  fresh.suite("suite")->setObject("other", "kept");
+  EXPECT_EQ(fresh.suite("suite")->objectForKey("kept"), Value("other"));
+}
+
+TEST_F(SettingsFileOfAnEarlierVersion, isStillTheSameForWhoHasItOpen) {
+  EXPECT_EQ(settings.suite("suite")->objectForKey("kept"), Value("text"));
+  expectAllThere(fresh);
+  settings.suite("suite")->setObject("another", "new");
+  EXPECT_EQ(fresh.suite("suite")->objectForKey("new"), Value("another"));
+  expectAllThere(settings);
+}
+
+TEST_F(SettingsFileOfAnEarlierVersion, servesAsItIsWhileSomebodyWrites) {
+  sqlite3* writer = nullptr;
+  ASSERT_EQ(sqlite3_open(folder.path(kFile).c_str(), &writer), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(writer, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+  expectAllThere(fresh);
+  sqlite3_exec(writer, "ROLLBACK", nullptr, nullptr, nullptr);
+  EXPECT_EQ(indexes(), 0);
+  fresh.suite("suite")->setObject("other", "kept");
+  EXPECT_EQ(fresh.suite("suite")->objectForKey("kept"), Value("other"));
+  sqlite3_close(writer);
+}
+
 TEST_F(SettingsFile, ofAnotherProgramIsNotTaken) {
   folder.folder("tidewell");
   sqlite3* database = nullptr;
