@@ -9,6 +9,7 @@
 #include "MainApplication/preview/PreviewSettings.h"
 #include "MainApplication/preview/QueuedDispatch.h"
 #include "MainApplication/preview/TreeSize.h"
+#include "Platform/Linux/cells/LinuxCells.h"
 #include "Platform/Linux/files/LinuxSystem.h"
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
@@ -156,8 +157,9 @@ Preview previewed(const Browser& browser, platform::UserDefaultsDomains& setting
   NoNotifications notifications;
   NoScripts scripts;
   NoQuits quits;
-  platform::Platform platform{texts,  dispatch, files,           files,         log,     panel,
-                              scopes, system,   previewSettings, notifications, scripts, quits};
+  platform::linux_::LinuxCells cells(platform::linux_::LinuxCells::programOfExecutable(), log);
+  platform::Platform platform{texts,  dispatch,        files,         files,   log,   panel, scopes,
+                              system, previewSettings, notifications, scripts, quits, cells};
   platform::Platform* const before = platform::Platform::install(&platform);
 
   Preview preview;

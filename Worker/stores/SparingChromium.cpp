@@ -5,8 +5,8 @@
 #include <set>
 
 #include "Platform/Path.h"
+#include "Worker/cells/InCell.h"
 #include "Worker/formats/CacheStorageIndex.h"
-#include "Worker/formats/Pickle.h"
 #include "Worker/keeping/Host.h"
 #include "Worker/keeping/StorageKey.h"
 #include "Worker/sandbox/GrantedFiles.h"
@@ -141,9 +141,10 @@ Outcome cleanOtherLocalStorage(const std::string& path, const KeptSites& sites) 
 }
 
 Outcome cleanOtherCacheStorage(const std::string& path, const KeptSites& sites) {
-  const auto isKept = [&sites](std::string_view index) -> std::optional<bool> {
-    const auto key = storageKeyOfCacheStorage(index);
-    return key ? std::optional(keepsStorageKey(sites, *key)) : std::nullopt;
+  OwnersInCell owners;
+  const auto isKept = [&](std::string_view index) -> std::optional<bool> {
+    const auto key = owners.storageKeyOfCacheStorage(index);
+    return key && *key ? std::optional(keepsStorageKey(sites, **key)) : std::nullopt;
   };
   Outcome unread;
   Outcome outcome = removeEntriesUnless(path, [&](const std::string& name) {
@@ -174,9 +175,10 @@ Outcome cleanOtherFileSystem(const std::string& path, const KeptSites& sites) {
   if (!isFirstOnly) return outcome += Outcome{Left::kNotReadable};
 
   // The first origin of all is recorded outside the database, and has a folder of its own.
-  const auto isKeptFirst = [&sites](std::string_view bytes) -> std::optional<bool> {
-    const auto identifier = PickleReader(bytes).text();
-    return identifier ? std::optional(keepsIdentifier(sites, *identifier)) : std::nullopt;
+  OwnersInCell owners;
+  const auto isKeptFirst = [&](std::string_view bytes) -> std::optional<bool> {
+    const auto identifier = owners.pickledText(bytes);
+    return identifier && *identifier ? std::optional(keepsIdentifier(sites, **identifier)) : std::nullopt;
   };
   const auto first = holds(appendingPathComponent(path, "primary.origin"), isKeptFirst, kLargestOrigin);
   if (!first) outcome += Outcome{Left::kNotReadable};

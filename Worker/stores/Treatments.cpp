@@ -6,9 +6,8 @@
 #include <vector>
 
 #include "Platform/Path.h"
+#include "Worker/cells/InCell.h"
 #include "Worker/formats/CacheStorageIndex.h"
-#include "Worker/formats/Preferences.h"
-#include "Worker/formats/SessionStore.h"
 #include "Worker/sandbox/GrantedFiles.h"
 #include "Worker/stores/FolderEntries.h"
 #include "Worker/stores/SparingTreatments.h"
@@ -115,11 +114,14 @@ Outcome cleanLocalStorage(const std::string& path) {
 }
 
 Outcome cleanCacheStorage(const std::string& path) {
-  const auto isOfExtension = [](std::string_view index) {
-    const auto origin = originOfCacheStorage(index);
-    return origin ? origin->starts_with(kExtensionOrigin) : mentionsExtension(index);
-  };
+  OwnersInCell owners;
   Outcome unread;
+  const auto isOfExtension = [&](std::string_view index) {
+    const auto origin = owners.originOfCacheStorage(index);
+    if (!origin) unread = {Left::kNotReadable};
+    if (!origin) return true;
+    return *origin ? (*origin)->starts_with(kExtensionOrigin) : mentionsExtension(index);
+  };
   Outcome outcome = removeEntriesUnless(path, [&](const std::string& name) {
     const std::string index = appendingPathComponent(appendingPathComponent(path, name), "index.txt");
     const auto isKept = GrantedFiles::holds(index, isOfExtension, kLargestCacheStorageIndex);
@@ -181,7 +183,7 @@ Outcome cleanWebStorage(const std::string& path) {
 }
 
 Outcome cleanPreferences(const std::string& path, const Kept& kept) {
-  return GrantedFiles::rewrite(path, [&kept](std::string_view text) { return withoutSites(text, kept); });
+  return GrantedFiles::rewrite(path, [&kept](std::string_view text) { return InCell::withoutSites(text, kept); });
 }
 
 Outcome cleanStorageIndex(const std::string& path) {
@@ -200,7 +202,8 @@ Outcome cleanContentPreferences(const std::string& path, const Kept& kept) {
 }
 
 Outcome cleanSessionStore(const std::string& path, const Kept& kept) {
-  return GrantedFiles::rewrite(path, [&kept](std::string_view file) { return withoutSiteData(file, kept.sites); });
+  return GrantedFiles::rewrite(path,
+                               [&kept](std::string_view file) { return InCell::withoutSiteData(file, kept.sites); });
 }
 
 Outcome cleanSessionStores(const std::string& path, const Kept& kept) {
