@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/Bundle.h"
+#include "Platform/Cells.h"
 #include "Platform/Dispatch.h"
 #include "Platform/FileManager.h"
 #include "Platform/Log.h"
@@ -28,6 +29,7 @@ struct Platform {
   UserNotificationCenter& userNotificationCenter;
   UserScripts& userScripts;
   Workspace& workspace;
+  Cells& cells;
 
   /// The platform of this process. The only global of the program, for classes that have only class operations. It must
   /// have been installed.

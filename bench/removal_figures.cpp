@@ -97,8 +97,10 @@ class Facade {
   testing_support::FakeNotificationCenter notificationCenter_{journal_};
   testing_support::FakeUserScripts userScripts_{journal_};
   testing_support::FakeWorkspace workspace_;
-  platform::Platform platform_{bundle_, dispatch_, fileManager_,  fileManager_,        log_,         openPanel_,
-                               scopes_, system_,   userDefaults_, notificationCenter_, userScripts_, workspace_};
+  platform::linux_::LinuxCells cells_{platform::linux_::LinuxCells::programOfExecutable(), log_};
+  platform::Platform platform_{bundle_,      dispatch_,  fileManager_, fileManager_,  log_,
+                               openPanel_,   scopes_,    system_,      userDefaults_, notificationCenter_,
+                               userScripts_, workspace_, cells_};
 };
 
 void print(const char* what, const std::vector<double>& ours, const std::vector<double>& theirs, const char* tool,

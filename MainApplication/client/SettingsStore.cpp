@@ -114,11 +114,11 @@ Home SettingsStore::home() const {
     const std::string place = std::filesystem::weakly_canonical(path, error).string();
     return error ? path : place;
   };
-  const auto contentsOf = [](const std::string& path) {
-    return platform::linux_::contentsOfRegularFile(path, kLargestProfilesIni).value();
+  const auto profilesListedIn = [](const std::string& path) {
+    return listedProfiles(platform::linux_::contentsOfRegularFile(path, kLargestProfilesIni).value().value_or(""));
   };
   return Home::of(*domains_.suite(kSharedSuite), system,
-                  {isFolder, mayBeFolder, mayBeThere, mayBeEmpty, isRegularFile, contentsOf, withoutLinks});
+                  {isFolder, mayBeFolder, mayBeThere, mayBeEmpty, isRegularFile, profilesListedIn, withoutLinks});
 }
 
 std::vector<const Browser*> SettingsStore::knownBrowsers() const {

@@ -9,6 +9,7 @@
 #include "MainApplication/preview/PreviewSettings.h"
 #include "MainApplication/preview/QueuedDispatch.h"
 #include "MainApplication/preview/TreeSize.h"
+#include "Platform/Linux/cells/LinuxCells.h"
 #include "Platform/Linux/files/LinuxSystem.h"
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
@@ -110,12 +111,25 @@ bool isInside(std::string path, const std::set<std::string>& items) {
   return false;
 }
 
+/// What is removed; a folder in which other files are written meanwhile counts as one that is rewritten.
 void appendItems(const PreviewFiles& files, Preview& preview) {
   const std::vector<std::string>& removals = files.removals();
   const std::set<std::string> all(removals.begin(), removals.end());
+  const auto refilled = files.refilledFolders();
+  std::map<std::string, std::uint64_t> freed;  // in refilled folders
   for (const std::string& path : removals) {
     if (isInside(path, all)) continue;  // counted with that one
-    if (const auto size = sizeOfTree(path)) preview.items.push_back({path, size->files, size->bytes});
+    const auto size = sizeOfTree(path);
+    if (!size) continue;
+    const std::string folder = platform::deletingLastPathComponent(path);
+    if (refilled.contains(folder)) {
+      freed[folder] += size->bytes;
+    } else {
+      preview.items.push_back({path, size->files, size->bytes});
+    }
+  }
+  for (const auto& [folder, bytes] : refilled) {
+    preview.rewritings.push_back({folder, freed[folder] - std::min(freed[folder], bytes)});
   }
 }
 
@@ -156,8 +170,9 @@ Preview previewed(const Browser& browser, platform::UserDefaultsDomains& setting
   NoNotifications notifications;
   NoScripts scripts;
   NoQuits quits;
-  platform::Platform platform{texts,  dispatch, files,           files,         log,     panel,
-                              scopes, system,   previewSettings, notifications, scripts, quits};
+  platform::linux_::LinuxCells cells(platform::linux_::LinuxCells::programOfExecutable(), log);
+  platform::Platform platform{texts,  dispatch,        files,         files,   log,   panel, scopes,
+                              system, previewSettings, notifications, scripts, quits, cells};
   platform::Platform* const before = platform::Platform::install(&platform);
 
   Preview preview;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Platform/Path.h"
+#include "Worker/Identity.h"
 
 namespace tidewell {
 namespace {
@@ -28,6 +29,15 @@ PreviewFiles::PreviewFiles(platform::linux_::SecurityScopes& scopes, std::string
 bool PreviewFiles::isMade(const std::string& path) const {
   return std::any_of(made_.begin(), made_.end(),
                      [&path](const auto& made) { return platform::isPathInside(path, made.first); });
+}
+
+std::map<std::string, std::uint64_t> PreviewFiles::refilledFolders() const {
+  std::map<std::string, std::uint64_t> folders;
+  for (const auto& [path, bytes] : made_) {
+    const std::string folder = platform::deletingLastPathComponent(path);
+    if (!path.ends_with(kAsideSuffix) && !isMade(folder)) folders[folder] += bytes;
+  }
+  return folders;
 }
 
 std::error_code PreviewFiles::createFolder(const std::string& path) {

@@ -31,6 +31,9 @@ class PreviewFiles : public platform::linux_::LinuxFileManager {
   /// The paths that would have been replaced, each with the size in bytes of its replacement.
   const std::map<std::string, std::uint64_t>& replacements() const { return replacements_; }
 
+  /// The folders in which files would have been made that stay, each with their size in bytes.
+  std::map<std::string, std::uint64_t> refilledFolders() const;
+
   /// Always succeeds: the preview is of a run after the browser has quit, even if it runs now.
   std::optional<int> lockHolder(const std::string&) const override { return std::nullopt; }
   platform::Result<std::unique_ptr<platform::FileLock>> lockFile(const std::string&) override {

@@ -33,8 +33,9 @@ LinuxPlatform::LinuxPlatform(RunLoop& loop, SessionBus& bus, BundleInfo info,
       userScripts_(loop, LinuxFileManager::scriptsFolderFromEnvironment(info.identifier)),
       workspace_(loop, std::move(applications)),
       announcedQuits_(bus, [this](const ApplicationNotification& quit) { workspace_.announce(quit); }),
-      platform_{bundle_, dispatch_, fileManager_,  fileManagerOnOneMount_, log_,         openPanel_,
-                scopes_, system_,   userDefaults_, notificationCenter_,    userScripts_, workspace_} {
+      cells_(LinuxCells::programOfExecutable(), log_),
+      platform_{bundle_, dispatch_,     fileManager_,        fileManagerOnOneMount_, log_,       openPanel_, scopes_,
+                system_, userDefaults_, notificationCenter_, userScripts_,           workspace_, cells_} {
   ::mallopt(M_ARENA_MAX, 2);  // threads come and go: arenas of their own would only keep memory
   // Leaves the folder that the process was started in, so that it is not kept in use. A failure does no harm.
   if (::chdir("/") != 0) errno = 0;

@@ -7,6 +7,7 @@
 #include "Platform/Linux/bus/AnnouncedQuits.h"
 #include "Platform/Linux/bus/BusNotificationCenter.h"
 #include "Platform/Linux/bus/BusOpenPanel.h"
+#include "Platform/Linux/cells/LinuxCells.h"
 #include "Platform/Linux/files/LinuxFileManager.h"
 #include "Platform/Linux/files/LinuxSystem.h"
 #include "Platform/Linux/files/SecurityScopes.h"
@@ -48,6 +49,7 @@ class LinuxPlatform {
   LinuxUserScripts userScripts_;
   LinuxWorkspace workspace_;
   AnnouncedQuits announcedQuits_;
+  LinuxCells cells_;
   Platform platform_;
 };
 

@@ -16,8 +16,9 @@ std::string_view trimmed(std::string_view line) {
   return line.substr(begin, line.find_last_not_of(kBlanks) - begin + 1);
 }
 
-/// The paths of all profiles that have several components and no "." or "..".
-std::vector<std::string> plainPathsIn(std::string_view list) {
+}  // namespace
+
+std::vector<std::string> listedProfiles(std::string_view list) {
   std::vector<std::string> paths;
   bool isProfile = false;
   while (!list.empty()) {
@@ -39,18 +40,8 @@ std::vector<std::string> plainPathsIn(std::string_view list) {
   return paths;
 }
 
-}  // namespace
-
-std::vector<std::string> absoluteProfiles(std::string_view list) {
-  std::vector<std::string> paths = plainPathsIn(list);
-  std::erase_if(paths, [](const std::string& path) { return !path.starts_with('/'); });
-  return paths;
-}
-
-std::vector<std::string> nestedProfiles(std::string_view list) {
-  std::vector<std::string> paths = plainPathsIn(list);
-  std::erase_if(paths, [](const std::string& path) { return path.starts_with('/'); });
-  return paths;
+bool isAbsoluteProfile(std::string_view folder) {
+  return folder.starts_with('/');
 }
 
 }  // namespace tidewell

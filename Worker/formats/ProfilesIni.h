@@ -11,10 +11,9 @@ namespace tidewell {
 inline constexpr char kProfilesIni[] = "profiles.ini";
 inline constexpr std::size_t kLargestProfilesIni = std::size_t{1} << 20;  // bytes
 
-/// The folders of the profiles that the list names by absolute paths.
-std::vector<std::string> absoluteProfiles(std::string_view list);
-
-/// The folders of those that lie deeper than directly beside the list, relative to the list's folder.
-std::vector<std::string> nestedProfiles(std::string_view list);
+/// The folders of the profiles that the list names: by absolute paths, or, where they lie deeper than directly beside
+/// the list, relative to the list's folder. None has "." or ".." in it.
+std::vector<std::string> listedProfiles(std::string_view list);
+bool isAbsoluteProfile(std::string_view folder);
 
 }  // namespace tidewell

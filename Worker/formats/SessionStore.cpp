@@ -16,9 +16,8 @@ namespace tidewell {
 namespace {
 
 constexpr std::string_view kMagic("mozLz40\0", 8);
-constexpr std::size_t kHeader = 12;           // the magic and the size of the text, little-endian
-constexpr std::size_t kLongest = 256u << 20;  // far above any session
-constexpr std::size_t kGreatestRatio = 255;   // LZ4 can't do better
+constexpr std::size_t kHeader = 12;          // the magic and the size of the text, little-endian
+constexpr std::size_t kGreatestRatio = 255;  // LZ4 can't do better
 
 /// What a site can put into an entry of the history: what its scripts store with an address, the text of a frame that
 /// has none, and (in files of earlier versions) the form that led to the page.
@@ -119,12 +118,14 @@ class SiteData {
   const char* lastAddress_ = nullptr;    // where the last value is that is a site's address, or has one as its name
 };
 
-/// The file's text; absent when it is no such file.
-std::optional<std::string> unpacked(std::string_view file) {
+}  // namespace
+
+std::optional<std::string> unpackedSession(std::string_view file) {
   if (file.size() <= kHeader || !startsWith(file, kMagic)) return std::nullopt;
   const auto size = static_cast<std::size_t>(littleEndian(file.substr(kMagic.size(), kHeader - kMagic.size())));
   const std::string_view block = file.substr(kHeader);
-  if (size > kLongest || block.size() > kLongest || size > block.size() * kGreatestRatio) return std::nullopt;
+  if (size > kLargestSession || block.size() > kLargestSession || size > block.size() * kGreatestRatio)
+    return std::nullopt;
   std::string text(size, '\0');
   const int unpackedSize =
       LZ4_decompress_safe(block.data(), text.data(), static_cast<int>(block.size()), static_cast<int>(size));
@@ -132,10 +133,10 @@ std::optional<std::string> unpacked(std::string_view file) {
   return text;
 }
 
-std::string packed(std::string_view text) {
+std::string packedSession(std::string_view text) {
   std::string file(kMagic);
   appendFixedNumber(file, text.size(), kHeader - kMagic.size());
-  const int size = static_cast<int>(text.size());  // at most kLongest
+  const int size = static_cast<int>(text.size());  // at most kLargestSession
   file.resize(kHeader + static_cast<std::size_t>(LZ4_compressBound(size)));
   const int packedSize =
       LZ4_compress_default(text.data(), file.data() + kHeader, size, static_cast<int>(file.size() - kHeader));
@@ -143,17 +144,19 @@ std::string packed(std::string_view text) {
   return file;
 }
 
-}  // namespace
+std::optional<std::string> sessionWithoutSiteData(std::string_view json, const KeptSites& sites) {
+  return withoutParts(json, SiteData(sites));
+}
 
 Rewriting withoutSiteData(std::string_view jsonlz4, const KeptSites& sites) {
   const auto unread = [&sites] { return sites.isEmpty() ? Rewriting::remove() : Rewriting::leaveUnread(); };
-  auto text = unpacked(jsonlz4);
+  auto text = unpackedSession(jsonlz4);
   if (!text) return unread();
-  const auto rest = withoutParts(*text, SiteData(sites));
+  const auto rest = sessionWithoutSiteData(*text, sites);
   if (!rest) return unread();
   if (rest->size() == text->size()) return Rewriting::leave();
   text.reset();  // up to 256 MB, as what is to be made now
-  return Rewriting::replaceBy(packed(*rest));
+  return Rewriting::replaceBy(packedSession(*rest));
 }
 
 }  // namespace tidewell

@@ -3,6 +3,7 @@
 #include <set>
 
 #include "Platform/Path.h"
+#include "Worker/cells/InCell.h"
 #include "Worker/formats/LocalState.h"
 #include "Worker/homes/FolderForm.h"
 #include "Worker/sandbox/GrantedFiles.h"
@@ -16,7 +17,7 @@ using platform::appendingPathComponent;
 std::set<std::string> namesIn(const std::string& dataFolder) {
   std::set<std::string> names;
   const auto list = GrantedFiles::bytesOf(appendingPathComponent(dataFolder, kLocalState));
-  for (const auto& [name, displayName] : profilesOfLocalState(list.value_or(""))) {
+  for (const auto& [name, displayName] : list ? InCell::profilesOfLocalState(*list) : ProfileMap()) {
     if (platform::isPlainName(name)) names.insert(name);
   }
   for (const std::string& name : GrantedFiles::entriesOf(dataFolder)) {

@@ -14,9 +14,9 @@ using Folders = std::vector<std::string>;
 /// The names of the profiles, relative to the data folder: those beside the list, and those that it places deeper.
 Folders profileNamesIn(const std::string& dataFolder, const HomeFolder& home) {
   Folders names = GrantedFiles::entriesOf(dataFolder);
-  const auto list = home.eyes.contentsOf(appendingPathComponent(dataFolder, kProfilesIni));
-  const Folders nested = nestedProfiles(list.value_or(""));
-  names.insert(names.end(), nested.begin(), nested.end());
+  for (std::string& profile : home.eyes.profilesListedIn(appendingPathComponent(dataFolder, kProfilesIni))) {
+    if (!isAbsoluteProfile(profile)) names.push_back(std::move(profile));
+  }
   std::erase_if(names, [&](const std::string& name) {
     const std::string folder = appendingPathComponent(dataFolder, name);
     return !GrantedFiles::isDirectory(folder) || !isProfile(home, Family::kFirefox, folder);

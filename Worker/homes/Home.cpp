@@ -6,6 +6,7 @@
 
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"
+#include "Worker/cells/InCell.h"
 #include "Worker/formats/ProfilesIni.h"
 #include "Worker/homes/LibraryLayout.h"
 #include "Worker/homes/LinuxLayout.h"
@@ -35,6 +36,11 @@ bool mayBeThere(const std::string& path) {
 bool mayBeFolder(const std::string& path) {
   const std::error_code error = Platform::current().fileManager.checkResourceIsReachable(path);
   return error ? error != std::errc::no_such_file_or_directory : isExistingFolder(path);
+}
+
+std::vector<std::string> profilesListedIn(const std::string& list) {
+  const auto text = GrantedFiles::bytesOf(list, kLargestProfilesIni);
+  return text ? InCell::listedProfiles(*text) : std::vector<std::string>();
 }
 
 /// By the setting when it names a layout, else by what lies in the home.
@@ -82,7 +88,7 @@ Home Home::current() {
                 mayBeThere,
                 [](const std::string& path) { return Platform::current().fileManager.mayBeEmptyFolder(path); },
                 [](const std::string& path) { return Platform::current().fileManager.isRegularFile(path); },
-                [](const std::string& path) { return GrantedFiles::bytesOf(path, kLargestProfilesIni); },
+                profilesListedIn,
                 [](const std::string& path) {
                   const platform::FileManager& files = Platform::current().fileManager;
                   return files.urlByResolvingSymlinks(files.standardizedURL(platform::FileURL(path, true))).path();

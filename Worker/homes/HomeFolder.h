@@ -25,8 +25,9 @@ struct HomeEyes {
   Test mayBeThere;     // whatever is at the path; also true when it can't be examined
   Test mayBeEmpty;     // of a folder; also true when it can't be listed
   Test isRegularFile;  // a link to one is none
-  /// The contents of a list of profiles, whose folder may need a grant; absent when the file can't be read.
-  std::function<std::optional<std::string>(const std::string& path)> contentsOf;
+  /// The folders that a list of profiles names (ProfilesIni.h). Its own folder may need a grant; none when the file
+  /// can't be read.
+  std::function<std::vector<std::string>(const std::string& path)> profilesListedIn;
   /// Where a path leads when its links and dots are resolved, in as much of it as exists.
   std::function<std::string(const std::string& path)> withoutLinks;
 };

@@ -40,8 +40,8 @@ void LinuxLayout::appendPlace(std::vector<Installation>& found, const Browser& b
     if (browser.needsProfilesList && !home_.eyes.mayBeThere(appendingPathComponent(dataFolder, kProfilesIni))) continue;
     appendInstallation(found, browser.family, {dataFolder, existing(place.cacheFolder)});
     if (browser.family != Family::kFirefox) continue;
-    const auto list = home_.eyes.contentsOf(appendingPathComponent(dataFolder, kProfilesIni));
-    for (const std::string& profile : absoluteProfiles(list.value_or(""))) {
+    for (const std::string& profile : home_.eyes.profilesListedIn(appendingPathComponent(dataFolder, kProfilesIni))) {
+      if (!isAbsoluteProfile(profile)) continue;
       appendInstallation(found, browser.family, {profile, {}, Installation::Kind::kProfile});
     }
   }

@@ -82,6 +82,14 @@ std::optional<std::string> KeptSites::canonicalEntry(std::string_view entry) {
   return isAlone ? kAlone + *host : host;
 }
 
+std::vector<std::string> KeptSites::entries() const {
+  std::vector<std::string> entries;
+  if (lists_ == nullptr) return entries;
+  for (const std::string& host : lists_->alone) entries.push_back(kAlone + host);
+  entries.insert(entries.end(), lists_->withAllBelow.begin(), lists_->withAllBelow.end());
+  return entries;
+}
+
 bool KeptSites::isUnknown() const {
   return lists_ != nullptr && !lists_->isKnown;
 }

@@ -38,6 +38,9 @@ class KeptSites {
   bool isUnknown() const;
   bool isEmpty() const { return lists_ == nullptr; }
 
+  /// Entries that make the same list; none of one that is empty or unknown.
+  std::vector<std::string> entries() const;
+
   // While the list is unknown, none of these is to be asked: each would answer no.
 
   /// Whether data of this host stays, in any form of its name.

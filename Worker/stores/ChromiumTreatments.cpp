@@ -7,6 +7,7 @@
 
 #include "Platform/Path.h"
 #include "Worker/Identity.h"
+#include "Worker/cells/InCell.h"
 #include "Worker/formats/SessionCommands.h"
 #include "Worker/sandbox/GrantedFiles.h"
 #include "Worker/stores/Treatments.h"
@@ -20,7 +21,7 @@ constexpr std::string_view kOfOpenTabs[] = {"Session_", "Apps_"};
 constexpr std::string_view kOfClosedTabs = "Tabs_";
 
 Outcome rewriteTabFile(const std::string& path, TabFile kind) {
-  return GrantedFiles::rewrite(path, [kind](std::string_view file) { return withoutPageStates(file, kind); });
+  return GrantedFiles::rewrite(path, [kind](std::string_view file) { return InCell::withoutPageStates(file, kind); });
 }
 
 /// A file of tabs, as its name has it: "Session_13439804583041138".
@@ -109,7 +110,7 @@ Outcome removeEncryptedTabFiles(const std::string& path) {
   const std::string readable = appendingPathComponent(platform::deletingLastPathComponent(path), "Sessions");
   std::vector<TabFileName> others;
   for (const std::string& name : GrantedFiles::entriesOf(readable)) {
-    const auto isReadable = GrantedFiles::holds(appendingPathComponent(readable, name), isReadableTabFile);
+    const auto isReadable = GrantedFiles::holds(appendingPathComponent(readable, name), InCell::isReadableTabFile);
     if (isReadable.value_or(false)) others.push_back(parsed(name));
   }
   for (const std::string& name : GrantedFiles::entriesOf(path)) {

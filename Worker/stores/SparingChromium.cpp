@@ -4,8 +4,8 @@
 #include <set>
 
 #include "Platform/Path.h"
+#include "Worker/cells/InCell.h"
 #include "Worker/formats/CacheStorageIndex.h"
-#include "Worker/formats/Pickle.h"
 #include "Worker/keeping/Host.h"
 #include "Worker/keeping/StorageKey.h"
 #include "Worker/sandbox/GrantedFiles.h"
@@ -134,9 +134,10 @@ Outcome cleanOtherLocalStorage(const std::string& path, const KeptSites& sites) 
 }
 
 Outcome cleanOtherCacheStorage(const std::string& path, const KeptSites& sites) {
-  const auto isKept = [&sites](std::string_view index) -> std::optional<bool> {
-    const auto key = storageKeyOfCacheStorage(index);
-    return key ? std::optional(keepsStorageKey(sites, *key)) : std::nullopt;
+  OwnersInCell owners;
+  const auto isKept = [&](std::string_view index) -> std::optional<bool> {
+    const auto key = owners.storageKeyOfCacheStorage(index);
+    return key && *key ? std::optional(keepsStorageKey(sites, **key)) : std::nullopt;
   };
   return removeCachesUnless(
       path, [&isKept](const std::string& index) { return holds(index, isKept, kLargestCacheStorageIndex); });
@@ -144,9 +145,10 @@ Outcome cleanOtherCacheStorage(const std::string& path, const KeptSites& sites) 
 
 Outcome cleanOtherFileSystem(const std::string& path, const KeptSites& sites) {
   const auto isKept = [&sites](std::string_view identifier) { return keepsIdentifier(sites, identifier); };
-  const auto isKeptFirst = [&sites](std::string_view bytes) -> std::optional<bool> {
-    const auto identifier = PickleReader(bytes).text();
-    return identifier ? std::optional(keepsIdentifier(sites, *identifier)) : std::nullopt;
+  OwnersInCell owners;
+  const auto isKeptFirst = [&](std::string_view bytes) -> std::optional<bool> {
+    const auto identifier = owners.pickledText(bytes);
+    return identifier && *identifier ? std::optional(keepsIdentifier(sites, **identifier)) : std::nullopt;
   };
   const auto firstIsKept = [&](const std::string& file) { return holds(file, isKeptFirst, kLargestOrigin); };
   return removeFileSystemsUnless(path, {isKept, mayBeKept, firstIsKept, true});

@@ -5,9 +5,8 @@
 #include <vector>
 
 #include "Platform/Path.h"
+#include "Worker/cells/InCell.h"
 #include "Worker/formats/CacheStorageIndex.h"
-#include "Worker/formats/Preferences.h"
-#include "Worker/formats/SessionStore.h"
 #include "Worker/sandbox/GrantedFiles.h"
 #include "Worker/stores/FolderEntries.h"
 #include "Worker/stores/IndexedStorage.h"
@@ -113,12 +112,16 @@ Outcome cleanLocalStorage(const std::string& path) {
 }
 
 Outcome cleanCacheStorage(const std::string& path) {
-  const auto isOfExtension = [](std::string_view index) {
-    const auto origin = originOfCacheStorage(index);
-    return origin ? origin->starts_with(kExtensionOrigin) : mentionsExtension(index);
-  };
-  return removeCachesUnless(path, [&](const std::string& index) {
-    return GrantedFiles::holds(index, isOfExtension, kLargestCacheStorageIndex);
+  OwnersInCell owners;
+  return removeCachesUnless(path, [&owners](const std::string& index) {
+    bool isRead = true;
+    const auto isOfExtension = [&](std::string_view text) {
+      const auto origin = owners.originOfCacheStorage(text);
+      isRead = origin.has_value();
+      return isRead && (*origin ? (*origin)->starts_with(kExtensionOrigin) : mentionsExtension(text));
+    };
+    const auto isKept = GrantedFiles::holds(index, isOfExtension, kLargestCacheStorageIndex);
+    return isRead ? isKept : std::nullopt;
   });
 }
 
@@ -156,7 +159,7 @@ Outcome cleanWebStorage(const std::string& path) {
 }
 
 Outcome cleanPreferences(const std::string& path, const Kept& kept) {
-  return GrantedFiles::rewrite(path, [&kept](std::string_view text) { return withoutSites(text, kept); });
+  return GrantedFiles::rewrite(path, [&kept](std::string_view text) { return InCell::withoutSites(text, kept); });
 }
 
 Outcome cleanStorageIndex(const std::string& path) {
@@ -175,7 +178,8 @@ Outcome cleanContentPreferences(const std::string& path, const Kept& kept) {
 }
 
 Outcome cleanSessionStore(const std::string& path, const Kept& kept) {
-  return GrantedFiles::rewrite(path, [&kept](std::string_view file) { return withoutSiteData(file, kept.sites); });
+  return GrantedFiles::rewrite(path,
+                               [&kept](std::string_view file) { return InCell::withoutSiteData(file, kept.sites); });
 }
 
 Outcome cleanSessionStores(const std::string& path, const Kept& kept) {

@@ -66,9 +66,9 @@ class WorkerOnTheBus : public testing_support::LinuxHomeTest {
     platform.shared().insert_or_assign(tidewell::kNotifyAlwaysKey, true);  // the second cleaning finds nothing
     desktop.folder = home(".cache/mozilla/firefox");
     const platform::Platform& p = platform::Platform::current();
-    onTheBus_ = std::make_unique<platform::Platform>(
-        platform::Platform{p.mainBundle, p.dispatch, p.fileManager, p.fileManagerOnOneMount, p.log, panel_,
-                           p.securityScopedResources, p.system, p.userDefaults, center_, p.userScripts, p.workspace});
+    onTheBus_ = std::make_unique<platform::Platform>(platform::Platform{
+        p.mainBundle, p.dispatch, p.fileManager, p.fileManagerOnOneMount, p.log, panel_, p.securityScopedResources,
+        p.system, p.userDefaults, center_, p.userScripts, p.workspace, p.cells});
     platform::Platform::install(onTheBus_.get());
     worker_ = makeWorker();
   }

@@ -11,6 +11,18 @@ namespace {
 
 using Paths = std::vector<std::string>;
 
+std::vector<std::string> absoluteProfiles(std::string_view list) {
+  std::vector<std::string> profiles = tidewell::listedProfiles(list);
+  std::erase_if(profiles, [](const std::string& profile) { return !tidewell::isAbsoluteProfile(profile); });
+  return profiles;
+}
+
+std::vector<std::string> nestedProfiles(std::string_view list) {
+  std::vector<std::string> profiles = tidewell::listedProfiles(list);
+  std::erase_if(profiles, tidewell::isAbsoluteProfile);
+  return profiles;
+}
+
 bool isStraight(std::string_view path) {
   if (path.starts_with('/')) path.remove_prefix(1);
   const std::vector<std::string> components = platform::pathComponents(path);
@@ -27,8 +39,8 @@ Paths with(Paths paths, const char* added) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   const std::string list(reinterpret_cast<const char*>(bytes), size);
-  const Paths absolute = tidewell::absoluteProfiles(list);
-  const Paths nested = tidewell::nestedProfiles(list);
+  const Paths absolute = absoluteProfiles(list);
+  const Paths nested = nestedProfiles(list);
   for (const std::string& path : absolute) {
     if (!path.starts_with('/') || !isStraight(path)) std::abort();
   }
@@ -37,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   }
   // Nothing before it hides a profile.
   const std::string longer = list + "\n[Profile7]\nPath=Profiles/seventh\n[Profile8]\r\nPath=/home/ann/eighth\r\n";
-  if (tidewell::nestedProfiles(longer) != with(nested, "Profiles/seventh")) std::abort();
-  if (tidewell::absoluteProfiles(longer) != with(absolute, "/home/ann/eighth")) std::abort();
+  if (nestedProfiles(longer) != with(nested, "Profiles/seventh")) std::abort();
+  if (absoluteProfiles(longer) != with(absolute, "/home/ann/eighth")) std::abort();
   return 0;
 }

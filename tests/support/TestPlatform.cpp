@@ -1,5 +1,7 @@
 #include "tests/support/TestPlatform.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
 
 #include "Worker/Identity.h"
@@ -112,12 +114,24 @@ std::int64_t TestSystem::random() {
   return randomNumbers ? randomNumbers() : LinuxSystem::random();
 }
 
+namespace {
+
+/// Opened before a test program hides the folder that it lies in.
+const platform::linux_::FileDescriptor kCellProgram(::open(TIDEWELL_CELL_PROGRAM, O_PATH | O_CLOEXEC));
+
+platform::linux_::FileDescriptor cellProgram() {
+  return platform::linux_::FileDescriptor(::fcntl(kCellProgram.get(), F_DUPFD_CLOEXEC, 0));
+}
+
+}  // namespace
+
 TestPlatform::TestPlatform()
     : fileManager(scopes, home.path(".local/share/scripts"), journal),
       fileManagerOnOneMount(scopes, home.path(".local/share/scripts"), journal, platform::linux_::Mounts::kSame),
       openPanel(dispatch, journal, [this](const FileURL& url) { scopes.openForProcess(url); }),
-      platform_{bundle, dispatch, fileManager,  fileManagerOnOneMount, log,         openPanel,
-                scopes, system,   userDefaults, notificationCenter,    userScripts, workspace} {
+      cells(cellProgram(), log),
+      platform_{bundle, dispatch,     fileManager,        fileManagerOnOneMount, log,       openPanel, scopes,
+                system, userDefaults, notificationCenter, userScripts,           workspace, cells} {
   system.homeFolder = home.path();
   home.folder("Library");  // so that the home has that layout
   platform::Platform::install(&platform_);

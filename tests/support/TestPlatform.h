@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "Platform/Linux/cells/LinuxCells.h"
 #include "Platform/Linux/files/LinuxFileManager.h"
 #include "Platform/Linux/files/LinuxSystem.h"
 #include "Platform/Linux/files/SecurityScopes.h"
@@ -116,6 +117,7 @@ class TestPlatform {
   FakeNotificationCenter notificationCenter{journal};
   FakeUserScripts userScripts{journal};
   FakeWorkspace workspace;
+  platform::linux_::LinuxCells cells;
 
  private:
   platform::Platform platform_;

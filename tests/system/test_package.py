@@ -369,7 +369,8 @@ class Package(unittest.TestCase):
     def test_installs_what_desktops_and_shells_look_for(self):
         files = self.machine.files() - self.files_before
         for path in ("usr/bin/tidewell", "usr/bin/tidewell-worker", "usr/bin/tidewell-open-panel",
-                     "usr/bin/tidewell-settings", "usr/share/applications/com.emberlinestudio.Tidewell.desktop",
+                     "usr/libexec/tidewell/tidewell-cell", "usr/bin/tidewell-settings",
+                     "usr/share/applications/com.emberlinestudio.Tidewell.desktop",
                      "etc/xdg/autostart/tidewell-worker.desktop", "usr/lib/systemd/user/tidewell-worker.service",
                      "usr/share/dbus-1/services/" + session.WORKER_NAME + ".service",
                      "usr/share/dbus-1/services/" + session.PANEL + ".service",

@@ -31,7 +31,7 @@ class RunningAgain : public LinuxHomeTest {
     const platform::Platform& p = platform::Platform::current();
     withFiles = std::make_unique<platform::Platform>(
         platform::Platform{p.mainBundle, p.dispatch, files, files, p.log, p.openPanel, p.securityScopedResources,
-                           p.system, p.userDefaults, p.userNotificationCenter, p.userScripts, p.workspace});
+                           p.system, p.userDefaults, p.userNotificationCenter, p.userScripts, p.workspace, p.cells});
     platform::Platform::install(withFiles.get());
     fill();
     platform.grant(home(".config/chromium"));

@@ -48,7 +48,7 @@ class GrantedFilesTest : public ::testing::Test {
     const platform::Platform& p = platform::Platform::current();
     withFiles = std::make_unique<platform::Platform>(
         platform::Platform{p.mainBundle, p.dispatch, files, files, p.log, p.openPanel, p.securityScopedResources,
-                           p.system, p.userDefaults, p.userNotificationCenter, p.userScripts, p.workspace});
+                           p.system, p.userDefaults, p.userNotificationCenter, p.userScripts, p.workspace, p.cells});
     platform::Platform::install(withFiles.get());
     platform.shared().insert_or_assign("userFolder", platform.home.path());
     platform.home.file("data/file", "site and rest");

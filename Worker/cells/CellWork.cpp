@@ -1,0 +1,59 @@
+#include "Worker/cells/CellWork.h"
+
+#include "Worker/cells/CellRequest.h"
+#include "Worker/formats/CacheStorageIndex.h"
+#include "Worker/formats/LocalState.h"
+#include "Worker/formats/Pickle.h"
+#include "Worker/formats/Preferences.h"
+#include "Worker/formats/ProfilesIni.h"
+#include "Worker/formats/SessionCommands.h"
+#include "Worker/formats/SessionStore.h"
+
+namespace tidewell {
+namespace {
+
+std::optional<std::string> pickledText(std::string_view bytes) {
+  const auto text = PickleReader(bytes).text();
+  return text ? std::optional<std::string>(*text) : std::nullopt;
+}
+
+std::vector<std::string> profilesIn(std::string_view localState) {
+  std::vector<std::string> pairs;
+  for (const auto& [folder, name] : profilesOfLocalState(localState)) pairs.insert(pairs.end(), {folder, name});
+  return pairs;
+}
+
+}  // namespace
+
+std::optional<std::string> cellAnswer(std::string_view message) {
+  const auto request = CellRequest::from(message);
+  if (!request) return std::nullopt;
+  const std::string_view input = request->input;
+  switch (request->task) {
+    case CellTask::kPreferences:
+      return answerOf(withoutSites(input, request->kept));
+    case CellTask::kUnpackedSession:
+      return answerOf(unpackedSession(input));
+    case CellTask::kSession:
+      return answerOf(sessionWithoutSiteData(input, request->kept.sites));
+    case CellTask::kOpenTabs:
+      return answerOf(withoutPageStates(input, TabFile::kOpen));
+    case CellTask::kClosedTabs:
+      return answerOf(withoutPageStates(input, TabFile::kClosed));
+    case CellTask::kIsTabFile:
+      return answerOf(isReadableTabFile(input) ? std::optional<std::string>("") : std::nullopt);
+    case CellTask::kOriginOfCaches:
+      return answerOf(originOfCacheStorage(input));
+    case CellTask::kStorageKeyOfCaches:
+      return answerOf(storageKeyOfCacheStorage(input));
+    case CellTask::kPickledText:
+      return answerOf(pickledText(input));
+    case CellTask::kListInLocalState:
+      return answerOf(profilesIn(input));
+    case CellTask::kListInProfilesIni:
+      return answerOf(listedProfiles(input));
+  }
+  return std::nullopt;
+}
+
+}  // namespace tidewell
