@@ -138,15 +138,15 @@ void WorkerAppDelegate::appTerminated(const platform::ApplicationNotification& n
   const Cause cause = sessionEnded_                    ? Cause::kLogOut
                       : notification.processes.empty() ? Cause::kAnnounced
                                                        : Cause::kQuit;
-  if (joinsRuns()) {
-    OwedCleanings::noteUnlessNoted(*browser);
-    return joinedRuns_->quit(*browser, cause, ifRunning);
-  }
   cleanTwice(*browser, cause, ifRunning);
 }
 
 /// Both runs do the full work: the second removes what the browser wrote while it was quitting.
 void WorkerAppDelegate::cleanTwice(const Browser& browser, Cause cause, IfRunning ifRunning, JoinedRuns::Done done) {
+  if (joinsRuns()) {
+    OwedCleanings::noteUnlessNoted(browser);
+    return joinedRuns_->quit(browser, cause, ifRunning, std::move(done));
+  }
   const std::string browserName(browser.name);
   const auto runEnded = [self = shared_from_this(), &browser, done = std::move(done)](const Report& soFar,
                                                                                       bool isLast) {
@@ -170,12 +170,7 @@ std::optional<WorkerAppDelegate::Refusal> WorkerAppDelegate::cleanNow(const std:
   if (ifRunning == IfRunning::kIsSpared && Platform::current().workspace.isRunning(bundleIdentifier)) {
     return Refusal::kIsRunning;
   }
-  if (joinsRuns()) {
-    OwedCleanings::noteUnlessNoted(*browser);
-    joinedRuns_->quit(*browser, Cause::kAnnounced, ifRunning, std::move(done));
-  } else {
-    cleanTwice(*browser, Cause::kAnnounced, ifRunning, std::move(done));
-  }
+  cleanTwice(*browser, Cause::kAnnounced, ifRunning, std::move(done));
   return std::nullopt;
 }
 
