@@ -88,6 +88,18 @@ struct Release {
   void operator()(scmp_filter_ctx filter) const { ::seccomp_release(filter); }
 };
 
+/// Conditions on an argument of a call, of which the kernel compares all 64 bits but callers set 32: these are what
+/// counts. By hand, since the library's macros are C.
+scmp_arg_cmp is(unsigned argument, std::uint32_t value) {
+  return {argument, SCMP_CMP_MASKED_EQ, UINT32_MAX, value};
+}
+scmp_arg_cmp has(unsigned argument, std::uint32_t bits) {
+  return {argument, SCMP_CMP_MASKED_EQ, bits, bits};
+}
+scmp_arg_cmp lacks(unsigned argument, std::uint32_t bits) {
+  return {argument, SCMP_CMP_MASKED_EQ, bits, 0};
+}
+
 /// The list. Files can't be opened, descriptors can't be made, and no memory can be made executable. A call that is not
 /// in the list ends the process.
 bool filter() {
@@ -98,13 +110,12 @@ bool filter() {
     isFine = isFine && ::seccomp_rule_add_array(rules.get(), SCMP_ACT_ALLOW, call,
                                                 static_cast<unsigned>(conditions.size()), conditions.begin()) == 0;
   };
-  allow(SCMP_SYS(read), {SCMP_A0_32(SCMP_CMP_EQ, kCellDescriptor)});
-  allow(SCMP_SYS(write), {SCMP_A0_32(SCMP_CMP_EQ, kCellDescriptor)});
+  allow(SCMP_SYS(read), {is(0, kCellDescriptor)});
+  allow(SCMP_SYS(write), {is(0, kCellDescriptor)});
   // A sanitizer tells on standard error what it has found.
-  if (kIsSanitized) allow(SCMP_SYS(write), {SCMP_A0_32(SCMP_CMP_EQ, STDERR_FILENO)});
-  allow(SCMP_SYS(mmap),
-        {SCMP_A2_32(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0), SCMP_A3_32(SCMP_CMP_MASKED_EQ, MAP_ANONYMOUS, MAP_ANONYMOUS)});
-  allow(SCMP_SYS(mprotect), {SCMP_A2_32(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)});
+  if (kIsSanitized) allow(SCMP_SYS(write), {is(0, STDERR_FILENO)});
+  allow(SCMP_SYS(mmap), {lacks(2, PROT_EXEC), has(3, MAP_ANONYMOUS)});
+  allow(SCMP_SYS(mprotect), {lacks(2, PROT_EXEC)});
   for (const int call : {SCMP_SYS(munmap), SCMP_SYS(mremap), SCMP_SYS(madvise), SCMP_SYS(brk), SCMP_SYS(futex),
                          SCMP_SYS(rt_sigreturn), SCMP_SYS(exit), SCMP_SYS(exit_group)}) {
     allow(call, {});
