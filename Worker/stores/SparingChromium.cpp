@@ -6,10 +6,10 @@
 
 #include "Platform/Path.h"
 #include "Worker/cells/InCell.h"
-#include "Worker/formats/CacheStorageIndex.h"
 #include "Worker/keeping/Host.h"
 #include "Worker/keeping/StorageKey.h"
 #include "Worker/sandbox/GrantedFiles.h"
+#include "Worker/stores/CacheFolders.h"
 #include "Worker/stores/FolderEntries.h"
 #include "Worker/stores/SparedRows.h"
 #include "Worker/stores/SparingTreatments.h"
@@ -141,19 +141,11 @@ Outcome cleanOtherLocalStorage(const std::string& path, const KeptSites& sites) 
 }
 
 Outcome cleanOtherCacheStorage(const std::string& path, const KeptSites& sites) {
-  OwnersInCell owners;
-  const auto isKept = [&](std::string_view index) -> std::optional<bool> {
-    const auto key = owners.storageKeyOfCacheStorage(index);
-    return key && *key ? std::optional(keepsStorageKey(sites, **key)) : std::nullopt;
-  };
-  Outcome unread;
-  Outcome outcome = removeEntriesUnless(path, [&](const std::string& name) {
-    const std::string index = appendingPathComponent(appendingPathComponent(path, name), "index.txt");
-    const auto stays = holds(index, isKept, kLargestCacheStorageIndex);
-    if (!stays) unread = {Left::kNotReadable};
-    return stays.value_or(true);
+  return removeCachesUnless(path, CellTask::kStorageKeysOfCaches, [&](const CacheIndex& index) -> std::optional<bool> {
+    if (index.owner) return keepsStorageKey(sites, *index.owner);
+    if (index.bytes || GrantedFiles::isThere(index.path)) return std::nullopt;
+    return false;
   });
-  return outcome += unread;
 }
 
 Outcome cleanOtherFileSystem(const std::string& path, const KeptSites& sites) {
@@ -175,9 +167,8 @@ Outcome cleanOtherFileSystem(const std::string& path, const KeptSites& sites) {
   if (!isFirstOnly) return outcome += Outcome{Left::kNotReadable};
 
   // The first origin of all is recorded outside the database, and has a folder of its own.
-  OwnersInCell owners;
   const auto isKeptFirst = [&](std::string_view bytes) -> std::optional<bool> {
-    const auto identifier = owners.pickledText(bytes);
+    const auto identifier = OwnersInCell(CellTask::kPickledTexts).ownerIn(bytes);
     return identifier && *identifier ? std::optional(keepsIdentifier(sites, **identifier)) : std::nullopt;
   };
   const auto first = holds(appendingPathComponent(path, "primary.origin"), isKeptFirst, kLargestOrigin);

@@ -7,8 +7,8 @@
 
 #include "Platform/Path.h"
 #include "Worker/cells/InCell.h"
-#include "Worker/formats/CacheStorageIndex.h"
 #include "Worker/sandbox/GrantedFiles.h"
+#include "Worker/stores/CacheFolders.h"
 #include "Worker/stores/FolderEntries.h"
 #include "Worker/stores/SparingTreatments.h"
 
@@ -114,21 +114,10 @@ Outcome cleanLocalStorage(const std::string& path) {
 }
 
 Outcome cleanCacheStorage(const std::string& path) {
-  OwnersInCell owners;
-  Outcome unread;
-  const auto isOfExtension = [&](std::string_view index) {
-    const auto origin = owners.originOfCacheStorage(index);
-    if (!origin) unread = {Left::kNotReadable};
-    if (!origin) return true;
-    return *origin ? (*origin)->starts_with(kExtensionOrigin) : mentionsExtension(index);
-  };
-  Outcome outcome = removeEntriesUnless(path, [&](const std::string& name) {
-    const std::string index = appendingPathComponent(appendingPathComponent(path, name), "index.txt");
-    const auto isKept = GrantedFiles::holds(index, isOfExtension, kLargestCacheStorageIndex);
-    if (!isKept) unread = {Left::kNotReadable};
-    return isKept.value_or(true);
+  return removeCachesUnless(path, CellTask::kOriginsOfCaches, [](const CacheIndex& index) -> std::optional<bool> {
+    if (!index.bytes) return false;
+    return index.owner ? index.owner->starts_with(kExtensionOrigin) : mentionsExtension(*index.bytes);
   });
-  return outcome += unread;
 }
 
 Outcome cleanFileSystem(const std::string& path) {
