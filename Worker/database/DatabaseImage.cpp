@@ -64,6 +64,16 @@ std::string serialized(Sqlite& database) {
   return {reinterpret_cast<const char*>(bytes.get()), static_cast<std::size_t>(size)};
 }
 
+/// The beginning of a database's file; "" after a failure.
+std::string headerOf(Sqlite& database) {
+  sqlite3_file* file = nullptr;
+  std::string header(kHeaderSize, '\0');
+  const bool isOpen = sqlite3_file_control(database._db(), "main", SQLITE_FCNTL_FILE_POINTER, &file) == SQLITE_OK &&
+                      file != nullptr && file->pMethods != nullptr;
+  const bool isRead = isOpen && file->pMethods->xRead(file, header.data(), kHeaderSize, 0) == SQLITE_OK;
+  return isRead ? header : "";
+}
+
 void copyField(const Field& field, const std::string& from, std::string& to) {
   to.replace(field.begin, field.length, from, field.begin, field.length);
 }
@@ -90,11 +100,15 @@ DatabaseImage changed(Sqlite& source, const std::vector<std::string>& statements
                    copyInto(memory, source) && runAll(memory, statements);
   const bool hasOtherRows = sqlite3_total_changes(memory._db()) > 0;
   isChanged = isChanged && run(memory, "VACUUM;");
-  const std::string before = serialized(source);
+  const std::string header = headerOf(source);
   std::string image = serialized(memory);
-  if (!isChanged || before.empty() || image.empty()) return {};
-  copyField(kFormatVersions, before, image);
-  if (isSameBeyondCounters(image, before)) return {.condition = Condition::kSound};
+  if (!isChanged || header.empty() || image.empty()) return {};
+  copyField(kFormatVersions, header, image);
+  if (!hasOtherRows) {
+    const std::string before = serialized(source);
+    if (before.empty()) return {};
+    if (isSameBeyondCounters(image, before)) return {.condition = Condition::kSound};
+  }
   return {Condition::kSound, std::move(image), hasOtherRows};
 }
 

@@ -44,6 +44,17 @@ std::string deletion(const SparedRows& rows, const Columns::mapped_type& columns
   return "DELETE FROM " + quoted(rows.table) + " WHERE NOT " + predicate + "(" + arguments + ");";
 }
 
+/// The same test. Rows of a site follow one another, so the last answer is remembered.
+SqlPredicate::Test remembering(const SqlPredicate::Test& test) {
+  return [&test, last = std::vector<std::string>(), answer = false](std::span<const std::string_view> values) mutable {
+    if (last.empty() || !std::equal(values.begin(), values.end(), last.begin(), last.end())) {
+      answer = test(values);
+      last.assign(values.begin(), values.end());
+    }
+    return answer;
+  };
+}
+
 }  // namespace
 
 Outcome keepOnlyRows(const std::string& path, const std::vector<SparedRows>& tables) {
@@ -61,7 +72,7 @@ Outcome keepOnlyRows(const std::string& path, const std::vector<SparedRows>& tab
     if (rows != tables.end()) {
       if (!names.contains(rows->columns.front())) return {Left::kNotReadable};
       isKnown = true;
-      predicates.push_back({"is_kept_" + std::to_string(predicates.size()), rows->isKept});
+      predicates.push_back({"is_kept_" + std::to_string(predicates.size()), remembering(rows->isKept)});
       // First of all: a statement that fails ends the others.
       statements.insert(statements.begin(), deletion(*rows, names, predicates.back().name));
     } else if (std::find(kOwnAffairs.begin(), kOwnAffairs.end(), table) == kOwnAffairs.end() &&
