@@ -88,6 +88,14 @@ struct Release {
   void operator()(scmp_filter_ctx filter) const { ::seccomp_release(filter); }
 };
 
+// Conditions on the arguments of a call, which count from 0.
+scmp_arg_cmp is(unsigned argument, std::uint64_t value) {
+  return {argument, SCMP_CMP_EQ, value, 0};
+}
+scmp_arg_cmp hasBits(unsigned argument, std::uint64_t mask, std::uint64_t bits) {
+  return {argument, SCMP_CMP_MASKED_EQ, mask, bits};
+}
+
 /// The list. Files can't be opened, descriptors can't be made, and no memory can be made executable. A call that is not
 /// in the list ends the process.
 bool filter() {
@@ -98,13 +106,12 @@ bool filter() {
     isFine = isFine && ::seccomp_rule_add_array(rules.get(), SCMP_ACT_ALLOW, call,
                                                 static_cast<unsigned>(conditions.size()), conditions.begin()) == 0;
   };
-  allow(SCMP_SYS(read), {SCMP_A0_32(SCMP_CMP_EQ, kCellDescriptor)});
-  allow(SCMP_SYS(write), {SCMP_A0_32(SCMP_CMP_EQ, kCellDescriptor)});
+  allow(SCMP_SYS(read), {is(0, kCellDescriptor)});
+  allow(SCMP_SYS(write), {is(0, kCellDescriptor)});
   // A sanitizer tells on standard error what it has found.
-  if (kIsSanitized) allow(SCMP_SYS(write), {SCMP_A0_32(SCMP_CMP_EQ, STDERR_FILENO)});
-  allow(SCMP_SYS(mmap),
-        {SCMP_A2_32(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0), SCMP_A3_32(SCMP_CMP_MASKED_EQ, MAP_ANONYMOUS, MAP_ANONYMOUS)});
-  allow(SCMP_SYS(mprotect), {SCMP_A2_32(SCMP_CMP_MASKED_EQ, PROT_EXEC, 0)});
+  if (kIsSanitized) allow(SCMP_SYS(write), {is(0, STDERR_FILENO)});
+  allow(SCMP_SYS(mmap), {hasBits(2, PROT_EXEC, 0), hasBits(3, MAP_ANONYMOUS, MAP_ANONYMOUS)});
+  allow(SCMP_SYS(mprotect), {hasBits(2, PROT_EXEC, 0)});
   for (const int call : {SCMP_SYS(munmap), SCMP_SYS(mremap), SCMP_SYS(madvise), SCMP_SYS(brk), SCMP_SYS(futex),
                          SCMP_SYS(rt_sigreturn), SCMP_SYS(exit), SCMP_SYS(exit_group)}) {
     allow(call, {});
