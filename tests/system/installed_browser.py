@@ -67,7 +67,7 @@ class Browser:
             for where, folders, files in os.walk(self.path(folder)):
                 found += [os.path.join(where, name) for name in folders + files
                           if re.search(r"corrupt|\.bad$|\.bak$|^lost$", name)]
-        return found + [title for title in self.titles() if not title.startswith("zqfirst-title")]
+        return found + [title for title in self.titles() if not re.match("zq(first|third)-title", title)]
 
     def titles(self):
         return [self.screen.xdotool("getwindowname", number).strip() for number in self.screen.windows(".")]

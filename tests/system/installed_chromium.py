@@ -21,7 +21,9 @@ class Chromium(Browser):
         "Flatpak": (".var/app/org.chromium.Chromium/config/chromium", ".var/app/org.chromium.Chromium/cache/chromium"),
         "Snap": ("snap/chromium/common/chromium", "snap/chromium/common/.cache/chromium"),
     }
-    arguments = ["--no-first-run"]
+    # By itself it would try a secure connection first, and take dictionaries from sites of known authorities only.
+    arguments = ["--no-first-run", "--disable-features=HttpsUpgrades,HttpsFirstBalancedModeAutoEnable,"
+                                   "CompressionDictionaryTransportRequireKnownRootCert"]
     first_profile = ["--profile-directory=Default"]
     quit_keys = ["alt+f", "x"]
     manifest = {"manifest_version": 3, "name": "Keeper", "version": "1.0",
@@ -49,6 +51,7 @@ class Chromium(Browser):
         r"[^/]+/MediaDeviceSalts": "salts of media devices",
         r"[^/]+/DIPS": "bounce tracking",
         r"[^/]+/Network Persistent State": "alternative services",
+        r"[^/]+/TransportSecurity": "secure connections",
         r"[^/]+/Reporting and NEL": "report endpoints",
         r"[^/]+/(History|Favicons|Top Sites|Shortcuts)": "history and icons",
         r"[^/]+/(Bookmarks|Login Data)": "bookmarks and passwords",
@@ -63,9 +66,14 @@ class Chromium(Browser):
                      "salts of media devices", "permissions, client hints, zoom, engagement",
                      "history and icons")
     reopens_tabs_after = ("closing the last window", "quitting by the menu or its key", "SIGTERM")
-    read_back = {"first: historyState", "first: formText", "first: httpOnlyCookie", "first: partitionedHttpOnlyCookie", "first: permission", "first: clientHints",
-                 "first: dictionary", "first: zoom", "first: cached /cached", "third: cached /large.js",
+    read_back = {"first: historyState", "first: formText", "first: httpOnlyCookie", "first: partitionedHttpOnlyCookie",
+                 "first: permission", "first: clientHints", "first: secureOnly", "first: dictionary", "first: zoom", "first: cached /cached", "third: cached /large.js",
                  "secure: cached /cached", "secure: partitionedHttpOnlyCookie", "third: partitionedHttpOnlyCookie"}
+
+    def __init__(self, desk, screen, site):
+        super().__init__(desk, screen, site)
+        self.arguments = [*self.arguments, f"--host-resolver-rules=MAP *.test:443 127.0.0.1:{site.secure_port},"
+                                           f"MAP *.test:80 127.0.0.1:{site.port}"]
 
     def prepare(self):
         self.site.authority.trust_in(self.path(".pki/nssdb"))
@@ -77,7 +85,7 @@ class Chromium(Browser):
         self.end("quitting by the menu or its key")
         self.bookmark()
         self.save_password()
-        self.allow_notifications()
+        self.allow_what_asks()
         self.desk.give(self.desk.home)
 
     def install_extension(self):
@@ -123,13 +131,18 @@ class Chromium(Browser):
                 " VALUES (?, ?, '', 'ann', '', ?, '', ?, 13400000000000000, 0, 0)",
                 (address, address, b"v10" + secret, address))
 
-    def allow_notifications(self):
+    def allow_what_asks(self):
         path = self.path(self.data, "Default/Preferences")
         with open(path) as file:
             preferences = json.load(file)
         exceptions = preferences["profile"].setdefault("content_settings", {}).setdefault("exceptions", {})
         exceptions.setdefault("notifications", {})[self.site.address("first")[:-1] + ",*"] = {
             "last_modified": "13400000000000000", "setting": 1}
+        third, secure = (self.site.address(place)[:-1] for place in ("third", "secure"))
+        exceptions.setdefault("storage_access", {})[f"{secure},{third}"] = {
+            "last_modified": "13400000000000000", "setting": 1}
+        preferences.setdefault("custom_handlers", {})["registered_protocol_handlers"] = [
+            {"default": True, "protocol": "mailto", "url": self.site.address("first") + "?handles=%s"}]
         preferences.setdefault("session", {})["restore_on_startup"] = 1  # the tabs of the last time
         with open(path, "w") as file:
             json.dump(preferences, file)

@@ -42,9 +42,11 @@ class Firefox(Browser):
         r"[^/]+/serviceworker\.txt": "service workers",
         r"[^/]+/cache2/": "HTTP cache, with compiled scripts",
         r"[^/]+/permissions\.sqlite": "permissions",
+        r"[^/]+/gmp/": "licences of protected media",
         r"[^/]+/content-prefs\.sqlite": "zoom",
         r"[^/]+/bounce-tracking-protection\.sqlite": "bounce tracking",
         r"[^/]+/AlternateServices\.": "alternative services",
+        r"[^/]+/SiteSecurityServiceState\.": "secure connections",
         r"[^/]+/(places|favicons)\.sqlite": "history, bookmarks and icons",
         r"[^/]+/(logins|key4)": "passwords",
         r"[^/]+/sessionstore": "open tabs",
@@ -54,6 +56,7 @@ class Firefox(Browser):
                      "CacheStorage and service workers' scripts", "service workers",
                      "HTTP cache, with compiled scripts", "history, bookmarks and icons")
     read_back = {"first: httpOnlyCookie", "first: partitionedHttpOnlyCookie", "first: permission", "first: zoom",
+                 "first: secureOnly",
                  "first: cached /cached", "third: cached /large.js", "third: httpOnlyCookie", "secure: httpOnlyCookie",
                  "secure: cached /cached", "secure: partitionedHttpOnlyCookie", "third: partitionedHttpOnlyCookie"}
 
@@ -63,9 +66,16 @@ class Firefox(Browser):
         return next(self.path(data or self.data, section["Path"]) for section in profiles.values()
                     if section.get("Name") == name)
 
+    def preferences(self):
+        """Where the sites' domains lead, without naming them. By itself the browser would try a secure connection first."""
+        return {"network.dns.forceResolve": "127.0.0.1",
+                "network.socket.forcePort": f"443={self.site.secure_port};80={self.site.port}",
+                "dom.security.https_first": False, "dom.security.https_first_schemeless": False,
+                "dom.security.https_first_for_unknown_suffixes": False}
+
     def prepare(self):
-        """Trusts a certificate authority, installs an unsigned extension, stores a bookmark and a password, and lets a
-        site notify."""
+        """Trusts a certificate authority, installs an unsigned extension, stores a bookmark and a password, lets a site
+        notify, and one see its storage in another."""
         self.site.extension(os.path.join(self.desk.root, "extension"), self.manifest)
         with marionette.turn():
             self.start(*marionette.Marionette.arguments)
@@ -76,7 +86,11 @@ class Firefox(Browser):
                     const {AddonManager} = ChromeUtils.importESModule(modules + "AddonManager.sys.mjs");
                     const {FileUtils} = ChromeUtils.importESModule(modules + "FileUtils.sys.mjs");
                     const {PlacesUtils} = ChromeUtils.importESModule(modules + "PlacesUtils.sys.mjs");
-                    const [authority, extension, address] = given;
+                    const [authority, extension, preferences, address, third, secure] = given;
+                    for (const [name, value] of Object.entries(preferences)) {
+                        if (typeof value === "boolean") Services.prefs.setBoolPref(name, value);
+                        else Services.prefs.setStringPref(name, value);
+                    }
                     Cc["@mozilla.org/security/x509certdb;1"].getService(Ci.nsIX509CertDB)
                         .addCertFromBase64(authority, "C,,");
                     Services.prefs.setBoolPref("xpinstall.signatures.required", false);
@@ -89,8 +103,11 @@ class Firefox(Browser):
                     Services.perms.addFromPrincipal(
                         Services.scriptSecurityManager.createContentPrincipalFromOrigin(new URL(address).origin),
                         "desktop-notification", Services.perms.ALLOW_ACTION);
+                    Services.perms.addFromPrincipal(
+                        Services.scriptSecurityManager.createContentPrincipalFromOrigin(new URL(third).origin),
+                        "3rdPartyStorage^" + new URL(secure).origin, Services.perms.ALLOW_ACTION);
                     """, self.site.authority.base64(), os.path.join(self.desk.root, "extension.xpi"),
-                            self.site.address("first"))
+                            self.preferences(), *(self.site.address(place) for place in ("first", "third", "secure")))
             finally:
                 firefox.close()
             self.desk.wait(lambda: self.site.extension_told, what="the extension's page")
@@ -119,5 +136,8 @@ class Firefox(Browser):
         making = self.run("-CreateProfile", "second")
         self.desk.wait(lambda: making.poll() is not None, what="the second profile")
         self.site.authority.trust_in(self.profile("second"))
+        with open(self.profile("second") + "/user.js", "w") as file:
+            file.writelines(f"user_pref({json.dumps(name)}, {json.dumps(value)});\n"
+                            for name, value in self.preferences().items())
         self.desk.give(self.profile("second"))
         self.processes.append(self.run("-P", "second", "-new-instance", address))

@@ -1,6 +1,6 @@
-"""Sites on this machine that leave in a browser all that a site can: one that is visited and two that it frames, one of
-those over secure connections. Their names end in "localhost": browsers resolve these by themselves, and trust them like
-secure sites."""
+"""Sites on this machine that leave in a browser all that a site can: one that is visited frames the others. They have
+domains of their own, at the usual ports and over secure connections: the browsers are told where these lead, and trust
+the authority that vouches for them. Nothing comes from a network."""
 
 import base64
 import http.server
@@ -15,7 +15,7 @@ import urllib.parse
 import zipfile
 
 PAGES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "pages")
-HOSTS = {"first": "quokka-press.localhost", "third": "wombat-ads.localhost", "secure": "numbat-bank.localhost"}
+HOSTS = {"first": "quokka-press.test", "third": "wombat-ads.test", "secure": "numbat-bank.test"}
 PLACES = {host: place for place, host in HOSTS.items()}
 
 PICTURE = base64.b64decode("iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAYAAAAfFcSJAAAADUlEQVR42mNk+M9QDwADhgGAWjR9awAAAABJRU5Erk"
@@ -27,6 +27,7 @@ WORKER_SCRIPT = """// zqlarge-worker.
 addEventListener("install", () => skipWaiting());
 addEventListener("activate", event => event.waitUntil(clients.claim()));
 addEventListener("fetch", event => {});
+addEventListener("sync", event => event.waitUntil(Promise.reject()));  // tried again after minutes
 """
 KEPT = {"Cache-Control": "public, max-age=864000"}
 NOT_KEPT = {"Cache-Control": "no-store"}
@@ -51,11 +52,12 @@ class Authority:
     def _run(self, *words):
         subprocess.run(["openssl", *words], cwd=self.folder, check=True, capture_output=True)
 
-    def context(self, host):
-        """The TLS context for a server of that name."""
+    def context(self, hosts):
+        """The TLS context for a server of these names."""
+        names = ",".join("DNS:" + host for host in hosts)
         with open(os.path.join(self.folder, "extensions"), "w") as file:
-            file.write(f"subjectAltName=DNS:{host}\nextendedKeyUsage=serverAuth\nbasicConstraints=CA:FALSE\n")
-        self._run("req", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-subj", "/CN=" + host,
+            file.write(f"subjectAltName={names}\nextendedKeyUsage=serverAuth\nbasicConstraints=CA:FALSE\n")
+        self._run("req", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-subj", "/CN=Sites",
                   "-keyout", "site.key", "-out", "site.request")
         self._run("x509", "-req", "-in", "site.request", "-CA", "authority.pem", "-CAkey", "authority.key",
                   "-CAcreateserial", "-days", "30", "-extfile", "extensions", "-out", "site.pem")
@@ -75,7 +77,8 @@ class Authority:
 class Visit:
     """What the pages of one visit have reported."""
 
-    def __init__(self):
+    def __init__(self, place="first"):
+        self.place = place   # the site that frames the others
         self.pages = {}      # place: {"found": …, "failed": …, "works": …}
         self.extension = None
         self.typed = ""
@@ -84,6 +87,7 @@ class Visit:
         self.again = []      # what these tabs still have
         self.asked = {}      # place: {what the browser had kept and sent}
         self.served = set()  # (place, path): what the browser requested, and so did not have
+        self.insecure = False  # whether it has come over an insecure connection, as no site had forbidden
 
     def complete(self):
         return set(self.pages) == set(HOSTS)
@@ -111,7 +115,7 @@ class Site:
         self.visit = 0
         self.visits = {0: Visit()}  # number 0 is for the extension only
         self.extension_told = False
-        self.servers = [self._serve(None), self._serve(self.authority.context(HOSTS["secure"]))]
+        self.servers = [self._serve(None), self._serve(self.authority.context(HOSTS.values()))]
         self.port, self.secure_port = (server.server_port for server in self.servers)
 
     def _serve(self, context):
@@ -138,26 +142,25 @@ class Site:
             server.shutdown()
             server.server_close()
 
-    def address(self, place):
-        if place == "secure":
-            return f"https://{HOSTS[place]}:{self.secure_port}/"
-        return f"http://{HOSTS[place]}:{self.port}/"
+    @staticmethod
+    def address(place):
+        return f"https://{HOSTS[place]}/"
 
-    def next_visit(self):
-        """Begins a visit; returns its address and its reports, which are still empty."""
+    def next_visit(self, place="first"):
+        """Begins a visit to a site that frames the others; returns its address and its reports, which are still empty.
+        The address is insecure: a browser that has noted that the site demands a secure connection never uses it."""
         self.visit = len(self.visits)
-        self.visits[self.visit] = Visit()
-        return self.address("first") + f"?visit={self.visit}", self.visits[self.visit]
+        self.visits[self.visit] = Visit(place)
+        return f"http://{HOSTS[place]}/?visit={self.visit}", self.visits[self.visit]
 
     def page(self, place, visit):
         with open(os.path.join(PAGES, "page.html")) as file:
             text = string.Template(file.read())
         frames = ""
-        if place == "first" and visit == self.visit:
-            frames = "".join(f'<iframe src="{self.address(other)}?visit={visit}"></iframe>' for other in
-                             ("third", "secure"))
-        return text.substitute(place=place, visit=visit, frames=frames, past=json.dumps(visit != self.visit),
-                               other=f"http://{HOSTS['secure']}:{self.port}/plain")
+        if place == self.visits[visit].place and visit == self.visit:
+            frames = "".join(f'<iframe src="{self.address(other)}?visit={visit}"></iframe>' for other in HOSTS
+                             if other != place)
+        return text.substitute(place=place, visit=visit, frames=frames, past=json.dumps(visit != self.visit))
 
     def extension(self, folder, manifest):
         """Writes an extension to a folder, and beside it "extension.xpi"."""
@@ -198,10 +201,19 @@ class Handler(http.server.BaseHTTPRequestHandler):
 
     def do_GET(self):
         place, path, visit = self.parts()
+        if place and not isinstance(self.connection, ssl.SSLSocket):
+            self.site.visits[visit].insecure = True
+            self.send_response(302)
+            self.send_header("Location", f"https://{HOSTS[place]}{self.path}")
+            self.send_header("Content-Length", "0")
+            self.end_headers()
+            return
         if visit == self.site.visit:
             self.note_what_came(place, path)
         if path == "/":
-            self.answer(self.site.page(place, visit), "text/html", NOT_KEPT, self.lasting(place))
+            # A tab that is opened again may be faster than the visit, which is to find nothing of it.
+            lasting = self.lasting(place) if visit == self.site.visit else {}
+            self.answer(self.site.page(place, visit), "text/html", NOT_KEPT, lasting)
         elif path in ("/stores.js", "/page.js"):
             with open(PAGES + path) as file:
                 self.answer(file.read(), "text/javascript", NOT_KEPT)
@@ -220,8 +232,6 @@ class Handler(http.server.BaseHTTPRequestHandler):
                         {"Use-As-Dictionary": 'match="/with-dictionary*"'})
         elif path == "/with-dictionary":
             self.answer("", "text/plain", NOT_KEPT)
-        elif path == "/plain":
-            self.answer("", "text/plain", NOT_KEPT, {"Access-Control-Allow-Origin": "*"})
         else:
             self.send_error(404)
 
@@ -237,6 +247,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
             asked.update({store: sent[name] for store, name in COOKIES.items() if name in sent})
             if "Sec-CH-UA-Model" in self.headers:
                 asked["clientHints"] = "yes"
+            if place == visit.place and not visit.insecure:
+                asked["secureOnly"] = "yes"
         elif "Available-Dictionary" in self.headers:
             asked["dictionary"] = "yes"
 

@@ -6,7 +6,7 @@ import os
 import re
 import subprocess
 
-PLACES = {"first": "the site", "third": "framed", "secure": "framed, secure"}
+PLACES = {"first": "the site", "third": "one framed", "secure": "another framed"}
 READ_BACK = {
     "cookie": "cookies of scripts",
     "httpOnlyCookie": "cookies of the server",
@@ -19,6 +19,7 @@ READ_BACK = {
     "blobInIndexedDatabase": "IndexedDB, blobs",
     "cacheStorage": "CacheStorage",
     "serviceWorker": "service worker",
+    "backgroundSync": "synchronization in the background",
     "privateFiles": "private file system",
     "fileSystem": "sandboxed file system",
     "databaseInBucket": "storage bucket, IndexedDB",

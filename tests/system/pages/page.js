@@ -1,6 +1,5 @@
 // A visit: reports what it finds in every store, fills them, and reads them back. The document has set `place` (which
-// of the sites this is), `visit` (its number) and `other` (the address of the same server over plain HTTP, for a site
-// that has asked for secure connections).
+// of the sites this is), `visit` (its number) and `past` (whether it is an earlier one).
 "use strict";
 
 const all = {...stores, ...storesOfSites};
@@ -34,7 +33,6 @@ const read = async () => ({
   ...ofThisTab(),
   zoom: times === 1 ? null : String(times),
   permission: Notification.permission === "granted" ? "granted" : null,
-  secureOnly: place === "first" ? await fetch(other).then(() => null, () => "yes") : null,
 });
 
 const visitTheSite = async () => {

@@ -127,6 +127,24 @@ const storesOfSites = {
   },
 };
 
+// Frames have none.
+if (window === top && "SyncManager" in window) {
+  storesOfSites.backgroundSync = {
+    read: async () => (await (await navigator.serviceWorker.getRegistration("/"))?.sync.getTags())?.[0] ?? null,
+    write: async mark => (await navigator.serviceWorker.ready).sync.register(mark),
+  };
+}
+
+if (navigator.requestMediaKeySystemAccess) {
+  const kinds = ["video/webm; codecs=vp8", 'video/mp4; codecs="avc1.42E01E"'].map(contentType => ({contentType}));
+  storesOfSites.protectedMedia = {
+    read: () => null,  // only the browser sees it
+    write: () => navigator.requestMediaKeySystemAccess("org.w3.clearkey", [{
+      initDataTypes: ["keyids", "webm", "cenc"], videoCapabilities: kinds,
+    }]).then(access => access.createMediaKeys(), () => null),
+  };
+}
+
 if (window.webkitRequestFileSystem) {
   const root = () => new Promise((done, fail) =>
     webkitRequestFileSystem(TEMPORARY, 1 << 20, system => done(system.root), fail));
