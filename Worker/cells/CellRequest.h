@@ -18,17 +18,17 @@ namespace tidewell {
 
 /// Which reader is wanted, and the form of its answer.
 enum class CellTask : std::uint64_t {
-  kPreferences,         // Kept, document: a Rewriting
-  kUnpackedSession,     // file: a text, if it is such a file
-  kSession,             // Kept, the text of a session: a text, if it is one
-  kOpenTabs,            // file: a Rewriting
-  kClosedTabs,          // likewise
-  kIsTabFile,           // file: a text, which is empty, if it is one
-  kOriginOfCaches,      // index: a text, if it names an origin
-  kStorageKeyOfCaches,  // likewise
-  kPickledText,         // the bytes of a text: a text, if there is one
-  kListInLocalState,    // document: texts, in pairs
-  kListInProfilesIni,   // list: texts
+  kPreferences,          // Kept, document: a Rewriting
+  kUnpackedSession,      // file: a text, if it is such a file
+  kSession,              // Kept, the text of a session: a text, if it is one
+  kOpenTabs,             // file: a Rewriting
+  kClosedTabs,           // likewise
+  kIsTabFile,            // file: a text, which is empty, if it is one
+  kOriginsOfCaches,      // indexes, as texts: for each a text, if it names an origin, as texts
+  kStorageKeysOfCaches,  // likewise
+  kPickledTexts,         // likewise, the bytes of texts
+  kListInLocalState,     // document: texts, in pairs
+  kListInProfilesIni,    // list: texts
 };
 
 std::string cellRequest(CellTask task, std::string_view input);

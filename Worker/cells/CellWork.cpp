@@ -17,6 +17,18 @@ std::optional<std::string> pickledText(std::string_view bytes) {
   return text ? std::optional<std::string>(*text) : std::nullopt;
 }
 
+using Owner = std::optional<std::string>;
+
+std::optional<std::string> eachOf(std::string_view input, Owner (*read)(std::string_view bytes)) {
+  std::string answers;
+  for (ByteReader reader(input); !reader.atEnd();) {
+    const auto bytes = reader.text();
+    if (!bytes) return std::nullopt;
+    appendText(answers, answerOf(read(*bytes)));
+  }
+  return answers;
+}
+
 std::vector<std::string> profilesIn(std::string_view localState) {
   std::vector<std::string> pairs;
   for (const auto& [folder, name] : profilesOfLocalState(localState)) pairs.insert(pairs.end(), {folder, name});
@@ -42,12 +54,12 @@ std::optional<std::string> cellAnswer(std::string_view message) {
       return answerOf(withoutPageStates(input, TabFile::kClosed));
     case CellTask::kIsTabFile:
       return answerOf(isReadableTabFile(input) ? std::optional<std::string>("") : std::nullopt);
-    case CellTask::kOriginOfCaches:
-      return answerOf(originOfCacheStorage(input));
-    case CellTask::kStorageKeyOfCaches:
-      return answerOf(storageKeyOfCacheStorage(input));
-    case CellTask::kPickledText:
-      return answerOf(pickledText(input));
+    case CellTask::kOriginsOfCaches:
+      return eachOf(input, originOfCacheStorage);
+    case CellTask::kStorageKeysOfCaches:
+      return eachOf(input, storageKeyOfCacheStorage);
+    case CellTask::kPickledTexts:
+      return eachOf(input, pickledText);
     case CellTask::kListInLocalState:
       return answerOf(profilesIn(input));
     case CellTask::kListInProfilesIni:

@@ -13,7 +13,8 @@ namespace {
 using platform::Cell;
 
 constexpr std::size_t kGrowthOfTabs = 16;
-constexpr std::size_t kForm = 16;  // bytes that an answer may have beside those that it was made of
+constexpr std::size_t kMostFailures = 32;  // of one store: each may take a cell's whole time
+constexpr std::size_t kForm = 16;          // bytes that an answer may have beside those that it was made of
 
 /// Asks a cell, which is opened if there is none. Where it fails it is no cell any more.
 std::optional<std::string> ask(std::unique_ptr<Cell>& cell, const std::string& request, std::size_t largest) {
@@ -56,14 +57,6 @@ Rewriting rewriting(std::string_view file, std::size_t largest, const MakeReques
   return isDone ? std::move(*result) : Rewriting::leaveUnread();
 }
 
-OwnersInCell::Answer ownerIn(std::unique_ptr<Cell>& cell, CellTask task, std::string_view bytes) {
-  const auto answer = ask(cell, cellRequest(task, bytes), bytes.size() + kForm);
-  auto text = answer ? textFrom(*answer) : std::nullopt;
-  if (text && *text && bytes.find(**text) == std::string_view::npos) text.reset();
-  if (!text) cell.reset();
-  return text;
-}
-
 }  // namespace
 
 Rewriting InCell::withoutSites(std::string_view preferences, const Kept& kept) {
@@ -81,7 +74,7 @@ Rewriting InCell::withoutSiteData(std::string_view jsonlz4, const KeptSites& sit
   const auto text = unpacked ? textFrom(*unpacked) : std::nullopt;
   if (!text) return Rewriting::leaveUnread();
   if (!*text) return unread();
-  const auto read = [&sites](std::string_view session) -> OwnersInCell::Answer {
+  const auto read = [&sites](std::string_view session) -> std::optional<std::optional<std::string>> {
     const auto answer = askOne(cellRequest(CellTask::kSession, {.sites = sites}, session), session.size() + kForm);
     return answer ? textFrom(*answer) : std::nullopt;
   };
@@ -131,16 +124,37 @@ std::vector<std::string> InCell::listedProfiles(std::string_view list) {
   return std::move(*profiles);
 }
 
-OwnersInCell::Answer OwnersInCell::originOfCacheStorage(std::string_view indexTxt) {
-  return ownerIn(cell_, CellTask::kOriginOfCaches, indexTxt);
+std::vector<OwnersInCell::Answer> OwnersInCell::ownersIn(std::span<const std::string_view> files) {
+  std::vector<Answer> answers(files.size());
+  if (!files.empty()) readInHalves(files, answers);
+  return answers;
 }
 
-OwnersInCell::Answer OwnersInCell::storageKeyOfCacheStorage(std::string_view indexTxt) {
-  return ownerIn(cell_, CellTask::kStorageKeyOfCaches, indexTxt);
+void OwnersInCell::readInHalves(std::span<const std::string_view> files, std::span<Answer> answers) {
+  if (failures_ >= kMostFailures || read(files, answers)) return;
+  cell_.reset();
+  ++failures_;
+  if (files.size() == 1) return;
+  const std::size_t half = files.size() / 2;
+  readInHalves(files.first(half), answers.first(half));
+  readInHalves(files.subspan(half), answers.subspan(half));
 }
 
-OwnersInCell::Answer OwnersInCell::pickledText(std::string_view bytes) {
-  return ownerIn(cell_, CellTask::kPickledText, bytes);
+/// False, and no answers, when the cell has failed.
+bool OwnersInCell::read(std::span<const std::string_view> files, std::span<Answer> answers) {
+  std::string input;
+  for (const std::string_view file : files) appendText(input, file);
+  const auto told = ask(cell_, cellRequest(task_, input), input.size() + files.size() * kForm);
+  const auto texts = told ? textsFrom(*told) : std::nullopt;
+  if (!texts || texts->size() != files.size()) return false;
+  std::vector<Answer> owners;
+  for (std::size_t index = 0; index < files.size(); ++index) {
+    auto owner = textFrom((*texts)[index]);
+    if (!owner || (*owner && files[index].find(**owner) == std::string_view::npos)) return false;
+    owners.push_back(std::move(owner));
+  }
+  std::move(owners.begin(), owners.end(), answers.begin());
+  return true;
 }
 
 }  // namespace tidewell

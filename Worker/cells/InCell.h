@@ -7,14 +7,15 @@
 // read once more, in a second cell, in which nothing may be left to do. Any thread; nothing is thrown.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "Platform/Cells.h"
+#include "Worker/cells/CellRequest.h"
 #include "Worker/formats/Kept.h"
 #include "Worker/formats/LocalState.h"
 #include "Worker/formats/Rewriting.h"
@@ -38,17 +39,28 @@ class InCell {
   static std::vector<std::string> listedProfiles(std::string_view list);
 };
 
-/// Short texts in many files of one store, read in one cell after the other: each ends with the first that it fails on.
+/// Who owns what: a short text in each of many files of one store. They are read together; where a cell fails, its
+/// files are read again in halves, until only those are left that it fails on.
 class OwnersInCell {
  public:
-  /// What the function of Worker/formats/ returns. No answer when a cell fails.
-  using Answer = std::optional<std::optional<std::string>>;
+  /// What the function of Worker/formats/ returns: absent when the bytes name no owner.
+  using Owner = std::optional<std::string>;
+  /// Absent when a cell fails on the bytes.
+  using Answer = std::optional<Owner>;
 
-  Answer originOfCacheStorage(std::string_view indexTxt);
-  Answer storageKeyOfCacheStorage(std::string_view indexTxt);
-  Answer pickledText(std::string_view bytes);
+  /// One of the tasks of CellRequest.h that take many texts.
+  explicit OwnersInCell(CellTask task) : task_(task) {}
+
+  /// An answer for each.
+  std::vector<Answer> ownersIn(std::span<const std::string_view> files);
+  Answer ownerIn(std::string_view file) { return ownersIn({&file, 1})[0]; }
 
  private:
+  bool read(std::span<const std::string_view> files, std::span<Answer> answers);
+  void readInHalves(std::span<const std::string_view> files, std::span<Answer> answers);
+
+  const CellTask task_;
+  std::size_t failures_ = 0;
   std::unique_ptr<platform::Cell> cell_;
 };
 

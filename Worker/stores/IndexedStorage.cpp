@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "Platform/Path.h"
-#include "Worker/formats/CacheStorageIndex.h"
 #include "Worker/sandbox/GrantedFiles.h"
 #include "Worker/stores/FolderEntries.h"
 
@@ -21,16 +20,6 @@ constexpr std::string_view kFirst = "primary";
 constexpr std::string_view kNameOfFirst = "primary.origin";
 
 }  // namespace
-
-Outcome removeCachesUnless(const std::string& path, const SaysThatItStays& indexSays) {
-  Outcome unread;
-  Outcome outcome = removeEntriesUnless(path, [&](const std::string& name) {
-    const auto stays = indexSays(appendingPathComponent(appendingPathComponent(path, name), "index.txt"));
-    if (!stays) unread = {Left::kNotReadable};
-    return stays.value_or(true);
-  });
-  return outcome += unread;
-}
 
 Outcome removeFileSystemsUnless(const std::string& path, const FileSystemOwners& owners) {
   static constexpr std::string_view kOrigin = "ORIGIN:";

@@ -16,9 +16,6 @@ inline constexpr std::size_t kLargestOrigin = std::size_t{64} << 10;  // bytes
 /// What a file says: whether that which it names stays. Absent when it can't be told: then it stays, and is reported.
 using SaysThatItStays = std::function<std::optional<bool>(const std::string& file)>;
 
-/// Removes the folders in CacheStorage of which the index does not say that they stay.
-Outcome removeCachesUnless(const std::string& path, const SaysThatItStays& indexSays);
-
 struct FileSystemOwners {
   std::function<bool(std::string_view identifier)> isKept;  // "https_a.test_0"
   std::function<bool(std::string_view bytes)> isPrecious;   // in a damaged database, see LevelDatabase

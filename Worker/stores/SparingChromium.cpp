@@ -5,10 +5,10 @@
 
 #include "Platform/Path.h"
 #include "Worker/cells/InCell.h"
-#include "Worker/formats/CacheStorageIndex.h"
 #include "Worker/keeping/Host.h"
 #include "Worker/keeping/StorageKey.h"
 #include "Worker/sandbox/GrantedFiles.h"
+#include "Worker/stores/CacheFolders.h"
 #include "Worker/stores/FolderEntries.h"
 #include "Worker/stores/IndexedStorage.h"
 #include "Worker/stores/SparedRows.h"
@@ -134,20 +134,17 @@ Outcome cleanOtherLocalStorage(const std::string& path, const KeptSites& sites) 
 }
 
 Outcome cleanOtherCacheStorage(const std::string& path, const KeptSites& sites) {
-  OwnersInCell owners;
-  const auto isKept = [&](std::string_view index) -> std::optional<bool> {
-    const auto key = owners.storageKeyOfCacheStorage(index);
-    return key && *key ? std::optional(keepsStorageKey(sites, **key)) : std::nullopt;
-  };
-  return removeCachesUnless(
-      path, [&isKept](const std::string& index) { return holds(index, isKept, kLargestCacheStorageIndex); });
+  return removeCachesUnless(path, CellTask::kStorageKeysOfCaches, [&](const CacheIndex& index) -> std::optional<bool> {
+    if (index.owner) return keepsStorageKey(sites, *index.owner);
+    if (index.bytes || GrantedFiles::isThere(index.path)) return std::nullopt;
+    return false;
+  });
 }
 
 Outcome cleanOtherFileSystem(const std::string& path, const KeptSites& sites) {
   const auto isKept = [&sites](std::string_view identifier) { return keepsIdentifier(sites, identifier); };
-  OwnersInCell owners;
   const auto isKeptFirst = [&](std::string_view bytes) -> std::optional<bool> {
-    const auto identifier = owners.pickledText(bytes);
+    const auto identifier = OwnersInCell(CellTask::kPickledTexts).ownerIn(bytes);
     return identifier && *identifier ? std::optional(keepsIdentifier(sites, **identifier)) : std::nullopt;
   };
   const auto firstIsKept = [&](const std::string& file) { return holds(file, isKeptFirst, kLargestOrigin); };

@@ -6,8 +6,8 @@
 
 #include "Platform/Path.h"
 #include "Worker/cells/InCell.h"
-#include "Worker/formats/CacheStorageIndex.h"
 #include "Worker/sandbox/GrantedFiles.h"
+#include "Worker/stores/CacheFolders.h"
 #include "Worker/stores/FolderEntries.h"
 #include "Worker/stores/IndexedStorage.h"
 #include "Worker/stores/SparingTreatments.h"
@@ -112,16 +112,9 @@ Outcome cleanLocalStorage(const std::string& path) {
 }
 
 Outcome cleanCacheStorage(const std::string& path) {
-  OwnersInCell owners;
-  return removeCachesUnless(path, [&owners](const std::string& index) {
-    bool isRead = true;
-    const auto isOfExtension = [&](std::string_view text) {
-      const auto origin = owners.originOfCacheStorage(text);
-      isRead = origin.has_value();
-      return isRead && (*origin ? (*origin)->starts_with(kExtensionOrigin) : mentionsExtension(text));
-    };
-    const auto isKept = GrantedFiles::holds(index, isOfExtension, kLargestCacheStorageIndex);
-    return isRead ? isKept : std::nullopt;
+  return removeCachesUnless(path, CellTask::kOriginsOfCaches, [](const CacheIndex& index) -> std::optional<bool> {
+    if (!index.bytes) return false;
+    return index.owner ? index.owner->starts_with(kExtensionOrigin) : mentionsExtension(*index.bytes);
   });
 }
 

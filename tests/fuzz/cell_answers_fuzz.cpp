@@ -60,9 +60,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   for (const std::string& profile : InCell::listedProfiles(kFile)) {
     if (!isStraight(profile)) std::abort();
   }
-  tidewell::OwnersInCell owners;
-  for (int index = 0; index < 3; ++index) {
-    const auto owner = owners.originOfCacheStorage(kFile);
+  const std::vector<std::string_view> files(3, kFile);
+  for (const auto& owner : tidewell::OwnersInCell(tidewell::CellTask::kOriginsOfCaches).ownersIn(files)) {
     if (owner && *owner && std::string_view(kFile).find(**owner) == std::string_view::npos) std::abort();
   }
   platform::Platform::install(before);

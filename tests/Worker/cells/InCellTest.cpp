@@ -11,12 +11,15 @@
 
 namespace {
 
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
 using testing_support::ScriptedCells;
 using testing_support::TestPlatform;
 using tidewell::answerOf;
 using tidewell::cellAnswer;
+using tidewell::CellTask;
 using tidewell::InCell;
 using tidewell::Kept;
 using tidewell::KeptSites;
@@ -92,7 +95,7 @@ TEST_F(InCellTest, nothingIsReadOrRemovedWhereACellEnds) {
   lieAtFirst(std::nullopt);
   EXPECT_THAT(InCell::listedProfiles("[Profile0]\nPath=/srv/ann\n"), IsEmpty());
   lieAtFirst(std::nullopt);
-  EXPECT_FALSE(OwnersInCell().originOfCacheStorage("index"));
+  EXPECT_FALSE(OwnersInCell(CellTask::kOriginsOfCaches).ownerIn("index"));
 }
 
 TEST_F(InCellTest, nothingIsReadOrRemovedWhereNoCellCanBeOpened) {
@@ -100,7 +103,7 @@ TEST_F(InCellTest, nothingIsReadOrRemovedWhereNoCellCanBeOpened) {
   cells->canOpen = false;
   EXPECT_EQ(InCell::withoutSites(kPreferences, {}).action, Action::kLeaveUnread);
   EXPECT_EQ(InCell::withoutSiteData(tidewell::packedSession(kSession), {}).action, Action::kLeaveUnread);
-  EXPECT_FALSE(OwnersInCell().originOfCacheStorage("index"));
+  EXPECT_FALSE(OwnersInCell(CellTask::kOriginsOfCaches).ownerIn("index"));
 }
 
 TEST_F(InCellTest, answersOfNoFormAreNone) {
@@ -141,22 +144,30 @@ TEST_F(InCellTest, profilesLeadNowhereElseWhoeverNamesThem) {
 }
 
 TEST_F(InCellTest, ownersAreNamedInTheFileOrNotAtAll) {
-  lieAtFirst(answerOf(std::optional<std::string>("chrome-extension://abc/")));
-  OwnersInCell owners;
-  EXPECT_FALSE(owners.originOfCacheStorage("an index of https://a.test/"));
+  use([](std::size_t, std::string_view) {
+    return answerOf(std::vector<std::string>{answerOf(std::optional<std::string>("chrome-extension://abc/"))});
+  });
+  EXPECT_FALSE(OwnersInCell(CellTask::kOriginsOfCaches).ownerIn("an index of https://a.test/"));
 }
 
-TEST_F(InCellTest, aStoreIsReadInOneCellUntilThatFails) {
-  use([](std::size_t cell, std::string_view request) {
-    return cell == 1 && request.find("taken over") != std::string_view::npos ? std::nullopt : cellAnswer(request);
+TEST_F(InCellTest, ofManyFilesOnlyThoseAreUnreadThatACellFailsOn) {
+  use([](std::size_t, std::string_view request) {
+    return request.find("taken over") != std::string_view::npos ? std::nullopt : cellAnswer(request);
   });
-  OwnersInCell owners;
-  EXPECT_TRUE(owners.originOfCacheStorage("one"));
-  EXPECT_TRUE(owners.originOfCacheStorage("two"));
-  EXPECT_EQ(cells->opened, 1U);
-  EXPECT_FALSE(owners.originOfCacheStorage("taken over"));
-  EXPECT_TRUE(owners.originOfCacheStorage("three"));
-  EXPECT_EQ(cells->opened, 2U);
+  std::vector<std::string_view> files(100, "no index");
+  files[7] = files[77] = "taken over";
+  const auto owners = OwnersInCell(CellTask::kOriginsOfCaches).ownersIn(files);
+  ASSERT_THAT(owners, SizeIs(files.size()));
+  for (std::size_t index = 0; index < files.size(); ++index) {
+    EXPECT_EQ(owners[index].has_value(), index != 7 && index != 77) << index;
+  }
+}
+
+TEST_F(InCellTest, aStoreThatFailsAgainAndAgainIsGivenUp) {
+  use([](std::size_t, std::string_view) { return std::nullopt; });
+  EXPECT_THAT(OwnersInCell(CellTask::kOriginsOfCaches).ownersIn(std::vector<std::string_view>(5000, "taken over")),
+              Each(std::nullopt));
+  EXPECT_LT(cells->opened, 50U);
 }
 
 }  // namespace
