@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <poll.h>
-#include <seccomp.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 
@@ -13,12 +11,11 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <sstream>
-#include <thread>
 
 #include "Platform/Linux/cells/LinuxCells.h"
 #include "tests/support/Fakes.h"
+#include "tests/support/KernelWithout.h"
 #include "tests/support/MemoryLimit.h"
 #include "tests/support/ScratchFolder.h"
 
@@ -33,7 +30,10 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using testing_support::FakeLog;
+using testing_support::Lacking;
+using testing_support::refuse;
 using testing_support::ScratchFolder;
+using testing_support::withKernel;
 
 constexpr std::size_t kMost = std::size_t{1} << 20;
 constexpr std::chrono::milliseconds kShort{300};
@@ -46,34 +46,8 @@ std::unique_ptr<platform::Cell> opened(LinuxCells& cells) {
   return std::move(*cell);
 }
 
-/// What of the kernel a cell has to do without.
-enum class Lacking { kNothing, kLandlock, kSeccomp };
-
-/// Makes calls fail in this thread and in what it starts, as a kernel does that doesn't have them.
-void refuse(const std::vector<int>& calls) {
-  const std::unique_ptr<void, decltype(&::seccomp_release)> filter(::seccomp_init(SCMP_ACT_ALLOW), ::seccomp_release);
-  for (const int call : calls) {
-    ASSERT_EQ(::seccomp_rule_add(filter.get(), SCMP_ACT_ERRNO(ENOSYS), call, 0), 0);
-  }
-  if (calls.front() == SCMP_SYS(seccomp)) {
-    ASSERT_EQ(::seccomp_rule_add(filter.get(), SCMP_ACT_ERRNO(EINVAL), SCMP_SYS(prctl), 1,
-                                 SCMP_A0_64(SCMP_CMP_EQ, PR_SET_SECCOMP)),
-              0);
-  }
-  ASSERT_EQ(::seccomp_load(filter.get()), 0);
-}
-
 class CellsTest : public ::testing::TestWithParam<Lacking> {
  protected:
-  /// Runs the test's task where the kernel lacks what it is to lack.
-  static void withKernel(Lacking lacking, const std::function<void()>& task) {
-    std::thread([&] {
-      if (lacking == Lacking::kLandlock) refuse({SCMP_SYS(landlock_create_ruleset), SCMP_SYS(landlock_restrict_self)});
-      if (lacking == Lacking::kSeccomp) refuse({SCMP_SYS(seccomp)});
-      task();
-    }).join();
-  }
-
   static FileDescriptor program() { return FileDescriptor(::fcntl(holeCell.get(), F_DUPFD_CLOEXEC, 3)); }
 
   /// What a cell answers that does this; "ended" when it does not live to tell.
