@@ -32,6 +32,7 @@ constexpr bool kIsSanitized = false;
 // The largest documents, of 256 MB, take up to five times as much while parts are taken out of them.
 constexpr rlim_t kMostMemory = rlim_t{2} << 30;  // bytes
 constexpr rlim_t kMostSeconds = 30;              // of a processor
+constexpr rlim_t kMostOfSanitizer = 8;           // descriptors
 
 void limit(__rlimit_resource resource, rlim_t most) {
   const rlimit bounds{most, most};
@@ -41,7 +42,7 @@ void limit(__rlimit_resource resource, rlim_t most) {
 void limitAll() {
   limit(RLIMIT_CORE, 0);
   limit(RLIMIT_FSIZE, 0);
-  limit(RLIMIT_NOFILE, kCellDescriptor + 1);
+  limit(RLIMIT_NOFILE, kIsSanitized ? kMostOfSanitizer : kCellDescriptor + 1);
   limit(RLIMIT_NPROC, 0);
   if (kIsSanitized) return;  // their shadow memory exceeds any limit, and they take their time
   limit(RLIMIT_AS, kMostMemory);
@@ -112,8 +113,10 @@ bool filter() {
   };
   allow(SCMP_SYS(read), {is(0, kCellDescriptor)});
   allow(SCMP_SYS(write), {is(0, kCellDescriptor)});
-  // A sanitizer tells on standard error what it has found.
-  if (kIsSanitized) allow(SCMP_SYS(write), {is(0, STDERR_FILENO)});
+  if (kIsSanitized) {
+    // They tell on standard error what they have found, and find out by a pipe whether an object's memory can be read.
+    for (const int call : {SCMP_SYS(write), SCMP_SYS(pipe2), SCMP_SYS(close)}) allow(call, {});
+  }
   allow(SCMP_SYS(mmap), {lacks(2, PROT_EXEC), has(3, MAP_ANONYMOUS)});
   allow(SCMP_SYS(mprotect), {lacks(2, PROT_EXEC)});
   for (const int call : {SCMP_SYS(munmap), SCMP_SYS(mremap), SCMP_SYS(madvise), SCMP_SYS(brk), SCMP_SYS(futex),
