@@ -3,6 +3,7 @@ the ways in which they end."""
 
 import contextlib
 import glob
+import hashlib
 import os
 import re
 import shutil
@@ -161,10 +162,21 @@ class Browser:
             for left in glob.glob(copy + "*"):
                 os.remove(left)
 
+    @staticmethod
+    def extensions_files(folder, *patterns):
+        """What extensions keep in files of their own: each file with a digest."""
+        files = [file for pattern in patterns for path in glob.glob(os.path.join(folder, pattern))
+                 for file in (glob.glob(path + "/**", recursive=True) if os.path.isdir(path) else [path])]
+        digests = {}
+        for path in filter(os.path.isfile, files):
+            with open(path, "rb") as file:
+                digests[os.path.relpath(path, folder)] = hashlib.sha256(file.read()).hexdigest()
+        return digests
+
     def prepare(self):
         """Starts the browser for the first time, and stores what belongs to the user."""
         raise NotImplementedError
 
     def owned(self):
-        """Bookmarks, passwords and history, as they are on the disk."""
+        """Bookmarks, passwords, history and extensions' files, as they are on the disk."""
         raise NotImplementedError

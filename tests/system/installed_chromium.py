@@ -156,7 +156,9 @@ class Chromium(Browser):
                                                               "FROM logins"),
                 "history": self.rows(folder + "History", "SELECT url, title, visit_count FROM urls"),
                 "visits": self.rows(folder + "History", "SELECT url, visit_time FROM visits"),
-                "icons": self.rows(folder + "Favicons", "SELECT page_url FROM icon_mapping")}
+                "icons": self.rows(folder + "Favicons", "SELECT page_url FROM icon_mapping"),
+                "extensions": self.extensions_files(folder, "* Extension Settings", "Extension *", "Extensions", "Sync Data",
+                                                    "* App Settings", "IndexedDB/chrome-extension_*")}
 
     def start_second_profile(self, address):
         self.run("--profile-directory=Profile 1", address)

@@ -130,7 +130,9 @@ class Firefox(Browser):
                 "passwords": passwords,
                 "history": self.rows(places, "SELECT url, title, visit_count FROM moz_places"),
                 "visits": self.rows(places, "SELECT place_id, visit_date FROM moz_historyvisits"),
-                "icons": self.rows(folder + "/favicons.sqlite", "SELECT page_url FROM moz_pages_w_icons")}
+                "icons": self.rows(folder + "/favicons.sqlite", "SELECT page_url FROM moz_pages_w_icons"),
+                "extensions": self.extensions_files(folder, "storage/default/moz-extension+++*", "storage-sync*",
+                                                    "browser-extension-data", "extension*")}
 
     def start_second_profile(self, address):
         making = self.run("-CreateProfile", "second")

@@ -189,6 +189,7 @@ class LinuxHome(unittest.TestCase):
                 table.ended(way, before, after)
                 self.check_nothing_is_left(after)
                 self.assertEqual(self.browser.owned(), owned)
+                self.assertTrue(owned["extensions"])
                 self.assertEqual(self.desk.worker.log, [])
             visit = self.use(self.browser)
             with self.subTest("the visit after " + way):
