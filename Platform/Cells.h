@@ -37,7 +37,7 @@ class Cells {
 
   virtual Result<std::unique_ptr<Cell>> open() = 0;
 
-  /// As long as what it returns lives, cells are started before they are needed.
+  /// As long as what it returns lives, the next cell is started while one is at work.
   virtual std::shared_ptr<void> startAhead() = 0;
 };
 

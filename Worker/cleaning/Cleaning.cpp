@@ -55,6 +55,7 @@ Report Cleaning::run() {
   report_ = {.browser = std::string(browser_.bundleIdentifier)};
   report_.runs.push_back({.begun = std::chrono::system_clock::now(), .ended = {}});
   const HeldFiles held;
+  const auto cells = platform::Platform::current().cells.startAhead();
   if (layout_.mayHave(browser_)) {
     for (const std::string& folder : layout_.foldersToAllow(browser_)) {
       if (!GrantedFiles::isGranted(folder)) noteNotAllowed(folder);

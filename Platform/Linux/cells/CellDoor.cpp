@@ -129,7 +129,8 @@ bool filter() {
 }  // namespace
 
 CellDoor CellDoor::close() {
-  ::close_range(kIsSanitized ? STDERR_FILENO + 1 : kCellDescriptor + 1, ~0U, 0);
+  ::close_range(kCellDescriptor + 1, STDERR_FILENO - 1, 0);
+  ::close_range(kIsSanitized ? STDERR_FILENO + 1 : STDERR_FILENO, ~0U, 0);
   ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
   ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
   CellDoor door;

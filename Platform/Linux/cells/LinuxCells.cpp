@@ -87,11 +87,8 @@ Result<std::unique_ptr<Cell>> LinuxCells::open() {
 }
 
 std::shared_ptr<void> LinuxCells::startAhead() {
-  {
-    const std::lock_guard lock(mutex_);
-    ++aheadCount_;
-  }
-  startNext();
+  const std::lock_guard lock(mutex_);
+  ++aheadCount_;
   return {this, [](LinuxCells* cells) { cells->stopAhead(); }};
 }
 
