@@ -14,6 +14,7 @@
 
 #include "tests/faults/FaultPoints.h"
 #include "tests/support/LinuxHomeTest.h"
+#include "tests/support/MemoryLimit.h"
 
 namespace {
 
@@ -26,7 +27,8 @@ using testing_support::HomeContents;
 using testing_support::LinuxHomeTest;
 using testing_support::ScratchFolder;
 
-constexpr std::uint64_t kUsualStride = 199;  // a prime, so that it does not follow what is done over and over
+// Primes, so that they do not follow what is done over and over. With a sanitizer a run takes several times as long.
+constexpr std::uint64_t kUsualStride = testing_support::kCanLimitMemory ? 199 : 1009;
 
 std::uint64_t stride() {
   const char* text = ::getenv("TIDEWELL_FAULT_STRIDE");
