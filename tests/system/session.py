@@ -223,7 +223,7 @@ class Session:
         """Copies the programs to where that user can run them, who may not have access to the build folder."""
         self.programs = os.path.join(self.root, "programs/bin")
         os.makedirs(self.programs)
-        for name in ("tidewell", "tidewell-worker"):
+        for name in ("tidewell", "tidewell-worker", "tidewell-cell"):
             shutil.copy(os.path.join(programs, name), self.programs)
         shared = os.path.join(programs, "../share")
         if os.path.isdir(shared):
