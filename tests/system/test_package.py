@@ -68,12 +68,12 @@ class Machine:
                          if not path.startswith(BOOKKEEPING))
         return found
 
-    def running(self):
-        """The numbers of the processes that run the package's programs."""
+    def running(self, programs="tidewell"):
+        """The numbers of the processes that run the package's programs whose names begin so."""
         found = []
         for process in pathlib.Path(self.root, "proc").glob("[0-9]*"):
             try:
-                if os.path.basename(os.readlink(process / "exe")).startswith("tidewell"):
+                if os.path.basename(os.readlink(process / "exe")).startswith(programs):
                     found.append(int(process.name))
             except OSError:
                 pass
@@ -311,7 +311,7 @@ class Package(unittest.TestCase):
         browser = desk.start_browser()
         desk.quit_browser(browser)
         desk.wait(lambda: not os.path.exists(entries) or len(os.listdir(entries)) < many, what="the run")
-        worker, = self.machine.running()
+        worker, = self.machine.running("tidewell-worker")
         os.kill(worker, signal.SIGSTOP)  # the run stays where it is while the package is exchanged
         self.machine.install(NEXT_PACKAGE)
         self.assertFalse(desk.is_clean())
