@@ -275,10 +275,18 @@ class Session:
         try:
             while not condition():
                 if time.monotonic() > end:
-                    raise TimeoutError(what)
+                    raise TimeoutError(f"{what}\n{self.told()}")
                 context.iteration(True)
         finally:
             GLib.source_remove(tick)
+
+    def told(self):
+        """How the worker is, and what it said last."""
+        if not self.worker:
+            return "no worker was started"
+        status = self.worker.process.poll()
+        state = "the worker runs" if status is None else f"the worker has ended with {status}"
+        return "\n".join([state, *self.worker.log[-50:]])
 
     def settle(self, seconds):
         end = time.monotonic() + seconds

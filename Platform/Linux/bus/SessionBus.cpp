@@ -1,11 +1,15 @@
 #include "Platform/Linux/bus/SessionBus.h"
 
+#include <chrono>
 #include <utility>
 
+#include "Platform/Linux/bus/NameOwner.h"
 #include "Platform/Linux/host/LineLog.h"
 
 namespace platform::linux_ {
 namespace {
+
+constexpr std::chrono::seconds kLongestWaitForName{10};
 
 std::error_code errorFrom(int result) {
   return {-result, std::generic_category()};
@@ -30,7 +34,10 @@ SessionBus::~SessionBus() {
 }
 
 std::error_code SessionBus::requestName(const std::string& name) {
-  const int result = sd_bus_request_name(bus_, name.c_str(), 0);
+  int result = sd_bus_request_name(bus_, name.c_str(), 0);
+  if (result == -EEXIST && !ownerRuns(bus_, name) && waitUntilFree(name, kLongestWaitForName)) {
+    result = sd_bus_request_name(bus_, name.c_str(), 0);
+  }
   if (result == -EALREADY) return {};  // it is ours already
   return result < 0 ? errorFrom(result) : std::error_code();
 }

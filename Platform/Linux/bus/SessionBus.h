@@ -39,7 +39,8 @@ class SessionBus {
   sd_bus* get() const { return bus_; }
   RunLoop& loop() const { return loop_; }
 
-  /// Takes a name; std::errc::file_exists when another process of the session has it.
+  /// Takes a name; std::errc::file_exists when another process of the session has it. Where that has ended, and the bus
+  /// does not know it yet, waits for the name, 10 seconds at most.
   std::error_code requestName(const std::string& name);
 
   /// Logs that something from the bus was not taken in; each `what` once, since whoever sent it can send it again.

@@ -2,16 +2,24 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <chrono>
+#include <cstdlib>
 #include <thread>
 
 #include "Platform/Linux/bus/BusListener.h"
+#include "Platform/Linux/bus/NameOwner.h"
+#include "Platform/Linux/host/FileDescriptor.h"
 #include "tests/support/PrivateBus.h"
 
 namespace {
 
+using namespace std::chrono_literals;
 using platform::linux_::BusListener;
 using platform::linux_::BusServiceNames;
+using platform::linux_::FileDescriptor;
 using platform::linux_::RunLoop;
 using platform::linux_::SessionBus;
 using testing_support::BusProgram;
@@ -196,6 +204,58 @@ TEST_F(Listener, saysSoWhenTheNameIsTaken) {
   const auto second = SessionBus::open(loop);
   BusListener late(**second, BusServiceNames::forIdentifier("7X.com.example.Service", kInterface, "ask", ""));
   EXPECT_EQ(late.requestName(), std::errc::file_exists);
+}
+
+/// A process that owned the name and has ended, while another one that it started still holds its connection.
+class EndedOwner {
+ public:
+  explicit EndedOwner(const char* name) {
+    int ends[2];
+    if (::pipe(ends) != 0) std::abort();
+    const pid_t owner = ::fork();
+    if (owner == 0) {
+      sd_bus* connection = nullptr;
+      if (sd_bus_open_user(&connection) < 0 || sd_bus_request_name(connection, name, 0) < 0) ::_exit(1);
+      if (::fork() != 0) ::_exit(0);
+      ::close(ends[1]);
+      char byte = 0;
+      (void)!::read(ends[0], &byte, 1);
+      ::_exit(0);
+    }
+    ::close(ends[0]);
+    int status = -1;
+    ::waitpid(owner, &status, 0);
+    EXPECT_EQ(status, 0);
+    end_ = FileDescriptor(ends[1]);
+  }
+  ~EndedOwner() { lastProcessEnds(); }
+
+  void lastProcessEnds() { end_.reset(); }
+
+ private:
+  FileDescriptor end_;
+};
+
+TEST_F(Listener, takesANameWhoseOwnerHasEndedOnceTheBusKnowsIt) {
+  EndedOwner owner("com.example.Killed");
+  const auto second = std::move(*SessionBus::open(loop));
+  const auto begun = std::chrono::steady_clock::now();
+  std::thread later([&] {
+    std::this_thread::sleep_for(200ms);
+    owner.lastProcessEnds();
+  });
+  EXPECT_FALSE(second->requestName("com.example.Killed"));
+  EXPECT_GE(std::chrono::steady_clock::now() - begun, 200ms);
+  later.join();
+}
+
+TEST_F(Listener, waitsForANameOnlySoLong) {
+  EndedOwner owner("com.example.Killed");
+  EXPECT_FALSE(platform::linux_::ownerRuns(bus->get(), "com.example.Killed"));
+  EXPECT_FALSE(platform::linux_::waitUntilFree("com.example.Killed", 50ms));
+  EXPECT_TRUE(platform::linux_::waitUntilFree("com.example.OfNobody", 50ms));
+  EXPECT_TRUE(platform::linux_::ownerRuns(bus->get(), "_7X.com.example.Service"));
+  EXPECT_FALSE(platform::linux_::ownerRuns(bus->get(), "com.example.OfNobody"));
 }
 
 TEST(Bus, thatIsNotThereIsAnError) {
