@@ -12,9 +12,9 @@
 #include <filesystem>
 #include <iostream>
 
+#include "Platform/Linux/host/Sanitizers.h"
 #include "tests/faults/FaultPoints.h"
 #include "tests/support/LinuxHomeTest.h"
-#include "tests/support/MemoryLimit.h"
 
 namespace {
 
@@ -28,7 +28,7 @@ using testing_support::LinuxHomeTest;
 using testing_support::ScratchFolder;
 
 // Primes, so that they do not follow what is done over and over. With a sanitizer a run takes several times as long.
-constexpr std::uint64_t kUsualStride = testing_support::kCanLimitMemory ? 199 : 1009;
+constexpr std::uint64_t kUsualStride = platform::linux_::kIsSanitized ? 1009 : 199;
 
 std::uint64_t stride() {
   const char* text = ::getenv("TIDEWELL_FAULT_STRIDE");

@@ -6,22 +6,13 @@
 
 #include "Platform/Path.h"
 #include "Worker/formats/ProfilesIni.h"
+#include "tests/support/ListedProfiles.h"
 
 namespace {
 
 using Paths = std::vector<std::string>;
-
-std::vector<std::string> absoluteProfiles(std::string_view list) {
-  std::vector<std::string> profiles = tidewell::listedProfiles(list);
-  std::erase_if(profiles, [](const std::string& profile) { return !tidewell::isAbsoluteProfile(profile); });
-  return profiles;
-}
-
-std::vector<std::string> nestedProfiles(std::string_view list) {
-  std::vector<std::string> profiles = tidewell::listedProfiles(list);
-  std::erase_if(profiles, tidewell::isAbsoluteProfile);
-  return profiles;
-}
+using testing_support::absoluteProfiles;
+using testing_support::nestedProfiles;
 
 bool isStraight(std::string_view path) {
   if (path.starts_with('/')) path.remove_prefix(1);

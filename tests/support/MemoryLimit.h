@@ -10,19 +10,11 @@
 #include <fstream>
 #include <functional>
 
+#include "Platform/Linux/host/Sanitizers.h"
+
 namespace testing_support {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-inline constexpr bool kCanLimitMemory = false;  // their shadow memory exceeds any limit
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-inline constexpr bool kCanLimitMemory = false;
-#else
-inline constexpr bool kCanLimitMemory = true;
-#endif
-#else
-inline constexpr bool kCanLimitMemory = true;
-#endif
+inline constexpr bool kCanLimitMemory = !platform::linux_::kIsSanitized;  // shadow memory exceeds any limit
 
 /// Runs the work in a child process that can take `bytes` of memory in addition to what this process has. True when the
 /// work returns true; false when it fails, also for lack of memory.

@@ -13,21 +13,10 @@
 #include <initializer_list>
 #include <memory>
 
+#include "Platform/Linux/host/Sanitizers.h"
+
 namespace platform::linux_ {
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define TIDEWELL_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define TIDEWELL_SANITIZED 1
-#endif
-#endif
-#ifdef TIDEWELL_SANITIZED
-constexpr bool kIsSanitized = true;
-#else
-constexpr bool kIsSanitized = false;
-#endif
 
 // The largest documents, of 256 MB, take up to five times as much while parts are taken out of them.
 constexpr rlim_t kMostMemory = rlim_t{2} << 30;  // bytes

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,42 +15,12 @@
 #include "Platform/Linux/cells/CellDoor.h"
 #include "Platform/Linux/cells/CellVoice.h"
 #include "Platform/Linux/host/LastError.h"
+#include "Platform/Linux/host/SpawnSettings.h"
 
 namespace platform::linux_ {
 namespace {
 
 constexpr std::size_t kAtOnce = std::size_t{1} << 20;  // bytes: no more is set aside than has come
-
-/// How a cell starts: all signals in their usual state, and the socket. Descriptors close when the program begins;
-/// those that don't, it closes itself before all else.
-class Surroundings {
- public:
-  explicit Surroundings(int socket) {
-    ::posix_spawn_file_actions_init(&actions_);
-    ::posix_spawn_file_actions_adddup2(&actions_, socket, kCellDescriptor);
-    ::posix_spawnattr_init(&attributes_);
-    sigset_t none;
-    ::sigemptyset(&none);
-    ::posix_spawnattr_setsigmask(&attributes_, &none);
-    sigset_t all;
-    ::sigfillset(&all);
-    ::posix_spawnattr_setsigdefault(&attributes_, &all);
-    ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-  }
-  ~Surroundings() {
-    ::posix_spawn_file_actions_destroy(&actions_);
-    ::posix_spawnattr_destroy(&attributes_);
-  }
-  Surroundings(const Surroundings&) = delete;
-  Surroundings& operator=(const Surroundings&) = delete;
-
-  const posix_spawn_file_actions_t* actions() const { return &actions_; }
-  const posix_spawnattr_t* attributes() const { return &attributes_; }
-
- private:
-  posix_spawn_file_actions_t actions_{};
-  posix_spawnattr_t attributes_{};
-};
 
 }  // namespace
 
@@ -60,14 +29,18 @@ Result<CellProcess> CellProcess::start(int program) {
   if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) return lastError();
   FileDescriptor own(ends[0]);
   const FileDescriptor other(ends[1]);
-  const Surroundings surroundings(other.get());
+  // Descriptors close when the program begins; those that don't, it closes itself before all else.
+  sigset_t all;
+  ::sigfillset(&all);
+  SpawnSettings settings(all);
+  settings.pass(other.get(), kCellDescriptor);
   const std::string path = "/proc/self/fd/" + std::to_string(program);
   std::array<char, sizeof "tidewell-cell"> name{"tidewell-cell"};
   std::array<char*, 2> arguments = {name.data(), nullptr};
   std::array<char*, 1> environment = {nullptr};
   pid_t pid = 0;
-  const int error = ::posix_spawn(&pid, path.c_str(), surroundings.actions(), surroundings.attributes(),
-                                  arguments.data(), environment.data());
+  const int error = ::posix_spawn(&pid, path.c_str(), settings.actions(), settings.attributes(), arguments.data(),
+                                  environment.data());
   if (error != 0) return std::error_code(error, std::generic_category());
   return CellProcess(pid, std::move(own));
 }

@@ -3,25 +3,16 @@
 #include <gmock/gmock.h>
 
 #include "Worker/formats/ProfilesIni.h"
+#include "tests/support/ListedProfiles.h"
 
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
+using testing_support::absoluteProfiles;
+using testing_support::nestedProfiles;
 using Texts = std::vector<std::string>;
-
-std::vector<std::string> absoluteProfiles(std::string_view list) {
-  std::vector<std::string> profiles = tidewell::listedProfiles(list);
-  std::erase_if(profiles, [](const std::string& profile) { return !tidewell::isAbsoluteProfile(profile); });
-  return profiles;
-}
-
-std::vector<std::string> nestedProfiles(std::string_view list) {
-  std::vector<std::string> profiles = tidewell::listedProfiles(list);
-  std::erase_if(profiles, tidewell::isAbsoluteProfile);
-  return profiles;
-}
 
 std::string list(const std::string& path, const std::string& isRelative = "0") {
   return "[Profile0]\nName=ann\nIsRelative=" + isRelative + "\nPath=" + path + "\nDefault=1\n";

@@ -1,0 +1,18 @@
+// Whether this build has the address or the thread sanitizer: what they need of the system is beyond usual limits.
+#pragma once
+
+namespace platform::linux_ {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool kIsSanitized = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+inline constexpr bool kIsSanitized = true;
+#else
+inline constexpr bool kIsSanitized = false;
+#endif
+#else
+inline constexpr bool kIsSanitized = false;
+#endif
+
+}  // namespace platform::linux_
