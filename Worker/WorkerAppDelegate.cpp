@@ -233,7 +233,11 @@ void WorkerAppDelegate::runsEnded(const Browser& browser, const Report& report, 
   // In this order: whenever the worker is killed, the cleaning is reported, and done, at least once.
   if (!report.runs.empty()) History::add(report);
   OwedCleanings::runEnded(browser);
-  if (!report.runs.empty() && !report.isWorthAnotherTry()) OwedCleanings::settle(browser, report.runs.back().begun);
+  // One that runs, cleaned all the same or started again, is owed the cleaning after its quit.
+  const bool runs = Platform::current().workspace.isRunning(std::string(browser.bundleIdentifier));
+  if (!report.runs.empty() && !report.isWorthAnotherTry() && !runs) {
+    OwedCleanings::settle(browser, report.runs.back().begun);
+  }
   tryAgainWhenFree(browser, report);
   recordInLog(report);
   if (runsHandler_) runsHandler_(browser, report, true);

@@ -294,6 +294,19 @@ TEST_F(Endings, stayOwedWhenTheBrowserWasNotedAfterTheRunHadBegun) {
   EXPECT_FALSE(isOwed());
 }
 
+TEST_F(Endings, stayOwedWhenTheBrowserIsCleanedWhileItRuns) {
+  starts();
+  EXPECT_FALSE(worker->cleanNow(kChromium, tidewell::IfRunning::kIsCleaned, nullptr));
+  platform.dispatch.advance(8s);
+  EXPECT_TRUE(isClean());
+  EXPECT_TRUE(isOwed());
+  platform.home.file(kCookies);
+  platform.workspace.running.clear();  // together with the worker
+  workerStartsAgain();
+  EXPECT_TRUE(isClean());
+  EXPECT_FALSE(isOwed());
+}
+
 TEST_F(Endings, ofABrowserThatStillRunsBeginNoRun) {
   starts();
   workerStartsAgain();
