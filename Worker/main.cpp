@@ -12,6 +12,7 @@
 #include "Worker/Identity.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/browsers/Browsers.h"
+#include "Worker/cells/CellMain.h"
 
 namespace linux_ = platform::linux_;
 
@@ -20,7 +21,10 @@ static int fail(const char* what, const std::string& why) {
   return EXIT_FAILURE;
 }
 
-int main() {
+int main(int count, char** arguments) {
+  // Where the cell's program is missing, this one stands in for it.
+  if (count > 0 && arguments[0] == tidewell::kCellName) tidewell::cellMain();
+
   linux_::RunLoop loop;
   loop.stopOnSignals();
   linux_::GettextBundle::useLanguageOfEnvironment();

@@ -2,6 +2,7 @@
 
 import json
 import os
+import shutil
 import subprocess
 import sys
 import unittest
@@ -89,6 +90,24 @@ class Cleanings(unittest.TestCase):
         browser = self.desk.run_browser("chromium")
         self.assertEqual(self.call("Clean", CHROMIUM, False)[1], ERROR + "IsRunning")
         self.desk.quit_browser(browser)
+
+    def test_are_whole_where_the_program_of_a_cell_is_missing(self):
+        self.assertEqual(self.desk.worker.stop(), 0)
+        programs = os.path.join(self.desk.root, "two")
+        os.mkdir(programs)
+        for name in ("tidewell", "tidewell-worker"):
+            shutil.copy(os.path.join(PROGRAMS, name), programs)
+        self.desk.programs = programs
+        self.desk.start_worker()
+        rules = {"https://visited.example:443,*": {"setting": 1}}
+        path = self.desk.file(DATA + "Default/Preferences", json.dumps(
+            {"kept": 1, "profile": {"content_settings": {"exceptions": {"notifications": rules}}}}))
+        status, output, errors = self.quit_of()
+        self.assertEqual((status, errors), (0, ""), output)
+        with open(path) as file:
+            text = file.read()
+        self.assertNotIn("visited.example", text)
+        self.assertEqual(json.loads(text)["kept"], 1)
 
     def test_by_the_command_are_waited_for(self):
         self.desk.file(COOKIES)

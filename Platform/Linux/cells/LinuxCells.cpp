@@ -18,6 +18,7 @@ namespace platform::linux_ {
 namespace {
 
 constexpr char kProgram[] = "tidewell-cell";
+constexpr char kStandIn[] = "tidewell-worker";                  // does the same when it is started by the cell's name
 constexpr char kInstalledBeside[] = TIDEWELL_LIBEXEC_FROM_BIN;  // the folder, from that of the other programs
 constexpr char kOpenDoor[] =
     "this kernel has neither seccomp nor Landlock: what sites wrote is read in a process of its own, but not confined";
@@ -62,9 +63,12 @@ FileDescriptor LinuxCells::programOfExecutable() {
   const ssize_t length = ::readlink("/proc/self/exe", path.data(), path.size());
   const std::string folder =
       deletingLastPathComponent(std::string(path.data(), length > 0 ? static_cast<std::size_t>(length) : 0));
+  const std::string places[] = {appendingPathComponent(folder, kProgram),
+                                appendingPathComponent(appendingPathComponent(folder, kInstalledBeside), kProgram),
+                                appendingPathComponent(folder, kStandIn)};
   FileDescriptor program;
-  for (const std::string& place : {folder, appendingPathComponent(folder, kInstalledBeside)}) {
-    if (!program) program.reset(::open(appendingPathComponent(place, kProgram).c_str(), O_PATH | O_CLOEXEC));
+  for (const std::string& place : places) {
+    if (!program) program.reset(::open(place.c_str(), O_PATH | O_CLOEXEC));
   }
   return program;
 }

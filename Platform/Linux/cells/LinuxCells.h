@@ -24,7 +24,8 @@ class LinuxCells : public Cells {
   LinuxCells(FileDescriptor program, Log& log, std::chrono::milliseconds patience = kPatience);
 
   /// The program that belongs to this process's own: in the same folder where both were built, or in that for programs
-  /// of programs where they are installed. Without a descriptor when there is none.
+  /// of programs where they are installed, else the worker's own, which stands in for it. Without a descriptor when
+  /// there is none.
   static FileDescriptor programOfExecutable();
 
   Result<std::unique_ptr<Cell>> open() override;
