@@ -14,6 +14,7 @@
 
 #include "Platform/Linux/host/Sanitizers.h"
 #include "tests/faults/FaultPoints.h"
+#include "tests/faults/FaultStride.h"
 #include "tests/support/LinuxHomeTest.h"
 
 namespace {
@@ -23,17 +24,13 @@ namespace fs = std::filesystem;
 using ::testing::IsEmpty;
 using testing_support::Fault;
 using testing_support::FaultPoints;
+using testing_support::faultStride;
 using testing_support::HomeContents;
 using testing_support::LinuxHomeTest;
 using testing_support::ScratchFolder;
 
 // Primes, so that they do not follow what is done over and over. With a sanitizer a run takes several times as long.
 constexpr std::uint64_t kUsualStride = platform::linux_::kIsSanitized ? 1009 : 199;
-
-std::uint64_t stride() {
-  const char* text = ::getenv("TIDEWELL_FAULT_STRIDE");
-  return text != nullptr ? std::max(1UL, std::stoul(text)) : kUsualStride;
-}
 
 struct Trial {
   const char* browser;
@@ -184,7 +181,7 @@ TEST_P(Faults, harmNothingAndAreMadeGoodByTheNextRun) {
   whole.reset();  // there is one platform at a time
   ASSERT_THAT(cleaned.differencesFrom(before), Not(IsEmpty()));
   std::uint64_t tried = 0;
-  for (std::uint64_t number = 1; number <= ending.count; number += stride(), ++tried) {
+  for (std::uint64_t number = 1; number <= ending.count; number += faultStride(kUsualStride), ++tried) {
     FaultyRun faulty(trial, sample);
     const FaultyRun::Ending faultyEnding = faulty.cleanWithFault(number);
     EXPECT_TRUE(faultyEnding.isAsExpected) << "at call " << number;
