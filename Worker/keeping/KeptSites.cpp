@@ -1,7 +1,10 @@
 #include "Worker/keeping/KeptSites.h"
 
+#include <algorithm>
 #include <functional>
+#include <mutex>
 #include <unordered_set>
+#include <utility>
 
 #include "Worker/keeping/Host.h"
 
@@ -47,6 +50,26 @@ struct KeptSites::Lists {
   }
 };
 
+/// The setting that was read last: mostly it is read again, and 10,000 entries take as long as cleaning a browser.
+struct KeptSites::LastRead {
+  std::mutex mutex;
+  std::vector<std::string> entries;
+  KeptSites sites;
+
+  bool isOf(const platform::Value::Array& setting) const {
+    const auto isSame = [](const platform::Value& element, const std::string& entry) {
+      const auto* text = element.as<std::string>();
+      return text != nullptr && *text == entry;
+    };
+    return std::equal(setting.begin(), setting.end(), entries.begin(), entries.end(), isSame);
+  }
+};
+
+KeptSites::LastRead& KeptSites::lastRead() {
+  static LastRead last;
+  return last;
+}
+
 KeptSites KeptSites::unknown() {
   return KeptSites(
       std::make_shared<const Lists>(Lists{.isKnown = false, .alone = {}, .withAllBelow = {}, .around = {}}));
@@ -66,13 +89,18 @@ KeptSites KeptSites::of(const std::vector<std::string>& entries) {
 KeptSites KeptSites::from(const platform::Value& setting) {
   const auto* array = setting.as<platform::Value::Array>();
   if (array == nullptr) return unknown();
+  LastRead& last = lastRead();
+  const std::lock_guard lock(last.mutex);
+  if (last.isOf(*array)) return last.sites;
   std::vector<std::string> entries;
   for (const platform::Value& element : *array) {
     const auto* entry = element.as<std::string>();
     if (entry == nullptr) return unknown();
     entries.push_back(*entry);
   }
-  return of(entries);
+  last.sites = of(entries);
+  last.entries = std::move(entries);
+  return last.sites;
 }
 
 std::optional<std::string> KeptSites::canonicalEntry(std::string_view entry) {

@@ -60,6 +60,8 @@ class KeptSites {
 
  private:
   struct Lists;
+  struct LastRead;
+  static LastRead& lastRead();
   explicit KeptSites(std::shared_ptr<const Lists> lists) : lists_(std::move(lists)) {}
 
   std::shared_ptr<const Lists> lists_;  // null when nothing is kept

@@ -77,6 +77,8 @@ TEST(AList, thatIsNoneIsUnknown) {
     EXPECT_FALSE(KeptSites::from(value).isEmpty());
   }
   EXPECT_FALSE(KeptSites::from(Value::Array{"a.test"}).isUnknown());
+  EXPECT_TRUE(KeptSites::from(Value::Array{"a.test", 1}).isUnknown());
+  EXPECT_TRUE(KeptSites::from(Value::Array{1}).isUnknown());
 }
 
 TEST(CookiesOfDomains, stayWhenAKeptHostReceivesThem) {
@@ -118,6 +120,18 @@ TEST(AList, ofTenThousandSitesFindsEach) {
   const KeptSites sites = listOf(entries);
   EXPECT_TRUE(sites.keepsHost("www.site9999.test"));
   EXPECT_FALSE(sites.keepsHost("www.site10000.test"));
+}
+
+TEST(KeptSites, areReadAnewWhenTheSettingIsAnother) {
+  const auto keeps = [](const Value::Array& setting, const char* host) {
+    return KeptSites::from(setting).keepsHost(host);
+  };
+  EXPECT_TRUE(keeps({"a.test", "b.test"}, "b.test"));
+  EXPECT_TRUE(keeps({"a.test", "b.test"}, "b.test"));
+  EXPECT_FALSE(keeps({"a.test"}, "b.test"));
+  EXPECT_FALSE(keeps({"a.test", "c.test"}, "b.test"));
+  EXPECT_FALSE(keeps({}, "a.test"));
+  EXPECT_TRUE(keeps({"b.test"}, "b.test"));
 }
 
 }  // namespace
