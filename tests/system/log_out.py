@@ -2,9 +2,10 @@
 """The person logs out while the browser runs: a real service manager of the person's ends, with the browser and
 the worker as its services. By hand, as root: tests/system/log_out.py PROGRAMS
 
-It takes mounts, processes and control groups of its own, in which the service manager finds what it needs. The worker's
-unit goes without its lines of confinement: namespaces in namespaces are refused there."""
+It takes mounts, processes and control groups of its own, in which the service manager finds what it needs. The worker
+has its own unit, with all its confinement."""
 
+import json
 import os
 import re
 import shutil
@@ -26,7 +27,7 @@ from installed_chromium import Chromium  # noqa: E402
 from installed_firefox import Firefox  # noqa: E402
 
 PACKAGING = os.path.join(HERE, "../../packaging/systemd")
-CONFINEMENT = re.compile(r"^(SystemCall|Restrict|MemoryDeny|Protect|Lock|NoNew|Keyring|Private|Capability).*\n", re.M)
+VARIABLE = re.compile(r"@\w+@")
 
 
 def prepare_machine():
@@ -47,7 +48,7 @@ class Managed(linux_home.Desk):
         units = os.path.join(self.home, ".config/systemd/user")
         os.makedirs(units)
         with open(os.path.join(PACKAGING, "tidewell-worker.service.in")) as unit:
-            text = CONFINEMENT.sub("", unit.read()).replace("@CMAKE_INSTALL_FULL_BINDIR@", self.programs)
+            text = VARIABLE.sub("", unit.read().replace("@CMAKE_INSTALL_FULL_BINDIR@", self.programs))
         with open(os.path.join(units, "tidewell-worker.service"), "w") as unit:
             unit.write(text)
         for name in ("app-.scope.d", "app-.service.d"):
@@ -116,6 +117,29 @@ class AsAService:
                 stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT, **self.desk.identity)
         self.desk.browsers.append(process)
         return process
+
+
+class Unit(unittest.TestCase):
+    """What the worker's unit denies it."""
+
+    def test_is_nothing_that_cleaning_needs(self):
+        desk = Managed()
+        self.addCleanup(desk.close)
+        rules = {"https://visited.example:443,*": {"setting": 1}}
+        desk.file(".config/chromium/Local State", "{}")
+        path = desk.file(".config/chromium/Default/Preferences", json.dumps(
+            {"kept": 1, "profile": {"content_settings": {"exceptions": {"notifications": rules}}}}))
+        desk.give(desk.home)
+        desk.configure(["org.chromium.Chromium"], notifications=False)
+        desk.start_worker()
+        desk.tidewell("enable", "chromium", "--yes")
+        # Read in a cell, whose own list of system calls adds to that of the unit.
+        print(desk.tidewell("quit-of", "chromium"), file=sys.stderr)
+        with open(path) as file:
+            kept = json.load(file)
+        self.assertEqual(kept, {"kept": 1, "profile": {"content_settings": {"exceptions": {"notifications": {}}}}})
+        self.assertEqual(desk.systemctl("show", "-P", "MemoryMax", "tidewell-worker.service").strip(), str(3 << 30))
+        self.assertEqual(desk.systemctl("show", "-P", "TasksMax", "tidewell-worker.service").strip(), "256")
 
 
 class LogOut:
