@@ -10,6 +10,7 @@ import shutil
 import signal
 import sqlite3
 import subprocess
+import tempfile
 
 import traces
 
@@ -17,6 +18,20 @@ import traces
 TITLES = {"title"}
 COMPLAINTS = re.compile(r"corrupt|malformed|not a database|disk image|IO error|could not be (opened|read)|"
                         r"failed to (open|load|read).*(database|store|profile)", re.IGNORECASE)
+
+
+def is_database(path):
+    with open(path, "rb") as file:
+        return file.read(16) == b"SQLite format 3\0"
+
+
+def integrity(path):
+    with contextlib.closing(sqlite3.connect(path)) as database:
+        try:
+            return database.execute("PRAGMA integrity_check").fetchone()[0]
+        except sqlite3.DatabaseError as error:
+            # Of functions that only the browser has, nothing can be said here.
+            return "ok" if re.match("no such (collation|module)|unknown (function|tokenizer)", str(error)) else str(error)
 
 
 class Browser:
@@ -69,6 +84,23 @@ class Browser:
                 found += [os.path.join(where, name) for name in folders + files
                           if re.search(r"corrupt|\.bad$|\.bak$|^lost$", name)]
         return found + [title for title in self.titles() if not re.match("zq(first|third)-title", title)]
+
+    def damaged_databases(self):
+        """The databases that SQLite's own check of integrity finds damaged, while the browser does not run."""
+        damaged, checked = [], 0
+        for path in glob.glob(self.path(self.data, "**"), recursive=True, include_hidden=True):
+            if not os.path.isfile(path) or not is_database(path):
+                continue
+            with tempfile.TemporaryDirectory() as folder:  # opening a database changes what lies beside it
+                for companion in ("", "-wal", "-journal"):
+                    if os.path.exists(path + companion):
+                        shutil.copy(path + companion, folder)
+                checked += 1
+                verdict = integrity(os.path.join(folder, os.path.basename(path)))
+                if verdict != "ok":
+                    damaged.append((os.path.relpath(path, self.desk.home), verdict))
+        assert checked > 5, "databases were found"
+        return damaged
 
     def titles(self):
         return [self.screen.xdotool("getwindowname", number).strip() for number in self.screen.windows(".")]

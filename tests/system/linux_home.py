@@ -184,6 +184,7 @@ class LinuxHome(unittest.TestCase):
                     before = self.traces()
                     owned = self.browser.owned()
                 self.wait_for_cleaning(count)
+                self.assertEqual(self.browser.damaged_databases(), [])
                 after = self.traces()
                 self.browser.see_to_what_it_asks()  # this writes a crash report again, which stays until the next quit
                 table.ended(way, before, after)
@@ -222,6 +223,7 @@ class LinuxHome(unittest.TestCase):
             self.browser.wait_until_filled()
             self.browser.end("quitting by the menu or its key")
             self.wait_for_cleaning(count)
+            self.assertEqual(self.browser.damaged_databases(), [])
             visit = self.use(self.browser)
             found = self.found_but_zoom(visit)
             self.assertEqual(wanted - found, set(), "not found again, but kept")
