@@ -157,24 +157,32 @@ bool writeKept(LevelSource& source, const Survey& survey, LevelWriter& writer) {
   return isFine && condition == LevelCondition::kSound && index == survey.isKept.size() && !writer.finish();
 }
 
-/// For file systems that can't exchange two folders, and for a folder that holds others: writes the fresh files beside
-/// the old ones, under other numbers. If the system stops while neither is the database, the next call finds the
-/// entries of both, which agree, and completes the work.
-Outcome rewriteInPlace(const Held& held, LevelSource& source, const Survey& survey, const Removal& remove) {
+enum class TakeOver { kDone, kNotDone, kHalfDone };
+
+/// Makes the fresh files the database in the place of the old ones, among which they lie.
+TakeOver takeOver(const LevelFolder& folder, LevelWriter& writer, const Removal& remove) {
+  if (!folder.current) return writer.makeCurrent() ? TakeOver::kNotDone : TakeOver::kDone;
+  const auto old = writer.exchangeCurrent();
+  if (old) remove(*old);
+  if (old || old.error() != std::errc::not_supported) return old ? TakeOver::kDone : TakeOver::kNotDone;
   platform::FileManager& files = Platform::current().fileManagerOnOneMount;
+  const auto oldCurrent = folder.current->read(0, kLongestCurrent).value();
+  if (!oldCurrent || files.removeItem(folder.current->path).error) return TakeOver::kNotDone;
+  if (!writer.makeCurrent()) return TakeOver::kDone;
+  const bool isBack = !files.createFile(folder.current->path, *oldCurrent, 0600);
+  return isBack ? TakeOver::kNotDone : TakeOver::kHalfDone;
+}
+
+/// For file systems that can't exchange two folders, and for a folder that holds others: writes the fresh files beside
+/// the old ones, under other numbers. If the system stops while neither is the database, which can only be where two
+/// files can't be exchanged either, the next call finds the entries of both, which agree, and completes the work.
+Outcome rewriteInPlace(const Held& held, LevelSource& source, const Survey& survey, const Removal& remove) {
   const LevelFolder& folder = held.files;
   LevelWriter writer(folder.path, folder.freeNumber());
-  const auto oldCurrent = folder.current ? folder.current->read(0, kLongestCurrent).value() : std::nullopt;
-  const bool isWritten = writeKept(source, survey, writer) && (!folder.current || oldCurrent) && !isOpenedSince(held);
-  if (!isWritten || (folder.current && files.removeItem(folder.current->path).error)) {
-    writer.takeBack();
-    return Outcome::kLeft;
-  }
-  if (writer.makeCurrent()) {
-    const bool isBack = folder.current && !files.createFile(folder.current->path, *oldCurrent, 0600);
-    if (isBack || !folder.current) writer.takeBack();
-    return Outcome::kLeft;
-  }
+  const bool isWritten = writeKept(source, survey, writer) && !isOpenedSince(held);
+  const TakeOver taken = isWritten ? takeOver(folder, writer, remove) : TakeOver::kNotDone;
+  if (taken == TakeOver::kNotDone) writer.takeBack();
+  if (taken != TakeOver::kDone) return Outcome::kLeft;
   for (const LevelFile& file : folder.files()) {
     if (!folder.current || file.path != folder.current->path) remove(file.path);
   }

@@ -113,7 +113,22 @@ std::error_code LevelWriter::finish() {
 }
 
 std::error_code LevelWriter::makeCurrent() {
-  return create("CURRENT", "MANIFEST-" + inName(manifestNumber_) + "\n");
+  return create("CURRENT", current());
+}
+
+platform::Result<std::string> LevelWriter::exchangeCurrent() {
+  const std::string name = inName(manifestNumber_) + ".dbtmp";  // LevelDB's own name for such a file; it removes it
+  if (const std::error_code error = create(name, current())) return error;
+  const std::string path = platform::appendingPathComponent(folder_, name);
+  const std::error_code error = Platform::current().fileManagerOnOneMount.exchangeItems(
+      platform::appendingPathComponent(folder_, "CURRENT"), path);
+  if (!error) return path;
+  Platform::current().fileManagerOnOneMount.removeItem(path);
+  return error;
+}
+
+std::string LevelWriter::current() const {
+  return "MANIFEST-" + inName(manifestNumber_) + "\n";
 }
 
 std::error_code LevelWriter::makeLock() {

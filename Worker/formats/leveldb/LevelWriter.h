@@ -10,6 +10,7 @@
 #include <system_error>
 #include <vector>
 
+#include "Platform/Result.h"
 #include "Worker/formats/leveldb/LevelManifest.h"
 
 namespace tidewell {
@@ -31,6 +32,10 @@ class LevelWriter {
   std::error_code finish();
   std::error_code makeCurrent();
 
+  /// Makes them the database in the place of the one that is there, in one step, and returns where the file is that has
+  /// made that one the database. std::errc::not_supported where the file system can't: all is as it was.
+  platform::Result<std::string> exchangeCurrent();
+
   /// Writes the file that processes lock, as LevelDB would when it opens the database.
   std::error_code makeLock();
 
@@ -42,6 +47,7 @@ class LevelWriter {
 
   std::error_code finishTable();
   std::error_code create(const std::string& name, std::string_view contents);
+  std::string current() const;
 
   const std::string folder_;
   const std::uint64_t manifestNumber_;
