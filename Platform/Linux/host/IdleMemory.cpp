@@ -36,10 +36,8 @@ bool readHeader(const std::string& line, Mapping& mapping) {
   return true;
 }
 
-}  // namespace
-
-void releaseIdleMemory() {
-  ::malloc_trim(0);
+/// What the kernel reads again from the files when it is needed.
+void releaseUnchangedMappings() {
   std::vector<Mapping> mappings;
   std::ifstream smaps("/proc/self/smaps");
   for (std::string line; std::getline(smaps, line);) {
@@ -53,6 +51,13 @@ void releaseIdleMemory() {
     }
   }
   for (const Mapping& mapping : mappings) mapping.release();
+}
+
+}  // namespace
+
+void releaseIdleMemory() {
+  releaseUnchangedMappings();
+  ::malloc_trim(0);  // last, since the look at the mappings takes memory too
 }
 
 }  // namespace platform::linux_
