@@ -55,6 +55,7 @@ std::error_code PreviewFiles::exchangeItems(const std::string& path, const std::
   const auto database = madeDatabases_.find(other);
   if (database != madeDatabases_.end() && changeCopy(path, database->second)) return {};
   const std::string& fresh = isMade(other) ? other : path;
+  if (!fresh.ends_with(kAsideSuffix)) return {};  // a file of a folder that is refilled
   std::uint64_t& size = replacements_[isMade(other) ? path : other];
   size = 0;
   for (const auto& [item, bytes] : made_) {
