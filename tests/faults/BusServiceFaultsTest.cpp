@@ -166,11 +166,13 @@ class StoppingManager {
       loop_ = &loop;
       isThere.set_value();
       loop.run();
+      isTold_.get_future().wait();  // until then the loop is in use by the other thread
     });
     isThere.get_future().wait();
   }
   ~StoppingManager() {
     loop_->async([this] { loop_->stop(0); });
+    isTold_.set_value();
     thread_.join();
   }
   StoppingManager(const StoppingManager&) = delete;
@@ -178,6 +180,7 @@ class StoppingManager {
 
  private:
   RunLoop* loop_ = nullptr;
+  std::promise<void> isTold_;
   std::thread thread_;
 };
 
