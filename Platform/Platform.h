@@ -3,6 +3,7 @@
 
 #include "Platform/Bundle.h"
 #include "Platform/Cells.h"
+#include "Platform/Confinement.h"
 #include "Platform/Dispatch.h"
 #include "Platform/FileManager.h"
 #include "Platform/Log.h"
@@ -30,6 +31,7 @@ struct Platform {
   UserScripts& userScripts;
   Workspace& workspace;
   Cells& cells;
+  Confinement& confinement;
 
   /// The platform of this process. The only global of the program, for classes that have only class operations. It must
   /// have been installed.

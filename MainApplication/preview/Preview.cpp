@@ -171,8 +171,9 @@ Preview previewed(const Browser& browser, platform::UserDefaultsDomains& setting
   NoScripts scripts;
   NoQuits quits;
   platform::linux_::LinuxCells cells(platform::linux_::LinuxCells::programOfExecutable(), log);
+  platform::NoConfinement confinement;  // nothing is changed
   platform::Platform platform{texts,  dispatch,        files,         files,   log,   panel, scopes,
-                              system, previewSettings, notifications, scripts, quits, cells};
+                              system, previewSettings, notifications, scripts, quits, cells, confinement};
   platform::Platform* const before = platform::Platform::install(&platform);
 
   Preview preview;

@@ -34,8 +34,10 @@ LinuxPlatform::LinuxPlatform(RunLoop& loop, SessionBus& bus, BundleInfo info,
       workspace_(loop, std::move(applications)),
       announcedQuits_(bus, [this](const ApplicationNotification& quit) { workspace_.announce(quit); }),
       cells_(LinuxCells::programOfExecutable(), log_),
-      platform_{bundle_, dispatch_,     fileManager_,        fileManagerOnOneMount_, log_,       openPanel_, scopes_,
-                system_, userDefaults_, notificationCenter_, userScripts_,           workspace_, cells_} {
+      confinement_({SqliteUserDefaults::folderFromEnvironment()}),
+      platform_{bundle_, dispatch_,   fileManager_,  fileManagerOnOneMount_, log_,         openPanel_,
+                scopes_, system_,     userDefaults_, notificationCenter_,    userScripts_, workspace_,
+                cells_,  confinement_} {
   ::mallopt(M_ARENA_MAX, 2);  // threads come and go: arenas of their own would only keep memory
   // Leaves the folder that the process was started in, so that it is not kept in use. A failure does no harm.
   if (::chdir("/") != 0) errno = 0;

@@ -16,6 +16,7 @@
 #include "Platform/Linux/processes/LinuxUserScripts.h"
 #include "Platform/Linux/processes/LinuxWorkspace.h"
 #include "Platform/Linux/settings/SqliteUserDefaults.h"
+#include "Platform/Linux/threads/ConfinedThreads.h"
 #include "Platform/Linux/threads/LinuxDispatch.h"
 #include "Platform/Platform.h"
 
@@ -50,6 +51,7 @@ class LinuxPlatform {
   LinuxWorkspace workspace_;
   AnnouncedQuits announcedQuits_;
   LinuxCells cells_;
+  ConfinedThreads confinement_;
   Platform platform_;
 };
 

@@ -47,27 +47,47 @@ const char* messageOn(Left left) {
 }  // namespace
 
 bool Cleaning::isSpared() const {
-  return ifRunning_ == IfRunning::kIsSpared && layout_.sparesRunningBrowsers() &&
-         platform::Platform::current().workspace.isRunning(std::string(browser_.bundleIdentifier));
+  if (ifRunning_ != IfRunning::kIsSpared || !layout_.sparesRunningBrowsers()) return false;
+  const platform::Platform& platform = platform::Platform::current();
+  bool isRunning = false;
+  platform.confinement.outside(
+      [&] { isRunning = platform.workspace.isRunning(std::string(browser_.bundleIdentifier)); });
+  return isRunning;
 }
 
 Report Cleaning::run() {
   report_ = {.browser = std::string(browser_.bundleIdentifier)};
   report_.runs.push_back({.begun = std::chrono::system_clock::now(), .ended = {}});
-  const HeldFiles held;
   const auto cells = platform::Platform::current().cells.startAhead();
   if (layout_.mayHave(browser_)) {
-    for (const std::string& folder : layout_.foldersToAllow(browser_)) {
-      if (!GrantedFiles::isGranted(folder)) noteNotAllowed(folder);
-    }
-    for (const Installation& installation : layout_.installationsOf(browser_)) cleanInstallation(installation);
-    const std::vector<std::string> plugins = layout_.pluginFolders();
-    if (!browser_.hasFlashOfItsOwn) cleanAll(pluginDataStores(), plugins);
-    cleanAll(pluginCacheStores(), plugins);
+    installations_ = layout_.installationsOf(browser_);
+    pluginFolders_ = layout_.pluginFolders();
+    platform::Platform::current().confinement.run(foldersToChange(), [this] { walk(); });
   }
-  report_.held = held.paths();
   report_.runs.back().ended = std::chrono::system_clock::now();
   return std::move(report_);
+}
+
+/// The folders in which everything lies that may be changed.
+std::vector<std::string> Cleaning::foldersToChange() const {
+  std::vector<std::string> folders = pluginFolders_;
+  for (const Installation& installation : installations_) {
+    folders.push_back(installation.dataFolder);
+    folders.insert(folders.end(), installation.cacheFolders.begin(), installation.cacheFolders.end());
+  }
+  std::transform(folders.begin(), folders.end(), folders.begin(), GrantedFiles::wholePath);
+  return folders;
+}
+
+void Cleaning::walk() {
+  const HeldFiles held;
+  for (const std::string& folder : layout_.foldersToAllow(browser_)) {
+    if (!GrantedFiles::isGranted(folder)) noteNotAllowed(folder);
+  }
+  for (const Installation& installation : installations_) cleanInstallation(installation);
+  if (!browser_.hasFlashOfItsOwn) cleanAll(pluginDataStores(), pluginFolders_);
+  cleanAll(pluginCacheStores(), pluginFolders_);
+  report_.held = held.paths();
 }
 
 void Cleaning::cleanInstallation(const Installation& installation) {

@@ -32,10 +32,12 @@ class Cleaning {
   /// Whether the browser runs at this moment, and is to be left alone.
   bool isSpared() const;
 
-  /// The report has one run, and Cause::kQuit.
+  /// The report has one run, and Cause::kQuit. The work is confined to the folders of the browser.
   Report run();
 
  private:
+  std::vector<std::string> foldersToChange() const;
+  void walk();
   void cleanInstallation(const Installation& installation);
   void cleanAll(std::span<const Store> table, const std::vector<std::string>& folders);
   void clean(std::span<const Store> table, const std::string& folder);
@@ -49,6 +51,8 @@ class Cleaning {
   const std::set<StoreAge> ages_;
   const Kept kept_;
   const IfRunning ifRunning_;
+  std::vector<Installation> installations_;
+  std::vector<std::string> pluginFolders_;
   Report report_;
 };
 

@@ -53,6 +53,10 @@ Left reasonForLeaving(const std::string& folder) {
 
 }  // namespace
 
+std::string GrantedFiles::wholePath(const std::string& path) {
+  return Operation::unrecorded(path).fullPath();
+}
+
 Consent GrantedFiles::obtain(const std::string& folder) {
   Consent refusal = Consent::kRefused;
   Operation operation = Operation::onFolder(folder);

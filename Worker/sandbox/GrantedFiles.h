@@ -42,6 +42,9 @@ class GrantedFiles {
   /// Whether there is a grant for the folder, or for one above it. One that is too wide (Operation.h) is none.
   static bool isGranted(const std::string& path);
 
+  /// The path from the root, with the home in the place of a "~" at its beginning.
+  static std::string wholePath(const std::string& path);
+
   // Reading.
 
   /// Whether there is anything at a path.

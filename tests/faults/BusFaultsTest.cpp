@@ -70,7 +70,7 @@ class WorkerOnTheBus : public testing_support::LinuxHomeTest {
     const platform::Platform& p = platform::Platform::current();
     onTheBus_ = std::make_unique<platform::Platform>(platform::Platform{
         p.mainBundle, p.dispatch, p.fileManager, p.fileManagerOnOneMount, p.log, panel_, p.securityScopedResources,
-        p.system, p.userDefaults, center_, p.userScripts, p.workspace, p.cells});
+        p.system, p.userDefaults, center_, p.userScripts, p.workspace, p.cells, p.confinement});
     platform::Platform::install(onTheBus_.get());
     worker_ = makeWorker();
   }

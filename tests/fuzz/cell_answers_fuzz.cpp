@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   });
   platform::Platform withCells{p.bundle,      p.dispatch,  p.fileManager, p.fileManagerOnOneMount, p.log,
                                p.openPanel,   p.scopes,    p.system,      p.userDefaults,          p.notificationCenter,
-                               p.userScripts, p.workspace, cells};
+                               p.userScripts, p.workspace, cells, p.confinement};
   platform::Platform* const before = platform::Platform::install(&withCells);
   const Rewriting preferences = InCell::withoutSites(kFile, {});
   if (preferences.action == Rewriting::Action::kRemove || !holdsNothingNew(preferences.contents)) std::abort();

@@ -131,7 +131,7 @@ TestPlatform::TestPlatform()
       openPanel(dispatch, journal, [this](const FileURL& url) { scopes.openForProcess(url); }),
       cells(cellProgram(), log),
       platform_{bundle, dispatch,     fileManager,        fileManagerOnOneMount, log,       openPanel, scopes,
-                system, userDefaults, notificationCenter, userScripts,           workspace, cells} {
+                system, userDefaults, notificationCenter, userScripts,           workspace, cells,     confinement} {
   system.homeFolder = home.path();
   home.folder("Library");  // so that the home has that layout
   platform::Platform::install(&platform_);

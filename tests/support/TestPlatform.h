@@ -16,6 +16,7 @@
 #include "Platform/Linux/files/LinuxFileManager.h"
 #include "Platform/Linux/files/LinuxSystem.h"
 #include "Platform/Linux/files/SecurityScopes.h"
+#include "Platform/Linux/threads/ConfinedThreads.h"
 #include "tests/support/FakeDispatch.h"
 #include "tests/support/Fakes.h"
 #include "tests/support/ScratchFolder.h"
@@ -118,6 +119,7 @@ class TestPlatform {
   FakeUserScripts userScripts{journal};
   FakeWorkspace workspace;
   platform::linux_::LinuxCells cells;
+  platform::linux_::ConfinedThreads confinement{{}};
 
  private:
   platform::Platform platform_;

@@ -7,12 +7,11 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
 
+#include "Platform/Linux/host/Landlock.h"
 #include "Platform/Linux/host/Sanitizers.h"
 
 namespace platform::linux_ {
@@ -38,33 +37,8 @@ void limitAll() {
   limit(RLIMIT_CPU, kMostSeconds);
 }
 
-/// All rights that a version of Landlock knows, in the form in which the kernel takes them. The system's header may be
-/// older than the kernel.
-struct LandlockRights {
-  std::uint64_t files = 0;
-  std::uint64_t network = 0;
-  std::uint64_t scopes = 0;
-
-  static LandlockRights ofVersion(long version) {
-    constexpr std::array<unsigned, 5> kFileRights{13, 14, 15, 15, 16};  // of the versions 1 to 5
-    const auto known = static_cast<std::size_t>(version) - 1;
-    LandlockRights rights;
-    rights.files = (std::uint64_t{1} << kFileRights[known < kFileRights.size() ? known : kFileRights.size() - 1]) - 1;
-    if (version >= 4) rights.network = 3;  // binding and connecting
-    if (version >= 6) rights.scopes = 3;   // abstract sockets and signals
-    return rights;
-  }
-
-  /// The kernel takes the part that it knows.
-  std::size_t size(long version) const {
-    if (version >= 6) return sizeof *this;
-    return version >= 4 ? offsetof(LandlockRights, scopes) : offsetof(LandlockRights, network);
-  }
-};
-
 bool landlock() {
-  constexpr unsigned kAskVersion = 1;
-  const long version = ::syscall(SYS_landlock_create_ruleset, nullptr, 0, kAskVersion);
+  const long version = landlockVersion();
   if (version < 1) return false;
   const LandlockRights rights = LandlockRights::ofVersion(version);
   const long rules = ::syscall(SYS_landlock_create_ruleset, &rights, rights.size(version), 0);

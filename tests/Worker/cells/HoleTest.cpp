@@ -39,7 +39,7 @@ class AHole : public LinuxHomeTest, public ::testing::WithParamInterface<std::tu
     testing_support::TestPlatform& p = platform;
     withHole = std::make_unique<platform::Platform>(
         platform::Platform{p.bundle, p.dispatch, p.fileManager, p.fileManagerOnOneMount, p.log, p.openPanel, p.scopes,
-                           p.system, p.userDefaults, p.notificationCenter, p.userScripts, p.workspace, cells});
+                           p.system, p.userDefaults, p.notificationCenter, p.userScripts, p.workspace, cells, p.confinement});
     platform::Platform::install(withHole.get());
     p.home.file("thesis", "mine");
     for (const char* folder : {".config/chromium", ".cache/chromium", ".mozilla/firefox", ".cache/mozilla/firefox"}) {

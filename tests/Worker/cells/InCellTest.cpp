@@ -41,7 +41,7 @@ class InCellTest : public ::testing::Test {
     TestPlatform& p = platform;
     withCells = std::make_unique<platform::Platform>(
         platform::Platform{p.bundle, p.dispatch, p.fileManager, p.fileManagerOnOneMount, p.log, p.openPanel, p.scopes,
-                           p.system, p.userDefaults, p.notificationCenter, p.userScripts, p.workspace, *cells});
+                           p.system, p.userDefaults, p.notificationCenter, p.userScripts, p.workspace, *cells, p.confinement});
     platform::Platform::install(withCells.get());
   }
   /// The first cell answers this, and all others the truth.

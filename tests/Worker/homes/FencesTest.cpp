@@ -26,9 +26,9 @@ class Fences : public LinuxHomeTest {
  protected:
   Fences() {
     const platform::Platform& p = platform::Platform::current();
-    withFiles = std::make_unique<platform::Platform>(
-        platform::Platform{p.mainBundle, p.dispatch, files, files, p.log, p.openPanel, p.securityScopedResources,
-                           p.system, p.userDefaults, p.userNotificationCenter, p.userScripts, p.workspace, p.cells});
+    withFiles = std::make_unique<platform::Platform>(platform::Platform{
+        p.mainBundle, p.dispatch, files, files, p.log, p.openPanel, p.securityScopedResources, p.system, p.userDefaults,
+        p.userNotificationCenter, p.userScripts, p.workspace, p.cells, p.confinement});
     platform::Platform::install(withFiles.get());
     platform.home.file(".config/chromium/Local State", "{}");
     platform.home.file(".config/chromium/Default/Preferences", R"({"https://visited.example":1})");

@@ -29,9 +29,9 @@ class RunningAgain : public LinuxHomeTest {
  protected:
   RunningAgain() {
     const platform::Platform& p = platform::Platform::current();
-    withFiles = std::make_unique<platform::Platform>(
-        platform::Platform{p.mainBundle, p.dispatch, files, files, p.log, p.openPanel, p.securityScopedResources,
-                           p.system, p.userDefaults, p.userNotificationCenter, p.userScripts, p.workspace, p.cells});
+    withFiles = std::make_unique<platform::Platform>(platform::Platform{
+        p.mainBundle, p.dispatch, files, files, p.log, p.openPanel, p.securityScopedResources, p.system, p.userDefaults,
+        p.userNotificationCenter, p.userScripts, p.workspace, p.cells, p.confinement});
     platform::Platform::install(withFiles.get());
     fill();
     platform.grant(home(".config/chromium"));

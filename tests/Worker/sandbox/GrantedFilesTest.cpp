@@ -46,9 +46,9 @@ class GrantedFilesTest : public ::testing::Test {
  protected:
   GrantedFilesTest() {
     const platform::Platform& p = platform::Platform::current();
-    withFiles = std::make_unique<platform::Platform>(
-        platform::Platform{p.mainBundle, p.dispatch, files, files, p.log, p.openPanel, p.securityScopedResources,
-                           p.system, p.userDefaults, p.userNotificationCenter, p.userScripts, p.workspace, p.cells});
+    withFiles = std::make_unique<platform::Platform>(platform::Platform{
+        p.mainBundle, p.dispatch, files, files, p.log, p.openPanel, p.securityScopedResources, p.system, p.userDefaults,
+        p.userNotificationCenter, p.userScripts, p.workspace, p.cells, p.confinement});
     platform::Platform::install(withFiles.get());
     platform.shared().insert_or_assign("userFolder", platform.home.path());
     platform.home.file("data/file", "site and rest");

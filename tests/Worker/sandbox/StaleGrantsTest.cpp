@@ -78,7 +78,7 @@ class StaleGrants : public WorkerTest {
   platform::Platform withScopes_{
       p_.mainBundle,  p_.dispatch,  p_.fileManager, p_.fileManagerOnOneMount, p_.log,
       p_.openPanel,   scopes,       p_.system,      p_.userDefaults,          p_.userNotificationCenter,
-      p_.userScripts, p_.workspace, p_.cells};
+      p_.userScripts, p_.workspace, p_.cells,       p_.confinement};
 };
 
 TEST_F(StaleGrants, areKeptAnewUnderTheKeyOfWhereTheyLeadAndTheTargetsOwnKeyGoes) {

@@ -84,7 +84,8 @@ class LevelDatabaseTest : public ::testing::Test {
     const platform::Platform& p = platform::Platform::current();
     withFailures = std::make_unique<platform::Platform>(
         platform::Platform{p.mainBundle, p.dispatch, files, files, p.log, p.openPanel, p.securityScopedResources,
-                           p.system, p.userDefaults, p.userNotificationCenter, p.userScripts, p.workspace, p.cells});
+                           p.system, p.userDefaults, p.userNotificationCenter, p.userScripts, p.workspace, p.cells,
+                           p.confinement});
     platform::Platform::install(withFailures.get());
     std::filesystem::create_directories(folder.substr(0, folder.rfind('/')));
   }
