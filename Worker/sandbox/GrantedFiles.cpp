@@ -166,9 +166,7 @@ Outcome GrantedFiles::changeDatabase(const std::vector<std::string>& statements,
   return outcome;
 }
 
-LevelDatabase::Outcome GrantedFiles::keepInLevelDatabase(const std::string& folder,
-                                                         const LevelDatabase::Selection& isKept,
-                                                         const std::function<bool(std::string_view bytes)>& isPrecious,
+LevelDatabase::Outcome GrantedFiles::keepInLevelDatabase(const std::string& folder, LevelReader& reader,
                                                          Outcome& outcome,
                                                          const std::vector<std::string>& othersFolders) {
   const Overwriting overwriting = wantedOverwriting();
@@ -176,7 +174,7 @@ LevelDatabase::Outcome GrantedFiles::keepInLevelDatabase(const std::string& fold
   const auto kept = underGrant<std::optional<LevelDatabase::Outcome>>(
       folder, std::nullopt, [&](const std::string& fullPath) -> std::optional<LevelDatabase::Outcome> {
         const std::lock_guard turn(turnOf(fullPath));
-        const auto database = LevelDatabase::keepOnly(fullPath, isKept, isPrecious, remove, othersFolders);
+        const auto database = LevelDatabase::keepOnly(fullPath, reader, remove, othersFolders);
         if (database == LevelDatabase::Outcome::kLeft) outcome += {reasonForLeaving(fullPath)};
         return database;
       });

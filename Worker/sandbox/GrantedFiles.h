@@ -94,9 +94,7 @@ class GrantedFiles {
                                 const SqlPredicates& predicates = {});
 
   /// LevelDatabase::keepOnly() on the database in a folder; adds to the outcome.
-  static LevelDatabase::Outcome keepInLevelDatabase(const std::string& folder, const LevelDatabase::Selection& isKept,
-                                                    const std::function<bool(std::string_view bytes)>& isPrecious,
-                                                    Outcome& outcome,
+  static LevelDatabase::Outcome keepInLevelDatabase(const std::string& folder, LevelReader& reader, Outcome& outcome,
                                                     const std::vector<std::string>& othersFolders = {});
 };
 

@@ -8,6 +8,7 @@
 #include "Platform/Path.h"
 #include "Worker/Identity.h"
 #include "Worker/cells/InCell.h"
+#include "Worker/formats/ChromiumDatabases.h"
 #include "Worker/formats/SessionCommands.h"
 #include "Worker/sandbox/GrantedFiles.h"
 #include "Worker/stores/Treatments.h"
@@ -60,22 +61,6 @@ Outcome emptyTables(const std::string& path, const std::string& tables) {
   return statements.empty() ? outcome : GrantedFiles::changeDatabase(statements, path);
 }
 
-/// Whether the name by which something registers for messages is a site's: "wp:https://a.test/#3E8E…". Others are those
-/// of extensions and of the browser itself.
-bool isOfSite(std::string_view registration) {
-  return registration.starts_with("wp:");
-}
-
-/// Whether an extension's identifier is in these bytes.
-bool mayMentionExtension(std::string_view bytes) {
-  constexpr std::size_t kLength = 32;
-  std::size_t length = 0;
-  return std::any_of(bytes.begin(), bytes.end(), [&length](char c) {
-    length = c >= 'a' && c <= 'p' ? length + 1 : 0;
-    return length == kLength;
-  });
-}
-
 constexpr char kPushKeys[] = "Encryption";  // a database inside another one
 
 }  // namespace
@@ -125,27 +110,18 @@ Outcome removeEncryptedTabFiles(const std::string& path) {
 }
 
 Outcome cleanPushRegistrations(const std::string& path) {
-  // Registrations, with "iid-" before the name those of a newer kind, and what is noted about the registered.
-  constexpr std::string_view kOfRegistered[] = {"reg1-iid-", "reg1-", "iid1-"};
-  constexpr std::string_view kMessages[] = {"incoming1-", "outgoing1-"};
-  const auto isKept = [&](std::string_view key, std::string_view value) {
-    for (const std::string_view prefix : kOfRegistered) {
-      if (key.starts_with(prefix)) return !isOfSite(key.substr(prefix.size()));
-    }
-    return std::none_of(std::begin(kMessages), std::end(kMessages), [&](std::string_view prefix) {
-      const auto mentionsSite = [](std::string_view text) { return text.find("wp:http") != std::string_view::npos; };
-      return key.starts_with(prefix) && (mentionsSite(key) || mentionsSite(value));
-    });
-  };
+  FolderNames none;
+  LevelReading reader = readingOf(ChromiumDatabase::kPushRegistrations, {}, none);
   Outcome outcome;
-  GrantedFiles::keepInLevelDatabase(path, isKept, mayMentionExtension, outcome, {kPushKeys});
+  GrantedFiles::keepInLevelDatabase(path, reader, outcome, {kPushKeys});
   return outcome;
 }
 
 Outcome cleanPushKeys(const std::string& path) {
-  const auto isKept = [](std::string_view key, std::string_view) { return !isOfSite(key); };
+  FolderNames none;
+  LevelReading reader = readingOf(ChromiumDatabase::kPushKeys, {}, none);
   Outcome outcome;
-  GrantedFiles::keepInLevelDatabase(path, isKept, mayMentionExtension, outcome);
+  GrantedFiles::keepInLevelDatabase(path, reader, outcome);
   return outcome;
 }
 

@@ -9,11 +9,8 @@
 
 namespace tidewell::treatments {
 
-// How the stores name an extension: in origins, in names of items, and in any text at all.
-inline constexpr std::string_view kExtensionOrigin = "chrome-extension://";
-inline constexpr std::string_view kChromeExtension = "chrome-extension_";
+/// How Firefox's stores name an extension in names of items.
 inline constexpr std::string_view kFirefoxExtension = "moz-extension+++";
-inline constexpr std::string_view kAnyExtension = "chrome-extension";
 
 template <typename Predicate>
 Outcome removeEntriesUnless(const std::string& folder, Predicate isKept) {

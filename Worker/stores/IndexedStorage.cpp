@@ -1,11 +1,11 @@
 #include "Worker/stores/IndexedStorage.h"
 
 #include <algorithm>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "Platform/Path.h"
+#include "Worker/formats/ChromiumDatabases.h"
 #include "Worker/sandbox/GrantedFiles.h"
 #include "Worker/stores/FolderEntries.h"
 
@@ -21,21 +21,23 @@ constexpr std::string_view kNameOfFirst = "primary.origin";
 
 }  // namespace
 
+Outcome cleanLocalStorageUnless(const std::string& path, const KeptSites& sites) {
+  FolderNames none;
+  LevelReading reader = readingOf(ChromiumDatabase::kLocalStorage, sites, none);
+  Outcome outcome;
+  GrantedFiles::keepInLevelDatabase(path, reader, outcome);
+  return outcome;
+}
+
 Outcome removeFileSystemsUnless(const std::string& path, const FileSystemOwners& owners) {
-  static constexpr std::string_view kOrigin = "ORIGIN:";
   Outcome outcome;
   if (!GrantedFiles::isDirectory(path)) return outcome;
-  std::set<std::string, std::less<>> kept;
-  const auto isKept = [&](std::string_view key, std::string_view folder) {
-    if (!key.starts_with(kOrigin)) return true;
-    const bool stays = owners.isKept(key.substr(kOrigin.size()));
-    if (stays) kept.emplace(folder);
-    return stays;
-  };
+  FolderNames kept;
+  LevelReading reader = readingOf(ChromiumDatabase::kFileSystems, owners.sites, kept);
   const auto database =
-      GrantedFiles::keepInLevelDatabase(appendingPathComponent(path, kOrigins), isKept, owners.isPrecious, outcome);
+      GrantedFiles::keepInLevelDatabase(appendingPathComponent(path, std::string(kOrigins)), reader, outcome);
   if (database == LevelDatabase::Outcome::kLeft) return outcome;  // the owners of the folders are unknown
-  if (owners.leavesUnnamed && database == LevelDatabase::Outcome::kAbsent) {
+  if (!owners.sites.isEmpty() && database == LevelDatabase::Outcome::kAbsent) {
     const std::vector<std::string> names = GrantedFiles::entriesOf(path);
     const bool isFirstOnly = std::all_of(
         names.begin(), names.end(), [](const std::string& name) { return name == kFirst || name == kNameOfFirst; });

@@ -1,12 +1,12 @@
-// Storage of Chromium in which an index names the owners. Internal to the treatments.
+// Storage of Chromium in which a database names the owners. Internal to the treatments.
 #pragma once
 
 #include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
-#include <string_view>
 
+#include "Worker/keeping/KeptSites.h"
 #include "Worker/sandbox/Outcome.h"
 
 namespace tidewell::treatments {
@@ -17,11 +17,12 @@ inline constexpr std::size_t kLargestOrigin = std::size_t{64} << 10;  // bytes
 using SaysThatItStays = std::function<std::optional<bool>(const std::string& file)>;
 
 struct FileSystemOwners {
-  std::function<bool(std::string_view identifier)> isKept;  // "https_a.test_0"
-  std::function<bool(std::string_view bytes)> isPrecious;   // in a damaged database, see LevelDatabase
-  SaysThatItStays firstStays;                               // of the file that names the first owner
-  bool leavesUnnamed = false;                               // what may be a kept owner's, without a database to name it
+  KeptSites sites = {};             // which stay, beside extensions
+  SaysThatItStays firstStays = {};  // of the file that names the first owner
 };
+
+/// Removes what belongs to no extension and to none of the sites from the database of Local Storage.
+Outcome cleanLocalStorageUnless(const std::string& path, const KeptSites& sites);
 
 /// Removes the folders of other owners in File System, and their names.
 Outcome removeFileSystemsUnless(const std::string& path, const FileSystemOwners& owners);

@@ -5,8 +5,8 @@
 
 #include "Platform/Path.h"
 #include "Worker/cells/InCell.h"
+#include "Worker/keeping/ChromiumOwners.h"
 #include "Worker/keeping/Host.h"
-#include "Worker/keeping/StorageKey.h"
 #include "Worker/sandbox/GrantedFiles.h"
 #include "Worker/stores/CacheFolders.h"
 #include "Worker/stores/FolderEntries.h"
@@ -19,23 +19,6 @@ namespace {
 
 using platform::appendingPathComponent;
 using Values = std::span<const std::string_view>;
-
-bool keepsIdentifier(const KeptSites& sites, std::string_view identifier) {
-  if (identifier.starts_with(kChromeExtension)) return true;
-  const auto owner = ownerByIdentifier(identifier);
-  return owner && sites.keeps(*owner);
-}
-
-bool keepsStorageKey(const KeptSites& sites, std::string_view key) {
-  if (key.starts_with(kExtensionOrigin)) return true;
-  const auto owner = ownerByStorageKey(key);
-  return owner && sites.keeps(*owner);
-}
-
-/// What can't be told from a kept site's must stay.
-bool mayBeKept(std::string_view) {
-  return true;
-}
 
 /// What a test says of a file's bytes. Absent when they can't be read, or are too many; false for a missing file.
 std::optional<bool> holds(const std::string& path, const std::function<std::optional<bool>(std::string_view)>& test,
@@ -111,26 +94,7 @@ Outcome removeOtherLocalStorageFiles(const std::string& path, const KeptSites& s
 }
 
 Outcome cleanOtherLocalStorage(const std::string& path, const KeptSites& sites) {
-  // "_" and the storage key, then NUL and the name of the item; the others are what is noted about a storage key.
-  static constexpr std::string_view kOfOrigins[] = {"_", "META:", "METAACCESS:"};
-  std::string lastKey;
-  bool lastIsKept = false;
-  const auto isKept = [&](std::string_view key, std::string_view) {
-    for (const std::string_view prefix : kOfOrigins) {
-      if (!key.starts_with(prefix)) continue;
-      key.remove_prefix(prefix.size());
-      key = key.substr(0, key.find('\0'));
-      if (key.empty() || key != lastKey) {  // the keys of a site follow one another
-        lastKey = key;
-        lastIsKept = keepsStorageKey(sites, key);
-      }
-      return lastIsKept;
-    }
-    return true;
-  };
-  Outcome outcome;
-  GrantedFiles::keepInLevelDatabase(path, isKept, mayBeKept, outcome);
-  return outcome;
+  return cleanLocalStorageUnless(path, sites);
 }
 
 Outcome cleanOtherCacheStorage(const std::string& path, const KeptSites& sites) {
@@ -142,13 +106,12 @@ Outcome cleanOtherCacheStorage(const std::string& path, const KeptSites& sites) 
 }
 
 Outcome cleanOtherFileSystem(const std::string& path, const KeptSites& sites) {
-  const auto isKept = [&sites](std::string_view identifier) { return keepsIdentifier(sites, identifier); };
   const auto isKeptFirst = [&](std::string_view bytes) -> std::optional<bool> {
     const auto identifier = OwnersInCell(CellTask::kPickledTexts).ownerIn(bytes);
     return identifier && *identifier ? std::optional(keepsIdentifier(sites, **identifier)) : std::nullopt;
   };
   const auto firstIsKept = [&](const std::string& file) { return holds(file, isKeptFirst, kLargestOrigin); };
-  return removeFileSystemsUnless(path, {isKept, mayBeKept, firstIsKept, true});
+  return removeFileSystemsUnless(path, {sites, firstIsKept});
 }
 
 Outcome cleanOtherWebStorage(const std::string& path, const KeptSites& sites) {

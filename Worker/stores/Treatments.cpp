@@ -6,6 +6,7 @@
 
 #include "Platform/Path.h"
 #include "Worker/cells/InCell.h"
+#include "Worker/keeping/ChromiumOwners.h"
 #include "Worker/sandbox/GrantedFiles.h"
 #include "Worker/stores/CacheFolders.h"
 #include "Worker/stores/FolderEntries.h"
@@ -18,10 +19,6 @@ namespace {
 using platform::appendingPathComponent;
 
 constexpr const char* kDatabaseCompanions[] = {"", "-journal", "-wal", "-shm"};
-
-bool mentionsExtension(std::string_view bytes) {
-  return bytes.find(kAnyExtension) != std::string_view::npos;
-}
 
 }  // namespace
 
@@ -98,17 +95,7 @@ Outcome removeLocalStorageFiles(const std::string& path) {
 }
 
 Outcome cleanLocalStorage(const std::string& path) {
-  // Keys begin with a prefix and the origin: "_" for what a site has stored, the others for what is noted about it.
-  static constexpr std::string_view kOfOrigins[] = {"_", "META:", "METAACCESS:"};
-  const auto isKept = [](std::string_view key, std::string_view) {
-    for (const std::string_view prefix : kOfOrigins) {
-      if (key.starts_with(prefix)) return key.substr(prefix.size()).starts_with(kExtensionOrigin);
-    }
-    return true;
-  };
-  Outcome outcome;
-  GrantedFiles::keepInLevelDatabase(path, isKept, mentionsExtension, outcome);
-  return outcome;
+  return cleanLocalStorageUnless(path, {});
 }
 
 Outcome cleanCacheStorage(const std::string& path) {
@@ -119,11 +106,10 @@ Outcome cleanCacheStorage(const std::string& path) {
 }
 
 Outcome cleanFileSystem(const std::string& path) {
-  const auto isOfExtension = [](std::string_view identifier) { return identifier.starts_with(kChromeExtension); };
   const auto firstIsOfExtension = [](const std::string& file) {
     return GrantedFiles::holds(file, mentionsExtension, kLargestOrigin).value_or(true);
   };
-  return removeFileSystemsUnless(path, {isOfExtension, mentionsExtension, firstIsOfExtension});
+  return removeFileSystemsUnless(path, {{}, firstIsOfExtension});
 }
 
 Outcome cleanWebStorage(const std::string& path) {

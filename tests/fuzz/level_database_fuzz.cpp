@@ -14,6 +14,7 @@
 
 #include "Worker/formats/leveldb/LevelDatabase.h"
 #include "Worker/formats/leveldb/LevelLog.h"
+#include "Worker/formats/leveldb/LevelReading.h"
 #include "tests/fuzz/level_input.h"
 #include "tests/support/TestPlatform.h"
 
@@ -103,7 +104,8 @@ bool isWanted(std::string_view bytes) {
 
 Outcome keep(testing_support::TestPlatform& platform) {
   const auto isKept = [](std::string_view key, std::string_view value) { return isWanted(key) || isWanted(value); };
-  return LevelDatabase::keepOnly(platform.home.path("db"), isKept, isWanted,
+  tidewell::LevelReading reader(isKept, isWanted);
+  return LevelDatabase::keepOnly(platform.home.path("db"), reader,
                                  [&](const std::string& path) { platform.fileManager.removeItem(path); });
 }
 

@@ -10,9 +10,8 @@
 #include "Platform/Path.h"
 #include "Platform/Platform.h"
 #include "Worker/Identity.h"
-#include "Worker/formats/leveldb/LevelSearch.h"
+#include "Worker/formats/leveldb/FreshLevelFiles.h"
 #include "Worker/formats/leveldb/LevelSource.h"
-#include "Worker/formats/leveldb/LevelWriter.h"
 
 namespace tidewell {
 namespace {
@@ -20,7 +19,6 @@ namespace {
 using platform::Platform;
 using Outcome = LevelDatabase::Outcome;
 using Removal = LevelDatabase::Removal;
-using Search = std::function<bool(std::string_view bytes)>;
 
 constexpr std::size_t kLongestCurrent = std::size_t{1} << 20;  // bytes, of the file that names the manifest
 
@@ -122,53 +120,18 @@ void removeLeftover(const std::string& aside, const Removal& remove) {
   }
 }
 
-/// Which entries of a database stay.
-struct Survey {
-  LevelCondition condition = LevelCondition::kUnreadable;
-  std::vector<bool> isKept;  // by the entry's place in the order
-  bool keepsAny = false;
-  bool keepsAll = true;
-};
-
-Survey surveyOf(LevelSource& source, LevelCondition opened, const LevelDatabase::Selection& isKept) {
-  Survey survey;
-  survey.condition = opened;
-  if (opened != LevelCondition::kSound) return survey;
-  survey.condition = source.walk([&](std::string_view key, std::string_view value) {
-    const bool stays = isKept(key, value);
-    survey.isKept.push_back(stays);
-    survey.keepsAny = survey.keepsAny || stays;
-    survey.keepsAll = survey.keepsAll && stays;
-    return true;
-  });
-  survey.keepsAll = survey.keepsAll && !source.hasUnwanted();
-  return survey;
-}
-
-/// Writes the entries that stay. False when writing fails, or when the source has changed since the survey.
-bool writeKept(LevelSource& source, const Survey& survey, LevelWriter& writer) {
-  std::size_t index = 0;
-  bool isFine = true;
-  const LevelCondition condition = source.walk([&](std::string_view key, std::string_view value) {
-    isFine = index < survey.isKept.size() && (!survey.isKept[index] || !writer.add(key, value));
-    ++index;
-    return isFine;
-  });
-  return isFine && condition == LevelCondition::kSound && index == survey.isKept.size() && !writer.finish();
-}
-
 enum class TakeOver { kDone, kNotDone, kHalfDone };
 
 /// Makes the fresh files the database in the place of the old ones, among which they lie.
-TakeOver takeOver(const LevelFolder& folder, LevelWriter& writer, const Removal& remove) {
-  if (!folder.current) return writer.makeCurrent() ? TakeOver::kNotDone : TakeOver::kDone;
-  const auto old = writer.exchangeCurrent();
+TakeOver takeOver(const LevelFolder& folder, FreshLevelFiles& fresh, const Removal& remove) {
+  if (!folder.current) return fresh.makeCurrent() ? TakeOver::kNotDone : TakeOver::kDone;
+  const auto old = fresh.exchangeCurrent();
   if (old) remove(*old);
   if (old || old.error() != std::errc::not_supported) return old ? TakeOver::kDone : TakeOver::kNotDone;
   platform::FileManager& files = Platform::current().fileManagerOnOneMount;
   const auto oldCurrent = folder.current->read(0, kLongestCurrent).value();
   if (!oldCurrent || files.removeItem(folder.current->path).error) return TakeOver::kNotDone;
-  if (!writer.makeCurrent()) return TakeOver::kDone;
+  if (!fresh.makeCurrent()) return TakeOver::kDone;
   const bool isBack = !files.createFile(folder.current->path, *oldCurrent, 0600);
   return isBack ? TakeOver::kNotDone : TakeOver::kHalfDone;
 }
@@ -176,12 +139,13 @@ TakeOver takeOver(const LevelFolder& folder, LevelWriter& writer, const Removal&
 /// For file systems that can't exchange two folders, and for a folder that holds others: writes the fresh files beside
 /// the old ones, under other numbers. If the system stops while neither is the database, which can only be where two
 /// files can't be exchanged either, the next call finds the entries of both, which agree, and completes the work.
-Outcome rewriteInPlace(const Held& held, LevelSource& source, const Survey& survey, const Removal& remove) {
+Outcome rewriteInPlace(const Held& held, LevelReader& reader, const Removal& remove) {
   const LevelFolder& folder = held.files;
-  LevelWriter writer(folder.path, folder.freeNumber());
-  const bool isWritten = writeKept(source, survey, writer) && !isOpenedSince(held);
-  const TakeOver taken = isWritten ? takeOver(folder, writer, remove) : TakeOver::kNotDone;
-  if (taken == TakeOver::kNotDone) writer.takeBack();
+  const std::uint64_t number = folder.freeNumber();
+  FreshLevelFiles fresh(folder.path, number);
+  const bool isWritten = reader.rewrite(fresh, number) && reader.approves(fresh.asFolder()) && !isOpenedSince(held);
+  const TakeOver taken = isWritten ? takeOver(folder, fresh, remove) : TakeOver::kNotDone;
+  if (taken == TakeOver::kNotDone) fresh.takeBack();
   if (taken != TakeOver::kDone) return Outcome::kLeft;
   for (const LevelFile& file : folder.files()) {
     if (!folder.current || file.path != folder.current->path) remove(file.path);
@@ -190,14 +154,15 @@ Outcome rewriteInPlace(const Held& held, LevelSource& source, const Survey& surv
   return Outcome::kRewritten;
 }
 
-Outcome rewrite(Held held, LevelSource& source, const Survey& survey, const Removal& remove) {
-  if (held.files.hasOthersFolders) return rewriteInPlace(held, source, survey, remove);
+Outcome rewrite(Held held, LevelReader& reader, const Removal& remove) {
+  if (held.files.hasOthersFolders) return rewriteInPlace(held, reader, remove);
   platform::FileManager& files = Platform::current().fileManagerOnOneMount;
   const std::string aside = held.files.path + kAsideSuffix;
   if (files.createFolder(aside)) return Outcome::kLeft;
-  LevelWriter writer(aside, 1);
+  FreshLevelFiles fresh(aside, 1);
   std::error_code error = std::make_error_code(std::errc::io_error);
-  if (writeKept(source, survey, writer) && !writer.makeCurrent() && !writer.makeLock() && !isOpenedSince(held)) {
+  if (reader.rewrite(fresh, 1) && reader.approves(fresh.asFolder()) && !fresh.makeCurrent() && !fresh.makeLock() &&
+      !isOpenedSince(held)) {
     error = files.exchangeItems(held.files.path, aside);
   }
   if (!error) {
@@ -205,7 +170,7 @@ Outcome rewrite(Held held, LevelSource& source, const Survey& survey, const Remo
     return Outcome::kRewritten;
   }
   files.removeItem(aside);  // what can't be removed now, the next call removes first
-  return error == std::errc::not_supported ? rewriteInPlace(held, source, survey, remove) : Outcome::kLeft;
+  return error == std::errc::not_supported ? rewriteInPlace(held, reader, remove) : Outcome::kLeft;
 }
 
 Outcome removeDatabase(Held held, const Removal& remove) {
@@ -223,8 +188,8 @@ Outcome removeDatabase(Held held, const Removal& remove) {
 
 }  // namespace
 
-Outcome LevelDatabase::keepOnly(const std::string& path, const Selection& isKept, const Search& isPrecious,
-                                const Removal& remove, const std::vector<std::string>& othersFolders) {
+Outcome LevelDatabase::keepOnly(const std::string& path, LevelReader& reader, const Removal& remove,
+                                const std::vector<std::string>& othersFolders) {
   const std::string folder = withoutSlash(path);
   const Claim claim(folder);
   if (!claim.isHeld()) return Outcome::kLeft;
@@ -236,19 +201,17 @@ Outcome LevelDatabase::keepOnly(const std::string& path, const Selection& isKept
   if (state == LevelFolder::State::kAbsent) return Outcome::kAbsent;
 
   const LevelFolder files = held.files;
-  LevelSource source(files, isKept);
-  Survey survey = surveyOf(source, source.open(), isKept);
-  LevelSource everything(files, isKept);
-  const bool isDamaged = survey.condition == LevelCondition::kDamaged;
-  if (isDamaged) survey = surveyOf(everything, everything.openAll(), isKept);
-  const bool isTooLarge = survey.condition == LevelCondition::kTooLarge;
-  if (survey.condition != LevelCondition::kSound && !isTooLarge) return Outcome::kLeft;
-  if (isTooLarge || everything.hasLoss()) {
-    return levelFolderHolds(files, isPrecious) ? Outcome::kLeft : removeDatabase(std::move(held), remove);
+  switch (reader.judge(files)) {
+    case LevelVerdict::kIsFine:
+      return Outcome::kRewritten;
+    case LevelVerdict::kRemove:
+      return removeDatabase(std::move(held), remove);
+    case LevelVerdict::kRewrite:
+      return rewrite(std::move(held), reader, remove);
+    case LevelVerdict::kLeave:
+      break;
   }
-  if (!survey.keepsAny && !files.hasOthersFolders) return removeDatabase(std::move(held), remove);
-  if (survey.keepsAll && !isDamaged && source.isTidy()) return Outcome::kRewritten;
-  return rewrite(std::move(held), isDamaged ? everything : source, survey, remove);
+  return Outcome::kLeft;
 }
 
 std::optional<std::map<std::string, std::string>> LevelDatabase::entries(const std::string& folder) {

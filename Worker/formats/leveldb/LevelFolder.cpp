@@ -81,7 +81,7 @@ bool sortInLost(LevelFolder& folder, const std::string& path) {
     const std::string below = platform::appendingPathComponent(path, name);
     const auto item = itemAt(below);
     if (!item || item->type != platform::kFileTypeRegular) return false;
-    folder.others.push_back({below, item->size});
+    folder.others.push_back({below, item->size, &LevelBytes::ofFiles()});
     return true;
   });
 }
@@ -93,17 +93,23 @@ bool sortInItem(LevelFolder& folder, const std::string& name) {
   if (!item) return false;
   if (name == "lost" && item->type == platform::kFileTypeDirectory) return sortInLost(folder, path);
   if (item->type != platform::kFileTypeRegular) return false;
-  if (name != "LOCK") return sortIn(folder, name, {path, item->size});
+  if (name != "LOCK") return sortIn(folder, name, {path, item->size, &LevelBytes::ofFiles()});
   folder.lock = path;
   return true;
 }
 
 }  // namespace
 
-Result<std::string> LevelFile::read(std::uint64_t offset, std::size_t count) const {
-  const auto file = Platform::current().fileManagerOnOneMount.readableFile(path);
-  if (!file) return file.error();
-  return (*file)->read(offset, count);
+const LevelBytes& LevelBytes::ofFiles() {
+  class Files : public LevelBytes {
+    Result<std::string> read(const std::string& path, std::uint64_t offset, std::size_t count) const override {
+      const auto file = Platform::current().fileManagerOnOneMount.readableFile(path);
+      if (!file) return file.error();
+      return (*file)->read(offset, count);
+    }
+  };
+  static const Files files;
+  return files;
 }
 
 State LevelFolder::findLock(const std::string& path, std::optional<std::string>& lock) {

@@ -12,14 +12,28 @@
 
 namespace tidewell {
 
+/// Where the bytes of a database's files come from.
+class LevelBytes {
+ public:
+  virtual ~LevelBytes() = default;
+
+  /// The bytes of a file from `offset` on, fewer where it ends.
+  virtual platform::Result<std::string> read(const std::string& path, std::uint64_t offset,
+                                             std::size_t count) const = 0;
+
+  /// The platform's files. One is opened for each read: a database can have more files than a process may have open.
+  static const LevelBytes& ofFiles();
+};
+
 /// A file that was in the folder when it was examined.
 struct LevelFile {
   std::string path;
   std::uint64_t size = 0;  // in bytes
+  const LevelBytes* bytes = nullptr;
 
-  /// The bytes from `offset` on, fewer where the file ends. The file is opened for each read: a database can have more
-  /// files than a process may have open.
-  platform::Result<std::string> read(std::uint64_t offset, std::size_t count) const;
+  platform::Result<std::string> read(std::uint64_t offset, std::size_t count) const {
+    return bytes->read(path, offset, count);
+  }
 };
 
 struct LevelFolder {

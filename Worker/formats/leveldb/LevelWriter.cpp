@@ -5,30 +5,16 @@
 #include <leveldb/options.h>
 #include <leveldb/table_builder.h>
 
-#include <cinttypes>
-#include <cstdio>
+#include <string>
 #include <utility>
-
-#include "Platform/Path.h"
-#include "Platform/Platform.h"
 
 namespace tidewell {
 namespace {
 
-using platform::Platform;
-
 constexpr std::uint64_t kTableSize = 2 << 20;  // bytes, about
-constexpr unsigned kPermissions = 0600;
-constexpr std::uint64_t kLowestLevel = 2;  // where LevelDB puts tables that overlap nothing
+constexpr std::uint64_t kLowestLevel = 2;      // where LevelDB puts tables that overlap nothing
 constexpr std::uint64_t kHighestLevel = 6;
 constexpr std::uint64_t kLevelSize = std::uint64_t{100} << 20;  // bytes in that level; each above has ten times as much
-
-/// "000007" and the like. Six digits at least.
-std::string inName(std::uint64_t number) {
-  char text[24];
-  std::snprintf(text, sizeof text, "%06" PRIu64, number);
-  return text;
-}
 
 /// The keys in the tables' indexes are not shortened: that would save little.
 class KeyOrder : public leveldb::Comparator {
@@ -74,10 +60,14 @@ struct LevelWriter::Table {
   bool isFinished = false;
 };
 
-LevelWriter::LevelWriter(std::string folder, std::uint64_t firstNumber)
-    : folder_(std::move(folder)), manifestNumber_(firstNumber), nextNumber_(firstNumber + 1) {}
+LevelWriter::LevelWriter(LevelOutput& output, std::uint64_t firstNumber)
+    : output_(output), firstNumber_(firstNumber), nextNumber_(firstNumber + 1) {}
 
 LevelWriter::~LevelWriter() = default;
+
+void LevelWriter::prepare() {
+  tableOptions();
+}
 
 std::error_code LevelWriter::add(std::string_view key, std::string_view value) {
   if (!table_) table_ = std::make_unique<Table>();
@@ -95,7 +85,7 @@ std::error_code LevelWriter::finishTable() {
   const std::uint64_t number = nextNumber_++;
   manifest_.tables.emplace(number, LevelManifest::Table{kLowestLevel, table->file.contents.size(),
                                                         std::move(table->smallest), std::move(table->largest)});
-  return create(inName(number) + ".ldb", table->file.contents);
+  return output_.addTable(table->file.contents);
 }
 
 std::error_code LevelWriter::finish() {
@@ -108,43 +98,8 @@ std::error_code LevelWriter::finish() {
   for (std::uint64_t room = kLevelSize; size > room && level < kHighestLevel; room *= 10) ++level;
   for (auto& [number, table] : manifest_.tables) table.level = level;
   manifest_.nextNumber = nextNumber_;
-  manifest_.firstLog = manifestNumber_;  // there is no log; logs of lower numbers are not part of the database
-  return create("MANIFEST-" + inName(manifestNumber_), manifest_.bytes());
-}
-
-std::error_code LevelWriter::makeCurrent() {
-  return create("CURRENT", current());
-}
-
-platform::Result<std::string> LevelWriter::exchangeCurrent() {
-  const std::string name = inName(manifestNumber_) + ".dbtmp";  // LevelDB's own name for such a file; it removes it
-  if (const std::error_code error = create(name, current())) return error;
-  const std::string path = platform::appendingPathComponent(folder_, name);
-  const std::error_code error = Platform::current().fileManagerOnOneMount.exchangeItems(
-      platform::appendingPathComponent(folder_, "CURRENT"), path);
-  if (!error) return path;
-  Platform::current().fileManagerOnOneMount.removeItem(path);
-  return error;
-}
-
-std::string LevelWriter::current() const {
-  return "MANIFEST-" + inName(manifestNumber_) + "\n";
-}
-
-std::error_code LevelWriter::makeLock() {
-  return create("LOCK", "");
-}
-
-std::error_code LevelWriter::create(const std::string& name, std::string_view contents) {
-  const std::string path = platform::appendingPathComponent(folder_, name);
-  const std::error_code error = Platform::current().fileManagerOnOneMount.createFile(path, contents, kPermissions);
-  if (!error) created_.push_back(path);
-  return error;
-}
-
-void LevelWriter::takeBack() {
-  for (const std::string& path : created_) Platform::current().fileManagerOnOneMount.removeItem(path);
-  created_.clear();
+  manifest_.firstLog = firstNumber_;  // there is no log; logs of lower numbers are not part of the database
+  return output_.addManifest(manifest_.bytes());
 }
 
 }  // namespace tidewell

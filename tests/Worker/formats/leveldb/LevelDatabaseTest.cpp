@@ -320,7 +320,7 @@ TEST_F(Level, severalChangesInOneStepAreRead) {
 TEST_F(Level, aSlashAtTheEndOfTheFolderMakesNoDifference) {
   put({{"kept", "1"}, {"gone", "2"}});
   const auto isKept = [](std::string_view key, std::string_view) { return key == "kept"; };
-  EXPECT_EQ(LevelDatabase::keepOnly(
+  EXPECT_EQ(keepOnly(
                 folder + "/", isKept, [](auto) { return false; }, [this](const auto& path) { files.removeItem(path); }),
             Outcome::kRewritten);
   EXPECT_THAT(inLibrary(), Optional(Entries{{"kept", "1"}}));

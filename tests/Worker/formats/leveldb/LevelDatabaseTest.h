@@ -12,9 +12,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Worker/formats/leveldb/LevelDatabase.h"
+#include "Worker/formats/leveldb/LevelReading.h"
 #include "tests/support/TestPlatform.h"
 
 namespace testing_support {
@@ -77,15 +79,15 @@ class LevelDatabaseTest : public ::testing::Test {
  protected:
   using Entries = std::map<std::string, std::string>;
   using LevelDatabase = tidewell::LevelDatabase;
+  using LevelReading = tidewell::LevelReading;
   using Outcome = LevelDatabase::Outcome;
 
   LevelDatabaseTest() {
     platform.scopes.openForProcess(platform::FileURL(platform.home.path(), true));
     const platform::Platform& p = platform::Platform::current();
-    withFailures = std::make_unique<platform::Platform>(
-        platform::Platform{p.mainBundle, p.dispatch, files, files, p.log, p.openPanel, p.securityScopedResources,
-                           p.system, p.userDefaults, p.userNotificationCenter, p.userScripts, p.workspace, p.cells,
-                           p.confinement});
+    withFailures = std::make_unique<platform::Platform>(platform::Platform{
+        p.mainBundle, p.dispatch, files, files, p.log, p.openPanel, p.securityScopedResources, p.system, p.userDefaults,
+        p.userNotificationCenter, p.userScripts, p.workspace, p.cells, p.confinement});
     platform::Platform::install(withFailures.get());
     std::filesystem::create_directories(folder.substr(0, folder.rfind('/')));
   }
@@ -109,9 +111,15 @@ class LevelDatabaseTest : public ::testing::Test {
   /// The entries that LevelDB reads, with all of its checks; absent when it can't open the database. Reads a copy.
   std::optional<Entries> inLibrary(leveldb::Options options = {});
 
+  static Outcome keepOnly(const std::string& folder, LevelReading::Selection isKept, LevelReading::Search isPrecious,
+                          const LevelDatabase::Removal& remove, const std::vector<std::string>& othersFolders = {}) {
+    LevelReading reader(std::move(isKept), std::move(isPrecious));
+    return LevelDatabase::keepOnly(folder, reader, remove, othersFolders);
+  }
+
   /// Keeps the entries whose key or value contains `wanted`.
   Outcome keep(const std::string& wanted) {
-    return LevelDatabase::keepOnly(
+    return keepOnly(
         folder,
         [wanted](std::string_view key, std::string_view value) {
           return key.find(wanted) != std::string_view::npos || value.find(wanted) != std::string_view::npos;

@@ -110,7 +110,7 @@ TEST_F(HinderedLevel, noProcessCanOpenItWhileItIsRewritten) {
     ::waitpid(child, &status, 0);
     refusals += status != 0 ? 1 : 0;
   };
-  LevelDatabase::keepOnly(
+  keepOnly(
       folder,
       [&](std::string_view key, std::string_view) {
         tryToLock(folder + "/LOCK");
@@ -129,7 +129,7 @@ TEST_F(HinderedLevel, aDatabaseWithoutALockThatIsOpenedMeanwhileIsLeft) {
       return key.starts_with(wanted);
     };
     const auto isPrecious = [](std::string_view) { return false; };
-    EXPECT_EQ(LevelDatabase::keepOnly(folder, isKept, isPrecious, [this](const auto& path) { files.removeItem(path); }),
+    EXPECT_EQ(keepOnly(folder, isKept, isPrecious, [this](const auto& path) { files.removeItem(path); }),
               Outcome::kLeft);
     EXPECT_THAT(inLibrary(), Optional(all));
     EXPECT_FALSE(isThere(aside));
@@ -180,8 +180,7 @@ TEST_F(HinderedLevel, outsideEveryGrantItIsLeft) {
   const auto before = elsewhere.tree();
   const auto keepsAll = [](std::string_view, std::string_view) { return true; };
   const auto isPrecious = [](std::string_view) { return false; };
-  EXPECT_EQ(LevelDatabase::keepOnly(elsewhere.path("leveldb"), keepsAll, isPrecious, [](const auto&) { FAIL(); }),
-            Outcome::kLeft);
+  EXPECT_EQ(keepOnly(elsewhere.path("leveldb"), keepsAll, isPrecious, [](const auto&) { FAIL(); }), Outcome::kLeft);
   EXPECT_EQ(LevelDatabase::entries(elsewhere.path("leveldb")), std::nullopt);
   EXPECT_EQ(elsewhere.tree(), before);
 }
@@ -260,14 +259,14 @@ TEST_F(HinderedLevel, theRemovalMayTakeItsTime) {
   const auto isKept = [](std::string_view key, std::string_view) { return key.starts_with("_kept"); };
   const auto removal = [&](const std::string& path) { later.push_back(path); };
   const auto isPrecious = [](std::string_view) { return false; };
-  EXPECT_EQ(LevelDatabase::keepOnly(folder, isKept, isPrecious, removal), Outcome::kRewritten);
+  EXPECT_EQ(keepOnly(folder, isKept, isPrecious, removal), Outcome::kRewritten);
   EXPECT_THAT(inLibrary(), Optional(kKept));
   // What the browser writes meanwhile is rewritten once the earlier removals are done.
   put({{"_gone.test c", "gone"}});
   const auto pending = later;
-  EXPECT_EQ(LevelDatabase::keepOnly(folder, isKept, isPrecious, removal), Outcome::kLeft);
+  EXPECT_EQ(keepOnly(folder, isKept, isPrecious, removal), Outcome::kLeft);
   for (const std::string& path : pending) files.removeItem(path);
-  EXPECT_EQ(LevelDatabase::keepOnly(folder, isKept, isPrecious, removal), Outcome::kRewritten);
+  EXPECT_EQ(keepOnly(folder, isKept, isPrecious, removal), Outcome::kRewritten);
   EXPECT_THAT(inLibrary(), Optional(kKept));
 }
 
@@ -303,7 +302,7 @@ TEST_F(HinderedLevel, aSecondCallForTheSameFolderLeavesItToTheFirst) {
     inner = keep("nobody");
     return key.starts_with("_kept");
   };
-  EXPECT_EQ(LevelDatabase::keepOnly(folder, isKept, isPrecious, [this](const auto& path) { files.removeItem(path); }),
+  EXPECT_EQ(keepOnly(folder, isKept, isPrecious, [this](const auto& path) { files.removeItem(path); }),
             Outcome::kRewritten);
   EXPECT_EQ(inner, Outcome::kLeft);
   EXPECT_THAT(inLibrary(), Optional(kKept));

@@ -19,7 +19,7 @@ class LevelWithOthersFolder : public LevelDatabaseTest {
   LevelWithOthersFolder() { write(folder + "/Inner/mine", "precious"); }
 
   Outcome keepBeside(const std::string& wanted, const std::string& precious = "precious") {
-    return LevelDatabase::keepOnly(
+    return keepOnly(
         folder, [wanted](std::string_view key, std::string_view) { return key.find(wanted) != std::string_view::npos; },
         [precious](std::string_view bytes) { return bytes.find(precious) != std::string_view::npos; },
         [this](const std::string& path) {
