@@ -4,7 +4,7 @@ namespace tidewell {
 namespace {
 
 bool hasKept(CellTask task) {
-  return task == CellTask::kPreferences || task == CellTask::kSession;
+  return task == CellTask::kPreferences || task == CellTask::kSession || task == CellTask::kLevelDatabase;
 }
 
 void appendKept(std::string& bytes, const Kept& kept) {
@@ -51,7 +51,7 @@ std::string cellRequest(CellTask task, const Kept& kept, std::string_view input)
 std::optional<CellRequest> CellRequest::from(std::string_view message) {
   ByteReader reader(message);
   const auto task = reader.number();
-  if (!task || *task > static_cast<std::uint64_t>(CellTask::kListInProfilesIni)) return std::nullopt;
+  if (!task || *task > static_cast<std::uint64_t>(CellTask::kLevelDatabase)) return std::nullopt;
   CellRequest request{static_cast<CellTask>(*task), {}, {}};
   if (hasKept(request.task)) {
     auto kept = keptFrom(reader);

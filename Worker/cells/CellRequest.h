@@ -29,6 +29,7 @@ enum class CellTask : std::uint64_t {
   kPickledTexts,         // likewise, the bytes of texts
   kListInLocalState,     // document: texts, in pairs
   kListInProfilesIni,    // list: texts
+  kLevelDatabase,        // Kept, a list of files: see LevelTalk.h
 };
 
 std::string cellRequest(CellTask task, std::string_view input);

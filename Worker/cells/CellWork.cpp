@@ -1,6 +1,7 @@
 #include "Worker/cells/CellWork.h"
 
 #include "Worker/cells/CellRequest.h"
+#include "Worker/cells/LevelWork.h"
 #include "Worker/formats/CacheStorageIndex.h"
 #include "Worker/formats/LocalState.h"
 #include "Worker/formats/Pickle.h"
@@ -8,6 +9,7 @@
 #include "Worker/formats/ProfilesIni.h"
 #include "Worker/formats/SessionCommands.h"
 #include "Worker/formats/SessionStore.h"
+#include "Worker/formats/leveldb/LevelWriter.h"
 
 namespace tidewell {
 namespace {
@@ -37,7 +39,11 @@ std::vector<std::string> profilesIn(std::string_view localState) {
 
 }  // namespace
 
-std::optional<std::string> cellAnswer(std::string_view message) {
+void prepareCellWork() {
+  LevelWriter::prepare();
+}
+
+std::optional<std::string> cellAnswer(std::string_view message, const CellAsk& ask) {
   const auto request = CellRequest::from(message);
   if (!request) return std::nullopt;
   const std::string_view input = request->input;
@@ -64,6 +70,8 @@ std::optional<std::string> cellAnswer(std::string_view message) {
       return answerOf(profilesIn(input));
     case CellTask::kListInProfilesIni:
       return answerOf(listedProfiles(input));
+    case CellTask::kLevelDatabase:
+      return levelAnswer(*request, ask);
   }
   return std::nullopt;
 }

@@ -5,9 +5,14 @@
 #include <string>
 #include <string_view>
 
+#include "Worker/cells/CellAsk.h"
+
 namespace tidewell {
 
+/// What libraries do once, and can't do in a cell: to be called before its door closes.
+void prepareCellWork();
+
 /// The answer to a request; absent for what is none. Throws when there is too little memory.
-std::optional<std::string> cellAnswer(std::string_view request);
+std::optional<std::string> cellAnswer(std::string_view request, const CellAsk& ask);
 
 }  // namespace tidewell

@@ -44,11 +44,12 @@ T underGrant(const std::string& path, T empty, const std::function<T(const std::
   return underGrantOf<T>(folder, operation, std::move(empty), action);
 }
 
-/// Why a LevelDB database was left: another process holds its lock, or anything else.
-Left reasonForLeaving(const std::string& folder) {
+/// Why a LevelDB database was left: another process holds its lock, its bytes, or anything else.
+Left reasonForLeaving(const std::string& folder, const LevelReader& reader) {
   const auto lock = grantedItems().lockFile(platform::appendingPathComponent(folder, kLockOfLevelDB));
   const bool isHeld = !lock && lock.error() == std::errc::resource_unavailable_try_again;
-  return isHeld ? Left::kInUse : Left::kFailed;
+  if (isHeld) return Left::kInUse;
+  return reader.isUnreadable() ? Left::kNotReadable : Left::kFailed;
 }
 
 }  // namespace
@@ -175,7 +176,7 @@ LevelDatabase::Outcome GrantedFiles::keepInLevelDatabase(const std::string& fold
       folder, std::nullopt, [&](const std::string& fullPath) -> std::optional<LevelDatabase::Outcome> {
         const std::lock_guard turn(turnOf(fullPath));
         const auto database = LevelDatabase::keepOnly(fullPath, reader, remove, othersFolders);
-        if (database == LevelDatabase::Outcome::kLeft) outcome += {reasonForLeaving(fullPath)};
+        if (database == LevelDatabase::Outcome::kLeft) outcome += {reasonForLeaving(fullPath, reader)};
         return database;
       });
   if (!kept) outcome += kNotAllowed;

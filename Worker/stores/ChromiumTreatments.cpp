@@ -8,7 +8,7 @@
 #include "Platform/Path.h"
 #include "Worker/Identity.h"
 #include "Worker/cells/InCell.h"
-#include "Worker/formats/ChromiumDatabases.h"
+#include "Worker/cells/LevelInCell.h"
 #include "Worker/formats/SessionCommands.h"
 #include "Worker/sandbox/GrantedFiles.h"
 #include "Worker/stores/Treatments.h"
@@ -110,16 +110,14 @@ Outcome removeEncryptedTabFiles(const std::string& path) {
 }
 
 Outcome cleanPushRegistrations(const std::string& path) {
-  FolderNames none;
-  LevelReading reader = readingOf(ChromiumDatabase::kPushRegistrations, {}, none);
+  LevelInCell reader(ChromiumDatabase::kPushRegistrations, {});
   Outcome outcome;
   GrantedFiles::keepInLevelDatabase(path, reader, outcome, {kPushKeys});
   return outcome;
 }
 
 Outcome cleanPushKeys(const std::string& path) {
-  FolderNames none;
-  LevelReading reader = readingOf(ChromiumDatabase::kPushKeys, {}, none);
+  LevelInCell reader(ChromiumDatabase::kPushKeys, {});
   Outcome outcome;
   GrantedFiles::keepInLevelDatabase(path, reader, outcome);
   return outcome;

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Platform/Path.h"
-#include "Worker/formats/ChromiumDatabases.h"
+#include "Worker/cells/LevelInCell.h"
 #include "Worker/sandbox/GrantedFiles.h"
 #include "Worker/stores/FolderEntries.h"
 
@@ -22,8 +22,7 @@ constexpr std::string_view kNameOfFirst = "primary.origin";
 }  // namespace
 
 Outcome cleanLocalStorageUnless(const std::string& path, const KeptSites& sites) {
-  FolderNames none;
-  LevelReading reader = readingOf(ChromiumDatabase::kLocalStorage, sites, none);
+  LevelInCell reader(ChromiumDatabase::kLocalStorage, sites);
   Outcome outcome;
   GrantedFiles::keepInLevelDatabase(path, reader, outcome);
   return outcome;
@@ -32,8 +31,7 @@ Outcome cleanLocalStorageUnless(const std::string& path, const KeptSites& sites)
 Outcome removeFileSystemsUnless(const std::string& path, const FileSystemOwners& owners) {
   Outcome outcome;
   if (!GrantedFiles::isDirectory(path)) return outcome;
-  FolderNames kept;
-  LevelReading reader = readingOf(ChromiumDatabase::kFileSystems, owners.sites, kept);
+  LevelInCell reader(ChromiumDatabase::kFileSystems, owners.sites);
   const auto database =
       GrantedFiles::keepInLevelDatabase(appendingPathComponent(path, std::string(kOrigins)), reader, outcome);
   if (database == LevelDatabase::Outcome::kLeft) return outcome;  // the owners of the folders are unknown
@@ -43,6 +41,7 @@ Outcome removeFileSystemsUnless(const std::string& path, const FileSystemOwners&
         names.begin(), names.end(), [](const std::string& name) { return name == kFirst || name == kNameOfFirst; });
     if (!isFirstOnly) return outcome += Outcome{Left::kNotReadable};
   }
+  FolderNames kept = reader.takeFolders();
   const auto first = owners.firstStays(appendingPathComponent(path, kNameOfFirst));
   if (!first) outcome += Outcome{Left::kNotReadable};
   if (first.value_or(true)) kept.insert({std::string(kFirst), std::string(kNameOfFirst)});

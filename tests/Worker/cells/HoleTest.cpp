@@ -9,6 +9,7 @@
 
 #include "Platform/Linux/cells/LinuxCells.h"
 #include "Worker/formats/SessionStore.h"
+#include "tests/support/BrowserFiles.h"
 #include "tests/support/KernelWithout.h"
 #include "tests/support/LinuxHomeTest.h"
 
@@ -37,9 +38,9 @@ class AHole : public LinuxHomeTest, public ::testing::WithParamInterface<std::tu
  protected:
   AHole() {
     testing_support::TestPlatform& p = platform;
-    withHole = std::make_unique<platform::Platform>(
-        platform::Platform{p.bundle, p.dispatch, p.fileManager, p.fileManagerOnOneMount, p.log, p.openPanel, p.scopes,
-                           p.system, p.userDefaults, p.notificationCenter, p.userScripts, p.workspace, cells, p.confinement});
+    withHole = std::make_unique<platform::Platform>(platform::Platform{
+        p.bundle, p.dispatch, p.fileManager, p.fileManagerOnOneMount, p.log, p.openPanel, p.scopes, p.system,
+        p.userDefaults, p.notificationCenter, p.userScripts, p.workspace, cells, p.confinement});
     platform::Platform::install(withHole.get());
     p.home.file("thesis", "mine");
     for (const char* folder : {".config/chromium", ".cache/chromium", ".mozilla/firefox", ".cache/mozilla/firefox"}) {
@@ -101,12 +102,16 @@ TEST_P(AHole, inWhatChromiumsSitesWroteChangesNothingElse) {
   platform.home.file(std::string(kChromium) + "Service Worker/CacheStorage/taken/index.txt", hole());
   platform.home.file(std::string(kChromium) + "Service Worker/CacheStorage/other/index.txt", "nothing of note");
   platform.home.file(std::string(kChromium) + "DIPS");
+  const testing_support::LevelEntries stored = {{"_https://visited.example", hole()}};
+  const std::string database = home(std::string(kChromium) + "Local Storage/leveldb");
+  testing_support::putInLevelDatabase(database, stored);
   clean("Chromium");
+  EXPECT_THAT(testing_support::levelEntriesOf(database), ::testing::Optional(stored));
   EXPECT_EQ(contents(std::string(kChromium) + "Preferences"), preferences);
   EXPECT_EQ(contents(std::string(kChromium) + "Sessions/Session_1"), hole());
   EXPECT_TRUE(platform.home.exists(std::string(kChromium) + "Service Worker/CacheStorage/taken"));
   EXPECT_FALSE(platform.home.exists(std::string(kChromium) + "Service Worker/CacheStorage/other"));
-  for (const char* store : {"Preferences", "Sessions", "Service Worker/CacheStorage"}) {
+  for (const char* store : {"Preferences", "Sessions", "Service Worker/CacheStorage", "Local Storage/leveldb"}) {
     EXPECT_THAT(platform.log.lines(),
                 Contains(HasSubstr(std::string(store) + " of Chromium was left: it can't be read")));
   }

@@ -33,20 +33,25 @@ constexpr char kPreferences[] =
     R"({"home":"mine","profile":{"content_settings":{"exceptions":{"cookies":{"https://a.test,*":{}}}}}})";
 constexpr char kSession[] = R"({"windows":[{"tabs":[]}],"cookies":[{"host":"a.test"},{"host":"b.test"}]})";
 
+/// What a cell answers that nothing has taken over.
+std::optional<std::string> truth(std::string_view request) {
+  return cellAnswer(request, [](std::string_view) { return std::nullopt; });
+}
+
 /// With the cells of a test in the place of the platform's own.
 class InCellTest : public ::testing::Test {
  protected:
   void use(ScriptedCells::Script script) {
     cells = std::make_unique<ScriptedCells>(std::move(script));
     TestPlatform& p = platform;
-    withCells = std::make_unique<platform::Platform>(
-        platform::Platform{p.bundle, p.dispatch, p.fileManager, p.fileManagerOnOneMount, p.log, p.openPanel, p.scopes,
-                           p.system, p.userDefaults, p.notificationCenter, p.userScripts, p.workspace, *cells, p.confinement});
+    withCells = std::make_unique<platform::Platform>(platform::Platform{
+        p.bundle, p.dispatch, p.fileManager, p.fileManagerOnOneMount, p.log, p.openPanel, p.scopes, p.system,
+        p.userDefaults, p.notificationCenter, p.userScripts, p.workspace, *cells, p.confinement});
     platform::Platform::install(withCells.get());
   }
   /// The first cell answers this, and all others the truth.
   void lieAtFirst(std::optional<std::string> lie) {
-    use([lie](std::size_t cell, std::string_view request) { return cell == 1 ? lie : cellAnswer(request); });
+    use([lie](std::size_t cell, std::string_view request) { return cell == 1 ? lie : truth(request); });
   }
 
   TestPlatform platform;
@@ -133,7 +138,7 @@ TEST_F(InCellTest, aSecondCellMustFindNothingMoreToDo) {
 
 TEST_F(InCellTest, sessionsGetNothingThatWasNotInThem) {
   use([](std::size_t cell, std::string_view request) {
-    return cell == 2 ? answerOf(std::optional<std::string>(R"({"windows":["evil"]})")) : cellAnswer(request);
+    return cell == 2 ? answerOf(std::optional<std::string>(R"({"windows":["evil"]})")) : truth(request);
   });
   EXPECT_EQ(InCell::withoutSiteData(tidewell::packedSession(kSession), {}).action, Action::kLeaveUnread);
 }
@@ -152,7 +157,7 @@ TEST_F(InCellTest, ownersAreNamedInTheFileOrNotAtAll) {
 
 TEST_F(InCellTest, ofManyFilesOnlyThoseAreUnreadThatACellFailsOn) {
   use([](std::size_t, std::string_view request) {
-    return request.find("taken over") != std::string_view::npos ? std::nullopt : cellAnswer(request);
+    return request.find("taken over") != std::string_view::npos ? std::nullopt : truth(request);
   });
   std::vector<std::string_view> files(100, "no index");
   files[7] = files[77] = "taken over";

@@ -76,9 +76,9 @@ class StaleGrants : public WorkerTest {
  private:
   platform::Platform& p_ = platform::Platform::current();
   platform::Platform withScopes_{
-      p_.mainBundle,  p_.dispatch,  p_.fileManager, p_.fileManagerOnOneMount, p_.log,
-      p_.openPanel,   scopes,       p_.system,      p_.userDefaults,          p_.userNotificationCenter,
-      p_.userScripts, p_.workspace, p_.cells,       p_.confinement};
+      p_.mainBundle, p_.dispatch,   p_.fileManager,  p_.fileManagerOnOneMount,  p_.log,         p_.openPanel,
+      scopes,        p_.system,     p_.userDefaults, p_.userNotificationCenter, p_.userScripts, p_.workspace,
+      p_.cells,      p_.confinement};
 };
 
 TEST_F(StaleGrants, areKeptAnewUnderTheKeyOfWhereTheyLeadAndTheTargetsOwnKeyGoes) {
