@@ -21,6 +21,19 @@ class Copy : public platform::PinnedRegularFile {
   const std::string path_;
 };
 
+class MadeFile : public platform::ReadableFile {
+ public:
+  explicit MadeFile(std::shared_ptr<const std::string> contents) : contents_(std::move(contents)) {}
+  platform::Result<platform::FileVersion> version() const override { return platform::FileVersion(); }
+  std::uint64_t size() const override { return contents_->size(); }
+  platform::Result<std::string> read(std::uint64_t offset, std::size_t count) const override {
+    return offset < contents_->size() ? contents_->substr(offset, count) : std::string();
+  }
+
+ private:
+  const std::shared_ptr<const std::string> contents_;
+};
+
 }  // namespace
 
 PreviewFiles::PreviewFiles(platform::linux_::SecurityScopes& scopes, std::string scriptsFolder)
@@ -40,6 +53,12 @@ std::map<std::string, std::uint64_t> PreviewFiles::refilledFolders() const {
   return folders;
 }
 
+platform::Result<std::unique_ptr<platform::ReadableFile>> PreviewFiles::readableFile(const std::string& path) const {
+  const auto made = contents_.find(path);
+  if (made == contents_.end()) return LinuxFileManager::readableFile(path);
+  return std::unique_ptr<platform::ReadableFile>(std::make_unique<MadeFile>(made->second));
+}
+
 std::error_code PreviewFiles::createFolder(const std::string& path) {
   made_[path] = 0;
   return {};
@@ -47,19 +66,22 @@ std::error_code PreviewFiles::createFolder(const std::string& path) {
 
 std::error_code PreviewFiles::createFile(const std::string& path, std::string_view contents, unsigned) {
   made_[path] = contents.size();
-  if (contents.starts_with(kDatabase)) madeDatabases_[path] = contents;
+  contents_[path] = std::make_shared<const std::string>(contents);
   return {};
 }
 
 std::error_code PreviewFiles::exchangeItems(const std::string& path, const std::string& other) {
-  const auto database = madeDatabases_.find(other);
-  if (database != madeDatabases_.end() && changeCopy(path, database->second)) return {};
+  const auto made = contents_.extract(other);
+  const bool isDatabase = made && made.mapped()->starts_with(kDatabase);
+  if (isDatabase && changeCopy(path, *made.mapped())) return {};
   const std::string& fresh = isMade(other) ? other : path;
   if (!fresh.ends_with(kAsideSuffix)) return {};  // a file of a folder that is refilled
   std::uint64_t& size = replacements_[isMade(other) ? path : other];
   size = 0;
   for (const auto& [item, bytes] : made_) {
-    if (platform::isPathInside(item, fresh)) size += bytes;
+    if (!platform::isPathInside(item, fresh)) continue;
+    size += bytes;
+    contents_.erase(item);
   }
   return {};
 }

@@ -40,6 +40,9 @@ class PreviewFiles : public platform::linux_::LinuxFileManager {
     return std::make_unique<platform::FileLock>();
   }
 
+  /// What would have been created can be read until it would have taken the place of something.
+  platform::Result<std::unique_ptr<platform::ReadableFile>> readableFile(const std::string& path) const override;
+
   std::error_code createFolder(const std::string& path) override;
   std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override;
   std::error_code exchangeItems(const std::string& path, const std::string& other) override;
@@ -60,8 +63,8 @@ class PreviewFiles : public platform::linux_::LinuxFileManager {
   bool changeCopy(const std::string& database, const std::string& contents) const;
 
   AnonymousFiles anonymous_;
-  std::map<std::string, std::uint64_t> made_;         // sizes of what would have been created; 0 for folders
-  std::map<std::string, std::string> madeDatabases_;  // contents of those that would have been
+  std::map<std::string, std::uint64_t> made_;  // sizes of what would have been created; 0 for folders
+  std::map<std::string, std::shared_ptr<const std::string>> contents_;  // of such files, while they are of use
   std::map<std::string, std::uint64_t> replacements_;
   std::set<std::string> removed_;
   std::vector<std::string> removals_;
