@@ -188,6 +188,10 @@ class FileManager {
   /// other names (hard links) is never overwritten: its name is removed.
   virtual Erasure eraseItem(const std::string& path, Overwriting overwriting) = 0;
 
+  /// The same for the items with these names in one folder, in any order. Names that are no bare names are refused.
+  virtual Erasure eraseItems(const std::string& folder, const std::vector<std::string>& names,
+                             Overwriting overwriting) = 0;
+
   // Replacing.
 
   /// Makes a folder that only its owner can enter. std::errc::file_exists when anything is there, a link included.

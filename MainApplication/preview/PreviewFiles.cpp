@@ -114,6 +114,12 @@ platform::Erasure PreviewFiles::eraseItem(const std::string& path, platform::Ove
   return {};
 }
 
+platform::Erasure PreviewFiles::eraseItems(const std::string& folder, const std::vector<std::string>& names,
+                                           platform::Overwriting) {
+  for (const std::string& name : names) removeItem(platform::appendingPathComponent(folder, name));
+  return {};
+}
+
 std::error_code PreviewFiles::copyItem(const platform::FileURL&, const platform::FileURL&) {
   return {};
 }

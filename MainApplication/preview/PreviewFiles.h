@@ -53,6 +53,8 @@ class PreviewFiles : public platform::linux_::LinuxFileManager {
   platform::Erasure removeItem(const std::string& path) override;
   platform::Erasure removeOverwrittenItem(const std::string& path, platform::UnflushedFile unflushed) override;
   platform::Erasure eraseItem(const std::string& path, platform::Overwriting overwriting) override;
+  platform::Erasure eraseItems(const std::string& folder, const std::vector<std::string>& names,
+                               platform::Overwriting overwriting) override;
   std::error_code copyItem(const platform::FileURL& source, const platform::FileURL& destination) override;
   platform::Result<std::unique_ptr<platform::PinnedRegularFile>> pinnedFile(const std::string& path) const override;
   platform::Result<platform::FileURL> applicationScriptsDirectory(bool create) override;

@@ -106,10 +106,17 @@ Outcome GrantedFiles::remove(const std::string& path) {
   });
 }
 
+Outcome GrantedFiles::remove(const std::string& folder, const std::vector<std::string>& names) {
+  if (names.empty()) return {};
+  const Overwriting overwriting = wantedOverwriting();
+  const Operation operation = Operation::onFolder(folder);
+  return underGrantOf<Outcome>(folder, operation, kNotAllowed, [&](const std::string& fullPath) {
+    return outcomeOf(grantedItems().eraseItems(fullPath, names, overwriting));
+  });
+}
+
 Outcome GrantedFiles::removeContentsOf(const std::string& folder) {
-  Outcome outcome;
-  for (const std::string& name : entriesOf(folder)) outcome += remove(platform::appendingPathComponent(folder, name));
-  return outcome;
+  return remove(folder, entriesOf(folder));
 }
 
 Outcome GrantedFiles::rewrite(const std::string& path, const Rewriter& rewriter) {

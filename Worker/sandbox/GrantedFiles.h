@@ -77,6 +77,9 @@ class GrantedFiles {
   /// A file, or a folder with all that is in it.
   static Outcome remove(const std::string& path);
 
+  /// The items with these names in a folder, which is much faster than one by one.
+  static Outcome remove(const std::string& folder, const std::vector<std::string>& names);
+
   /// Everything in a folder.
   static Outcome removeContentsOf(const std::string& folder);
 

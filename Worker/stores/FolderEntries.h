@@ -3,8 +3,8 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
-#include "Platform/Path.h"
 #include "Worker/sandbox/GrantedFiles.h"
 
 namespace tidewell::treatments {
@@ -14,12 +14,10 @@ inline constexpr std::string_view kFirefoxExtension = "moz-extension+++";
 
 template <typename Predicate>
 Outcome removeEntriesUnless(const std::string& folder, Predicate isKept) {
-  Outcome outcome;
-  if (!GrantedFiles::isDirectory(folder)) return outcome;
-  for (const std::string& name : GrantedFiles::entriesOf(folder)) {
-    if (!isKept(name)) outcome += GrantedFiles::remove(platform::appendingPathComponent(folder, name));
-  }
-  return outcome;
+  if (!GrantedFiles::isDirectory(folder)) return {};
+  std::vector<std::string> names = GrantedFiles::entriesOf(folder);
+  std::erase_if(names, isKept);
+  return GrantedFiles::remove(folder, names);
 }
 
 }  // namespace tidewell::treatments

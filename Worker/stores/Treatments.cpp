@@ -31,9 +31,9 @@ Outcome removeUnlessKept(const std::string& path, const Kept& kept) {
 }
 
 Outcome removeDatabase(const std::string& path) {
-  Outcome outcome;
-  for (const char* companion : kDatabaseCompanions) outcome += GrantedFiles::remove(path + companion);
-  return outcome;
+  std::vector<std::string> names;
+  for (const char* companion : kDatabaseCompanions) names.push_back(platform::lastPathComponent(path) + companion);
+  return GrantedFiles::remove(platform::deletingLastPathComponent(path), names);
 }
 
 Outcome removeEntries(const std::string& path) {
@@ -45,14 +45,12 @@ Outcome removeContents(const std::string& path) {
 }
 
 Outcome removeBeginningSo(const std::string& path) {
-  Outcome outcome;
   const std::string folder = platform::deletingLastPathComponent(path);
   std::string beginning = platform::lastPathComponent(path);
   beginning.pop_back();  // the "*"
-  for (const std::string& name : GrantedFiles::entriesOf(folder)) {
-    if (name.starts_with(beginning)) outcome += GrantedFiles::remove(appendingPathComponent(folder, name));
-  }
-  return outcome;
+  std::vector<std::string> names = GrantedFiles::entriesOf(folder);
+  std::erase_if(names, [&beginning](const std::string& name) { return !name.starts_with(beginning); });
+  return GrantedFiles::remove(folder, names);
 }
 
 Outcome removeChromeSites(const std::string& path) {
@@ -84,14 +82,13 @@ Outcome cleanWebDatabases(const std::string& path) {
 Outcome removeLocalStorageFiles(const std::string& path) {
   // Each is removed for itself: a journal may be left of a file that is gone.
   static constexpr std::string_view kFiles[] = {".localstorage", ".localstorage-journal"};
-  Outcome outcome;
-  for (const std::string& name : GrantedFiles::entriesOf(path)) {
-    const bool isOfSite = !name.starts_with(kChromeExtension) &&
-                          std::any_of(std::begin(kFiles), std::end(kFiles),
-                                      [&name](std::string_view ending) { return name.ends_with(ending); });
-    if (isOfSite) outcome += GrantedFiles::remove(appendingPathComponent(path, name));
-  }
-  return outcome;
+  std::vector<std::string> names = GrantedFiles::entriesOf(path);
+  std::erase_if(names, [](const std::string& name) {
+    return name.starts_with(kChromeExtension) ||
+           std::none_of(std::begin(kFiles), std::end(kFiles),
+                        [&name](std::string_view ending) { return name.ends_with(ending); });
+  });
+  return GrantedFiles::remove(path, names);
 }
 
 Outcome cleanLocalStorage(const std::string& path) {

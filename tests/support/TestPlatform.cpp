@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
+#include "Platform/Path.h"
 #include "Worker/Identity.h"
 #include "Worker/sandbox/AppSandboxFileAccessPersist.h"
-#include "tests/support/FileSizeLimit.h"
 
 namespace testing_support {
 
@@ -40,10 +40,25 @@ platform::Result<std::unique_ptr<platform::ReadableFile>> JournalingFileManager:
 }
 
 platform::Erasure JournalingFileManager::eraseItem(const std::string& path, platform::Overwriting overwriting) {
-  journal_.add((overwriting == platform::Overwriting::kThreePasses ? "remove overwriting " : "remove ") + path);
-  std::optional<FileSizeLimit> limit;
-  if (overwritingFails && overwriting == platform::Overwriting::kThreePasses) limit.emplace(0);
+  noteErasureOf(path, overwriting);
+  const auto limit = limitOf(overwriting);
   return LinuxFileManager::eraseItem(path, overwriting);
+}
+
+platform::Erasure JournalingFileManager::eraseItems(const std::string& folder, const std::vector<std::string>& names,
+                                                    platform::Overwriting overwriting) {
+  for (const std::string& name : names) noteErasureOf(platform::appendingPathComponent(folder, name), overwriting);
+  const auto limit = limitOf(overwriting);
+  return LinuxFileManager::eraseItems(folder, names, overwriting);
+}
+
+void JournalingFileManager::noteErasureOf(const std::string& path, platform::Overwriting overwriting) {
+  journal_.add((overwriting == platform::Overwriting::kThreePasses ? "remove overwriting " : "remove ") + path);
+}
+
+std::unique_ptr<FileSizeLimit> JournalingFileManager::limitOf(platform::Overwriting overwriting) const {
+  const bool fails = overwritingFails && overwriting == platform::Overwriting::kThreePasses;
+  return fails ? std::make_unique<FileSizeLimit>(0) : nullptr;
 }
 
 std::error_code JournalingFileManager::createFolder(const std::string& path) {

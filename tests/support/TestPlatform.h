@@ -19,6 +19,7 @@
 #include "Platform/Linux/threads/ConfinedThreads.h"
 #include "tests/support/FakeDispatch.h"
 #include "tests/support/Fakes.h"
+#include "tests/support/FileSizeLimit.h"
 #include "tests/support/ScratchFolder.h"
 
 namespace testing_support {
@@ -39,6 +40,8 @@ class JournalingFileManager : public platform::linux_::LinuxFileManager {
   platform::Erasure removeItem(const std::string& path) override;
   platform::Erasure removeOverwrittenItem(const std::string& path, platform::UnflushedFile unflushed) override;
   platform::Erasure eraseItem(const std::string& path, platform::Overwriting overwriting) override;
+  platform::Erasure eraseItems(const std::string& folder, const std::vector<std::string>& names,
+                               platform::Overwriting overwriting) override;
   std::error_code createFolder(const std::string& path) override;
   std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override;
   std::error_code exchangeItems(const std::string& path, const std::string& other) override;
@@ -49,6 +52,9 @@ class JournalingFileManager : public platform::linux_::LinuxFileManager {
   platform::Result<std::unique_ptr<platform::FileLock>> lockFile(const std::string& path) override;
 
  private:
+  void noteErasureOf(const std::string& path, platform::Overwriting overwriting);
+  std::unique_ptr<FileSizeLimit> limitOf(platform::Overwriting overwriting) const;
+
   Journal& journal_;
 };
 

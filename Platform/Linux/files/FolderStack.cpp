@@ -37,7 +37,7 @@ std::error_code FolderStack::push(const std::string& name) {
   level.folder = std::move(*folder);
   if (const std::error_code error = identify(level)) return error;
   levels_.push_back(std::move(level));
-  if (levels_.size() > kOpenLevels) levels_[levels_.size() - 1 - kOpenLevels].folder.reset();
+  if (levels_.size() > kOpenLevels + 1) levels_[levels_.size() - 1 - kOpenLevels].folder.reset();
   return {};
 }
 

@@ -137,8 +137,9 @@ class Pinned : public PinnedRegularFile {
 
 }  // namespace
 
-LinuxFileManager::LinuxFileManager(SecurityScopes& scopes, std::string scriptsFolder, Mounts mounts)
-    : scopes_(scopes), scriptsFolder_(std::move(scriptsFolder)), mounts_(mounts) {}
+LinuxFileManager::LinuxFileManager(SecurityScopes& scopes, std::string scriptsFolder, Mounts mounts,
+                                   const Sharing& sharing)
+    : scopes_(scopes), scriptsFolder_(std::move(scriptsFolder)), mounts_(mounts), sharing_(sharing) {}
 
 std::string LinuxFileManager::scriptsFolderFromEnvironment(const std::string& bundleIdentifier) {
   return pathWithComponents({dataFolder(), "tidewell", "Application Scripts", bundleIdentifier});
@@ -248,12 +249,12 @@ std::unique_ptr<DirectoryEnumerator> LinuxFileManager::enumeratorAtURL(const Fil
 }
 
 Erasure LinuxFileManager::removeItem(const std::string& path) {
-  const Result<ItemLocation> item = scopes_.locate(path, mounts_);
-  return item ? removeAt(item->folder.get(), item->name) : notErased(item.error());
+  Result<ItemLocation> item = scopes_.locate(path, mounts_);
+  return item ? removeAt(std::move(item->folder), item->name, sharing_) : notErased(item.error());
 }
 
 Erasure LinuxFileManager::removeOverwrittenItem(const std::string& path, UnflushedFile unflushed) {
-  const Result<ItemLocation> item = scopes_.locate(path, mounts_);
+  Result<ItemLocation> item = scopes_.locate(path, mounts_);
   if (!item) return notErased(item.error());
   const FileDescriptor file(::openat(item->folder.get(), item->name.c_str(), kReadFlags | O_NOFOLLOW | O_CLOEXEC));
   struct stat status {};
@@ -262,24 +263,18 @@ Erasure LinuxFileManager::removeOverwrittenItem(const std::string& path, Unflush
       unflushed == UnflushedFile::stays) {
     return notErased(lastError());
   }
-  return removeAt(item->folder.get(), item->name);
+  return removeAt(std::move(item->folder), item->name, sharing_);
 }
 
 Erasure LinuxFileManager::eraseItem(const std::string& path, Overwriting overwriting) {
-  Erasure erasure;
-  const Result<ItemLocation> item = scopes_.locate(path, Mounts::kSame);
-  if (item) {
-    FileErasure files(overwriting);
-    linux_::removeItem(item->folder.get(), item->name, files, erasure);
-    erasure.removedBytes = files.freedBytes();
-  } else if (item.error() == std::errc::cross_device_link) {
-    erasure.onOtherMounts = 1;
-    erasure.error = item.error();
-  } else if (item.error() != std::errc::no_such_file_or_directory) {
-    erasure.failed = 1;
-    erasure.error = item.error();
-  }
-  return erasure;
+  Result<ItemLocation> item = scopes_.locate(path, Mounts::kSame);
+  return item ? removeItems(std::move(item->folder), {item->name}, overwriting, sharing_) : notReached(item.error());
+}
+
+Erasure LinuxFileManager::eraseItems(const std::string& folder, const std::vector<std::string>& names,
+                                     Overwriting overwriting) {
+  Result<FileDescriptor> opened = scopes_.open(folder, O_PATH | O_DIRECTORY, Mounts::kSame);
+  return opened ? removeItems(std::move(*opened), names, overwriting, sharing_) : notReached(opened.error());
 }
 
 std::error_code LinuxFileManager::createFolder(const std::string& path) {

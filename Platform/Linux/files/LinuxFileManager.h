@@ -8,6 +8,7 @@
 
 #include "Platform/FileManager.h"
 #include "Platform/Linux/files/SecurityScopes.h"
+#include "Platform/Linux/files/SharedWork.h"
 
 namespace platform::linux_ {
 
@@ -15,7 +16,8 @@ class LinuxFileManager : public FileManager {
  public:
   /// `scriptsFolder` is the program's Application Scripts folder. With Mounts::kSame, what lies on another mount than
   /// its scope is not reached: std::errc::cross_device_link. The scopes must outlive the object.
-  LinuxFileManager(SecurityScopes& scopes, std::string scriptsFolder, Mounts mounts = Mounts::kAny);
+  LinuxFileManager(SecurityScopes& scopes, std::string scriptsFolder, Mounts mounts = Mounts::kAny,
+                   const Sharing& sharing = Sharing::ofThisMachine());
 
   /// "$XDG_DATA_HOME/tidewell/Application Scripts/" and the program's identifier.
   static std::string scriptsFolderFromEnvironment(const std::string& bundleIdentifier);
@@ -41,6 +43,8 @@ class LinuxFileManager : public FileManager {
   Erasure removeOverwrittenItem(const std::string& path, UnflushedFile unflushed) override;
 
   Erasure eraseItem(const std::string& path, Overwriting overwriting) override;
+  Erasure eraseItems(const std::string& folder, const std::vector<std::string>& names,
+                     Overwriting overwriting) override;
 
   std::error_code createFolder(const std::string& path) override;
   std::error_code createFile(const std::string& path, std::string_view contents, unsigned permissions) override;
@@ -60,6 +64,7 @@ class LinuxFileManager : public FileManager {
   SecurityScopes& scopes_;
   const std::string scriptsFolder_;
   const Mounts mounts_;
+  const Sharing sharing_;  // of removals
 };
 
 }  // namespace platform::linux_

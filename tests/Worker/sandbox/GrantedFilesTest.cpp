@@ -21,6 +21,8 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using testing_support::HeldFile;
 using tidewell::GrantedFiles;
+using tidewell::Left;
+using tidewell::Outcome;
 using tidewell::Rewriting;
 
 /// A file manager that can be told to fail at exchanging or creating files, and to be interrupted before an exchange.
@@ -196,6 +198,18 @@ TEST_F(GrantedFilesTest, aTreeGoesWithEveryFileOverwritten) {
   EXPECT_FALSE(held.holds("site"));
 }
 
+TEST_F(GrantedFilesTest, severalItemsOfAFolderGoTogether) {
+  platform.shared().insert_or_assign(tidewell::kSecureDeleteDataKey, true);
+  const HeldFile held(platform.home.file("data/b/inner", "site"));
+  platform.home.file("data/a", "site");
+  const Outcome outcome = GrantedFiles::remove("~/data", {"a", "b", "missing"});
+  EXPECT_EQ(outcome, (Outcome{Left::kNothing, 3, 8}));
+  EXPECT_FALSE(platform.home.exists("data/a"));
+  EXPECT_FALSE(platform.home.exists("data/b"));
+  EXPECT_TRUE(platform.home.exists("data/file"));
+  EXPECT_FALSE(held.holds("site"));
+}
+
 TEST_F(GrantedFilesTest, aFileBeyondItsBoundIsNotRead) {
   EXPECT_EQ(GrantedFiles::bytesOf("~/data/file", 13), "site and rest");
   EXPECT_EQ(GrantedFiles::bytesOf("~/data/file", 12), std::nullopt);
@@ -236,6 +250,7 @@ TEST_F(GrantedFilesTest, whereNothingIsGrantedNobodyIsAsked) {
   EXPECT_EQ(GrantedFiles::bytesOf(file), std::nullopt);
   EXPECT_THAT(GrantedFiles::entriesOf(platform.elsewhere.path()), IsEmpty());
   GrantedFiles::remove(file);
+  EXPECT_EQ(GrantedFiles::remove(platform.elsewhere.path(), {"file"}).left, Left::kNotAllowed);
   EXPECT_EQ(platform.elsewhere.content("file"), "theirs");
   EXPECT_THAT(platform.openPanel.shown(), IsEmpty());
 }

@@ -1,8 +1,9 @@
 // Erasing files and folders: what is overwritten, what is only removed, and what is not touched.
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -112,6 +113,57 @@ TEST_F(FileErasure, flushesEachFileOnceBeforeItGoes) {
   const Held other(granted.file("tree/b", marks(5000)));
   EXPECT_TRUE(erase("tree").leftNothing());
   EXPECT_EQ(calls.flushed.size(), 2U);
+}
+
+TEST_F(FileErasure, flushesInTheOrderOfTheNames) {
+  SystemCalls calls;
+  std::vector<std::string> names;
+  std::vector<ino_t> inodes;
+  for (int file = 0; file < 50; ++file) {
+    names.push_back(std::to_string(file));
+    inodes.push_back(Held(granted.file("tree/" + names.back(), marks(5000))).status().st_ino);
+  }
+  EXPECT_EQ(files.eraseItems(granted.path("tree"), names, Overwriting::kThreePasses).removed, 50U);
+  EXPECT_EQ(calls.flushed, inodes);
+}
+
+TEST_F(FileErasure, getsByWithFewDescriptors) {
+  for (int file = 0; file < 60; ++file) granted.file("tree/" + std::to_string(file), marks(5000));
+  const Held held(granted.path("tree/59"));
+  rlimit limit{};
+  ::getrlimit(RLIMIT_NOFILE, &limit);
+  const FileDescriptor highest(::open("/", O_PATH | O_CLOEXEC));
+  const rlimit few{static_cast<rlim_t>(highest.get()) + 6, limit.rlim_max};
+  ::setrlimit(RLIMIT_NOFILE, &few);
+  const Erasure erasure = erase("tree");
+  ::setrlimit(RLIMIT_NOFILE, &limit);
+  EXPECT_TRUE(erasure.leftNothing());
+  EXPECT_EQ(erasure.removed, 61U);
+  EXPECT_FALSE(held.hasMarks());
+}
+
+TEST_P(EveryErasure, ofSeveralNamesTakesThemAndNoOthers) {
+  for (const char* name : {"a", "b/inner", "c"}) granted.file(std::string("folder/") + name, marks(100));
+  const Erasure erasure = files.eraseItems(granted.path("folder"), {"a", "b", "missing"}, GetParam());
+  EXPECT_TRUE(erasure.leftNothing());
+  EXPECT_EQ(erasure.removed, 3U);
+  EXPECT_THAT(granted.tree(), ::testing::ElementsAre("folder/", ::testing::StartsWith("folder/c")));
+}
+
+TEST_P(EveryErasure, refusesNamesThatLeadElsewhere) {
+  granted.file("folder/sub/file", "mine");
+  granted.file("beside", "mine");
+  const std::vector<std::string> names = {"", ".", "..", "../beside", "sub/file", "/", std::string("sub\0", 4)};
+  const auto before = granted.tree();
+  const Erasure erasure = files.eraseItems(granted.path("folder"), names, GetParam());
+  EXPECT_EQ(erasure.failed, names.size());
+  EXPECT_EQ(erasure.error, std::errc::invalid_argument);
+  EXPECT_EQ(granted.tree(), before);
+}
+
+TEST_P(EveryErasure, ofNamesInNoFolderIsNoError) {
+  EXPECT_TRUE(files.eraseItems(granted.path("missing"), {"a"}, GetParam()).leftNothing());
+  EXPECT_EQ(files.eraseItems(elsewhere.path(), {"a"}, GetParam()).error, std::errc::operation_not_permitted);
 }
 
 TEST_F(FileErasure, leavesAFileThatCanNotBeFlushedAndTakesTheOthers) {

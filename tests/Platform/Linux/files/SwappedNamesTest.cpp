@@ -36,6 +36,7 @@ using platform::linux_::LinuxFileManager;
 using platform::linux_::Mounts;
 using platform::linux_::openBeneath;
 using platform::linux_::SecurityScopes;
+using platform::linux_::Sharing;
 using testing_support::ScratchFolder;
 using testing_support::swapItems;
 
@@ -144,7 +145,17 @@ class OutsideFile {
   struct stat before_;
 };
 
-class SwappedNames : public ::testing::TestWithParam<Overwriting> {
+struct Way {
+  const char* name;
+  Overwriting overwriting;
+  Sharing sharing = {};
+};
+
+void PrintTo(const Way& way, std::ostream* out) {
+  *out << way.name;
+}
+
+class SwappedNames : public ::testing::TestWithParam<Way> {
  protected:
   SwappedNames() { granted.folder("Cache"); }
 
@@ -211,12 +222,12 @@ class SwappedNames : public ::testing::TestWithParam<Overwriting> {
   }
 
   /// Fills and removes the store again and again; prints how many removals names were swapped in meanwhile.
-  void removeStoreAmongSwaps(Overwriting overwriting) const {
+  void removeStoreAmongSwaps(const Way& way) const {
     testing_support::SystemCalls calls;
     calls.skipsFlushes = true;
     SecurityScopes scopes;
     scopes.openForProcess(FileURL(granted.path(), true));
-    LinuxFileManager files(scopes, granted.path("scripts"));
+    LinuxFileManager files(scopes, granted.path("scripts"), Mounts::kAny, way.sharing);
     Attacker attacker({{"links", [this] { return exchangeLinks(); }},
                        {"folders", [this] { return exchangeFolders(); }},
                        {"folders moved out", [this] { return moveFoldersOut(); }},
@@ -227,7 +238,7 @@ class SwappedNames : public ::testing::TestWithParam<Overwriting> {
     for (int round = 0; round < rounds(); ++round) {
       fillStore(round);
       attacker.removalBegins();
-      const Erasure erasure = files.eraseItem(cached("store"), overwriting);
+      const Erasure erasure = files.eraseItem(cached("store"), way.overwriting);
       attacker.removalEnds();
       removed += erasure.removed;
       left += erasure.leftNothing() ? 0 : 1;
@@ -248,10 +259,14 @@ class SwappedNames : public ::testing::TestWithParam<Overwriting> {
   const OutsideFile note{elsewhere.file("documents/d/note", std::string(3000, 'n'))};
 };
 
-INSTANTIATE_TEST_SUITE_P(WithAndWithoutOverwriting, SwappedNames,
-                         ::testing::Values(Overwriting::kNone, Overwriting::kThreePasses), [](const auto& tested) {
-                           return tested.param == Overwriting::kNone ? "plain" : "overwriting";
-                         });
+constexpr Sharing kShared{.isAllowed = true, .itemsToRemove = 1, .itemsToOverwrite = 1};
+
+INSTANTIATE_TEST_SUITE_P(InEveryWay, SwappedNames,
+                         ::testing::Values(Way{"plain", Overwriting::kNone},
+                                           Way{"overwriting", Overwriting::kThreePasses},
+                                           Way{"plainByTwoThreads", Overwriting::kNone, kShared},
+                                           Way{"overwritingByTwoThreads", Overwriting::kThreePasses, kShared}),
+                         [](const auto& tested) { return tested.param.name; });
 
 TEST_P(SwappedNames, leadToNoChangeOutside) {
   const auto removeAmongSwaps = [this] { removeStoreAmongSwaps(GetParam()); };
