@@ -9,6 +9,7 @@
 
 #include "MainApplication/command/Commands.h"
 #include "MainApplication/command/TerminalQuestion.h"
+#include "MainApplication/command/Texts.h"
 #include "Platform/FileURL.h"
 #include "Platform/PrintableText.h"
 
@@ -35,7 +36,8 @@ int Commands::enable(const std::vector<std::string>& names) {
   if (found.empty()) return kMisused;
   int status = kDone;
   for (const Browser* browser : found) {
-    if (!settings_.setEnabled(*browser, true)) return fail("the settings could not be written");
+    if (!settings_.setEnabled(*browser, true)) return failToWrite();
+    done(localized("%@ is cleaned when it quits.", {browser->name}));
     status = std::max(status, allowed(*browser));
   }
   return status;
@@ -45,7 +47,8 @@ int Commands::disable(const std::vector<std::string>& names) {
   const auto found = browsersFor(names);
   if (found.empty()) return kMisused;
   for (const Browser* browser : found) {
-    if (!settings_.setEnabled(*browser, false)) return fail("the settings could not be written");
+    if (!settings_.setEnabled(*browser, false)) return failToWrite();
+    done(localized("%@ is left alone. What was allowed stays allowed.", {browser->name}));
   }
   return kDone;
 }
@@ -60,25 +63,40 @@ int Commands::allow(const std::vector<std::string>& names) {
 
 int Commands::allowed(const Browser& browser) {
   RunLoop loop;
-  const auto connection = WorkerConnection::open(loop);
-  if (!connection) return fail("there is no session bus: " + connection.error().message());
+  const auto connection = worker(loop);
+  if (!connection) return kFailed;
   const bool hasDisplay = std::getenv("DISPLAY") != nullptr || std::getenv("WAYLAND_DISPLAY") != nullptr;
   WorkerConnection::Panel panel;
   if (options_.answerYes || !hasDisplay) {
     if (!options_.answerYes && !hasTerminal()) {
-      return fail("there is nobody to ask: neither a display nor a terminal (--yes agrees to all)");
+      return fail(localized("there is nobody to ask, neither a display nor a terminal: --yes agrees to every folder"));
     }
     panel = [this](const WorkerConnection::PanelQuestion& question) { return answerOf(question); };
   }
-  const auto answer = (*connection)
-                          ->requestAccess(std::string(browser.bundleIdentifier),
-                                          options_.answerYes ? kPatienceForYes : kPatience, panel);
-  if (!answer) return fail("the worker does not answer; does it run?");
-  const bool isEmpty = settings_.allowed(browser) == SettingsStore::Allowed::kNothingThere;
-  output_ << browser.name
-          << (isEmpty ? ": keeps nothing in this home yet; its folders are asked for when it has run\n"
-                      : ": asked for its folders\n");
-  return kDone;
+  const auto answer = connection->requestAccess(std::string(browser.bundleIdentifier),
+                                                options_.answerYes ? kPatienceForYes : kPatience, panel);
+  if (!answer) {
+    return fail(localized(
+        "the worker does not answer: \"systemctl --user restart tidewell-worker\" starts it anew, or see \"tidewell "
+        "doctor\""));
+  }
+  return tellAllowed(browser);
+}
+
+int Commands::tellAllowed(const Browser& browser) {
+  using Allowed = SettingsStore::Allowed;
+  const Home home = settings_.home();
+  if (settings_.allowed(browser) == Allowed::kNothingThere) {
+    return done(
+        localized("%@: keeps nothing in this home yet; its folders are asked for when it has run", {browser.name}));
+  }
+  int status = kDone;
+  for (const std::string& folder : home.layout->foldersToAllow(browser)) {
+    if (settings_.isGranted(folder)) continue;
+    status = fail(localized("%@ is not allowed, and is left as it is: \"tidewell allow %@\" asks again",
+                            {folder, *browser.words.begin()}));
+  }
+  return status == kDone ? done(localized("%@: its folders are allowed.", {browser.name})) : status;
 }
 
 WorkerConnection::PanelAnswer Commands::answerOf(const WorkerConnection::PanelQuestion& question) {
@@ -88,13 +106,17 @@ WorkerConnection::PanelAnswer Commands::answerOf(const WorkerConnection::PanelQu
     if (!folder || !exists(folder->path())) continue;
     output_ << printable(question.title) << ": " << printable(question.message) << "\n  " << printable(folder->path());
     if (options_.answerYes) {
-      output_ << ": yes\n";
+      output_ << ": " << localized("yes") << '\n';
       return {ModalResponse::ok, url};
     }
-    const std::string answer = answerInTerminal(output_, question.offersNever ? "y/N/never" : "y/N");
-    if (answer == "y" || answer == "yes") return {ModalResponse::ok, url};
-    if (answer == "never" && question.offersNever) return {ModalResponse::never, ""};
-    return {};
+    switch (answerInTerminal(output_, question.offersNever)) {
+      case Answer::kYes:
+        return {ModalResponse::ok, url};
+      case Answer::kNever:
+        return {ModalResponse::never, ""};
+      case Answer::kNo:
+        return {};
+    }
   }
   return {};
 }
@@ -113,13 +135,13 @@ int Commands::revoke(const std::string& folder) {
   std::string path = folder;
   while (path.size() > 1 && path.ends_with('/')) path.pop_back();
   if (!path.starts_with('/')) {
-    errors_ << "tidewell: the folder must be a whole path\n";
-    return kMisused;
+    return misused(localized("the folder must be a whole path: \"tidewell grants\" lists those that are allowed"));
   }
   const std::size_t count = settings_.revoke(path);
-  if (count == 0) return fail("there is no grant of " + path);
-  output_ << count << (count == 1 ? " grant" : " grants") << " taken back\n";
-  return kDone;
+  if (count == 0) {
+    return fail(localized("there is no grant of %@: \"tidewell grants\" lists those that there are", {path}));
+  }
+  return done(localizedPlural("%@ grant taken back", "%@ grants taken back", count));
 }
 
 }  // namespace tidewell

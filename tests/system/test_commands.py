@@ -56,7 +56,7 @@ class Commands(unittest.TestCase):
         self.start()
         self.assertFalse(self.browser("Firefox")["enabled"])
         output = self.succeed("enable", "firefox", "--yes")
-        self.assertIn("Firefox: asked for its folders", output)
+        self.assertIn("Firefox: its folders are allowed.", output)
         firefox = self.browser("Firefox")
         self.assertTrue(firefox["enabled"] and firefox["allowed"])
         self.assertEqual(firefox["data"], self.desk.home + "/" + SUPPORT + "Firefox/Profiles/")
@@ -198,7 +198,8 @@ class Commands(unittest.TestCase):
         # Questions in a window may take up to an hour, but a worker that has stopped is noticed much sooner.
         environment = dict(self.desk.environment, DISPLAY=":nowhere")
         status, output, errors = self.tidewell("allow", "firefox", environment=environment)
-        self.assertEqual((status, output, errors), (1, "", "tidewell: the worker does not answer; does it run?\n"))
+        self.assertEqual((status, output, errors), (1, "", "tidewell: the worker does not answer: "
+                          '"systemctl --user restart tidewell-worker" starts it anew, or see "tidewell doctor"\n'))
         self.succeed("status")
 
     def test_beside_a_program_that_stopped_while_it_wrote_to_the_settings(self):
@@ -234,7 +235,7 @@ class Commands(unittest.TestCase):
         self.succeed("status", environment=environment)
 
     def test_misuse(self):
-        for words in ([], ["frobnicate"], ["enable"], ["enable", "lynx", "--yes"], ["disable", "lynx"], ["allow", ""],
+        for words in (["frobnicate"], ["enable"], ["enable", "lynx", "--yes"], ["disable", "lynx"], ["allow", ""],
                       ["quit-of"], ["grants", "revoke"], ["status", "--yaml"]):
             status, _, errors = self.tidewell(*words)
             self.assertEqual(status, 2, words)
