@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <clocale>
 #include <ostream>
 
 #include "MainApplication/command/DidYouMean.h"
@@ -194,6 +195,7 @@ int Arguments::misunderstood(const CLI::ParseError& error, std::ostream& errors)
 
 int Arguments::run(platform::linux_::SqliteUserDefaults& domains, std::ostream& output, std::ostream& errors) {
   if (defaults_->parsed()) return DefaultsCommand(domains, output, errors).run(defaults_->remaining());
+  if (options_.json) std::setlocale(LC_ALL, "C");  // also for the system's texts of errors
   Commands commands(domains, options_, output, errors);
   return command_(commands);
 }

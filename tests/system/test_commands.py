@@ -89,14 +89,14 @@ class Commands(unittest.TestCase):
         self.desk.quit_browser(browser)
         self.succeed("quit-of", "--no-wait", "firefox")
 
-    def answered(self, answers, *words, typed_ahead=""):
+    def answered(self, answers, *words, typed_ahead="", **variables):
         """Runs the command in a terminal, and gives the answers to its questions, the last to all that follow; returns
         what it prints."""
         ours, terminal = os.openpty()
         self.addCleanup(os.close, ours)
         os.write(ours, typed_ahead.encode())
-        process = subprocess.Popen([self.desk.program("tidewell"), *words], env=self.desk.environment, stdin=terminal,
-                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        process = subprocess.Popen([self.desk.program("tidewell"), *words], stdin=terminal,
+                                   env=dict(self.desk.environment, **variables), stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         os.close(terminal)
         os.set_blocking(process.stdout.fileno(), False)
         printed, questions = b"", 0
@@ -364,6 +364,18 @@ class Commands(unittest.TestCase):
         before, grants = files(), self.succeed("grants")
         self.tidewell("doctor")
         self.assertEqual((files(), self.succeed("grants")), (before, grants))
+
+    def test_it_speaks_the_persons_language_but_not_to_programs(self):
+        self.on_linux_home()
+        german = dict(self.desk.environment, LC_ALL="C.UTF-8", LANGUAGE="de")
+        self.assertIn("Der Dienst läuft.", self.succeed("status", environment=german))
+        self.assertIn("„status“", self.tidewell("statsu", environment=german)[2])
+        nowhere = {"DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
+        for words in (["status", "--json"], ["preview", "chromium", "--json"], ["doctor", "--json"]):
+            self.assertEqual(self.tidewell(*words, environment=german | nowhere),
+                             self.tidewell(*words, environment=self.desk.environment | nowhere), words)
+        self.assertIn("[j/N/nie]", self.answered(["j"], "allow", "chromium", LC_ALL="C.UTF-8", LANGUAGE="de"))
+        self.assertTrue(self.browser("Chromium")["allowed"])
 
     def on_linux_home(self):
         """Another session, with an enabled Chromium that has run, and a worker."""
