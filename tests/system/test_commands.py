@@ -96,7 +96,8 @@ class Commands(unittest.TestCase):
         self.addCleanup(os.close, ours)
         os.write(ours, typed_ahead.encode())
         process = subprocess.Popen([self.desk.program("tidewell"), *words], stdin=terminal,
-                                   env=dict(self.desk.environment, **variables), stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+                                   env=dict(self.desk.environment, **variables), stdout=subprocess.PIPE,
+                                   stderr=subprocess.DEVNULL)
         os.close(terminal)
         os.set_blocking(process.stdout.fileno(), False)
         printed, questions = b"", 0
