@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 #include "Platform/Linux/LinuxPlatform.h"
 #include "Platform/Linux/bus/BusListener.h"
@@ -21,9 +22,21 @@ static int fail(const char* what, const std::string& why) {
   return EXIT_FAILURE;
 }
 
+/// Whether the first argument asked for a text, which was printed. All other arguments are passed over.
+static bool hasToldAboutItself(int count, char** arguments) {
+  const std::string_view first = count > 1 ? arguments[1] : "";
+  if (first == "--version") return std::puts("tidewell-worker " TIDEWELL_VERSION) >= 0;
+  if (first != "--help") return false;
+  return std::puts(
+             "Usage: tidewell-worker\n"
+             "Waits in the background of a session until a browser quits, and cleans it then. The session starts it;\n"
+             "\"tidewell\" says what is to be cleaned. See tidewell-worker(1).") >= 0;
+}
+
 int main(int count, char** arguments) {
   // Where the cell's program is missing, this one stands in for it.
   if (count > 0 && arguments[0] == tidewell::kCellName) tidewell::cellMain();
+  if (hasToldAboutItself(count, arguments)) return EXIT_SUCCESS;
 
   linux_::RunLoop loop;
   loop.stopOnSignals();

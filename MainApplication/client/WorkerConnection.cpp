@@ -123,6 +123,12 @@ bool WorkerConnection::isRunning() {
   return owned != 0;
 }
 
+bool WorkerConnection::start() {
+  constexpr unsigned kNoFlags = 0;
+  return sd_bus_call_method(bus_->get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                            "StartServiceByName", nullptr, nullptr, "su", worker().name.c_str(), kNoFlags) >= 0;
+}
+
 int WorkerConnection::panelCalled(sd_bus_message* call, void* data, sd_bus_error*) {
   const auto* self = static_cast<WorkerConnection*>(data);
   if (sd_bus_message_is_method_call(call, platform::linux_::kOpenPanelName, "RunModal") <= 0) return 0;

@@ -22,6 +22,10 @@ class WorkerConnection {
   /// Whether the worker runs now.
   bool isRunning();
 
+  /// Has the bus start the worker, where it is installed so; false when it does not run after that. Takes up to 25
+  /// seconds.
+  bool start();
+
   /// Asks the worker to obtain a browser's grants. Returns the worker's answer; absent when there is no worker, or when
   /// it doesn't answer within `patience`. Meanwhile `panel` answers the worker's open panels: it gets the folders that
   /// can be chosen as file URLs, nearest first, and returns one of them. Without `panel`, another program answers them.

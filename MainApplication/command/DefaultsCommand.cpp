@@ -4,6 +4,7 @@
 #include <optional>
 #include <ostream>
 
+#include "MainApplication/command/Texts.h"
 #include "Platform/PrintableText.h"
 
 namespace tidewell {
@@ -68,17 +69,17 @@ Value printableValue(const Value& value) {
 }  // namespace
 
 int DefaultsCommand::run(const Arguments& arguments) {
-  if (arguments.size() < 2) return misused("a command and a domain are needed");
+  if (arguments.size() < 2) return misused(localized("a command and a domain are needed"));
   const auto file = domains_.fileOfDomain(arguments[1]);
-  if (!file) return misused("\"" + arguments[1] + "\" can't be a domain's name");
+  if (!file) return misused(localized("\"%@\" can't be a domain's name", {arguments[1]}));
   if (arguments[0] == "read") return read(*file, arguments);
   if (arguments[0] == "write") return write(*file, arguments);
   if (arguments[0] == "delete") return erase(*file, arguments);
-  return misused("there is no command \"" + arguments[0] + "\"");
+  return misused(localized("there is no command \"%@\": \"tidewell --help\" lists all", {arguments[0]}));
 }
 
 int DefaultsCommand::read(platform::linux_::DefaultsFile& file, const Arguments& arguments) {
-  if (arguments.size() > 3) return misused("too many words");
+  if (arguments.size() > 3) return misused(localized("too many words"));
   if (arguments.size() == 2) {
     Value::Dictionary all = file.readAll();
     if (all.empty()) return missing(arguments);
@@ -92,25 +93,36 @@ int DefaultsCommand::read(platform::linux_::DefaultsFile& file, const Arguments&
 }
 
 int DefaultsCommand::write(platform::linux_::DefaultsFile& file, const Arguments& arguments) {
-  if (arguments.size() < 3) return misused("a key and a value are needed");
+  if (arguments.size() < 3) return misused(localized("a key and a value are needed"));
   const std::optional<Value> value = valueFromWords({arguments.begin() + 3, arguments.end()});
-  if (!value) return misused("that is no value");
+  if (!value) return misused(localized("that is no value"));
   // If this fails, the file has logged the reason.
-  return file.write(arguments[2], *value) && file.checkpoint() ? kDone : kFailed;
+  if (!file.write(arguments[2], *value) || !file.checkpoint()) return kFailed;
+  output_ << localized("%@ is set in %@.", {printable(arguments[2]), printable(arguments[1])}) << '\n';
+  return kDone;
 }
 
 int DefaultsCommand::erase(platform::linux_::DefaultsFile& file, const Arguments& arguments) {
-  if (arguments.size() > 3) return misused("too many words");
+  if (arguments.size() > 3) return misused(localized("too many words"));
   if (arguments.size() == 2 ? file.readAll().empty() : !file.read(arguments[2])) return missing(arguments);
   const bool done = arguments.size() == 2 ? file.eraseAll() : file.erase(arguments[2]);
-  if (!done) errors_ << "tidewell: the settings could not be changed\n";
-  return done ? kDone : kFailed;
+  if (!done) {
+    errors_ << "tidewell: " << localized("the settings could not be changed: is the disk full?") << '\n';
+    return kFailed;
+  }
+  output_ << (arguments.size() == 2
+                  ? localized("%@ is empty now.", {printable(arguments[1])})
+                  : localized("%@ is deleted from %@.", {printable(arguments[2]), printable(arguments[1])}))
+          << '\n';
+  return kDone;
 }
 
 int DefaultsCommand::missing(const Arguments& arguments) {
-  errors_ << "tidewell: " << printable(arguments[1]);
-  if (arguments.size() > 2) errors_ << " has no value for " << printable(arguments[2]) << '\n';
-  if (arguments.size() == 2) errors_ << " has no settings\n";
+  errors_ << "tidewell: "
+          << (arguments.size() > 2
+                  ? localized("%@ has no value for %@", {printable(arguments[1]), printable(arguments[2])})
+                  : localized("%@ has no settings", {printable(arguments[1])}))
+          << '\n';
   return kFailed;
 }
 

@@ -6,6 +6,7 @@
 
 #include "MainApplication/command/Commands.h"
 #include "MainApplication/command/ReportText.h"
+#include "MainApplication/command/Texts.h"
 
 namespace tidewell {
 using nlohmann::ordered_json;
@@ -13,7 +14,7 @@ using nlohmann::ordered_json;
 int Commands::history(const std::vector<std::string>& names) {
   const auto found = browsersFor(names);
   if (found.empty() && !names.empty()) return kMisused;
-  if (options_.clear) return settings_.clearHistory() ? kDone : fail("the settings could not be written");
+  if (options_.clear) return settings_.clearHistory() ? done(localized("The history is empty now.")) : failToWrite();
   std::vector<Report> reports = settings_.history();
   std::erase_if(reports, [&found](const Report& report) {
     return !found.empty() && std::none_of(found.begin(), found.end(), [&report](const Browser* browser) {
@@ -28,7 +29,7 @@ int Commands::history(const std::vector<std::string>& names) {
     return kDone;
   }
   for (const Report& report : reports) print(report, options_.verbose, output_);
-  if (reports.empty()) output_ << "No cleaning is in the history.\n";
+  if (reports.empty()) return done(localized("No cleaning is in the history."));
   return kDone;
 }
 

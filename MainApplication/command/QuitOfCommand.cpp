@@ -6,6 +6,7 @@
 #include "MainApplication/command/ReadableText.h"
 #include "MainApplication/command/ReportText.h"
 #include "MainApplication/command/TerminalQuestion.h"
+#include "MainApplication/command/Texts.h"
 #include "Platform/Linux/processes/LinuxWorkspace.h"
 #include "Worker/Cleanings.h"
 
@@ -25,47 +26,53 @@ bool runsNow(const Browser& browser) {
   return workspace.isRunning(std::string(browser.bundleIdentifier));
 }
 
-/// Why the worker has not cleaned.
-std::string reasonOf(const WorkerConnection::Cleaned& cleaned, const Browser& browser) {
-  const std::string name(browser.name);
-  if (cleaned.errorName == kNotEnabledError) return name + " is not enabled";
-  if (cleaned.errorName == kIsRunningError) return name + " is running: quit it, and it is cleaned";
-  if (cleaned.errorName == kUnknownBrowserError) return name + " is not cleaned in this home";
-  return "the worker has gone; what it has not done is done when it runs again";
-}
-
 }  // namespace
+
+std::string Commands::reasonFor(const std::string& errorName, const Browser& browser) {
+  if (errorName == kNotEnabledError) {
+    return localized("%@ is not enabled: \"tidewell enable %@\" does that", {browser.name, *browser.words.begin()});
+  }
+  if (errorName == kIsRunningError) {
+    return localized("%@ is running: quit it, and it is cleaned (--force cleans it all the same)", {browser.name});
+  }
+  if (errorName == kUnknownBrowserError) {
+    return localized("%@ is not cleaned in this home: \"tidewell browsers\" lists those that are", {browser.name});
+  }
+  return localized("the worker has gone; what it has not done is done when it runs again");
+}
 
 bool Commands::isAgreedThoughRunning(const Browser& browser) {
   if (!hasTerminal()) return false;
-  output_ << browser.name << " is running. It may lose what it has open, or complain. Clean it all the same?";
-  return isAgreedInTerminal(output_);
+  output_ << localized("%@ is running. It may lose what it has open, or complain. Clean it all the same?",
+                       {browser.name});
+  return answerInTerminal(output_) == Answer::kYes;
 }
 
 int Commands::quitOf(const std::string& name) {
   const auto found = browsersFor({name});
   if (found.empty()) return kMisused;
+  const Browser& browser = *found[0];
   RunLoop loop;
-  const auto connection = WorkerConnection::open(loop);
-  if (!connection) return fail("there is no session bus: " + connection.error().message());
-  if (!(*connection)->isRunning()) return fail("the worker does not run");
-  if (!settings_.isEnabled(*found[0])) return fail(std::string(found[0]->name) + " is not enabled");
-  const bool isRunning = runsNow(*found[0]);
-  if (isRunning && !options_.force && !isAgreedThoughRunning(*found[0])) {
-    return fail(std::string(found[0]->name) +
-                " is running: quit it, and it is cleaned (--force cleans it all the same)");
+  const auto connection = worker(loop);
+  if (!connection) return kFailed;
+  if (!settings_.isEnabled(browser)) return fail(reasonFor(kNotEnabledError, browser));
+  const bool isRunning = runsNow(browser);
+  if (isRunning && !options_.force && !isAgreedThoughRunning(browser)) {
+    return fail(reasonFor(kIsRunningError, browser));
   }
-  const std::string identifier(found[0]->bundleIdentifier);
-  if (!options_.waits) return announceQuit(**connection, *found[0], isRunning);
-  if (options_.isTerminal) output_ << "Cleaning " << found[0]->name << "..." << std::endl;
-  const auto cleaned = (*connection)->clean(identifier, isRunning, [this](const Report& soFar) {
-    if (!options_.isTerminal) return;
+  if (!options_.waits) return announceQuit(*connection, browser, isRunning);
+  const bool isTold = options_.screen.isTerminal && !options_.json;
+  if (isTold) output_ << localized("Cleaning %@…", {browser.name}) << std::endl;
+  const auto progress = [&](const Report& soFar) {
+    if (!isTold) return;
     const Outcome sum = soFar.sum();
-    output_ << counted(sum.removed, "item", "items") << ", " << readable(sum.bytes)
-            << " so far. Once more in 8 seconds, for what it wrote when it quit..." << std::endl;
-  });
-  if (cleaned.isUnknown) return announceQuit(**connection, *found[0], isRunning);
-  if (!cleaned.report) return fail(reasonOf(cleaned, *found[0]));
+    output_ << localized("%@, %@ so far. Once more in 8 seconds, for what it wrote when it quit…",
+                         {countedItems(sum.removed), readable(sum.bytes)})
+            << std::endl;
+  };
+  const auto cleaned = connection->clean(std::string(browser.bundleIdentifier), isRunning, progress);
+  if (cleaned.isUnknown) return announceQuit(*connection, browser, isRunning);
+  if (!cleaned.report) return fail(reasonFor(cleaned.errorName, browser));
   if (options_.json) {
     output_ << stateOf(*cleaned.report).dump(2, ' ', true, nlohmann::json::error_handler_t::replace) << '\n';
   } else {
@@ -77,7 +84,8 @@ int Commands::quitOf(const std::string& name) {
 int Commands::announceQuit(WorkerConnection& connection, const Browser& browser, bool isRunning) {
   const bool sent =
       connection.announceQuit(std::string(browser.name), std::string(browser.bundleIdentifier), isRunning);
-  return sent ? kDone : fail("the quit could not be announced");
+  if (!sent) return fail(localized("the quit could not be announced: \"tidewell doctor\" looks for the cause"));
+  return options_.json ? kDone : done(localized("The worker was told that %@ has quit, and cleans.", {browser.name}));
 }
 
 }  // namespace tidewell

@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <ctime>
 
+#include "MainApplication/command/Texts.h"
+
 namespace tidewell {
 namespace {
 
@@ -15,20 +17,30 @@ std::string formatted(const char* format, const std::tm& time) {
 }  // namespace
 
 std::string readable(std::uint64_t bytes) {
-  constexpr std::array kUnits = {"bytes", "kB", "MB", "GB", "TB"};
-  auto size = static_cast<double>(bytes);
+  constexpr std::array kUnits = {"%@ kB", "%@ MB", "%@ GB", "%@ TB"};
+  if (bytes < 1000) return localizedPlural("%@ byte", "%@ bytes", bytes);
+  double size = static_cast<double>(bytes) / 1000;
   std::size_t unit = 0;
   while (size >= 999.5 && unit + 1 < kUnits.size()) {
     size /= 1000;
     ++unit;
   }
   std::array<char, 32> text{};
-  std::snprintf(text.data(), text.size(), unit == 0 || size >= 99.5 ? "%.0f %s" : "%.1f %s", size, kUnits[unit]);
-  return text.data();
+  std::snprintf(text.data(), text.size(), size >= 99.5 ? "%.0f" : "%.1f", size);
+  const char* const key = kUnits.at(unit);
+  return localized(key, {text.data()});
 }
 
-std::string counted(std::uint64_t count, const char* one, const char* many) {
-  return std::to_string(count) + " " + (count == 1 ? one : many);
+std::string countedItems(std::uint64_t items) {
+  return localizedPlural("%@ item", "%@ items", items);
+}
+
+std::string countedFiles(std::uint64_t files) {
+  return localizedPlural("%@ file", "%@ files", files);
+}
+
+std::string countedRows(std::uint64_t rows) {
+  return localizedPlural("%@ row", "%@ rows", rows);
 }
 
 std::string localTime(std::chrono::system_clock::time_point time) {

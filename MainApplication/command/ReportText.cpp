@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "MainApplication/command/ReadableText.h"
+#include "MainApplication/command/Texts.h"
 #include "Platform/PrintableText.h"
 #include "Worker/browsers/Browsers.h"
 
@@ -12,40 +13,53 @@ namespace {
 using nlohmann::ordered_json;
 using platform::printable;
 
-const char* textFor(Left left) {
+std::string textFor(Left left) {
   switch (left) {
     case Left::kNothing:
-      return "all gone";
+      return localized("all gone");
     case Left::kNotAllowed:
-      return "not allowed";
+      return localized("not allowed");
     case Left::kOnOtherMount:
-      return "in part on another mount";
+      return localized("in part on another mount");
     case Left::kInUse:
-      return "in use";
+      return localized("in use");
     case Left::kNotOverwritten:
-      return "could not be overwritten";
+      return localized("could not be overwritten");
     case Left::kNotReadable:
-      return "could not be read";
+      return localized("could not be read");
     case Left::kListNotReadable:
-      return "the list of kept sites could not be read";
+      return localized("the list of kept sites could not be read");
     case Left::kFailed:
-      return "could not be removed";
+      return localized("could not be removed");
   }
   return "";
 }
 
-const char* textFor(Cause cause) {
+std::string textFor(Cause cause) {
   switch (cause) {
     case Cause::kQuit:
       return "";
     case Cause::kAnnounced:
-      return ", on demand";
+      return ", " + localized("on demand");
     case Cause::kOwed:
-      return ", which was owed";
+      return ", " + localized("which was owed");
     case Cause::kLogOut:
-      return ", at the end of the session";
+      return ", " + localized("at the end of the session");
     case Cause::kPermission:
-      return ", when a folder was allowed";
+      return ", " + localized("when a folder was allowed");
+  }
+  return "";
+}
+
+/// What lies where, for people.
+std::string textFor(StoreGroup group) {
+  switch (group) {
+    case StoreGroup::kCookies:
+      return localized("Cookies");
+    case StoreGroup::kSiteStorage:
+      return localized("Site data");
+    case StoreGroup::kCaches:
+      return localized("Caches");
   }
   return "";
 }
@@ -56,12 +70,12 @@ std::string nameOf(const Report& report) {
 }
 
 std::string figuresOf(const Outcome& outcome) {
-  return counted(outcome.removed, "item", "items") + ", " + readable(outcome.bytes);
+  return countedItems(outcome.removed) + ", " + readable(outcome.bytes);
 }
 
 std::string placeOf(const StoreReport& store) {
-  if (store.folder.empty()) return std::string(wordFor(store.group));
-  return printable(store.store.empty() ? store.folder : store.store + " in " + store.folder);
+  if (store.folder.empty()) return textFor(store.group);
+  return printable(store.store.empty() ? store.folder : localized("%@ in %@", {store.store, store.folder}));
 }
 
 ordered_json stateOf(const Outcome& outcome) {
@@ -98,15 +112,15 @@ void print(const Report& report, bool isVerbose, std::ostream& output) {
          << ": " << figuresOf(report.sum()) << textFor(report.cause) << '\n';
   for (const Report::Run& run : report.runs) {
     if (run.ended != Report::Run::kCutOff) continue;
-    output << kIndent << "a run of " << localTime(run.begun) << " was cut off: it took one more\n";
+    output << kIndent << localized("a run of %@ was cut off: it took one more", {localTime(run.begun)}) << '\n';
   }
-  if (report.isSpared) output << kIndent << "the browser was back: the rest is left until it quits\n";
+  if (report.isSpared) output << kIndent << localized("the browser was back: the rest is left until it quits") << '\n';
   for (const StoreReport& store : report.stores) {
     if (!isVerbose && store.outcome.left == Left::kNothing) continue;
     output << kIndent << placeOf(store) << ": ";
     if (isVerbose) output << figuresOf(store.outcome) << ", ";
     output << textFor(store.outcome.left);
-    if (store.outcome.error != 0) output << " (error " << store.outcome.error << ")";
+    if (store.outcome.error != 0) output << " " << localized("(error %@)", {std::to_string(store.outcome.error)});
     output << '\n';
   }
 }

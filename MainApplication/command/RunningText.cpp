@@ -1,6 +1,7 @@
 #include "MainApplication/command/RunningText.h"
 
 #include "MainApplication/command/ReadableText.h"
+#include "MainApplication/command/Texts.h"
 
 namespace tidewell {
 
@@ -11,9 +12,10 @@ nlohmann::ordered_json runningState(const RunningBrowser& browser) {
 }
 
 std::string runningText(const RunningBrowser& browser) {
-  const std::string text = "runs since " + localTime(browser.since);
-  if (!browser.hasWindow) return text + "; whether it has a window can't be told";
-  return *browser.hasWindow ? text : text + ", without a window: it is cleaned when it quits";
+  const std::string since = localTime(browser.since);
+  if (!browser.hasWindow) return localized("runs since %@; whether it has a window can't be told", {since});
+  return *browser.hasWindow ? localized("runs since %@", {since})
+                            : localized("runs since %@, without a window: it is cleaned when it quits", {since});
 }
 
 }  // namespace tidewell

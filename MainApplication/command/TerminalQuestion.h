@@ -6,13 +6,12 @@
 
 namespace tidewell {
 
-/// Shows what can be answered, and returns the line that the person types then, in lower case; "" at the end of the
-/// input. In a terminal that takes a second, and what was typed before is dropped: it was not meant for a question that
-/// nobody can have read.
-std::string answerInTerminal(std::ostream& output, const char* choices);
+enum class Answer { kNo, kYes, kNever };
 
-/// Whether that answer, to a question of yes or no, is yes.
-bool isAgreedInTerminal(std::ostream& output);
+/// Shows what can be answered in the person's language, and reads a line; anything but yes and never is no, and so is
+/// the end of the input. The English words count in any language. In a terminal that takes a second, and what was typed
+/// before is dropped: it was not meant for a question that nobody can have read.
+Answer answerInTerminal(std::ostream& output, bool offersNever = false);
 
 /// Whether the person types what is read.
 bool hasTerminal();

@@ -185,11 +185,15 @@ Preview previewed(const Browser& browser, platform::UserDefaultsDomains& setting
   worker->clearData_andNotify(std::string(browser.name), false);
   dispatch.runUntilIdle();
   worker.reset();
+  const StorePlaces places(browser, *home.layout, home.folder.path);
   platform::Platform::install(before);
 
   appendItems(files, preview);
   appendRows(files, preview, left);
   appendRewritings(files, preview);
+  for (PreviewedItem& item : preview.items) item.group = places.groupOf(item.path);
+  for (PreviewedRows& table : preview.rows) table.group = places.groupOf(table.database);
+  for (PreviewedRewriting& file : preview.rewritings) file.group = places.groupOf(file.path);
   return preview;
 }
 
@@ -209,11 +213,11 @@ class Difference {
     }
     for (const PreviewedRows& rows : all_.rows) {
       const std::uint64_t count = rows.rows - std::min(rows.rows, rowsRemoved(rows.database, rows.table));
-      if (count != 0) kept.rows.push_back({rows.database, rows.table, count});
+      if (count != 0) kept.rows.push_back({rows.database, rows.table, count, rows.group});
     }
     for (const PreviewedRewriting& rewriting : all_.rewritings) {
       const std::uint64_t bytes = rewriting.bytes - std::min(rewriting.bytes, bytesRemoved(rewriting.path).value_or(0));
-      if (bytes != 0) kept.rewritings.push_back({rewriting.path, bytes});
+      if (bytes != 0) kept.rewritings.push_back({rewriting.path, bytes, rewriting.group});
     }
     return kept;
   }
@@ -224,12 +228,12 @@ class Difference {
     static const std::set<std::string> kOwnAffairs{"meta", "config", "sqlite_sequence"};
     if (const auto database = left_.find(item.path); database != left_.end() && !preview_.kept.listIsUnknown) {
       for (const auto& [table, rows] : database->second) {
-        if (rows != 0 && !kOwnAffairs.contains(table)) kept.rows.push_back({item.path, table, rows});
+        if (rows != 0 && !kOwnAffairs.contains(table)) kept.rows.push_back({item.path, table, rows, item.group});
       }
       return;
     }
     if (const auto bytes = bytesRemoved(item.path)) {
-      kept.rewritings.push_back({item.path, item.bytes - std::min(item.bytes, *bytes)});
+      kept.rewritings.push_back({item.path, item.bytes - std::min(item.bytes, *bytes), item.group});
       return;
     }
     for (const PreviewedItem& part : preview_.items) {

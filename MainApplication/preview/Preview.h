@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "MainApplication/preview/PreviewGroups.h"
 #include "Platform/UserDefaults.h"
 #include "Worker/browsers/Browsers.h"
 
@@ -17,18 +18,21 @@ struct PreviewedItem {
   std::string path;         // a file, or a folder with all that is in it
   std::uint64_t files = 0;  // how many that are
   std::uint64_t bytes = 0;
+  PreviewGroup group = PreviewGroup::kOther;
 };
 
 struct PreviewedRows {
   std::string database;
   std::string table;
   std::uint64_t rows = 0;
+  PreviewGroup group = PreviewGroup::kOther;
 };
 
 /// A file, or a folder with a database, that is rewritten because a part of it stays.
 struct PreviewedRewriting {
   std::string path;
   std::uint64_t bytes = 0;  // by how many it would shrink
+  PreviewGroup group = PreviewGroup::kOther;
 };
 
 struct Preview {

@@ -1,23 +1,23 @@
 # Completion of "tidewell" for bash.
 
 _tidewell() {
-  local commands="status browsers enable disable allow preview grants notifications notify-always overwrite keep site-settings history keep-history quit-of defaults"
+  local commands="status doctor browsers enable disable allow preview grants notifications notify-always overwrite keep site-settings history keep-history quit-of defaults"
   local browsers
   browsers=$(tidewell browsers --words 2>/dev/null)
   local domains="7QX2LM9PDA.com.emberlinestudio.Tidewell 7QX2LM9PDA.com.emberlinestudio.Tidewell.TidewellWorker"
   local current=${COMP_WORDS[COMP_CWORD]} words="--help"
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
-    mapfile -t COMPREPLY < <(compgen -W "$commands --help" -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W "$commands --help --version" -- "$current")
     return
   fi
   case ${COMP_WORDS[1]} in
-    status) words+=" --json" ;;
+    status | doctor) words+=" --json" ;;
     browsers) words+=" --json --words" ;;
     enable | allow) words+=" --yes $browsers" ;;
     disable) words+=" $browsers" ;;
     preview)
-      words+=" --json"
+      words+=" --verbose --json"
       [[ " ${COMP_WORDS[*]:2:COMP_CWORD-2} " == *" "[a-z]* ]] || words+=" $browsers"
       ;;
     quit-of) words+=" --force --no-wait --verbose --json $browsers" ;;

@@ -1,12 +1,14 @@
 # Completion of "tidewell" for fish.
 
-set -l commands status browsers enable disable allow preview grants notifications notify-always overwrite keep site-settings history keep-history quit-of defaults
+set -l commands status doctor browsers enable disable allow preview grants notifications notify-always overwrite keep site-settings history keep-history quit-of defaults
 set -l domains 7QX2LM9PDA.com.emberlinestudio.Tidewell 7QX2LM9PDA.com.emberlinestudio.Tidewell.TidewellWorker
 
 complete -c tidewell -f
 complete -c tidewell -s h -l help -d 'Print help'
 set -l first "not __fish_seen_subcommand_from $commands"
 complete -c tidewell -n $first -a status -d 'What is on, and what is allowed'
+complete -c tidewell -n $first -a doctor -d 'What is wrong, and what to do about it'
+complete -c tidewell -n $first -l version -d 'Print the version'
 complete -c tidewell -n $first -a browsers -d 'The browsers that can be cleaned here'
 complete -c tidewell -n $first -a enable -d 'Clean after these browsers, and ask for their folders'
 complete -c tidewell -n $first -a disable -d 'Leave these browsers alone'
@@ -33,11 +35,12 @@ complete -c tidewell -n '__fish_seen_subcommand_from keep' -l remove -d 'Keep th
 complete -c tidewell -n '__fish_seen_subcommand_from keep' -l import -rF -d 'Keep the sites in this file'
 complete -c tidewell -n '__fish_seen_subcommand_from keep; and contains -- --remove (commandline -opc)' \
     -a '(tidewell keep --list 2>/dev/null)'
-complete -c tidewell -n '__fish_seen_subcommand_from status browsers preview grants history quit-of keep' -l json -d 'For programs'
+complete -c tidewell -n '__fish_seen_subcommand_from status doctor browsers preview grants history quit-of keep' -l json -d 'For programs'
 complete -c tidewell -n '__fish_seen_subcommand_from browsers' -l words -d 'Only what each may be called'
 complete -c tidewell -n '__fish_seen_subcommand_from notifications notify-always overwrite keep-history' -a 'on off'
 complete -c tidewell -n '__fish_seen_subcommand_from history' -l last -d 'Only the last cleaning'
 complete -c tidewell -n '__fish_seen_subcommand_from history' -s v -l verbose -d 'Every store'
+complete -c tidewell -n '__fish_seen_subcommand_from preview' -s v -l verbose -d 'Print every path'
 complete -c tidewell -n '__fish_seen_subcommand_from history' -l clear -d 'Forget them'
 complete -c tidewell -n '__fish_seen_subcommand_from site-settings' -a 'keep remove'
 complete -c tidewell -n '__fish_seen_subcommand_from grants; and not __fish_seen_subcommand_from revoke' \

@@ -120,7 +120,7 @@ class Cleanings(unittest.TestCase):
 
     def test_by_the_command_are_not_waited_for_on_demand(self):
         self.desk.file(COOKIES)
-        self.assertEqual(self.quit_of("--no-wait"), (0, "", ""))
+        self.assertEqual(self.quit_of("--no-wait"), (0, "The worker was told that Chromium has quit, and cleans.\n", ""))
         self.desk.wait(lambda: not self.desk.exists(COOKIES), session.FIRST_RUN)
 
     def test_by_the_command_that_leave_something_say_what_and_fail(self):

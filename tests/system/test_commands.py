@@ -1,12 +1,15 @@
 """The everyday commands of "tidewell"."""
 
+import fcntl
 import glob
 import json
 import os
 import signal
 import sqlite3
+import struct
 import subprocess
 import sys
+import termios
 import unittest
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
@@ -56,7 +59,7 @@ class Commands(unittest.TestCase):
         self.start()
         self.assertFalse(self.browser("Firefox")["enabled"])
         output = self.succeed("enable", "firefox", "--yes")
-        self.assertIn("Firefox: asked for its folders", output)
+        self.assertIn("Firefox: its folders are allowed.", output)
         firefox = self.browser("Firefox")
         self.assertTrue(firefox["enabled"] and firefox["allowed"])
         self.assertEqual(firefox["data"], self.desk.home + "/" + SUPPORT + "Firefox/Profiles/")
@@ -86,14 +89,15 @@ class Commands(unittest.TestCase):
         self.desk.quit_browser(browser)
         self.succeed("quit-of", "--no-wait", "firefox")
 
-    def answered(self, answers, *words, typed_ahead=""):
+    def answered(self, answers, *words, typed_ahead="", **variables):
         """Runs the command in a terminal, and gives the answers to its questions, the last to all that follow; returns
         what it prints."""
         ours, terminal = os.openpty()
         self.addCleanup(os.close, ours)
         os.write(ours, typed_ahead.encode())
-        process = subprocess.Popen([self.desk.program("tidewell"), *words], env=self.desk.environment, stdin=terminal,
-                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        process = subprocess.Popen([self.desk.program("tidewell"), *words], stdin=terminal,
+                                   env=dict(self.desk.environment, **variables), stdout=subprocess.PIPE,
+                                   stderr=subprocess.DEVNULL)
         os.close(terminal)
         os.set_blocking(process.stdout.fileno(), False)
         printed, questions = b"", 0
@@ -149,13 +153,7 @@ class Commands(unittest.TestCase):
         self.assertEqual(self.tidewell("grants", "revoke", "relative")[0], 2)
 
     def test_never_is_an_answer_in_a_terminal_and_status_tells_it(self):
-        self.desk.close()
-        self.desk = session.Session(PROGRAMS, library=False)
-        self.addCleanup(self.desk.close)
-        self.desk.file(".config/chromium/Local State", "{}")
-        self.desk.file(".config/chromium/Default/Preferences", "{}")
-        self.desk.configure(["org.chromium.Chromium"])
-        self.desk.start_worker()
+        self.on_linux_home()
         folder = self.desk.home + "/.config/chromium"
         self.assertIn("[y/N/never]", self.answered(["never"], "allow", "chromium"))
         self.assertEqual(self.browser("Chromium")["neverAsked"], [folder])
@@ -198,7 +196,8 @@ class Commands(unittest.TestCase):
         # Questions in a window may take up to an hour, but a worker that has stopped is noticed much sooner.
         environment = dict(self.desk.environment, DISPLAY=":nowhere")
         status, output, errors = self.tidewell("allow", "firefox", environment=environment)
-        self.assertEqual((status, output, errors), (1, "", "tidewell: the worker does not answer; does it run?\n"))
+        self.assertEqual((status, output, errors), (1, "", "tidewell: the worker does not answer: "
+                          '"systemctl --user restart tidewell-worker" starts it anew, or see "tidewell doctor"\n'))
         self.succeed("status")
 
     def test_beside_a_program_that_stopped_while_it_wrote_to_the_settings(self):
@@ -233,8 +232,164 @@ class Commands(unittest.TestCase):
             self.assertIn("no session bus", errors)
         self.succeed("status", environment=environment)
 
+    def test_without_a_command_it_is_status(self):
+        self.start()
+        self.assertEqual(self.succeed(), self.succeed("status"))
+        self.assertRegex(self.succeed("--version"), r"^tidewell \d+\.\d+\.\d+\n$")
+
+    def test_a_folder_that_was_refused_shows_in_the_exit_status(self):
+        self.on_linux_home()
+        panel = session.OpenPanel(self.desk.connection, lambda panel: (0, ""))
+        environment = dict(self.desk.environment, DISPLAY=":99")
+        status, _, errors = self.tidewell("allow", "chromium", environment=environment)
+        self.assertEqual((status, len(errors.splitlines())), (1, 1))
+        self.assertIn(self.desk.home + "/.config/chromium is not allowed", errors)
+        panel.answer = session.OpenPanel.agree
+        self.succeed("allow", "chromium", environment=environment)
+
+    def test_every_change_is_confirmed_in_a_line(self):
+        self.start()
+        for words in (["disable", "firefox"], ["notifications", "on"], ["overwrite", "off"], ["keep-history", "on"],
+                      ["site-settings", "keep"], ["notify-always", "off"], ["history", "--clear"],
+                      ["defaults", "write", "a.domain", "key", "-int", "3"],
+                      ["defaults", "delete", "a.domain", "key"]):
+            self.assertEqual(len(self.succeed(*words).splitlines()), 1, words)
+
+    def test_what_was_mistyped_is_guessed(self):
+        for words, meant in ((["statsu"], '"status"'), (["enable", "firefx"], '"firefox"'),
+                             (["quit-off", "chromium"], '"quit-of"')):
+            status, _, errors = self.tidewell(*words)
+            self.assertEqual(status, 2, words)
+            self.assertIn("did you mean " + meant, errors)
+
+    def test_output_that_can_not_be_written_is_an_error(self):
+        for words in (["status"], ["--help"], ["browsers", "--json"]):
+            with open("/dev/full", "w") as full:
+                ended = subprocess.run([self.desk.program("tidewell"), *words], env=self.desk.environment, stdout=full,
+                                       stderr=subprocess.PIPE, text=True)
+            self.assertEqual((ended.returncode, len(ended.stderr.splitlines())), (1, 1), words)
+
+    def printed(self, columns, *words, **variables):
+        """What the command prints in a terminal of so many columns."""
+        ours, terminal = os.openpty()
+        self.addCleanup(os.close, ours)
+        fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
+        process = subprocess.Popen([self.desk.program("tidewell"), *words], stdout=terminal, stderr=subprocess.DEVNULL,
+                                   env=dict(self.desk.environment, TERM="xterm", **variables))
+        os.close(terminal)
+        os.set_blocking(ours, False)
+        text = b""
+
+        def ends():
+            nonlocal text
+            while True:
+                try:
+                    text += os.read(ours, 65536)
+                except BlockingIOError:
+                    return False
+                except OSError:  # nobody has the terminal any more
+                    return True
+
+        self.desk.wait(ends, what="the command's end")
+        process.wait()
+        return text.decode().replace("\r\n", "\n")
+
+    def test_a_terminal_gets_colours_unless_they_are_not_wanted(self):
+        self.start()
+        self.assertIn("\x1b[", self.printed(80, "status"))
+        self.assertNotIn("\x1b", self.printed(80, "status", NO_COLOR="1"))
+        self.assertNotIn("\x1b", self.succeed("status"))
+
+    def test_text_keeps_within_the_terminals_width(self):
+        self.start()
+        self.succeed("enable", "firefox", "--yes")
+        for columns in (30, 50, 100):
+            for line in self.printed(columns, "status", NO_COLOR="1").splitlines():
+                is_path = line.strip().startswith("/")  # which is not broken, so that it can be copied
+                self.assertTrue(len(line) <= columns or is_path, (columns, line))
+
+    def test_the_bus_starts_the_worker(self):
+        self.desk.configure([])
+        self.desk.let_bus_start(session.WORKER_NAME, "tidewell-worker")
+        self.addCleanup(self.end_started_worker)
+        self.desk.file("Library/Caches/a")
+        self.succeed("enable", "firefox", "--yes")
+        self.assertTrue(self.state()["workerRunning"])
+
+    def end_started_worker(self):
+        bus = self.desk.connection.get_object("org.freedesktop.DBus", "/org/freedesktop/DBus")
+        os.kill(int(bus.GetConnectionUnixProcessID(session.WORKER_NAME)), signal.SIGTERM)
+
+    def test_the_preview_sums_up_by_kind_and_lists_paths_when_asked_to(self):
+        self.on_linux_home()
+        cookies = self.desk.file(".config/chromium/Default/Session Storage/a", "0123456789")
+        text = self.succeed("preview", "chromium")
+        self.assertRegex(text, r"(?m)^Site data +1 +10 bytes")
+        self.assertIn("would remove", text)
+        self.assertNotIn("/Session Storage", text)
+        self.assertIn("/Session Storage: 1 file, 10 bytes (not allowed yet)", self.succeed("preview", "-v", "chromium"))
+        items = json.loads(self.succeed("preview", "--json", "chromium"))["items"]
+        self.assertEqual([item["group"] for item in items], ["site-data"], cookies)
+
+    def doctor(self, environment=None):
+        """The exit status of the doctor, and the grade of each look: the worst."""
+        status, output, errors = self.tidewell("doctor", "--json", environment=environment)
+        self.assertEqual(errors, "")
+        grades = {}
+        order = ["good", "remark", "wrong"]
+        for finding in json.loads(output)["findings"]:
+            before = grades.get(finding["look"], "good")
+            grades[finding["look"]] = max(before, finding["grade"], key=order.index)
+        return status, grades
+
+    def test_the_doctor_finds_what_is_wrong_and_says_what_to_do(self):
+        self.on_linux_home()
+        status, grades = self.doctor()
+        self.assertEqual(status, 1)
+        self.assertEqual((grades["bus"], grades["worker"], grades["browsers"]), ("good", "good", "wrong"))
+        _, text, _ = self.tidewell("doctor")
+        self.assertIn("    tidewell allow chromium\n", text)
+        self.succeed("allow", "chromium", "--yes")
+        self.assertEqual(self.doctor()[1]["browsers"], "good")
+        self.desk.worker.stop()
+        self.assertEqual(self.doctor()[1]["worker"], "wrong")
+        nowhere = dict(self.desk.environment, DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent")
+        self.assertEqual(self.doctor(nowhere)[1]["bus"], "wrong")
+
+    def test_the_doctor_changes_nothing(self):
+        self.on_linux_home()
+        self.desk.worker.stop()
+        def files():
+            return sorted(folder + "/" + name for folder, _, names in os.walk(self.desk.home) for name in names
+                          if not name.endswith(("-wal", "-shm")))
+        before, grants = files(), self.succeed("grants")
+        self.tidewell("doctor")
+        self.assertEqual((files(), self.succeed("grants")), (before, grants))
+
+    def test_it_speaks_the_persons_language_but_not_to_programs(self):
+        self.on_linux_home()
+        german = dict(self.desk.environment, LC_ALL="C.UTF-8", LANGUAGE="de")
+        self.assertIn("Der Dienst läuft.", self.succeed("status", environment=german))
+        self.assertIn("„status“", self.tidewell("statsu", environment=german)[2])
+        nowhere = {"DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
+        for words in (["status", "--json"], ["preview", "chromium", "--json"], ["doctor", "--json"]):
+            self.assertEqual(self.tidewell(*words, environment=german | nowhere),
+                             self.tidewell(*words, environment=self.desk.environment | nowhere), words)
+        self.assertIn("[j/N/nie]", self.answered(["j"], "allow", "chromium", LC_ALL="C.UTF-8", LANGUAGE="de"))
+        self.assertTrue(self.browser("Chromium")["allowed"])
+
+    def on_linux_home(self):
+        """Another session, with an enabled Chromium that has run, and a worker."""
+        self.desk.close()
+        self.desk = session.Session(PROGRAMS, library=False)
+        self.addCleanup(self.desk.close)
+        self.desk.file(".config/chromium/Local State", "{}")
+        self.desk.file(".config/chromium/Default/Preferences", "{}")
+        self.desk.configure(["org.chromium.Chromium"])
+        self.desk.start_worker()
+
     def test_misuse(self):
-        for words in ([], ["frobnicate"], ["enable"], ["enable", "lynx", "--yes"], ["disable", "lynx"], ["allow", ""],
+        for words in (["frobnicate"], ["enable"], ["enable", "lynx", "--yes"], ["disable", "lynx"], ["allow", ""],
                       ["quit-of"], ["grants", "revoke"], ["status", "--yaml"]):
             status, _, errors = self.tidewell(*words)
             self.assertEqual(status, 2, words)

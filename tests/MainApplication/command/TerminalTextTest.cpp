@@ -26,7 +26,7 @@ class TerminalText : public ::testing::Test {
  protected:
   TerminalText() { domains.fileOfDomain(tidewell::kSharedSuite)->write(tidewell::kUserFolderKey, home.path()); }
 
-  tidewell::Commands commands(bool json = false) { return {domains, {.json = json}, output, errors}; }
+  tidewell::Commands commands(bool json = false) { return {domains, {.json = json, .verbose = true}, output, errors}; }
 
   testing_support::ScratchFolder home;
   testing_support::ScratchFolder settingsFolder;
@@ -39,7 +39,7 @@ class TerminalText : public ::testing::Test {
 TEST_F(TerminalText, ofErrorsHasNoControls) {
   commands().revoke(std::string("/") + kName);
   commands().enable({kName});
-  EXPECT_THAT(errors.str(), HasSubstr(std::string("there is no grant of /") + kShown + "\n"));
+  EXPECT_THAT(errors.str(), HasSubstr(std::string("there is no grant of /") + kShown + ":"));
   EXPECT_THAT(errors.str(), HasSubstr(std::string("there is no browser \"") + kShown + "\""));
   EXPECT_THAT(errors.str(), Not(HasSubstr("\x1b")));
 }
