@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <cstdlib>
 #include <memory>
@@ -89,7 +90,8 @@ std::vector<pid_t> ownProcessesRunning(const std::function<bool(const std::strin
     if (!pid) continue;
     const int folder = ::dirfd(processes.get());
     auto executable = linkTarget(folder, std::string(entry->d_name) + "/exe");
-    if (!executable) executable = executableOfOtherThreads(*pid);
+    // What is refused is somebody else's, with all of its threads: a system has many of those.
+    if (!executable && errno != EACCES) executable = executableOfOtherThreads(*pid);
     struct stat status {};
     // Whose it is matters for the few that are left.
     if (executable && matches(*executable) && ::fstatat(folder, entry->d_name, &status, 0) == 0 &&
