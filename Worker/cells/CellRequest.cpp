@@ -7,27 +7,41 @@ bool hasKept(CellTask task) {
   return task == CellTask::kPreferences || task == CellTask::kSession || task == CellTask::kLevelDatabase;
 }
 
+using Texts = std::vector<std::string>;
+
+void appendTexts(std::string& bytes, const Texts& texts) {
+  appendNumber(bytes, texts.size());
+  for (const std::string& text : texts) appendText(bytes, text);
+}
+
+std::optional<Texts> nextTexts(ByteReader& reader) {
+  Texts texts;
+  const auto count = reader.number();
+  if (!count) return std::nullopt;
+  while (texts.size() < *count) {
+    const auto text = reader.text();
+    if (!text) return std::nullopt;
+    texts.emplace_back(*text);
+  }
+  return texts;
+}
+
 void appendKept(std::string& bytes, const Kept& kept) {
-  const std::vector<std::string> entries = kept.sites.entries();
-  for (const bool flag : {kept.cookieRules, kept.siteSettings, kept.sites.isUnknown()}) appendNumber(bytes, flag);
-  appendNumber(bytes, entries.size());
-  for (const std::string& entry : entries) appendText(bytes, entry);
+  const KeptSites::Parts sites = kept.sites.parts();
+  for (const bool flag : {kept.cookieRules, kept.siteSettings, sites.isUnknown}) appendNumber(bytes, flag);
+  for (const Texts* hosts : {&sites.alone, &sites.withAllBelow, &sites.around}) appendTexts(bytes, *hosts);
 }
 
 std::optional<Kept> keptFrom(ByteReader& reader) {
   Kept kept;
-  kept.cookieRules = reader.number() == 1;
-  kept.siteSettings = reader.number() == 1;
-  const bool isUnknown = reader.number() == 1;
-  std::vector<std::string> entries;
-  const auto count = reader.number();
-  if (!count) return std::nullopt;
-  while (entries.size() < *count) {
-    const auto entry = reader.text();
-    if (!entry) return std::nullopt;
-    entries.emplace_back(*entry);
+  KeptSites::Parts sites;
+  for (bool* flag : {&kept.cookieRules, &kept.siteSettings, &sites.isUnknown}) *flag = reader.number() == 1;
+  for (Texts* hosts : {&sites.alone, &sites.withAllBelow, &sites.around}) {
+    auto texts = nextTexts(reader);
+    if (!texts) return std::nullopt;
+    *hosts = std::move(*texts);
   }
-  kept.sites = isUnknown ? KeptSites::unknown() : KeptSites::of(entries);
+  kept.sites = KeptSites::ofParts(sites);
   return kept;
 }
 

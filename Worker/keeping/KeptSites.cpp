@@ -110,12 +110,20 @@ std::optional<std::string> KeptSites::canonicalEntry(std::string_view entry) {
   return isAlone ? kAlone + *host : host;
 }
 
-std::vector<std::string> KeptSites::entries() const {
-  std::vector<std::string> entries;
-  if (lists_ == nullptr) return entries;
-  for (const std::string& host : lists_->alone) entries.push_back(kAlone + host);
-  entries.insert(entries.end(), lists_->withAllBelow.begin(), lists_->withAllBelow.end());
-  return entries;
+KeptSites::Parts KeptSites::parts() const {
+  if (lists_ == nullptr) return {};
+  const auto listed = [](const Hosts& hosts) { return std::vector<std::string>(hosts.begin(), hosts.end()); };
+  return {!lists_->isKnown, listed(lists_->alone), listed(lists_->withAllBelow), listed(lists_->around)};
+}
+
+KeptSites KeptSites::ofParts(const Parts& parts) {
+  if (parts.isUnknown) return unknown();
+  if (parts.alone.empty() && parts.withAllBelow.empty()) return {};
+  const auto hosts = [](const std::vector<std::string>& list) { return Hosts(list.begin(), list.end()); };
+  return KeptSites(std::make_shared<const Lists>(Lists{.isKnown = true,
+                                                       .alone = hosts(parts.alone),
+                                                       .withAllBelow = hosts(parts.withAllBelow),
+                                                       .around = hosts(parts.around)}));
 }
 
 bool KeptSites::isUnknown() const {

@@ -38,8 +38,16 @@ class KeptSites {
   bool isUnknown() const;
   bool isEmpty() const { return lists_ == nullptr; }
 
-  /// Entries that make the same list; none of one that is empty or unknown.
-  std::vector<std::string> entries() const;
+  /// What a list has been made into, for whoever passes it on: to examine 10,000 entries again would take as long as
+  /// cleaning a browser. All hosts in their canonical form.
+  struct Parts {
+    bool isUnknown = false;
+    std::vector<std::string> alone = {};
+    std::vector<std::string> withAllBelow = {};
+    std::vector<std::string> around = {};  // the domains that kept hosts lie in
+  };
+  Parts parts() const;
+  static KeptSites ofParts(const Parts& parts);
 
   // While the list is unknown, none of these is to be asked: each would answer no.
 

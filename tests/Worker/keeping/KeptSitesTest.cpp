@@ -26,6 +26,19 @@ TEST(AnEmptyList, keepsNothing) {
   }
 }
 
+TEST(AList, isTheSameWhenItIsMadeOfItsParts) {
+  const KeptSites sites = listOf({"www.a.test", "=b.c.test", "127.0.0.1", "localhost"});
+  const KeptSites same = KeptSites::ofParts(sites.parts());
+  for (const char* host : {"www.a.test", "x.www.a.test", "a.test", "b.c.test", "x.b.c.test", "c.test", "127.0.0.1",
+                           "localhost", "x.localhost", "d.test", "test"}) {
+    EXPECT_EQ(same.keepsHost(host), sites.keepsHost(host)) << host;
+    EXPECT_EQ(same.keepsCookieOf(std::string(".") + host), sites.keepsCookieOf(std::string(".") + host)) << host;
+    EXPECT_EQ(same.keepsSite(host), sites.keepsSite(host)) << host;
+  }
+  EXPECT_TRUE(KeptSites::ofParts(KeptSites::unknown().parts()).isUnknown());
+  EXPECT_TRUE(KeptSites::ofParts(KeptSites().parts()).isEmpty());
+}
+
 TEST(AnEntry, isAboutTheHostAndAllBelowItLabelByLabel) {
   const KeptSites sites = listOf({"a.test"});
   for (const char* host : {"a.test", "www.a.test", "x.y.a.test", "A.TEST", "a.test."}) {
