@@ -12,7 +12,7 @@ namespace {
 // the fresh ones are as well compressed or not at all.
 constexpr std::uint64_t kMostForEachByte = 32;
 constexpr std::uint64_t kMostForEachFile = std::uint64_t{1} << 20;  // bytes
-constexpr std::uint64_t kLeastForEachQuestion = 16;                 // bytes
+constexpr std::uint64_t kLeastForEachQuestion = 4096;               // bytes: a file is opened for it
 constexpr std::uint64_t kLargestRead = kLevelMaximalBlock + (std::uint64_t{1} << 20);
 
 }  // namespace
@@ -27,14 +27,15 @@ bool LevelInCell::isAffordable(std::uint64_t bytes) {
 std::optional<std::string> LevelInCell::bytesFor(const LevelReadQuestion& question) {
   if (question.file >= files_.size() || question.count > kLargestRead) return std::nullopt;
   auto bytes = files_[question.file].read(question.offset, static_cast<std::size_t>(question.count));
-  if (!bytes || !isAffordable(bytes->size())) return std::nullopt;
-  return std::move(*bytes);
+  return bytes ? std::optional(std::move(*bytes)) : std::nullopt;
 }
 
 std::optional<std::string> LevelInCell::replyTo(const LevelMessage& message, LevelOutput* output) {
   if (message.saying == LevelSaying::kRead) {
     const auto question = LevelReadQuestion::from(message.rest);
-    return question ? std::optional(levelReply(bytesFor(*question))) : std::nullopt;
+    const auto bytes = question ? bytesFor(*question) : std::nullopt;
+    const bool isAnswered = question && isAffordable(bytes ? bytes->size() : 0);
+    return isAnswered ? std::optional(levelReply(bytes)) : std::nullopt;
   }
   if (output == nullptr || !isAffordable(message.rest.size())) return std::nullopt;
   const bool isTable = message.saying == LevelSaying::kTable;
