@@ -23,6 +23,9 @@ class Changes {
   void takeBack(const std::string& folder);
   void clearHistory();
 
+  /// Tells of a change that was made elsewhere, or that it could not be saved; returns which.
+  bool told(bool isSaved, const std::string& text, const Action& undo);
+
   AdwToastOverlay* overlay() const { return toasts_; }
 
   /// Takes back the latest change, if it was not yet; Ctrl+Z does.
@@ -32,7 +35,6 @@ class Changes {
   void say(const std::string& text, const Action& undo = nullptr);
 
  private:
-  bool told(bool isSaved, const std::string& text, const Action& undo);
   bool setKeptSites(std::vector<std::string> entries, const std::string& text);
 
   platform::linux_::SqliteUserDefaults& domains_;

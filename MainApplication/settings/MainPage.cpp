@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "MainApplication/settings/ProgramBeside.h"
 #include "MainApplication/settings/Texts.h"
+#include "Platform/Linux/host/UserFolders.h"
 #include "Worker/Identity.h"
 
 namespace tidewell {
@@ -20,7 +22,14 @@ void append(GMenu* menu, const std::string& text, const char* action) {
 
 MainPage::MainPage(const std::vector<const Browser*>& browsers, const SettingsStore& settings, Changes& changes,
                    Actions actions)
-    : Page(kDisplayName, nullptr), settings_(settings), changes_(changes), actions_(std::move(actions)) {
+    : Page(kDisplayName, nullptr),
+      settings_(settings),
+      changes_(changes),
+      autostart_(platform::linux_::configurationFolder(), programBeside("tidewell-worker")),
+      startsWithSession_(localized("Start with the session"),
+                         localized("Without it nothing is cleaned until you start the worker."),
+                         [this](bool on) { startWithSession(on); }),
+      actions_(std::move(actions)) {
   addMenu();
   addWelcome();
   addBrowsers(browsers);
@@ -116,7 +125,15 @@ void MainPage::addLists() {
   history_ = newRow(localized("History"), localized("What the last cleanings have removed"));
   leadTo(history_, actions_.openHistory);
   adw_preferences_group_add(group, history_);
+  adw_preferences_group_add(group, startsWithSession_.widget());
   add(group);
+}
+
+void MainPage::startWithSession(bool on) {
+  const std::string name = localized("Start with the session");
+  changes_.told(autostart_.set(on), on ? localized("%@: on", {name}) : localized("%@: off", {name}), [this, on] {
+    static_cast<void>(autostart_.set(!on));  // the switch shows whether it is so
+  });
 }
 
 void MainPage::show(const std::vector<BrowserState>& states) {
@@ -127,6 +144,7 @@ void MainPage::show(const std::vector<BrowserState>& states) {
     isFirstUse = isFirstUse && !states[index].isEnabled && !states[index].last;
   }
   gtk_widget_set_visible(GTK_WIDGET(welcome_), isFirstUse ? TRUE : FALSE);
+  startsWithSession_.show(autostart_.isOn());
   for (const Option& option : options_) option.row->show(settings_.flag(option.key));
   if (keptSites_ == nullptr) return;
   const auto entries = settings_.keptSites();

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "MainApplication/settings/Autostart.h"
 #include "MainApplication/settings/BrowserRow.h"
 #include "MainApplication/settings/Changes.h"
 #include "MainApplication/settings/Widgets.h"
@@ -38,10 +39,13 @@ class MainPage : public Page {
   void addOptions();
   void addOption(AdwPreferencesGroup* group, const char* key, const std::string& name, const std::string& explanation);
   void addLists();
+  void startWithSession(bool on);
   void place(const std::vector<BrowserState>& states);
 
   const SettingsStore& settings_;
   Changes& changes_;
+  const Autostart autostart_;
+  SwitchRow startsWithSession_;
   const Actions actions_;
   AdwPreferencesGroup* welcome_ = nullptr;
   AdwPreferencesGroup* list_ = nullptr;

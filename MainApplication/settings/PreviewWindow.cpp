@@ -2,9 +2,8 @@
 
 #include <glibmm/miscutils.h>
 
-#include <filesystem>
-
 #include "MainApplication/settings/PreviewRows.h"
+#include "MainApplication/settings/ProgramBeside.h"
 #include "MainApplication/settings/Texts.h"
 #include "Platform/PrintableText.h"
 
@@ -20,12 +19,6 @@ constexpr int kMargin = 12;
 constexpr char kMaking[] = "making";
 constexpr char kMessage[] = "message";
 constexpr char kList[] = "list";
-
-/// The path of a program in the folder of the running one.
-std::string programBeside(const char* name) {
-  std::error_code error;
-  return (std::filesystem::read_symlink("/proc/self/exe", error).parent_path() / name).string();
-}
 
 GtkWidget* newWrappedLabel(const std::string& text) {
   GtkWidget* label = gtk_label_new(text.c_str());

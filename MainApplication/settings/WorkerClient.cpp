@@ -1,10 +1,10 @@
 #include "MainApplication/settings/WorkerClient.h"
 
-#include <filesystem>
 #include <limits>
 #include <utility>
 #include <vector>
 
+#include "MainApplication/settings/ProgramBeside.h"
 #include "Platform/Linux/bus/BusListener.h"
 #include "Worker/Agent.h"
 #include "Worker/Cleanings.h"
@@ -58,10 +58,8 @@ WorkerClient::Cleaned cleanedFrom(GVariant* reply) {
 
 /// Starts the program of that name in the folder of the running one.
 bool startProgramBeside(const char* name) {
-  std::error_code error;
-  const auto program = std::filesystem::read_symlink("/proc/self/exe", error).parent_path() / name;
   try {
-    Glib::spawn_async("", std::vector<std::string>{program.string()},
+    Glib::spawn_async("", std::vector<std::string>{programBeside(name)},
                       Glib::SpawnFlags::STDOUT_TO_DEV_NULL | Glib::SpawnFlags::STDERR_TO_DEV_NULL);
   } catch (const Glib::Error&) {
     return false;
