@@ -31,7 +31,6 @@ KeptSitesPage::KeptSitesPage(const SettingsStore& settings, Changes& changes, co
       "", localized("What these sites have stored stays, with that of all sites below them: a site “mail.example” "
                     "keeps “www.mail.example” too."));
   adw_preferences_row_set_title(ADW_PREFERENCES_ROW(entry_), localized("Add a site").c_str());
-  setAccessibleName(entry_, localized("Add a site"));
   adw_entry_row_set_show_apply_button(ADW_ENTRY_ROW(entry_), TRUE);
   on(entry_, "apply", [this] { addTyped(); });
   adw_preferences_group_add(first, entry_);

@@ -321,6 +321,48 @@ class SettingsWindow(unittest.TestCase):
         self.desk.wait(lambda: not self.reader.says("Chromium is running"), what="the end of the question")
         self.assertTrue(all(self.desk.exists(path) for path in self.chromium.goes))
 
+    def test_keeps_a_site_that_is_typed_and_lets_go_of_it(self):
+        shutil.rmtree(self.desk.home + "/Library")
+        self.desk.configure([CHROMIUM])
+        self.desk.start_worker()
+        self.open()
+        self.open_page("Kept sites")
+        self.wait_for_text("Add a site")  # a line that has the focus
+        self.screen.xdotool("type", "https://mail.example/inbox")
+        self.screen.press("Return")
+        self.desk.wait(lambda: "mail.example" in self.setting("keptSites"), what="the setting")
+        self.use("Keep mail.example no longer")
+        self.desk.wait(lambda: "mail.example" not in self.setting("keptSites"), what="the end of the setting")
+
+    def test_the_settings_of_sites_are_kept_by_a_switch(self):
+        shutil.rmtree(self.desk.home + "/Library")
+        self.desk.configure([CHROMIUM])
+        self.desk.start_worker()
+        self.open()
+        self.use("Keep the settings of sites")
+        self.desk.wait(lambda: self.setting("keepSiteSettings") == "1", what="the setting")
+
+    def test_shows_the_history_and_clears_it(self):
+        self.desk.configure([CHROMIUM])
+        panels = session.OpenPanel(self.desk.connection)
+        self.desk.start_worker()
+        self.desk.request(CHROMIUM)
+        self.assertTrue(panels.asked)
+        self.desk.tidewell("quit-of", "chromium", "--json")
+        self.open()
+        self.open_page("History")
+        self.wait_for_text("Chromium: ")
+        self.use("Clear the history")
+        self.wait_for_text("Not cleaned yet")
+
+    def test_the_worker_starts_with_the_session_or_does_not(self):
+        self.desk.configure([])
+        self.desk.start_worker()
+        self.open()
+        entry = self.desk.home + "/.config/autostart/tidewell-worker.desktop"
+        self.use("Start with the session")
+        self.desk.wait(lambda: os.path.exists(entry), what="the entry")
+
     def test_starts_the_worker(self):
         self.desk.configure([])
         self.open()
