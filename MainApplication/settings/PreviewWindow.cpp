@@ -76,6 +76,7 @@ void PreviewWindow::addHeader(const std::string& heading) {
   gtk_box_append(GTK_BOX(box), header);
   GtkWidget* title = newWrappedLabel(heading);
   gtk_widget_add_css_class(title, "title-4");
+  gtk_widget_set_margin_top(title, kMargin);
   total_ = newWrappedLabel("");
   for (GtkWidget* label : {title, total_}) {
     gtk_widget_set_margin_start(label, kMargin);

@@ -103,7 +103,7 @@ void SettingsWindow::open(std::unique_ptr<Page> page) {
   page_->update();
   adw_leaflet_append(pages_, page_->widget());
   adw_leaflet_set_visible_child(pages_, page_->widget());
-  gtk_widget_child_focus(page_->widget(), GTK_DIR_TAB_FORWARD);
+  page_->takeFocus();
   dropPagesBehind();
 }
 

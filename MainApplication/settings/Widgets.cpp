@@ -141,7 +141,8 @@ Page::Page(const std::string& title, const Action& back)
   gtk_widget_set_vexpand(groups_, TRUE);
   gtk_box_append(GTK_BOX(box_), groups_);
   if (!back) return;
-  adw_header_bar_pack_start(header_, newIconButton("go-previous-symbolic", localized("Back"), back));
+  back_ = newIconButton("go-previous-symbolic", localized("Back"), back);
+  adw_header_bar_pack_start(header_, back_);
   addShortcut(box_, GDK_KEY_Escape, GdkModifierType{}, back);
 }
 
@@ -153,6 +154,10 @@ void Page::add(AdwPreferencesGroup* group) {
   const char* title = adw_preferences_group_get_title(group);
   if (title == nullptr || *title == '\0') nameLists(GTK_WIDGET(group), title_);
   adw_preferences_page_add(ADW_PREFERENCES_PAGE(groups_), group);
+}
+
+void Page::takeFocus() {
+  if (gtk_widget_child_focus(groups_, GTK_DIR_TAB_FORWARD) == FALSE && back_ != nullptr) gtk_widget_grab_focus(back_);
 }
 
 void ChangingRows::clear() {

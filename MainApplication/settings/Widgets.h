@@ -67,6 +67,9 @@ class Page {
   AdwHeaderBar* header() const { return header_; }
   void add(AdwPreferencesGroup* group);
 
+  /// Puts the focus on the first thing in the groups that can have it.
+  void takeFocus();
+
   /// Shows what is so now.
   virtual void update() {}
 
@@ -74,6 +77,7 @@ class Page {
   const std::string title_;
   GtkWidget* box_;
   AdwHeaderBar* header_;
+  GtkWidget* back_ = nullptr;
   GtkWidget* groups_;
 };
 
