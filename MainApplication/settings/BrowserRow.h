@@ -1,53 +1,39 @@
-// One browser in the settings window: its icon and name, whether its folders are allowed, and its actions.
+// One browser in the window's list: its icon and name, what is most important about it, and its switch. The row leads
+// to the browser's page.
 #pragma once
 
-#include <gtkmm.h>
-
 #include <functional>
-#include <optional>
 
-#include "MainApplication/client/RunningBrowsers.h"
-#include "MainApplication/client/SettingsStore.h"
-#include "Worker/browsers/Browsers.h"
+#include "MainApplication/settings/BrowserState.h"
+#include "MainApplication/settings/Widgets.h"
 
 namespace tidewell {
 
-class BrowserRow : public Gtk::Box {
+class BrowserRow {
  public:
-  /// Called when the user does something here. Each may call back into the row.
+  /// Called when the person does something here.
   struct Actions {
     std::function<void(bool on)> enable;
-    std::function<void()> allow;
-    std::function<void()> preview;
+    Action open;
   };
-
-  using Allowed = SettingsStore::Allowed;
-  struct State {
-    bool isEnabled = false;
-    Allowed folders = Allowed::kNone;
-    bool isAsking = false;       // a panel is open, or will be
-    bool hasNeverAsked = false;  // the user has said "Never" to a folder
-    std::optional<RunningBrowser> running;
-  };
-
   BrowserRow(const Browser& browser, Actions actions);
+  ~BrowserRow();
+  BrowserRow(const BrowserRow&) = delete;
+  BrowserRow& operator=(const BrowserRow&) = delete;
+
+  GtkWidget* widget() const { return row_; }
 
   /// Shows the state; calls no action.
-  void show(const State& state);
-
-  /// Puts the focus on the row's switch, which brings the row into view.
-  void focusSwitch() { enabled_.grab_focus(); }
+  void show(const BrowserState& state);
 
  private:
-  Gtk::Image icon_;
-  Gtk::Label name_;
-  Gtk::Label folders_;
-  Gtk::Box texts_{Gtk::Orientation::VERTICAL, 2};
-  Gtk::Spinner spinner_;
-  Gtk::Button preview_;
-  Gtk::Button allow_;
-  Gtk::Switch enabled_;
+  const Browser& browser_;
+  GtkWidget* row_;
+  GtkWidget* switch_;
   bool shown_ = false;  // what the program itself has set the switch to
 };
+
+/// The icon of the browser's desktop entry, if it has one that the theme knows; else a generic one.
+GtkWidget* newBrowserIcon(const Browser& browser);
 
 }  // namespace tidewell

@@ -1,64 +1,78 @@
-// The settings window: the browsers, notifications and overwriting, and a message when something has failed.
+// The settings window: a first page with the browsers and what holds for all, and the pages that it leads to.
 //
-// Reads the settings again whenever it gets the focus, because other programs change them too.
+// What it shows follows the settings at once, whoever has changed them. What else can change (programs that were
+// installed, browsers that run) is looked at whenever the window gets the focus.
 #pragma once
 
-#include <gtkmm.h>
+#include <gtkmm/application.h>
 
 #include <memory>
 #include <set>
+#include <string>
 #include <vector>
 
 #include "MainApplication/client/SettingsStore.h"
-#include "MainApplication/settings/BrowserRow.h"
+#include "MainApplication/settings/BrowserPage.h"
+#include "MainApplication/settings/Changes.h"
+#include "MainApplication/settings/MainPage.h"
+#include "MainApplication/settings/MessageBar.h"
 #include "MainApplication/settings/PreviewWindow.h"
+#include "MainApplication/settings/SettingsWatch.h"
 #include "MainApplication/settings/WorkerClient.h"
 
 namespace tidewell {
 
-class SettingsWindow : public Gtk::ApplicationWindow {
+class SettingsWindow {
  public:
-  /// The settings' files must outlive the window.
-  explicit SettingsWindow(platform::linux_::SqliteUserDefaults& domains);
+  /// `closed` is called when the person has closed the window, and may not destroy it itself. The settings' files must
+  /// outlive it.
+  SettingsWindow(Gtk::Application& application, platform::linux_::SqliteUserDefaults& domains, const Action& closed);
+  ~SettingsWindow();
+  SettingsWindow(const SettingsWindow&) = delete;
+  SettingsWindow& operator=(const SettingsWindow&) = delete;
 
-  /// Brings the row of that browser into view, with the focus on it. Nothing happens for one that isn't there.
+  GtkWindow* window() const { return window_; }
+  void present() { gtk_window_present(window_); }
+
+  /// Opens the page of that browser, with the focus on its switch. Nothing happens for one that isn't there.
   void showBrowser(const std::string& bundleIdentifier);
 
  private:
-  /// A switch with a text beside it, and a setting behind it.
-  struct Option {
-    const char* key;
-    Gtk::Switch* widget;
-  };
-
-  void addMessage();
-  void addBrowsers();
-  void addOptions();
-  void addOption(Gtk::Box& list, const char* key, const std::string& name, const std::string& explanation);
-  void addHeading(const char* text);
+  std::vector<const Browser*> possibleBrowsers() const;
+  void open(std::unique_ptr<Page> page);
+  void openBrowser(const Browser& browser);
+  void back();
+  void dropPagesBehind();
 
   void enable(const Browser& browser, bool on);
   void allow(const Browser& browser);
-  void preview(const Browser& browser);
   void answered(const Browser& browser, WorkerClient::Outcome outcome);
+  void preview(const Browser& browser);
+  void cleanAfterQuestion(const Browser& browser);
+  void clean(const Browser& browser, bool evenIfRunning);
+  void cleaned(const Browser& browser, const WorkerClient::Cleaned& cleaned);
+
   void workerRuns(bool isRunning);
-
+  void startWorker();
+  void showMessage(const std::string& text);  // "" for none but that the worker does not run
   void showState();
-  void showMessage(const std::string& text);  // "" for none
 
-  SettingsStore settings_;
-  const std::vector<const Browser*> browsers_ = settings_.knownBrowsers();
-  Gtk::Box outer_{Gtk::Orientation::VERTICAL};
-  Gtk::ScrolledWindow scrolled_;
-  Gtk::Box content_{Gtk::Orientation::VERTICAL, 12};
-  Gtk::Box message_{Gtk::Orientation::HORIZONTAL, 8};
-  Gtk::Label messageText_;
-  Gtk::Box list_{Gtk::Orientation::VERTICAL};
-  std::vector<BrowserRow*> rows_;  // in the order of browsers_
-  std::vector<Option> options_;
+  platform::linux_::SqliteUserDefaults& domains_;
+  SettingsStore settings_{domains_};
+  const std::vector<const Browser*> browsers_ = possibleBrowsers();
+  GtkWindow* window_;
+  AdwLeaflet* pages_;
+  Changes changes_;
+  MessageBar message_;
+  MainPage main_;
+  std::unique_ptr<Page> page_;               // the one that is open above the first
+  std::vector<std::unique_ptr<Page>> left_;  // pages that are still on their way out of sight
+  BrowserPage* browserPage_ = nullptr;       // page_, if it is a browser's
   std::set<const Browser*> asking_;
+  std::set<const Browser*> cleaning_;
+  bool isWorkerRunning_ = true;  // until it is known
   std::unique_ptr<PreviewWindow> preview_;
-  bool isShowing_ = false;                // the program itself is setting the switches
+  std::unique_ptr<SettingsWatch> watch_;
   std::unique_ptr<WorkerClient> worker_;  // last: it calls into all the rest
 };
 

@@ -7,6 +7,7 @@
 #include <clocale>
 #include <memory>
 
+#include "MainApplication/settings/MenuActions.h"
 #include "MainApplication/settings/SettingsWindow.h"
 #include "Platform/Linux/bus/BusApplications.h"
 #include "Platform/Linux/host/GettextBundle.h"
@@ -36,10 +37,17 @@ class Application : public Gtk::Application {
   }
 
  protected:
+  void on_startup() override {
+    Gtk::Application::on_startup();
+    adw_init();
+    tidewell::addMenuActions(gobj());
+    set_accels_for_action("app.help", {"F1"});
+  }
+
   void on_activate() override {
     if (!window_) {
-      window_ = std::make_unique<tidewell::SettingsWindow>(domains_);
-      add_window(*window_);
+      window_ = std::make_unique<tidewell::SettingsWindow>(
+          *this, domains_, [this] { Glib::signal_idle().connect_once([this] { window_.reset(); }); });
     }
     window_->present();
   }

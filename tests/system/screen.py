@@ -11,19 +11,23 @@ ACCESSIBLE = "org.a11y.atspi.Accessible"
 REGISTRY = "org.a11y.atspi.Registry"
 ROOT = "/org/a11y/atspi/accessible/root"
 LAUNCHER = "/usr/libexec/at-spi-bus-launcher"
+COMPONENT = "org.a11y.atspi.Component"
 VISIBLE, FOCUSED = 30, 12  # the numbers of these states
+IN_WINDOW = 1  # kind of coordinates
 
 
 class Screen:
     # "-noreset": a server that resets when its last client leaves would reject the next one for a moment.
 
-    def __init__(self, desk, size="1024x768"):
-        """Changes the environment of the session's programs; close() ends all that was started here."""
+    def __init__(self, desk, size="1024x768", keeps_file=False):
+        """Changes the environment of the session's programs; close() ends all that was started here. With
+        `keeps_file` the screen can be read from the file of that name (picture.py)."""
         self.desk = desk
         self.processes = []
         read, write = os.pipe()
-        self.start(["Xvfb", "-displayfd", str(write), "-screen", "0", size + "x24", "-nolisten", "tcp", "-noreset"],
-                   pass_fds=[write])
+        self.file = desk.root + "/Xvfb_screen0"
+        self.start(["Xvfb", "-displayfd", str(write), "-screen", "0", size + "x24", "-nolisten", "tcp", "-noreset",
+                    *(["-fbdir", desk.root] if keeps_file else [])], pass_fds=[write])
         os.close(write)
         with os.fdopen(read) as display:
             desk.environment["DISPLAY"] = ":" + display.readline().strip()
@@ -89,16 +93,17 @@ class Accessibility:
         return self._call(item, "org.freedesktop.DBus.Properties", "Get", "ss", ACCESSIBLE, name)
 
     def _walk(self, item):
+        """(role, name, has the focus, the item itself) of it and of all below it that is on the screen."""
         states = int(self._call(item, ACCESSIBLE, "GetState")[0])
         if item[1] != ROOT and not states >> VISIBLE & 1:
             return
         yield (str(self._call(item, ACCESSIBLE, "GetRoleName")), str(self._property(item, "Name")),
-               bool(states >> FOCUSED & 1))
+               bool(states >> FOCUSED & 1), item)
         for name, path in self._call(item, ACCESSIBLE, "GetChildren"):
             yield from self._walk((str(name), str(path)))
 
-    def items(self):
-        """(role, name, has the focus) of everything on the screen; empty while the screen changes."""
+    def _all(self):
+        """What _walk finds of every program; empty while the screen changes."""
         found = []
         try:
             for name, path in self._call((REGISTRY, ROOT), ACCESSIBLE, "GetChildren"):
@@ -106,6 +111,22 @@ class Accessibility:
         except dbus.DBusException:
             return []
         return found
+
+    def items(self):
+        """(role, name, has the focus) of everything on the screen; empty while the screen changes."""
+        return [item[:3] for item in self._all()]
+
+    def place_of(self, role, name):
+        """(x, y, width, height) in its window, of the first of that role and name; None when there is none."""
+        for place in self.places({role}):
+            if place[1] == name:
+                return place[2:]
+        return None
+
+    def places(self, roles):
+        """(role, name, x, y, width, height) of all of these roles."""
+        return [(role, name, *map(int, self._call(item, COMPONENT, "GetExtents", "u", IN_WINDOW)))
+                for role, name, _, item in self._all() if role in roles]
 
     def values(self):
         """The contents of all text fields."""

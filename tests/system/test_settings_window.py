@@ -51,11 +51,16 @@ class SettingsWindow(unittest.TestCase):
     def setting(self, key):
         return self.desk.defaults("read", session.SHARED, key, check=False).stdout.strip()
 
-    def use(self, name):
+    def use(self, name, key="space"):
         """Presses the control of that name from the keyboard."""
         self.screen.focus(TITLE)
         self.assertTrue(self.reader.tab_to(name), name)
-        self.screen.press("space")
+        self.screen.press(key)
+
+    def open_page(self, name):
+        """Opens the page to which the row of that name leads."""
+        self.use(name, "Return")
+        self.desk.wait(lambda: self.reader.place_of("button", "Back"), what="the page of " + name)
 
     def agree_to_all(self, done):
         """Confirms the panels, one after the other, from the keyboard."""
@@ -87,7 +92,9 @@ class SettingsWindow(unittest.TestCase):
         self.wait_for_text("Waiting for your answer")
         self.use("Overwrite files before they are removed")
         self.desk.wait(lambda: self.setting("secureDeleteData") == "1", what="the setting")
-        self.agree_to_all(lambda: self.reader.says(ALLOWED))
+        self.agree_to_all(lambda: self.reader.says("Cleaned when it quits"))
+        self.open_page("Chromium")
+        self.wait_for_text(ALLOWED)
         self.assertIn("Library/Application%20Support/", self.desk.defaults("read", session.WORKER).stdout)
         self.assert_cleans()
 
@@ -96,16 +103,17 @@ class SettingsWindow(unittest.TestCase):
         self.desk.start_worker()
         self.start_panels()
         number = self.open()
-        self.screen.click(number, *self.switch_of_chromium(number))
+        self.click(number, "switch", "Clean after Chromium")
         self.desk.wait(lambda: CHROMIUM in self.setting("enabledBrowsers"), what="the setting")
-        self.agree_to_all(lambda: self.reader.says(ALLOWED))
+        self.agree_to_all(lambda: self.reader.says("Cleaned when it quits"))
+        self.click(self.screen.focus(TITLE), "list item", "Chromium")
+        self.wait_for_text(ALLOWED)
         self.assert_cleans()
 
-    def switch_of_chromium(self, number):
-        """The switch's position: near the right edge, in the fourth of five rows of the same height."""
-        lines = self.screen.xdotool("getwindowgeometry", "--shell", number).splitlines()
-        size = dict(line.split("=") for line in lines if "=" in line)
-        return int(size["WIDTH"]) - 56, 265
+    def click(self, number, role, name):
+        """Clicks into the left half of that control."""
+        x, y, width, height = self.reader.place_of(role, name)
+        self.screen.click(number, x + width // 4, y + height // 2)
 
     def test_a_panel_that_is_cancelled_leaves_the_folders_to_be_allowed_later(self):
         self.desk.configure([])
@@ -114,6 +122,8 @@ class SettingsWindow(unittest.TestCase):
         self.open()
         self.use("Clean after Chromium")
         self.desk.wait(lambda: panels.asked and not self.reader.says("Waiting"), what="the end of the panels")
+        self.wait_for_text("Needs permission")
+        self.open_page("Chromium")
         self.assertFalse(self.reader.says(ALLOWED))
         panels.answer = session.OpenPanel.agree
         self.use("Allow the folders of Chromium")
@@ -125,6 +135,7 @@ class SettingsWindow(unittest.TestCase):
         self.desk.defaults("write", session.WORKER, "neverAsked", "-array", folder)
         self.desk.run_browser("chromium")
         self.open()
+        self.open_page("Chromium")
         self.wait_for_text("It runs since")
         self.assertFalse(self.reader.says("without a window"))  # nobody keeps a list of windows here
         self.wait_for_text("Some of its folders are never asked for")
@@ -194,12 +205,18 @@ class SettingsWindow(unittest.TestCase):
         self.desk.configure([])
         self.desk.start_worker()
         self.open()
+        self.open_page("Chromium")
         self.use("Preview of what would be removed from Chromium")
         self.screen.focus("^Preview$")
         heading = "What would be removed from Chromium now"
-        # Twice: the heading itself, and the text, which has the heading as its name.
-        self.desk.wait(lambda: [name for _, name, _ in self.reader.items()].count(heading) == 2, what="the text")
-        self.wait_for_value("~/" + next(iter(self.chromium.goes)))
+        # Twice: the heading itself, and the list, which has the heading as its name.
+        self.desk.wait(lambda: [name for _, name, _ in self.reader.items()].count(heading) == 2, what="the list")
+        self.wait_for_text("In total: ")
+        self.assertFalse(self.reader.says("~/" + next(iter(self.chromium.goes))))
+        groups = [name for name in ("Cookies", "Site data", "Caches", "Other") if self.reader.says(name)]
+        for _ in groups:  # unfolded from the last one, so that the others stay where they are
+            self.screen.press("End", *["Up"] * groups[::-1].index(_), "Return")
+        self.wait_for_text("~/" + next(iter(self.chromium.goes)))
         self.screen.press("Escape")
         self.desk.wait(lambda: not self.screen.windows("^Preview$"), what="the end of the preview")
         for path in self.chromium.goes:
@@ -214,18 +231,158 @@ class SettingsWindow(unittest.TestCase):
             program.write("#!/bin/sh\necho 'tidewell: the disk is gone' >&2\nexit 1\n")
         os.chmod(alone + "/tidewell", 0o755)
         self.open(alone + "/tidewell-settings")
+        self.open_page("Chromium")
         self.use("Preview of what would be removed from Chromium")
         self.screen.focus("^Preview$")
-        self.wait_for_value("tidewell: the disk is gone")
+        self.wait_for_text("tidewell: the disk is gone")
+
+    def names_of_controls(self):
+        """The names of all switches and buttons. The button of a menu is in another one of the same name."""
+        controls = [(role, name) for role, name, _ in self.reader.items() if role in ("switch", "push button", "button")]
+        controls.remove(("button", "Main Menu")) if ("button", "Main Menu") in controls else None
+        return [name for _, name in controls]
 
     def test_every_control_has_a_name(self):
         self.desk.configure([])
         self.open()
-        controls = [(role, name) for role, name, _ in self.reader.items() if role in ("switch", "push button", "button")]
-        names = [name for _, name in controls]
-        self.assertEqual(len(controls), 5 * 3 + 2)
-        self.assertEqual(len(set(names)), len(names))
-        self.assertNotIn("", names)
+        main = self.names_of_controls()
+        self.assertEqual(sum(name.startswith("Clean after") for name in main), 5)
+        self.assertIn("Show a notification", main)
+        self.assertIn("Overwrite files before they are removed", main)
+        self.open_page("Chromium")
+        page = self.names_of_controls()
+        self.assertIn("Clean after Chromium", page)
+        for names in (main, page):
+            self.assertEqual(len(set(names)), len(names), names)
+            self.assertNotIn("", names)
+
+    def test_what_another_program_changes_is_shown_at_once(self):
+        self.desk.configure([])
+        self.desk.start_worker()
+        self.open()
+        self.wait_for_text("Welcome to Tidewell")
+        self.desk.defaults("write", session.SHARED, "enabledBrowsers", "-array", CHROMIUM)
+        self.desk.wait(lambda: not self.reader.says("Welcome to Tidewell"), what="the change")
+        self.wait_for_text("Needs permission")
+
+    def test_a_change_can_be_undone(self):
+        self.desk.configure([CHROMIUM])
+        self.desk.start_worker()
+        self.open()
+        self.use("Clean after Chromium")
+        self.desk.wait(lambda: CHROMIUM not in self.setting("enabledBrowsers"), what="the setting")
+        self.wait_for_text("Chromium is no longer cleaned")
+        self.click(self.screen.focus(TITLE), "label", "Undo")
+        self.desk.wait(lambda: CHROMIUM in self.setting("enabledBrowsers"), what="the end of the change")
+
+    def test_a_permission_is_taken_back_and_given_again(self):
+        self.desk.configure([CHROMIUM])
+        panels = session.OpenPanel(self.desk.connection)
+        self.desk.start_worker()
+        self.desk.request(CHROMIUM)
+        self.assertTrue(panels.asked)
+        before = self.desk.defaults("read", session.WORKER).stdout
+        self.open()
+        self.open_page("Chromium")
+        self.wait_for_text(ALLOWED)
+        self.use("Take back the permission for ~/Library/Caches/Chromium")
+        self.wait_for_text("Some of its folders are allowed")
+        self.assertNotIn("Library/Caches", self.desk.defaults("read", session.WORKER).stdout)
+        self.screen.press("ctrl+z")
+        self.wait_for_text(ALLOWED)
+        self.assertEqual(self.desk.defaults("read", session.WORKER).stdout, before)
+
+    def test_cleans_at_once_and_tells_what_went(self):
+        self.desk.configure([CHROMIUM])
+        panels = session.OpenPanel(self.desk.connection)
+        self.desk.start_worker()
+        self.desk.request(CHROMIUM)
+        self.assertTrue(panels.asked)
+        self.open()
+        self.open_page("Chromium")
+        self.use("Clean Chromium now")
+        self.wait_for_text("It is being cleaned")
+        self.wait_for_text("Cleaned today at")
+        self.wait_for_text("items removed")
+        self.assertFalse(any(self.desk.exists(path) for path in self.chromium.goes))
+
+    def test_asks_before_it_cleans_a_browser_that_runs(self):
+        self.desk.configure([CHROMIUM])
+        panels = session.OpenPanel(self.desk.connection)
+        self.desk.start_worker()
+        self.desk.request(CHROMIUM)
+        self.assertTrue(panels.asked)
+        self.desk.run_browser("chromium")
+        self.open()
+        self.open_page("Chromium")
+        self.use("Clean Chromium now")
+        self.wait_for_text("Chromium is running")
+        self.screen.press("Escape")
+        self.desk.wait(lambda: not self.reader.says("Chromium is running"), what="the end of the question")
+        self.assertTrue(all(self.desk.exists(path) for path in self.chromium.goes))
+
+    def test_keeps_a_site_that_is_typed_and_lets_go_of_it(self):
+        shutil.rmtree(self.desk.home + "/Library")
+        self.desk.configure([CHROMIUM])
+        self.desk.start_worker()
+        self.open()
+        self.open_page("Kept sites")
+        self.wait_for_text("Add a site")  # a line that has the focus
+        self.screen.xdotool("type", "https://mail.example/inbox")
+        self.screen.press("Return")
+        self.desk.wait(lambda: "mail.example" in self.setting("keptSites"), what="the setting")
+        self.use("Keep mail.example no longer")
+        self.desk.wait(lambda: "mail.example" not in self.setting("keptSites"), what="the end of the setting")
+
+    def test_the_settings_of_sites_are_kept_by_a_switch(self):
+        shutil.rmtree(self.desk.home + "/Library")
+        self.desk.configure([CHROMIUM])
+        self.desk.start_worker()
+        self.open()
+        self.use("Keep the settings of sites")
+        self.desk.wait(lambda: self.setting("keepSiteSettings") == "1", what="the setting")
+
+    def test_shows_the_history_and_clears_it(self):
+        self.desk.configure([CHROMIUM])
+        panels = session.OpenPanel(self.desk.connection)
+        self.desk.start_worker()
+        self.desk.request(CHROMIUM)
+        self.assertTrue(panels.asked)
+        self.desk.tidewell("quit-of", "chromium", "--json")
+        self.open()
+        self.open_page("History")
+        self.wait_for_text("Chromium: ")
+        self.use("Clear the history")
+        self.wait_for_text("Not cleaned yet")
+
+    def test_the_worker_starts_with_the_session_or_does_not(self):
+        self.desk.configure([])
+        self.desk.start_worker()
+        self.open()
+        entry = self.desk.home + "/.config/autostart/tidewell-worker.desktop"
+        self.use("Start with the session")
+        self.desk.wait(lambda: os.path.exists(entry), what="the entry")
+
+    def test_starts_the_worker(self):
+        self.desk.configure([])
+        self.open()
+        self.wait_for_text("The Tidewell worker is not running")
+        self.desk.let_bus_start(session.WORKER_NAME, "tidewell-worker")
+        self.use("Start")
+        self.desk.wait(lambda: not self.reader.says("is not running"), what="the end of the message")
+        self.assertTrue(self.desk.connection.name_has_owner(session.WORKER_NAME))
+
+    def test_nothing_is_cut_off_in_a_narrow_window(self):
+        self.desk.configure([CHROMIUM])
+        number = self.open()
+        for page in ("", "Chromium"):
+            if page:
+                self.open_page(page)
+            self.screen.xdotool("windowsize", "--sync", number, "360", "720")
+            self.desk.settle(0.5)
+            for role, name, x, _, width, _ in self.reader.places({"switch", "button", "label"}):
+                self.assertGreaterEqual(x, 0, (role, name))
+                self.assertLessEqual(x + width, 360, (role, name))
 
     def test_closes_with_a_key(self):
         self.desk.configure([])
