@@ -20,7 +20,7 @@ std::string escaped(const std::string& text) {
 
 /// Opens the installed documents.
 void showHelp(GSimpleAction*, GVariant*, gpointer application) {
-  const std::string page = platform::linux_::GettextBundle::sharedFolderOfExecutable() + "/doc/tidewell/README.md";
+  const std::string page = platform::linux_::GettextBundle::sharedFolderOfExecutable() + "/tidewell/help/README.md";
   GtkWindow* window = gtk_application_get_active_window(GTK_APPLICATION(application));
   char* uri = g_filename_to_uri(page.c_str(), nullptr, nullptr);
   gtk_show_uri(window, uri, GDK_CURRENT_TIME);

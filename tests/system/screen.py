@@ -124,9 +124,12 @@ class Accessibility:
         return None
 
     def places(self, roles):
-        """(role, name, x, y, width, height) of all of these roles."""
-        return [(role, name, *map(int, self._call(item, COMPONENT, "GetExtents", "u", IN_WINDOW)))
-                for role, name, _, item in self._all() if role in roles]
+        """(role, name, x, y, width, height) of all of these roles; empty while the screen changes."""
+        try:
+            return [(role, name, *map(int, self._call(item, COMPONENT, "GetExtents", "u", IN_WINDOW)))
+                    for role, name, _, item in self._all() if role in roles]
+        except dbus.DBusException:
+            return []
 
     def values(self):
         """The contents of all text fields."""
