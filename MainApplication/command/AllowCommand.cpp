@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <ostream>
 
 #include "MainApplication/command/Commands.h"
@@ -61,6 +63,58 @@ int Commands::allow(const std::vector<std::string>& names) {
   return status;
 }
 
+class Commands::Consent {
+ public:
+  Consent(Commands& commands, const Browser& browser) : commands_(commands), browser_(browser) {}
+
+  /// Absent for a question that is not about one of the folders, or that has texts of its own: on homes where "never"
+  /// is no answer.
+  std::optional<WorkerConnection::PanelAnswer> answerTo(const WorkerConnection::PanelQuestion& question) {
+    using platform::ModalResponse;
+    if (!question.offersNever || question.enabled.empty()) return std::nullopt;
+    if (!answer_) lookWhatIsMissing();
+    const auto folder = FileURL::fromString(question.enabled.front());
+    if (!folder || std::find(missing_.begin(), missing_.end(), folder->path()) == missing_.end()) return std::nullopt;
+    if (!answer_) answer_ = ask();
+    switch (*answer_) {
+      case Answer::kYes:
+        return WorkerConnection::PanelAnswer{ModalResponse::ok, question.enabled.front()};
+      case Answer::kNever:
+        return WorkerConnection::PanelAnswer{ModalResponse::never, ""};
+      case Answer::kNo:
+        break;
+    }
+    return WorkerConnection::PanelAnswer{};
+  }
+
+ private:
+  void lookWhatIsMissing() {
+    missing_ = commands_.settings_.home().layout->foldersToAllow(browser_);
+    std::erase_if(missing_, [this](const std::string& folder) {
+      return !exists(folder) || commands_.settings_.isGranted(folder);
+    });
+  }
+
+  Answer ask() {
+    std::ostream& output = commands_.output_;
+    output << localized("Clean %@ when it quits?", {browser_.name}) << '\n'
+           << localized(
+                  "What sites have left in it goes: cookies, site data and caches. Bookmarks, passwords, history "
+                  "and open tabs stay. For this, these folders are to be allowed:")
+           << '\n';
+    for (const std::string& folder : missing_) output << "  " << printable(folder) << '\n';
+    output << localized("Allow");
+    if (!commands_.options_.answerYes) return answerInTerminal(output, true);
+    output << ": " << localized("yes") << '\n';
+    return Answer::kYes;
+  }
+
+  Commands& commands_;
+  const Browser& browser_;
+  std::vector<std::string> missing_;
+  std::optional<Answer> answer_;
+};
+
 int Commands::allowed(const Browser& browser) {
   RunLoop loop;
   const auto connection = worker(loop);
@@ -71,7 +125,11 @@ int Commands::allowed(const Browser& browser) {
     if (!options_.answerYes && !hasTerminal()) {
       return fail(localized("there is nobody to ask, neither a display nor a terminal: --yes agrees to every folder"));
     }
-    panel = [this](const WorkerConnection::PanelQuestion& question) { return answerOf(question); };
+    const auto consent = std::make_shared<Consent>(*this, browser);
+    panel = [this, consent](const WorkerConnection::PanelQuestion& question) {
+      const auto answer = consent->answerTo(question);
+      return answer ? *answer : answerOf(question);
+    };
   }
   const auto answer = connection->requestAccess(std::string(browser.bundleIdentifier),
                                                 options_.answerYes ? kPatienceForYes : kPatience, panel);

@@ -94,6 +94,9 @@ class Commands {
   bool isAgreedThoughRunning(const Browser& browser);
   WorkerConnection::PanelAnswer answerOf(const WorkerConnection::PanelQuestion& question);
 
+  /// One question for all folders of a browser, which is asked when the worker asks for the first of them.
+  class Consent;
+
   platform::linux_::SqliteUserDefaults& domains_;
   SettingsStore settings_;
   const Options options_;

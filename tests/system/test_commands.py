@@ -152,6 +152,20 @@ class Commands(unittest.TestCase):
         self.assertEqual(self.tidewell("grants", "revoke", self.desk.home)[0], 1)
         self.assertEqual(self.tidewell("grants", "revoke", "relative")[0], 2)
 
+    def test_in_a_terminal_one_question_is_for_all_folders_of_a_browser(self):
+        self.on_linux_home()
+        os.makedirs(self.desk.home + "/.cache/chromium")
+        folders = [self.desk.home + place for place in ("/.config/chromium", "/.cache/chromium")]
+        output = self.answered(["n"], "allow", "chromium")
+        self.assertEqual(output.count("Clean Chromium when it quits?"), 1)
+        self.assertEqual(output.count("[y/N/never]"), 1)
+        self.assertNotIn("Click Allow", output)
+        for folder in folders:
+            self.assertIn("  " + folder, output)
+        self.assertEqual(json.loads(self.succeed("grants", "--json")), [])
+        self.answered(["y"], "allow", "chromium")
+        self.assertEqual(json.loads(self.succeed("grants", "--json")), sorted(folders))
+
     def test_never_is_an_answer_in_a_terminal_and_status_tells_it(self):
         self.on_linux_home()
         folder = self.desk.home + "/.config/chromium"
