@@ -14,13 +14,13 @@ namespace testing_support {
 namespace {
 
 struct Armed {
-  Fault fault;
-  std::uint64_t number;
-  std::uint64_t count = 0;
+  std::atomic<bool> isArmed = false;
+  std::atomic<Fault> fault = Fault::kFails;
+  std::atomic<std::uint64_t> number = 0;
+  std::atomic<std::uint64_t> count = 0;
 };
 
-thread_local Armed armed;
-thread_local bool isArmed = false;
+Armed armed;
 
 /// For programs that are killed whole: counts the calls of all threads but the first. 0 for none.
 std::atomic<std::uint64_t> lastOfProgram = 0;
@@ -43,7 +43,7 @@ enum class Turn { kReal, kShort, kFailed };
 /// What becomes of the call; sets errno for kFailed.
 Turn turnOf(const Call& call) {
   if (lastOfProgram != 0 && ::gettid() != ::getpid() && ++callsOfProgram == lastOfProgram) ::kill(::getpid(), SIGKILL);
-  if (!isArmed || !canHappen(call) || ++armed.count != armed.number) return Turn::kReal;
+  if (!armed.isArmed || !canHappen(call) || ++armed.count != armed.number) return Turn::kReal;
   switch (armed.fault) {
     case Fault::kFails:
       errno = call.error;
@@ -76,12 +76,14 @@ Function* next(const char* name) {
 }  // namespace
 
 FaultPoints::FaultPoints(Fault fault, std::uint64_t number) {
-  armed = {fault, number};
-  isArmed = true;
+  armed.fault = fault;
+  armed.number = number;
+  armed.count = 0;
+  armed.isArmed = true;
 }
 
 FaultPoints::~FaultPoints() {
-  isArmed = false;
+  armed.isArmed = false;
 }
 
 std::uint64_t FaultPoints::count() const {

@@ -15,8 +15,8 @@ enum class Fault {
   kIsTheLast,      // the process is killed instead
 };
 
-/// While it lives, the calls of the thread that created it are counted, as far as the fault can happen to them, and it
-/// happens to one of them. One object at a time.
+/// While it lives, the calls of all threads are counted, as far as the fault can happen to them, and it happens to one
+/// of them. One object at a time. The numbers are the same each time where one thread works while the others wait.
 class FaultPoints {
  public:
   /// `number` counts from 1; 0 for none.

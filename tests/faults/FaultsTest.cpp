@@ -32,6 +32,9 @@ using testing_support::ScratchFolder;
 // Primes, so that they do not follow what is done over and over. With a sanitizer a run takes several times as long.
 constexpr std::uint64_t kUsualStride = platform::linux_::kIsSanitized ? 1009 : 199;
 
+/// Fewer would not be those of a whole run.
+constexpr std::uint64_t kLeastPoints = 100;
+
 struct Trial {
   const char* browser;
   const char* dataFolder;
@@ -177,6 +180,7 @@ TEST_P(Faults, harmNothingAndAreMadeGoodByTheNextRun) {
   const HomeContents before = whole->contents();
   const FaultyRun::Ending ending = whole->cleanWithFault(0);
   ASSERT_TRUE(ending.isAsExpected);
+  ASSERT_GT(ending.count, kLeastPoints);
   const HomeContents cleaned = whole->contents();
   whole.reset();  // there is one platform at a time
   ASSERT_THAT(cleaned.differencesFrom(before), Not(IsEmpty()));
