@@ -187,7 +187,7 @@ void FileErasure::erase(int folder, std::span<const std::string> names, const Te
   for (const std::string& name : names) {
     Unflushed next;
     auto outcome = begin(folder, name, next);
-    const bool hasNoDescriptor = outcome == Outcome::kNotOverwritten && error_ == std::errc::too_many_files_open;
+    const bool hasNoDescriptor = outcome == Outcome::kNotOverwritten && error_.value() == EMFILE;
     while (hasNoDescriptor && !queue.empty()) finishFirst();
     if (next.file) {
       bytes += static_cast<std::uint64_t>(next.status.st_size);
@@ -220,7 +220,7 @@ std::optional<FileErasure::Outcome> FileErasure::begin(int folder, const std::st
 
 /// For a file that can't be opened for writing: it goes only if nothing of it would be left on the disk.
 FileErasure::Outcome FileErasure::unlinkWithoutOverwriting(int folder, const std::string& name, std::error_code error) {
-  if (error == std::errc::cross_device_link) return failed(Outcome::kOnOtherMount, error);
+  if (error.value() == EXDEV) return failed(Outcome::kOnOtherMount, error);
   struct stat status {};
   if (::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
     return errno == ENOENT ? Outcome::kGone : failed(Outcome::kFailed, lastError());
