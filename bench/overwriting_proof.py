@@ -44,6 +44,8 @@ def mounted(image, mount):
     try:
         yield
     finally:
+        # A process that has copied the mounts meanwhile keeps the file system mounted, and unwritten, for a while.
+        subprocess.run(["sync", "-f", mount], check=True)
         subprocess.run(["umount", mount], check=True)
 
 
@@ -54,6 +56,11 @@ def scratch_folder():
         yield folder
     finally:
         shutil.rmtree(folder)
+
+
+def is_about(name, body):
+    """Whether a notification tells of that browser's cleaning, on a home with a folder Library or on any other."""
+    return body.endswith("from " + name) or body.startswith(name + ": ")
 
 
 def clean(programs, home, browsers, overwrite):
@@ -70,7 +77,7 @@ def clean(programs, home, browsers, overwrite):
             desk.wait(lambda: len(panel.asked) > asked, what="the question for a folder")
             desk.announce_quit(name, identifier)
         desk.wait(lambda: {name for name in browsers.values()
-                           for posted in notifications.posted if posted["body"].endswith("from " + name)}
+                           for posted in notifications.posted if is_about(name, posted["body"])}
                   == set(browsers.values()), CLEANING, "the end of the cleaning")
         desk.worker.stop()
         desk.home = desk.root
