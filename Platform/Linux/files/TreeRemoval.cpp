@@ -167,7 +167,8 @@ class TreeRemoval {
 
   void removeFiles(std::vector<std::string>& names) {
     for (std::size_t at = 0; at < names.size();) {
-      if (names.size() - at > workshop_.filesAtOnce && workshop_.work.isWanted()) {
+      // Folders first: two threads in one folder wait for each other, since the kernel locks it for each name.
+      if (workshop_.work.isWanted() && !giveFolders() && names.size() - at > workshop_.filesAtOnce) {
         give(stack_.depth(), {.items = takeHalf(names, at)});
       }
       const std::size_t end = std::min(names.size(), at + workshop_.filesAtOnce);
@@ -245,14 +246,16 @@ class TreeRemoval {
     return true;
   }
 
-  /// Gives away half of the subfolders of the highest level that has several: the largest part there is.
-  void giveFolders() {
+  /// Gives away half of the subfolders of the highest level that has several: the largest part there is. False when
+  /// there is none.
+  bool giveFolders() {
     for (std::size_t depth = 0; depth < levels_.size(); ++depth) {
       Level& level = levels_[depth];
       if (level.subfolders.size() < 2 || stack_.at(depth) < 0) continue;
       give(depth, {.folders = takeHalf(level.subfolders, 0)});
-      return;
+      return true;
     }
+    return false;
   }
 
   /// Names of the folder at that depth. What can't be given is put back.
