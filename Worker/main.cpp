@@ -9,11 +9,12 @@
 #include "Platform/Linux/bus/BusService.h"
 #include "Platform/Linux/bus/SessionEnd.h"
 #include "Platform/Linux/bus/ShutdownDelay.h"
+#include "Platform/Linux/cells/CellLoop.h"
 #include "Worker/Cleanings.h"
 #include "Worker/Identity.h"
 #include "Worker/WorkerAppDelegate.h"
 #include "Worker/browsers/Browsers.h"
-#include "Worker/cells/CellMain.h"
+#include "Worker/cells/CellWork.h"
 
 namespace linux_ = platform::linux_;
 
@@ -35,7 +36,9 @@ static bool hasToldAboutItself(int count, char** arguments) {
 
 int main(int count, char** arguments) {
   // Where the cell's program is missing, this one stands in for it.
-  if (count > 0 && arguments[0] == tidewell::kCellName) tidewell::cellMain();
+  if (count > 0 && arguments[0] == linux_::kCellName) {
+    linux_::CellLoop{tidewell::prepareCellWork, tidewell::cellAnswer}.run();
+  }
   if (hasToldAboutItself(count, arguments)) return EXIT_SUCCESS;
 
   linux_::RunLoop loop;

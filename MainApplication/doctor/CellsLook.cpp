@@ -3,9 +3,9 @@
 #include <chrono>
 #include <filesystem>
 
+#include "Platform/Linux/cells/CellLoop.h"
 #include "Platform/Linux/cells/CellProcess.h"
 #include "Platform/Linux/cells/LinuxCells.h"
-#include "Worker/cells/CellMain.h"
 
 namespace tidewell {
 namespace {
@@ -43,15 +43,15 @@ Findings CellsLook::findings() const {
   if (program.empty() || !error.empty()) {
     return {{Grade::kWrong, "cells",
              program.empty() ? localizable("The program %@ is missing: what sites wrote can't be read, and is left.",
-                                           {std::string(kCellName)})
+                                           {std::string(linux_::kCellName)})
                              : localizable("The program %@ can't be started: %@", {program, error}),
              localizable("Install Tidewell as a whole.")}};
   }
   Findings found;
-  if (program != kCellName) {
+  if (program != linux_::kCellName) {
     found.push_back(
         {Grade::kRemark, "cells",
-         localizable("The program %@ is missing; the worker's own stands in for it.", {std::string(kCellName)}),
+         localizable("The program %@ is missing; the worker's own stands in for it.", {std::string(linux_::kCellName)}),
          localizable("Install Tidewell as a whole.")});
   }
   const Phrase advice = localizable("Use a kernel that has both: Linux 5.13 or later, with seccomp and Landlock.");

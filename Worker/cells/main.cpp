@@ -1,7 +1,8 @@
-// The cell's program.
+// The cell's program: wires the readers to the cell that Linux makes of it.
 
-#include "Worker/cells/CellMain.h"
+#include "Platform/Linux/cells/CellLoop.h"
+#include "Worker/cells/CellWork.h"
 
 int main() {
-  tidewell::cellMain();
+  platform::linux_::CellLoop{tidewell::prepareCellWork, tidewell::cellAnswer}.run();
 }

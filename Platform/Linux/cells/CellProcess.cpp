@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "Platform/Linux/cells/CellDoor.h"
+#include "Platform/Linux/cells/CellLoop.h"
 #include "Platform/Linux/cells/CellVoice.h"
 #include "Platform/Linux/host/LastError.h"
 #include "Platform/Linux/host/SpawnSettings.h"
@@ -35,7 +36,7 @@ Result<CellProcess> CellProcess::start(int program) {
   SpawnSettings settings(all);
   settings.pass(other.get(), kCellDescriptor);
   const std::string path = "/proc/self/fd/" + std::to_string(program);
-  std::array<char, sizeof "tidewell-cell"> name{"tidewell-cell"};
+  std::string name(kCellName);
   std::array<char*, 2> arguments = {name.data(), nullptr};
   std::array<char*, 1> environment = {nullptr};
   pid_t pid = 0;

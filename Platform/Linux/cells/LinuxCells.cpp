@@ -12,12 +12,12 @@
 #include <utility>
 
 #include "Platform/Linux/cells/CellDoor.h"
+#include "Platform/Linux/cells/CellLoop.h"
 #include "Platform/Path.h"
 
 namespace platform::linux_ {
 namespace {
 
-constexpr char kProgram[] = "tidewell-cell";
 constexpr char kStandIn[] = "tidewell-worker";                  // does the same when it is started by the cell's name
 constexpr char kInstalledBeside[] = TIDEWELL_LIBEXEC_FROM_BIN;  // the folder, from that of the other programs
 constexpr char kOpenDoor[] =
@@ -63,9 +63,10 @@ FileDescriptor LinuxCells::programOfExecutable() {
   const ssize_t length = ::readlink("/proc/self/exe", path.data(), path.size());
   const std::string folder =
       deletingLastPathComponent(std::string(path.data(), length > 0 ? static_cast<std::size_t>(length) : 0));
-  const std::string places[] = {appendingPathComponent(folder, kProgram),
-                                appendingPathComponent(appendingPathComponent(folder, kInstalledBeside), kProgram),
-                                appendingPathComponent(folder, kStandIn)};
+  const std::string places[] = {
+      appendingPathComponent(folder, std::string(kCellName)),
+      appendingPathComponent(appendingPathComponent(folder, kInstalledBeside), std::string(kCellName)),
+      appendingPathComponent(folder, kStandIn)};
   FileDescriptor program;
   for (const std::string& place : places) {
     if (!program) program.reset(::open(place.c_str(), O_PATH | O_CLOEXEC));
