@@ -6,6 +6,7 @@
 
 #include "MainApplication/settings/Texts.h"
 #include "Platform/Linux/processes/ExecutableFinder.h"
+#include "Worker/cleaning/Notice.h"
 
 namespace tidewell {
 namespace {
@@ -46,10 +47,6 @@ std::string cleanedText(const Report& report) {
       isToday(time) ? localized("Cleaned today at %@", {clock}) : localized("Cleaned on %@", {date});
   const std::uint64_t bytes = report.sum().bytes;
   return bytes == 0 ? text : localized("%@, %@", {text, sizeText(bytes)});
-}
-
-std::string counted(const std::string& format, std::uint64_t count) {
-  return platform::formatted(format, {std::to_string(count)});
 }
 
 }  // namespace
@@ -98,29 +95,14 @@ std::string sentenceOn(const RunningBrowser& running) {
 
 std::string sentenceOn(const Report& report) {
   const Outcome sum = report.sum();
-  std::uint64_t notAllowed = 0, inUse = 0, notOverwritten = 0, others = 0;
-  for (const StoreReport& store : report.stores) {
-    if (store.outcome.left == Left::kNothing) continue;
-    std::uint64_t& count = store.outcome.left == Left::kNotAllowed       ? notAllowed
-                           : store.outcome.left == Left::kInUse          ? inUse
-                           : store.outcome.left == Left::kNotOverwritten ? notOverwritten
-                                                                         : others;
-    ++count;
-  }
   std::string text = localized("nothing was there to remove");
   if (sum.removed != 0) {
     text = platform::formatted(localizedPlural("%@ item removed, %@", "%@ items removed, %@", sum.removed),
                                {std::to_string(sum.removed), sizeText(sum.bytes)});
   }
-  const auto add = [&text](std::uint64_t count, const std::string& format) {
-    if (count != 0) text += "\n" + counted(format, count);
-  };
-  add(notAllowed, localizedPlural("%@ folder was not allowed, and was not cleaned",
-                                  "%@ folders were not allowed, and were not cleaned", notAllowed));
-  add(inUse, localizedPlural("%@ item was in use, and was left", "%@ items were in use, and were left", inUse));
-  add(notOverwritten, localizedPlural("%@ item could not be overwritten, and was left",
-                                      "%@ items could not be overwritten, and were left", notOverwritten));
-  add(others, localizedPlural("%@ item could not be cleaned", "%@ items could not be cleaned", others));
+  for (const std::string& line : linesOnLeft(report, localizedPlural, [](const std::string&) { return false; })) {
+    text += "\n" + line;
+  }
   if (report.isSpared) text += "\n" + localized("It was back: the rest is left until it quits");
   return text;
 }

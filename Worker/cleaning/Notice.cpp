@@ -40,15 +40,21 @@ std::string removedText(const Outcome& sum) {
   return formatted(format, {std::to_string(sum.removed), readableSize(sum.bytes)});
 }
 
-/// A line for all that was left for one of these reasons; none for nothing.
-std::vector<std::string> linesOnLeft(const Report& report) {
+std::string ofBrowser(std::string_view browserName, const std::string& text) {
+  return formatted(localized("%@: %@"), {browserName, text});
+}
+
+}  // namespace
+
+std::vector<std::string> linesOnLeft(const Report& report, const LocalizedPlural& localizedPlural,
+                                     const std::function<bool(const std::string& folder)>& isPassedOver) {
   std::uint64_t notAllowed = 0, inUse = 0, notOverwritten = 0, others = 0;
   for (const StoreReport& store : report.stores) {
     switch (store.outcome.left) {
       case Left::kNothing:
         break;
       case Left::kNotAllowed:
-        notAllowed += FolderQuestions::isNeverAsked(store.folder) ? 0 : 1;
+        notAllowed += isPassedOver(store.folder) ? 0 : 1;
         break;
       case Left::kInUse:
         ++inUse;
@@ -77,14 +83,8 @@ std::vector<std::string> linesOnLeft(const Report& report) {
   return lines;
 }
 
-std::string ofBrowser(std::string_view browserName, const std::string& text) {
-  return formatted(localized("%@: %@"), {browserName, text});
-}
-
-}  // namespace
-
 std::optional<Notice> noticeOf(const Report& report, std::string_view browserName) {
-  std::vector<std::string> lines = linesOnLeft(report);
+  std::vector<std::string> lines = linesOnLeft(report, localizedPlural, FolderQuestions::isNeverAsked);
   const Outcome sum = report.sum();
   if (sum.removed > 0) lines.insert(lines.begin(), removedText(sum));
   if (lines.empty()) return std::nullopt;
