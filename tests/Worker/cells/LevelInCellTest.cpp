@@ -158,7 +158,8 @@ TEST_F(LevelInCell, aCellThatSaysNonsenseIsNotBelieved) {
   for (const std::string& nonsense :
        {std::string(), std::string("nonsense"), levelMessage(LevelSaying::kDone), levelMessage(LevelSaying::kVerdict),
         levelMessage(LevelSaying::kVerdict, "\4"), levelMessage(LevelSaying::kVerdict, "\3\7name"),
-        levelMessage(LevelSaying::kRead, "\1"), levelMessage(LevelSaying::kFailed)}) {
+        levelMessage(LevelSaying::kRead, "\1"), levelMessage(LevelSaying::kFailed),
+        levelMessage(LevelSaying::kDone, "\2")}) {
     lie([&nonsense](std::size_t, std::string_view) { return nonsense; });
     expectThatItIsLeft();
   }
